@@ -1,0 +1,318 @@
+#include "cairn/foundation/memory_file.h"
+
+#include "cairn/foundation/checksum.h"
+#include "cairn/foundation/exception.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace cairn {
+
+namespace {
+
+/// The mark of a chunk. Its high bytes are no letter, no small count and no likely end of a float, so that data
+/// written without chunks is not taken for one.
+constexpr unsigned char MAGIC[4] = {0xC7, 'c', 'k', 0xF1};
+constexpr std::size_t ID_AT = 4, VERSION_AT = 8, LENGTH_AT = 12, BODY_SUM_AT = 20, HEADER_SUM_AT = 24;
+constexpr std::size_t SMALLEST_BUFFER = 256;
+
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+bool s_verifying = false;
+#else
+bool s_verifying = true;
+#endif
+
+std::uint32_t lowHalf(const unsigned char* data, std::size_t size) {
+    return static_cast<std::uint32_t>(checksum64(data, size));
+}
+
+} // namespace
+
+F_MemoryFile::F_MemoryFile(unsigned int size) : m_writing(true) {
+    if (size > 0)
+        makeRoom(size);
+}
+
+F_MemoryFile::F_MemoryFile(const void* data, std::size_t size, bool copy) { construct(data, size, copy); }
+
+F_MemoryFile::F_MemoryFile(F_MemoryFile& parent, const unsigned char* begin, std::size_t size)
+    : m_data(begin), m_readAt(begin), m_readEnd(begin + size), m_origin(parent.absolute(begin)), m_nested(true),
+      m_root(parent.m_root) {}
+
+F_MemoryFile::F_MemoryFile(F_MemoryFile& parent, std::size_t embeddedSize)
+    : F_MemoryFile(parent, parent.m_readAt - embeddedSize, embeddedSize) {
+    m_nested = parent.m_nested;
+}
+
+F_MemoryFile::~F_MemoryFile() {
+    if (m_lastChunk)
+        m_lastChunk->m_parent = nullptr;
+}
+
+void F_MemoryFile::reset() {
+    if (m_lastChunk)
+        m_lastChunk->m_parent = nullptr;
+    m_lastChunk = nullptr;
+    m_owned.reset();
+    m_data = nullptr;
+    m_writeAt = m_writeEnd = nullptr;
+    m_readAt = m_readEnd = nullptr;
+    m_origin = 0;
+    m_writing = m_nested = false;
+    m_openChunks.clear();
+    m_root = this;
+    m_unreadBytes = 0;
+}
+
+void F_MemoryFile::construct(const void* data, std::size_t size, bool copy) {
+    std::unique_ptr<unsigned char, Free> own;
+    if (copy && size > 0) {
+        own.reset(static_cast<unsigned char*>(std::malloc(size)));
+        if (!own)
+            throw new F_MemoryException_Allocation;
+        std::memcpy(own.get(), data, size);
+    }
+    reset();
+    m_owned = std::move(own);
+    m_data = copy ? m_owned.get() : static_cast<const unsigned char*>(data);
+    m_readAt = m_data;
+    m_readEnd = m_data + size;
+}
+
+void F_MemoryFile::toRead() {
+    if (!m_openChunks.empty())
+        fail("The file cannot turn to reading: a chunk is still open for writing");
+    if (m_writing) {
+        m_readEnd = m_writeAt;
+        m_writeAt = m_writeEnd = nullptr;
+        m_writing = false;
+    }
+    m_readAt = m_data;
+}
+
+bool F_MemoryFile::setVerifying(bool verify) { return std::exchange(s_verifying, verify); }
+
+void F_MemoryFile::fail(const string& what) const {
+    throw new F_Exception(what + formatText(" (at offset %zu)", getPosition()));
+}
+
+void F_MemoryFile::failRead(std::size_t size, const char* what) const {
+    if (m_writing)
+        fail(formatText("Reading %s from a file that is open for writing", what));
+    fail(formatText("The data ends where %s of %zu bytes was expected; %zu are left", what, size, getRemaining()));
+}
+
+void F_MemoryFile::reverse(unsigned char* at, std::size_t size) { std::reverse(at, at + size); }
+
+std::uint32_t F_MemoryFile::narrowed(unsigned long v) const {
+    if (v > UINT32_MAX && v != std::numeric_limits<unsigned long>::max())
+        fail(formatText("The number %lu does not fit into 32 bits", v));
+    return static_cast<std::uint32_t>(v);
+}
+
+void F_MemoryFile::makeRoom(std::size_t size) {
+    if (!m_writing)
+        fail("Writing to a file that is open for reading");
+    const std::size_t used = static_cast<std::size_t>(m_writeAt - m_data);
+    const std::size_t room = static_cast<std::size_t>(m_writeEnd - m_data);
+    const std::size_t wanted = std::max({used + size, 2 * room, SMALLEST_BUFFER});
+    auto* grown = static_cast<unsigned char*>(std::realloc(m_owned.get(), wanted));
+    if (!grown)
+        throw new F_MemoryException_Allocation;
+    static_cast<void>(m_owned.release());
+    m_owned.reset(grown);
+    m_data = grown;
+    m_writeAt = grown + used;
+    m_writeEnd = grown + wanted;
+}
+
+void F_MemoryFile::createChunk(int id, int version) {
+    if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < CHUNK_HEADER_SIZE)
+        makeRoom(CHUNK_HEADER_SIZE);
+    m_openChunks.push_back(getSize());
+    std::memset(m_writeAt, 0, CHUNK_HEADER_SIZE);
+    std::memcpy(m_writeAt, MAGIC, sizeof MAGIC);
+    store(m_writeAt + ID_AT, id);
+    store(m_writeAt + VERSION_AT, version);
+    m_writeAt += CHUNK_HEADER_SIZE;
+}
+
+void F_MemoryFile::closeChunk() {
+    if (m_openChunks.empty())
+        fail("No chunk is open that could be closed");
+    unsigned char* const header = m_owned.get() + m_openChunks.back();
+    m_openChunks.pop_back();
+    const unsigned char* const body = header + CHUNK_HEADER_SIZE;
+    const auto length = static_cast<std::size_t>(m_writeAt - body);
+    store(header + LENGTH_AT, static_cast<std::uint64_t>(length));
+    if (m_openChunks.empty())
+        store(header + BODY_SUM_AT, lowHalf(body, length));
+    store(header + HEADER_SUM_AT, lowHalf(header, HEADER_SUM_AT));
+}
+
+/// True and the header where a chunk stands here, false where none does; throws where one stands that is damaged.
+bool F_MemoryFile::readHeader(ChunkHeader& header) const {
+    if (m_writing)
+        fail("Reading a chunk from a file that is open for writing");
+    const std::size_t left = getRemaining();
+    if (left == 0 || std::memcmp(m_readAt, MAGIC, std::min(left, sizeof MAGIC)) != 0)
+        return false;
+    if (left < CHUNK_HEADER_SIZE)
+        fail(formatText("The data ends within a chunk's header; %zu bytes of %zu are left", left, CHUNK_HEADER_SIZE));
+    std::uint32_t headerSum = 0;
+    fetch(m_readAt + ID_AT, header.id);
+    fetch(m_readAt + VERSION_AT, header.version);
+    fetch(m_readAt + LENGTH_AT, header.length);
+    fetch(m_readAt + BODY_SUM_AT, header.bodySum);
+    fetch(m_readAt + HEADER_SUM_AT, headerSum);
+    if (s_verifying && headerSum != lowHalf(m_readAt, HEADER_SUM_AT))
+        fail("A chunk's header is damaged: its checksum is wrong");
+    if (header.length > left - CHUNK_HEADER_SIZE)
+        fail(formatText("The data ends within a chunk: its body of %llu bytes was expected, %zu are left",
+                        static_cast<unsigned long long>(header.length), left - CHUNK_HEADER_SIZE));
+    return true;
+}
+
+void F_MemoryFile::fill(Chunk& chunk, const ChunkHeader& header) {
+    const unsigned char* const body = m_readAt + CHUNK_HEADER_SIZE;
+    const auto length = static_cast<std::size_t>(header.length);
+    if (s_verifying && !m_nested && header.bodySum != lowHalf(body, length))
+        fail(formatText("A chunk of %zu bytes is damaged: the checksum of its body is wrong", length));
+    if (m_lastChunk)
+        m_lastChunk->m_parent = nullptr;
+    m_lastChunk = &chunk;
+    chunk.m_parent = this;
+    chunk.m_start = getPosition();
+    chunk.m_id = header.id;
+    chunk.m_version = header.version;
+    F_MemoryFile& view = chunk.m_body;
+    view.m_data = view.m_readAt = body;
+    view.m_readEnd = body + length;
+    view.m_origin = absolute(body);
+    view.m_nested = true;
+    view.m_root = m_root;
+    chunk.m_valid = true;
+}
+
+void F_MemoryFile::openChunk(Chunk& chunk, int id) {
+    chunk.release();
+    ChunkHeader header;
+    if (!readHeader(header))
+        fail(formatText("No chunk stands where one with the id %d was expected", id));
+    if (header.id != id)
+        fail(formatText("A chunk with the id %d stands where one with the id %d was expected", header.id, id));
+    fill(chunk, header);
+}
+
+void F_MemoryFile::peekChunk(Chunk& chunk) {
+    chunk.release();
+    ChunkHeader header;
+    if (readHeader(header))
+        fill(chunk, header);
+}
+
+void F_MemoryFile::skipChunk() {
+    ChunkHeader header;
+    if (!readHeader(header))
+        fail("No chunk stands where one was to be skipped");
+    const auto length = static_cast<std::size_t>(header.length);
+    const bool known = m_lastChunk && m_lastChunk->m_start == getPosition();
+    noteUnread(known ? m_lastChunk->m_body.getRemaining() : length);
+    m_readAt += CHUNK_HEADER_SIZE + length;
+}
+
+void F_MemoryFile::Chunk::release() {
+    if (m_parent)
+        m_parent->m_lastChunk = nullptr;
+    m_parent = nullptr;
+    m_valid = false;
+    m_id = m_version = 0;
+    m_start = 0;
+    m_body.reset();
+}
+
+std::size_t F_MemoryFile::beginEmbedded() {
+    *this << 0u;
+    return getSize() - sizeof(std::uint32_t);
+}
+
+void F_MemoryFile::endEmbedded(std::size_t sizeAt) {
+    const std::size_t size = getSize() - sizeAt - sizeof(std::uint32_t);
+    if (size > UINT32_MAX)
+        fail("An embedded file is too long to be stored");
+    store(m_owned.get() + sizeAt, static_cast<std::uint32_t>(size));
+}
+
+/// Reads the size and steps over the bytes, which the caller then views.
+std::size_t F_MemoryFile::takeEmbedded() {
+    std::uint32_t size = 0;
+    get(size, "the size of an embedded file");
+    if (getRemaining() < size)
+        failRead(size, "an embedded file");
+    m_readAt += size;
+    return size;
+}
+
+void F_MemoryFile::writeTag(BasicType type) { *this << static_cast<int>(type); }
+
+void F_MemoryFile::readTag(BasicType type) {
+    int tag = 0;
+    get(tag, "a container's tag");
+    if (tag != static_cast<int>(type)) {
+        m_readAt -= sizeof tag;
+        fail(formatText("A container's tag %d stands where %d was expected", tag, static_cast<int>(type)));
+    }
+}
+
+void F_MemoryFile::writeCount(std::size_t count) {
+    if (count > UINT32_MAX)
+        fail(formatText("%zu elements are more than can be stored", count));
+    *this << static_cast<unsigned int>(count);
+}
+
+std::size_t F_MemoryFile::readCount(std::size_t minBytesPerElement) {
+    unsigned int count = 0;
+    get(count, "a count");
+    if (minBytesPerElement > 0 && count > getRemaining() / minBytesPerElement)
+        fail(formatText("A count of %u elements cannot stand in the %zu bytes that are left", count, getRemaining()));
+    return count;
+}
+
+void F_MemoryFile::writeTaggedCount(BasicType type, std::size_t count) {
+    if (count > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        fail(formatText("%zu elements are more than can be stored", count));
+    writeTag(type);
+    *this << static_cast<int>(count);
+}
+
+std::size_t F_MemoryFile::readTaggedCount(BasicType type, std::size_t minBytesPerElement) {
+    readTag(type);
+    const std::size_t count = readCount(minBytesPerElement);
+    if (count > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        fail("A container's count is negative");
+    return count;
+}
+
+void F_MemoryFile::write(const void* data, int size) {
+    if (size < 0)
+        fail(formatText("Writing a negative number of bytes (%d)", size));
+    const auto bytes = static_cast<std::size_t>(size);
+    if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < bytes || !m_writing)
+        makeRoom(bytes);
+    if (bytes > 0)
+        std::memcpy(m_writeAt, data, bytes);
+    m_writeAt += bytes;
+}
+
+void F_MemoryFile::read(void* data, int size) {
+    if (size < 0)
+        fail(formatText("Reading a negative number of bytes (%d)", size));
+    const auto bytes = static_cast<std::size_t>(size);
+    if (getRemaining() < bytes || m_writing)
+        failRead(bytes, "a block");
+    if (bytes > 0)
+        std::memcpy(data, m_readAt, bytes);
+    m_readAt += bytes;
+}
+
+} // namespace cairn
