@@ -545,11 +545,13 @@ TEST(HostileBytes, TheDriveItselfFindsBadReaders) {
             throw std::length_error("too long");
     };
     EXPECT_EQ(test::driveHostileBytes(image, throwing).text(), "cut at 3: a standard exception: too long\n");
-    const auto greedy = [](std::span<const unsigned char> bytes) {
-        if (bytes.size() == 5)
-            std::free(std::malloc(std::size_t(17) << 20));
-        if (bytes.size() == 6)
-            Bytes(std::size_t(17) << 20).front() = 1;
+    void* volatile taken = nullptr; // volatile, so that no allocation is optimised away
+    const auto greedy = [&](std::span<const unsigned char> bytes) {
+        if (bytes.size() != 5 && bytes.size() != 6)
+            return;
+        constexpr std::size_t tooMuch = std::size_t(17) << 20;
+        taken = bytes.size() == 5 ? std::malloc(tooMuch) : ::operator new(tooMuch);
+        bytes.size() == 5 ? std::free(taken) : ::operator delete(taken);
     };
     EXPECT_EQ(test::driveHostileBytes(image, greedy).failures.size(), 2u);
     EXPECT_EQ(test::driveHostileBytes(image, [](std::span<const unsigned char>) {}).text(), "");
