@@ -1,0 +1,53 @@
+# One test program for each library and one for the host: cairn_base_test, cairn_media_test, cairn_test, cairn_host_test.
+
+find_package(GTest REQUIRED)
+find_package(rapidcheck REQUIRED)
+include(GoogleTest)
+
+file(GLOB_RECURSE _support CONFIGURE_DEPENDS tests/support/*.cpp)
+if(_support)
+    add_library(cairn_test_support STATIC ${_support})
+    target_link_libraries(cairn_test_support PRIVATE cairn_warnings)
+else()
+    add_library(cairn_test_support INTERFACE)
+endif()
+get_target_property(_support_type cairn_test_support TYPE)
+if(_support_type STREQUAL "INTERFACE_LIBRARY")
+    set(_scope INTERFACE)
+else()
+    set(_scope PUBLIC)
+endif()
+target_link_libraries(cairn_test_support ${_scope} cairn::cairn fmt::fmt GTest::gmock rapidcheck rapidcheck_gtest)
+target_compile_definitions(cairn_test_support ${_scope} CAIRN_TEST_SOURCE_DIR="${PROJECT_SOURCE_DIR}/tests")
+# The macros of GoogleTest's parametrised suites end in an empty variadic argument.
+target_compile_options(cairn_test_support ${_scope} $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
+
+# cairn_add_test(<program> <sources>...): nothing where there is no source.
+function(cairn_add_test program)
+    if(NOT ARGN)
+        return()
+    endif()
+    add_executable(${program} ${ARGN})
+    target_link_libraries(${program} PRIVATE cairn_test_support GTest::gtest_main cairn_warnings)
+    gtest_discover_tests(${program} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${program}." PROPERTIES TIMEOUT 600)
+endfunction()
+
+file(GLOB_RECURSE _tests RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS tests/*_test.cpp)
+list(FILTER _tests EXCLUDE REGEX "^tests/(support|data)/")
+set(_host_tests ${_tests})
+list(FILTER _host_tests INCLUDE REGEX "^tests/host/")
+list(FILTER _tests EXCLUDE REGEX "^tests/host/")
+cairn_split_by_library(_tests tests ${_tests})
+
+cairn_add_test(cairn_base_test ${_tests_base})
+cairn_add_test(cairn_media_test ${_tests_media})
+cairn_add_test(cairn_test ${_tests_model})
+
+if(TARGET cairn_program)
+    cairn_add_test(cairn_host_test ${_host_tests})
+    if(TARGET cairn_host_test)
+        target_link_libraries(cairn_host_test PRIVATE cairn_host)
+        target_compile_definitions(cairn_host_test PRIVATE CAIRN_PROGRAM="$<TARGET_FILE:cairn_program>")
+        add_dependencies(cairn_host_test cairn_program)
+    endif()
+endif()

@@ -1,0 +1,49 @@
+# What holds for every target: the language, its warnings, exact arithmetic, sanitizers, ccache.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Kind of build" FORCE)
+endif()
+
+if(NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+    find_program(CAIRN_CCACHE ccache)
+    mark_as_advanced(CAIRN_CCACHE)
+    if(CAIRN_CCACHE)
+        set(CMAKE_CXX_COMPILER_LAUNCHER "${CAIRN_CCACHE}")
+    endif()
+endif()
+
+# Warnings are for our own sources only: linked privately, never exported.
+add_library(cairn_warnings INTERFACE)
+target_compile_options(cairn_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align -Wcast-qual
+    -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual -Wunused -Wundef
+    -Wimplicit-fallthrough -Wextra-semi -Wzero-as-null-pointer-constant
+    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override>
+    $<$<CXX_COMPILER_ID:Clang>:-Wsuggest-override>
+    $<$<BOOL:${CAIRN_WARNINGS_AS_ERRORS}>:-Werror>)
+
+# One file has one reading on every machine: no fused multiply-add that would round differently from the two operations.
+# Never -ffast-math either. Public, as the templates in the headers are compiled by whoever includes them.
+add_library(cairn_options INTERFACE)
+target_compile_options(cairn_options INTERFACE -ffp-contract=off)
+target_compile_features(cairn_options INTERFACE cxx_std_20)
+
+if(CAIRN_SANITIZE)
+    add_compile_options(-fsanitize=${CAIRN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    add_link_options(-fsanitize=${CAIRN_SANITIZE})
+endif()
+
+if(CAIRN_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "CAIRN_BUILD_FUZZERS needs clang, found ${CMAKE_CXX_COMPILER_ID}")
+    endif()
+    # With the checksums in force a fuzzer would never get past a chunk's header: this macro switches their check off.
+    add_compile_definitions(FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
