@@ -9,7 +9,7 @@ namespace cairn {
 
 namespace {
 
-std::string formatted(const char* format, std::va_list args) {
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, std::va_list args) {
     std::va_list again;
     va_copy(again, args);
     const int length = std::vsnprintf(nullptr, 0, format, args);

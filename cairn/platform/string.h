@@ -34,7 +34,7 @@ class CString {
 
     /// Replaces the text by the formatted one, of any length.
     [[gnu::format(printf, 2, 3)]] void Format(const char* format, ...);
-    void FormatV(const char* format, std::va_list args);
+    [[gnu::format(printf, 2, 0)]] void FormatV(const char* format, std::va_list args);
 
     CString& operator+=(const CString& other) {
         m_text += other.m_text;
