@@ -45,8 +45,7 @@ struct Record {
             category >> material;
     }
 #ifdef CAIRN_BENCH_WITH_CEREAL
-    template <class Archive>
-    void serialize(Archive& archive) {
+    template <class Archive> void serialize(Archive& archive) {
         archive(kind, parent, firstChild, numChildren, identity, flags, mode, layer, visible, locked, castsShadow,
                 intensity, falloff, angle, radius, area, color.x, color.y, color.z, position.x, position.y, position.z,
                 name, category, material);

@@ -20,7 +20,7 @@ F_File* const atStaticInitialisation = File;
 
 /// A folder of its own for each test.
 class FileTest : public testing::Test {
-protected:
+  protected:
     FileTest() {
         char name[] = "/tmp/cairn_file_test_XXXXXX";
         m_folder = ::mkdtemp(name);

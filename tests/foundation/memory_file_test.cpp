@@ -26,8 +26,7 @@ Bytes bytesOf(const F_MemoryFile& file) {
     return first ? Bytes(first, first + file.getSize()) : Bytes();
 }
 
-template <class... Values>
-Bytes written(const Values&... values) {
+template <class... Values> Bytes written(const Values&... values) {
     F_MemoryFile file;
     (file << ... << values);
     return bytesOf(file);
