@@ -84,10 +84,10 @@ class CN_Selection {
 /// Walks over the selected entities.
 class CN_SelectionIterator : public CN_EntityIterator {
   public:
-    explicit CN_SelectionIterator(CN_Selection::List& list) : m_list(&list) {}
+    explicit CN_SelectionIterator(CN_Selection::List& list) : m_list(&list), m_at(list.end()) {}
 
     void begin() override;
-    bool end() override { return !m_positioned || m_at == m_list->end(); }
+    bool end() override { return m_at == m_list->end(); }
     CN_SelectionIterator& operator++() override;
     CN_LevelEntity* operator*() override { return *m_at; }
     CN_LevelEntity* operator->() override { return *m_at; }
@@ -97,17 +97,16 @@ class CN_SelectionIterator : public CN_EntityIterator {
 
   private:
     CN_Selection::List* m_list; ///< not owned: of the selection
-    CN_Selection::List::iterator m_at;
-    bool m_positioned = false; ///< `begin` was called
+    CN_Selection::List::iterator m_at; ///< the end before `begin`
 };
 
 /// The const twin of `CN_SelectionIterator`.
 class CN_ConstSelectionIterator : public CN_ConstEntityIterator {
   public:
-    explicit CN_ConstSelectionIterator(const CN_Selection::List& list) : m_list(&list) {}
+    explicit CN_ConstSelectionIterator(const CN_Selection::List& list) : m_list(&list), m_at(list.end()) {}
 
     void begin() override;
-    bool end() override { return !m_positioned || m_at == m_list->end(); }
+    bool end() override { return m_at == m_list->end(); }
     CN_ConstSelectionIterator& operator++() override;
     const CN_LevelEntity* operator*() override { return *m_at; }
     const CN_LevelEntity* operator->() override { return *m_at; }
@@ -116,8 +115,7 @@ class CN_ConstSelectionIterator : public CN_ConstEntityIterator {
 
   private:
     const CN_Selection::List* m_list; ///< not owned: of the selection
-    CN_Selection::List::const_iterator m_at;
-    bool m_positioned = false; ///< `begin` was called
+    CN_Selection::List::const_iterator m_at; ///< the end before `begin`
 };
 
 } // namespace cairn
