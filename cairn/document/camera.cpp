@@ -93,8 +93,7 @@ void CN_Camera::roll(float angle) {
 }
 
 void CN_Camera::rotateAroundPoint(const Vector& point, float ax, float ay, float az) {
-    const Matrix turn =
-        Matrix::rotationAbout(m_matrix.row(0), ax) * Matrix::rotationY(ay) * Matrix::rotationZ(az);
+    const Matrix turn = Matrix::rotationAbout(m_matrix.row(0), ax) * Matrix::rotationY(ay) * Matrix::rotationZ(az);
     m_position = point + (m_position - point) * turn;
     rotateCamera(ax, ay, az);
 }

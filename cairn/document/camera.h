@@ -112,16 +112,16 @@ class CN_Camera {
     void tgtUpdateMatrices();
     void storeFOV(double fov);
 
-    Vector m_position;                                 ///< the eye
-    Vector m_target;                                   ///< not stored
-    Matrix m_matrix;                                   ///< rows: right, up, forward
-    Matrix m_invMatrix;                                ///< derived: of m_matrix
-    M_Vector3Template<float> m_angles;                 ///< radians
-    double m_speed = 1.0;                              ///< multiplier of relative moves
-    std::array<M_Plane3Template<double>, 6> m_frustum; ///< kept for the host
-    int m_halfWidth = 320, m_halfHeight = 240;         ///< pixels
-    double m_focal = 0.0;                              ///< distance of the screen from the eye, in half widths
-    double m_fov = 0.0;                                ///< radians, full angle across the width
+    Vector m_position;                                     ///< the eye
+    Vector m_target;                                       ///< not stored
+    Matrix m_matrix;                                       ///< rows: right, up, forward
+    Matrix m_invMatrix;                                    ///< derived: of m_matrix
+    M_Vector3Template<float> m_angles;                     ///< radians
+    double m_speed = 1.0;                                  ///< multiplier of relative moves
+    std::array<M_Plane3Template<double>, 6> m_frustum;     ///< kept for the host
+    int m_halfWidth = 320, m_halfHeight = 240;             ///< pixels
+    double m_focal = 0.0;                                  ///< distance of the screen from the eye, in half widths
+    double m_fov = 0.0;                                    ///< radians, full angle across the width
     std::array<double, 3> m_projection{1.0, 0.01, 1024.0}; ///< kept for the host
     bool m_constructed = false;
 };

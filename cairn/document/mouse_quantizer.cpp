@@ -12,8 +12,7 @@ void quantize(std::int64_t movement, std::int32_t step, std::int32_t& rest, std:
     using Limits = std::numeric_limits<std::int32_t>;
     const std::int64_t units = rest + movement;
     rest = static_cast<std::int32_t>(units % step);
-    pending = static_cast<std::int32_t>(
-        std::clamp<std::int64_t>(pending + units / step, Limits::min(), Limits::max()));
+    pending = static_cast<std::int32_t>(std::clamp<std::int64_t>(pending + units / step, Limits::min(), Limits::max()));
 }
 
 } // namespace

@@ -6,7 +6,7 @@ namespace cairn {
 
 /// Gathers the movement of a mouse in whole steps until somebody asks for it.
 class E_MouseQuantizer {
-public:
+  public:
     /// At rest; a step is one unit of movement.
     E_MouseQuantizer() = default;
     E_MouseQuantizer& operator=(const E_MouseQuantizer&) = default;
@@ -30,7 +30,7 @@ public:
     /// The pending steps along y; none are pending afterwards.
     int movedY();
 
-private:
+  private:
     E_MouseQuantizer(const E_MouseQuantizer&) {}
 
     void add(std::int64_t dx, std::int64_t dy);

@@ -19,8 +19,7 @@ constexpr const char* GRID_STEPS = "0.00390625;0.0078125;0.015625;0.03125;0.0625
 constexpr int MAX_TEXT_LENGTH = 0x10000;
 
 /// Calls `take` on each piece of `text` between the separators; one piece, an empty one, where the text is empty.
-template <class Take>
-void split(std::string_view text, char separator, Take&& take) {
+template <class Take> void split(std::string_view text, char separator, Take&& take) {
     for (std::size_t end; (end = text.find(separator)) != std::string_view::npos; text.remove_prefix(end + 1))
         take(text.substr(0, end));
     take(text);
@@ -166,7 +165,7 @@ void CN_DocumentPreferences::loadDocumentPreferences(F_MemoryFile& file) {
 string CN_DocumentPreferences::repairNumbers() {
     const CN_DocumentPreferences defaults;
     string repaired;
-    const auto repair = [&](auto CN_DocumentPreferences::* field, const char* name) {
+    const auto repair = [&](auto CN_DocumentPreferences::*field, const char* name) {
         if (std::isfinite(this->*field))
             return;
         this->*field = defaults.*field;
