@@ -49,6 +49,13 @@ class CN_Camera {
     void rotateCamera(float x, float y, float z);
     /// @}
 
+    /// Six planes that are kept and copied for the host.
+    const std::array<M_Plane3Template<double>, 6>& getFrustum() const { return m_frustum; }
+    std::array<M_Plane3Template<double>, 6>& accessFrustum() { return m_frustum; }
+    /// Three numbers that are kept and copied for the host.
+    const std::array<double, 3>& getProjection() const { return m_projection; }
+    std::array<double, 3>& accessProjection() { return m_projection; }
+
     /// @name Movement
     /// @{
     /// Adds the vector to the position; the speed plays no part.
@@ -103,18 +110,18 @@ class CN_Camera {
     void initializeMembers();
     void angUpdateMatrices();
     void tgtUpdateMatrices();
-    void updateInverse();
+    void storeFOV(double fov);
 
-    Vector m_position;                                 ///< the eye
-    Vector m_target;                                   ///< not stored
-    Matrix m_matrix;                                   ///< rows: right, up, forward
-    Matrix m_invMatrix;                                ///< derived: of m_matrix
-    M_Vector3Template<float> m_angles;                 ///< radians
-    double m_speed = 1.0;                              ///< multiplier of relative moves
-    std::array<M_Plane3Template<double>, 6> m_frustum; ///< kept for the host
-    int m_halfWidth = 320, m_halfHeight = 240;         ///< pixels
-    double m_focal = 0.0;                              ///< distance of the screen from the eye, in pixels
-    double m_fov = 0.0;                                ///< radians, full angle across the width
+    Vector m_position;                                     ///< the eye
+    Vector m_target;                                       ///< not stored
+    Matrix m_matrix;                                       ///< rows: right, up, forward
+    Matrix m_invMatrix;                                    ///< derived: of m_matrix
+    M_Vector3Template<float> m_angles;                     ///< radians
+    double m_speed = 1.0;                                  ///< multiplier of relative moves
+    std::array<M_Plane3Template<double>, 6> m_frustum;     ///< kept for the host
+    int m_halfWidth = 320, m_halfHeight = 240;             ///< pixels
+    double m_focal = 0.0;                                  ///< distance of the screen from the eye, in half widths
+    double m_fov = 0.0;                                    ///< radians, full angle across the width
     std::array<double, 3> m_projection{1.0, 0.01, 1024.0}; ///< kept for the host
     bool m_constructed = false;
 };

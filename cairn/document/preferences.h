@@ -1,7 +1,7 @@
 #pragma once
 
+#include "cairn/foundation/strings.h"
 #include "cairn/imaging/color.h"
-#include "cairn/platform/string.h"
 
 #include <vector>
 
@@ -67,7 +67,7 @@ class CN_DocumentPreferences {
 
     void saveDocumentPreferences(F_MemoryFile& file) const;
     /// Reads any version of the record. Fields that an older one lacks keep their values, but for "ignore portals",
-    /// which becomes false. Throws on damage; the preferences may be half read then.
+    /// which becomes false. Throws on damage, and on a text of more than 65,536 bytes; nothing is changed then.
     void loadDocumentPreferences(F_MemoryFile& file);
     /// Gives every number that is infinite or NaN its default: a setting is not worth a level. The names of those
     /// fields, comma-separated; empty where all were well.

@@ -76,48 +76,47 @@ class CN_Selection {
   private:
     void buildIndex();
 
-    std::list<CN_SelectionObserver*> m_observers;          ///< not owned
-    List m_selected;                                       ///< not owned
+    std::list<CN_SelectionObserver*> m_observers;            ///< not owned
+    List m_selected;                                         ///< not owned
     std::map<const CN_LevelEntity*, List::iterator> m_index; ///< the place of each selected entity
 };
 
 /// Walks over the selected entities.
 class CN_SelectionIterator : public CN_EntityIterator {
   public:
-    explicit CN_SelectionIterator(CN_Selection::List& list) : m_list(&list) {}
+    explicit CN_SelectionIterator(CN_Selection::List& list) : m_list(&list), m_at(list.end()) {}
 
     void begin() override;
-    bool end() override { return !m_positioned || m_at == m_list->end(); }
+    bool end() override { return m_at == m_list->end(); }
     CN_SelectionIterator& operator++() override;
-    CN_LevelEntity* operator*() override { return *m_at; }
-    CN_LevelEntity* operator->() override { return *m_at; }
+    /// The entity at the place, null at the end.
+    CN_LevelEntity* operator*() override;
+    CN_LevelEntity* operator->() override { return **this; }
     bool operator!=(const CN_EntityIterator& other) const override;
     /// The place past the last entity.
     CN_SelectionIterator getEnd() const;
 
   private:
-    CN_Selection::List* m_list; ///< not owned: of the selection
-    CN_Selection::List::iterator m_at;
-    bool m_positioned = false; ///< `begin` was called
+    CN_Selection::List* m_list;        ///< not owned: of the selection
+    CN_Selection::List::iterator m_at; ///< the end before `begin`
 };
 
 /// The const twin of `CN_SelectionIterator`.
 class CN_ConstSelectionIterator : public CN_ConstEntityIterator {
   public:
-    explicit CN_ConstSelectionIterator(const CN_Selection::List& list) : m_list(&list) {}
+    explicit CN_ConstSelectionIterator(const CN_Selection::List& list) : m_list(&list), m_at(list.end()) {}
 
     void begin() override;
-    bool end() override { return !m_positioned || m_at == m_list->end(); }
+    bool end() override { return m_at == m_list->end(); }
     CN_ConstSelectionIterator& operator++() override;
-    const CN_LevelEntity* operator*() override { return *m_at; }
-    const CN_LevelEntity* operator->() override { return *m_at; }
+    const CN_LevelEntity* operator*() override;
+    const CN_LevelEntity* operator->() override { return **this; }
     bool operator!=(const CN_ConstEntityIterator& other) const override;
     CN_ConstSelectionIterator getEnd() const;
 
   private:
-    const CN_Selection::List* m_list; ///< not owned: of the selection
-    CN_Selection::List::const_iterator m_at;
-    bool m_positioned = false; ///< `begin` was called
+    const CN_Selection::List* m_list;        ///< not owned: of the selection
+    CN_Selection::List::const_iterator m_at; ///< the end before `begin`
 };
 
 } // namespace cairn
