@@ -69,7 +69,6 @@ class CN_LevelEntityRadiosityLight : public CN_VirtualNode {
 
   private:
     void requestRenderer();
-    unsigned int currentPolygonIndex() const;
 
     CN_Polygon* m_radiosityPolygon = nullptr; ///< not owned: of the parent mesh, which owns it
     unsigned int m_polygonIndex = 0;          ///< its place in the mesh when last read or counted
