@@ -263,6 +263,10 @@ CN_LevelEntityMesh* CN_LevelEntity::getNewMesh() {
 
 void CN_LevelEntity::setRenderer(CN_EntityRendererInterface* renderer) { m_renderer.reset(renderer); }
 
+CN_EntityRendererFactory* CN_LevelEntity::getFactoryOfMissingRenderer() const {
+    return m_renderer ? nullptr : CN_LevelFileLibrary::instance()->entityRendererFactory;
+}
+
 void CN_LevelEntity::invalidateObject(bool deep) {
     m_objectDirty = true;
     for (CN_LevelEntity* child : m_children)

@@ -16,6 +16,7 @@ namespace cairn {
 class CN_AcyclicLevelVisitor;
 class CN_ChildNames;
 class CN_Document;
+class CN_EntityRendererFactory;
 class CN_EntityRendererInterface;
 class CN_ForEach;
 class CN_ForEachConst;
@@ -315,6 +316,12 @@ protected:
     void initializeMembers();
     /// Takes the renderer over, in place of one that was there; null for none.
     void setRenderer(CN_EntityRendererInterface* renderer);
+    /// The host's renderer factory where this entity has no renderer yet, else null; null too where the host has set
+    /// none. For the last lines of the most derived kind's copy constructor and `operator=`, and nowhere else:
+    ///
+    ///     if (CN_EntityRendererFactory* factory = getFactoryOfMissingRenderer())
+    ///         setRenderer(factory->createMeshRenderer(this));
+    CN_EntityRendererFactory* getFactoryOfMissingRenderer() const;
 
     void saveCommonEntityData(F_MemoryFile& file);
     void loadCommonEntityData(F_MemoryFile& file);
