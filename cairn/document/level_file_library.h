@@ -13,7 +13,7 @@ class CN_HierarchyManagerInterface;
 
 /// What exists once for the whole library: the host's plug-ins and the message catalogue.
 class CN_LevelFileLibrary {
-  public:
+public:
     using SharedDBPathCallback = CString& (*)();
 
     static CN_LevelFileLibrary* instance();
@@ -38,10 +38,11 @@ class CN_LevelFileLibrary {
 
     CN_EntityRendererFactory* entityRendererFactory = nullptr; ///< not owned: assigned by the host, null for none
 
-  private:
+private:
     CN_LevelFileLibrary() = default;
     void registerDefaults();
 
+    bool m_defaultsRegistered = false; ///< or being registered
     SharedDBPathCallback m_sharedDBPathCallback = nullptr;
     std::set<istring> m_targetGroups;
     CN_FSMMessageInfoProvider m_messageInfoProvider;

@@ -5,14 +5,18 @@
 #include "cairn/math/matrix4x3.h"
 
 #include <cstdint>
-#include <list>
+#include <functional>
+#include <limits>
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace cairn {
 
 class CN_AcyclicLevelVisitor;
 class CN_ChildNames;
 class CN_Document;
+class CN_EntityRendererFactory;
 class CN_EntityRendererInterface;
 class CN_ForEach;
 class CN_ForEachConst;
@@ -51,12 +55,15 @@ enum CN_EntityKind : int {
 /// beyond it is refused.
 inline constexpr int CN_MAX_ENTITY_DEPTH = 1024;
 
+/// What a bounding box has for its minimum while it is unset, and negated for its maximum: finite, as every stored value.
+inline constexpr double CN_UNSET_BOUND = std::numeric_limits<double>::max();
+
 /// Decides whether a polygon takes part in a ray test: the polygon, its material and the test's third flag.
 using CN_RayFilter = bool (*)(const CN_Polygon*, const CN_Material*, bool);
 
 /// The settings that every kind of entity has.
 class CN_GeneralEntityProperties {
-  public:
+public:
     CN_GeneralEntityProperties() = default;
     CN_GeneralEntityProperties(const CN_GeneralEntityProperties&) = default;
     CN_GeneralEntityProperties& operator=(const CN_GeneralEntityProperties&) = default;
@@ -78,7 +85,7 @@ class CN_GeneralEntityProperties {
     bool isGameplayCritical() const { return m_gameplayCritical; }
     void setGameplayCritical(bool critical) { m_gameplayCritical = critical; }
 
-  private:
+private:
     bool m_visible = true;           ///< shown by the host
     bool m_excludedFromGame = false; ///< left out of the game with all below it
     bool m_reserved = false;         ///< kept and stored, no meaning here
@@ -93,8 +100,8 @@ class CN_GeneralEntityProperties {
 /// An entity is made by the factory, owned by its parent once added, and else by whoever holds it; it owns its
 /// children. Rotations act on row vectors: a point in the parent's space is p * rotation + position.
 class CN_LevelEntity {
-  public:
-    using ChildList = std::list<CN_LevelEntity*, F_Allocator<CN_LevelEntity*>>;
+public:
+    using ChildList = CN_EntityChildList;
     using Vector = M_Vector3Template<double>;
     using Matrix = M_Matrix3Template<double>;
 
@@ -119,11 +126,17 @@ class CN_LevelEntity {
     /// Reads the complete record behind the entity id: common record, the kind's record, children. The root then
     /// brings the world values of the whole tree up to date. Throws an `F_Exception*` on damage.
     virtual void load(F_MemoryFile& file);
-    /// Writes the complete record behind the entity id. Throws before the first byte where `load` would refuse what is
+    /// Writes the entity id and the complete record behind it. Throws before the first byte where `load` would refuse what is
     /// written: entities nested too deep, values that are not finite.
     virtual void save(F_MemoryFile& file);
     virtual void loadEntitySpecificData(F_MemoryFile& file) = 0;
     virtual void saveEntitySpecificData(F_MemoryFile& file) = 0;
+    /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
+    /// subtree: what `save` does ahead of its first byte, and a document ahead of its own.
+    void checkSavable() const;
+    /// Why reading would refuse what `saveEntitySpecificData` writes, as the end of a sentence about the entity; empty
+    /// where it would not. `checkSavable` asks it.
+    virtual string findRecordFault() const;
     /// @}
 
     /// Renames the entity. With `autoFix` an empty name becomes the kind's, and one that a sibling has (without regard
@@ -131,7 +144,7 @@ class CN_LevelEntity {
     /// `CN_NameValidator`, where there is one. The entity's own name in other case is true and changes nothing. The
     /// qualified names of the subtree follow.
     virtual bool setName(const CString& name, bool autoFix);
-    virtual CString getName();
+    virtual CString getName() const;
     virtual int getImageIndex() const;
     virtual int getEntityId() const;
 
@@ -213,14 +226,14 @@ class CN_LevelEntity {
     /// The first child in list order of that name, without regard to case, or null. Constant time.
     virtual CN_LevelEntity* hasChildNamed(const CString& name);
 
-  protected:
+protected:
     /// The name with the least number, from its own on, whose base and number no sibling has, without regard to case
     /// and to the count of digits. It needs a parent. Constant time but for the first call under a parent.
     virtual CString getNextUniqueName(const CString& name);
     /// True if this kind may hold entities of that id.
     virtual bool onCanAdd(int entityId) = 0;
 
-  public:
+public:
     const Vector& getPosition() const { return m_position; }
     const Vector& getWorldPosition() const { return m_worldPosition; }
     const Matrix& getRotation() const { return m_rotation; }
@@ -297,11 +310,18 @@ class CN_LevelEntity {
     void setSaveNumber(std::uint32_t number) { m_saveNumber = number; }
     /// @}
 
-  protected:
+protected:
     /// For kinds that set the fields themselves.
     CN_LevelEntity();
     void initializeMembers();
+    /// Takes the renderer over, in place of one that was there; null for none.
     void setRenderer(CN_EntityRendererInterface* renderer);
+    /// The host's renderer factory where this entity has no renderer yet, else null; null too where the host has set
+    /// none. For the last lines of the most derived kind's copy constructor and `operator=`, and nowhere else:
+    ///
+    ///     if (CN_EntityRendererFactory* factory = getFactoryOfMissingRenderer())
+    ///         setRenderer(factory->createMeshRenderer(this));
+    CN_EntityRendererFactory* getFactoryOfMissingRenderer() const;
 
     void saveCommonEntityData(F_MemoryFile& file);
     void loadCommonEntityData(F_MemoryFile& file);
@@ -313,8 +333,8 @@ class CN_LevelEntity {
     Matrix m_rotation;                                  ///< relative to the parent
     Matrix m_worldRotation;                             ///< derived
     Matrix m_invWorldRotation;                          ///< derived: the transpose of the world rotation
-    Vector m_boundingMin;                               ///< of the bounding box; the largest double while unset
-    Vector m_boundingMax;                               ///< of the bounding box; the least double while unset
+    Vector m_boundingMin{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};    ///< of the bounding box
+    Vector m_boundingMax{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}; ///< of the bounding box
     double m_boundingRadius = 0;                        ///< of the sphere about the world position
     bool m_objectDirty = true;                          ///< a renderer's cached form is out of date
     CN_Document* m_document = nullptr;                  ///< not owned: set by the factory
@@ -329,12 +349,35 @@ class CN_LevelEntity {
     std::unique_ptr<CN_EntityRendererInterface> m_renderer; ///< may be null
     std::unique_ptr<E_FSM> m_fsm;                           ///< may be null
 
-  private:
+private:
     friend class CN_ChildNames;
+    class LoadScope;
 
-    std::unique_ptr<CN_ChildNames> m_childNames; ///< look-up of the children's names, built on demand
-    ChildList::iterator m_place;                 ///< of this entity among its parent's children; valid with a parent
+    void copyFields(const CN_LevelEntity& other);
+    void deleteDescendants();
+    CString getDefaultName() const;
+    void storeName(const CString& name);
+    void generateQualifiedNamesBelow(std::size_t& bytesLeft);
+    void generateLoadedNames();
+    CN_ChildNames* accessChildNames();
+    void tellChildNames(const std::function<void(CN_ChildNames&)>& change);
+    void countEnemy(CN_LevelEntity* child, int step);
+    CN_Document* getLivingDocument() const;
+    void advanceWaitCursor() const;
+    std::unique_ptr<CN_LevelEntity> createChild(int entityId, F_MemoryFile& file);
+    CN_LevelEntity* adoptLoaded(std::unique_ptr<CN_LevelEntity> child);
+    const char* findNotFinite() const;
+    void checkRotation();
+    void reportUnread(std::size_t bytes) const;
+    std::string getLoadPath() const;
+    bool isGameplayCritical_traverseUp() const;
+    bool isGameplayCritical_traverseDown() const;
+
+    std::unique_ptr<CN_ChildNames> m_childNames; ///< look-up of the children's names, built on demand; null while few
+    ChildList::iterator m_place;                 ///< of this entity among its parent's children; valid while listed
+    bool m_listed = false;                       ///< stands among its parent's children
     std::uint32_t m_saveNumber = 0;              ///< in the save under way, 0 outside one
+    std::uint32_t m_loadedId = 0;                ///< the identity it was read under, 0 for none
 };
 
 } // namespace cairn
