@@ -1,7 +1,6 @@
 #include "cairn/entities/cairn_level.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/parenting.h"
 #include "cairn/entities/visitors.h"
 
@@ -24,8 +23,7 @@ CN_CairnLevel& CN_CairnLevel::operator=(const CN_CairnLevel& other) {
 }
 
 void CN_CairnLevel::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createLevelRenderer(this));
 }
 

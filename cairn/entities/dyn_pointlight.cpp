@@ -1,7 +1,6 @@
 #include "cairn/entities/dyn_pointlight.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/visitors.h"
 
 namespace cairn {
@@ -66,8 +65,7 @@ I_Color CN_LevelEntityDynPointlight::getColor() { return I_Color(m_properties.co
 bool CN_LevelEntityDynPointlight::onCanAdd(int) { return false; }
 
 void CN_LevelEntityDynPointlight::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createDynPointlightRenderer(this));
 }
 

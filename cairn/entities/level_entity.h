@@ -134,6 +134,9 @@ public:
     /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
     /// subtree: what `save` does ahead of its first byte, and a document ahead of its own.
     void checkSavable() const;
+    /// Why reading would refuse what `saveEntitySpecificData` writes, as the end of a sentence about the entity; empty
+    /// where it would not. `checkSavable` asks it.
+    virtual string findRecordFault() const;
     /// @}
 
     /// Renames the entity. With `autoFix` an empty name becomes the kind's, and one that a sibling has (without regard
@@ -141,7 +144,7 @@ public:
     /// `CN_NameValidator`, where there is one. The entity's own name in other case is true and changes nothing. The
     /// qualified names of the subtree follow.
     virtual bool setName(const CString& name, bool autoFix);
-    virtual CString getName();
+    virtual CString getName() const;
     virtual int getImageIndex() const;
     virtual int getEntityId() const;
 

@@ -2,6 +2,7 @@
 #include "cairn/document/entity_factory.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/load_scope.h"
+#include "cairn/foundation/exception.h"
 #include "cairn/entities/virtual_node.h"
 #include "cairn/foundation/system.h"
 #include "cairn/fsm/change_manager.h"
@@ -278,17 +279,21 @@ void CN_LevelEntity::reportUnread(std::size_t bytes) const {
             fmt::format("{} bytes that a newer version wrote were passed over: a save loses them", bytes));
 }
 
+string CN_LevelEntity::findRecordFault() const { return {}; }
+
 void CN_LevelEntity::checkSavable() const {
     const auto refuse = [](const CN_LevelEntity* entity, const std::string& why) {
         const std::string path = shownPath(CN_HierarchyUtils::getFullyQualifiedName(entity));
         throw new F_Exception(fmt::format("The entity \"{}\" cannot be saved: {}", path, why));
     };
-    const auto checkFinite = [&](const CN_LevelEntity* entity) {
+    const auto checkRecord = [&](const CN_LevelEntity* entity) {
         if (const char* what = entity->findNotFinite())
             refuse(entity, fmt::format("its {} is not finite", what));
+        if (const string fault = entity->findRecordFault(); !fault.empty())
+            refuse(entity, fault);
     };
 
-    checkFinite(this);
+    checkRecord(this);
     std::vector<std::size_t> nameBytes{0}; // of the qualified names above the entity that is looked at, by depth
     std::size_t totalBytes = 0;
     CN_ConstPreIterator it(m_children);
@@ -301,7 +306,7 @@ void CN_LevelEntity::checkSavable() const {
             refuse(entity, why);
         if (!CN_EntityFactory::instance()->isKnown(entity->m_entityId))
             refuse(entity, fmt::format("no entity of type {} can be created", entity->m_entityId));
-        checkFinite(entity);
+        checkRecord(entity);
         nameBytes.resize(depth);
         nameBytes.push_back(nameBytes.back() + 2 + entity->m_name.view().size());
         totalBytes += nameBytes.back();

@@ -1,7 +1,6 @@
 #include "cairn/entities/mesh_entity.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/parenting.h"
 #include "cairn/entities/visitors.h"
 
@@ -20,8 +19,7 @@ CN_LevelEntityMesh& CN_LevelEntityMesh::operator=(const CN_LevelEntityMesh& othe
 }
 
 void CN_LevelEntityMesh::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createMeshRenderer(this));
 }
 

@@ -1,7 +1,6 @@
 #include "cairn/entities/portal.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/visitors.h"
 
 namespace cairn {
@@ -21,8 +20,7 @@ CN_LevelEntityPortal& CN_LevelEntityPortal::operator=(const CN_LevelEntityPortal
 }
 
 void CN_LevelEntityPortal::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createPortalRenderer(this));
 }
 

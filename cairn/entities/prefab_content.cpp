@@ -1,7 +1,6 @@
 #include "cairn/entities/prefab_content.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/parenting.h"
 #include "cairn/entities/visitors.h"
 
@@ -23,8 +22,7 @@ CN_LevelEntityPrefabContent& CN_LevelEntityPrefabContent::operator=(const CN_Lev
 }
 
 void CN_LevelEntityPrefabContent::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createPrefabContentRenderer(this));
 }
 

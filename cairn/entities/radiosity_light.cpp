@@ -1,7 +1,6 @@
 #include "cairn/entities/radiosity_light.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/visitors.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/geometry/mesh/mesh.h"
@@ -29,8 +28,7 @@ CN_LevelEntityRadiosityLight& CN_LevelEntityRadiosityLight::operator=(const CN_L
 }
 
 void CN_LevelEntityRadiosityLight::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createRadiosityLightRenderer(this));
 }
 
@@ -72,6 +70,13 @@ void CN_LevelEntityRadiosityLight::loadEntitySpecificData(F_MemoryFile& file) {
     file.skipChunk();
 }
 
+string CN_LevelEntityRadiosityLight::findRecordFault() const {
+    const auto* const mesh = dynamic_cast<const CN_Mesh*>(getParent());
+    return !mesh || mesh->findPolygonIndex(m_radiosityPolygon) >= 0
+               ? string()
+               : string("it stands on no polygon of its parent mesh");
+}
+
 void CN_LevelEntityRadiosityLight::setRadiosityPolygon(CN_Polygon* polygon) {
     m_radiosityPolygon = polygon;
     if (polygon)
@@ -109,7 +114,5 @@ void CN_RLightProperties::initialize() {
     hotspotAngle = defaults.hotspotAngle;
     falloffAngle = defaults.falloffAngle;
 }
-
-CN_RLightProperties CN_LevelEntityRadiosityLight::m_sRDefaultLightProperties;
 
 } // namespace cairn

@@ -1,7 +1,6 @@
 #include "cairn/entities/tri_mesh.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/parenting.h"
 #include "cairn/entities/visitors.h"
 #include "cairn/fsm/fsm.h"
@@ -27,8 +26,7 @@ CN_LevelEntityTriMesh& CN_LevelEntityTriMesh::operator=(const CN_LevelEntityTriM
 }
 
 void CN_LevelEntityTriMesh::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createTriMeshRenderer(this));
 }
 

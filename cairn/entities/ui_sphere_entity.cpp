@@ -1,7 +1,6 @@
 #include "cairn/entities/ui_sphere_entity.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/document/shared_db.h"
 #include "cairn/entities/finite_box.h"
 
@@ -12,8 +11,7 @@ namespace cairn {
 CN_UISphereEntity::CN_UISphereEntity(int entityId, int imageIndex) : CN_LevelEntity(entityId, imageIndex) {}
 
 void CN_UISphereEntity::requestSphereRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createUISphereRenderer(this));
 }
 
@@ -53,6 +51,10 @@ void CN_UISphereEntity::loadEntitySpecificData(F_MemoryFile& file) {
     setSharedDBName(toString(name), CN_SharedDB::instance() != nullptr);
     m_radius = radius;
     file.skipChunk();
+}
+
+string CN_UISphereEntity::findRecordFault() const {
+    return std::isfinite(m_radius) ? string() : string("its radius is not finite");
 }
 
 void CN_UISphereEntity::calculateBoundingBox() {

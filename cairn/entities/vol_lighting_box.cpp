@@ -1,7 +1,6 @@
 #include "cairn/entities/vol_lighting_box.h"
 
 #include "cairn/document/host_interfaces.h"
-#include "cairn/document/level_file_library.h"
 #include "cairn/entities/finite_box.h"
 #include "cairn/entities/visitors.h"
 
@@ -29,8 +28,7 @@ CN_LevelEntityVolLightingBox& CN_LevelEntityVolLightingBox::operator=(const CN_L
 }
 
 void CN_LevelEntityVolLightingBox::requestRenderer() {
-    CN_EntityRendererFactory* const factory = CN_LevelFileLibrary::instance()->entityRendererFactory;
-    if (!getRenderer() && factory)
+    if (CN_EntityRendererFactory* const factory = getFactoryOfMissingRenderer())
         setRenderer(factory->createVolLightingBoxRenderer(this));
 }
 
@@ -58,9 +56,15 @@ void CN_LevelEntityVolLightingBox::loadEntitySpecificData(F_MemoryFile& file) {
     int resolution = 0;
     body >> size;
     body >> resolution;
+    if (!size.isFinite())
+        body.fail("The size of the entity \"" + toString(getName()) + "\" is not finite");
     m_size = size;
     m_resolution = resolution;
     file.skipChunk();
+}
+
+string CN_LevelEntityVolLightingBox::findRecordFault() const {
+    return m_size.isFinite() ? string() : string("its size is not finite");
 }
 
 bool CN_LevelEntityVolLightingBox::intersectRay(Vector& point, double& distance, const Vector& origin,
