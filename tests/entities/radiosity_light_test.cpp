@@ -12,7 +12,7 @@ namespace {
 void readRecord(CN_LevelEntityRadiosityLight& light, float hotspot, float falloff, unsigned int index) {
     F_MemoryFile file;
     file.createChunk(0, 1);
-    for (const unsigned char channel : {1, 2, 3, 4})
+    for (unsigned char channel = 1; channel <= 4; ++channel)
         file << channel;
     file << 5.0f << hotspot << falloff << index;
     file.closeChunk();
