@@ -97,9 +97,6 @@ TEST_F(DocumentTest, TellsWhatIsNoLevelFile) {
     EXPECT_EQ(refusedFormat(makeLevel({.versionChunk = false, .formatVersion = 2})), 2);
     EXPECT_EQ(refusedFormat({}), -1);
     EXPECT_EQ(refusedFormat({'P', 'K', 3, 4, 0xFF, 0xFF, 0xFF, 0xFF}), -1);
-    const Bytes level = makeLevel({});
-    EXPECT_EQ(refusedFormat(Bytes(level.begin() + 28, level.end())), 99) << "the sentinel stands bare then";
-
     CN_Document old;
     loadLevel(old, makeLevel({.versionChunk = false}));
     EXPECT_EQ(old.getInfoDocumentCreatedWithBuild(), "Before Build 22");
