@@ -97,6 +97,7 @@ TEST_F(DocumentTest, TellsWhatIsNoLevelFile) {
     EXPECT_EQ(refusedFormat(makeLevel({.versionChunk = false, .formatVersion = 2})), 2);
     EXPECT_EQ(refusedFormat({}), -1);
     EXPECT_EQ(refusedFormat({'P', 'K', 3, 4, 0xFF, 0xFF, 0xFF, 0xFF}), -1);
+
     CN_Document old;
     loadLevel(old, makeLevel({.versionChunk = false}));
     EXPECT_EQ(old.getInfoDocumentCreatedWithBuild(), "Before Build 22");
@@ -176,6 +177,21 @@ TEST_F(DocumentTest, ShowsBrokenRotationsOnceAndKeepsThem) {
     const Bytes saved = saveLevel(document);
     loadLevel(again, saved);
     EXPECT_EQ(saveLevel(again), saved);
+}
+
+TEST_F(DocumentTest, ReportsTheTreeBeforeItReadsTheSelection) {
+    OldLevel level = levelOf({{.name = "Way"}});
+    level.root.children[0].rotation.row(0).x = 2;
+    level.selection = OldLevel::Selection::NOTHING;
+    level.groupNames = false;
+    Bytes image = makeLevel(level);
+    image.resize(image.size() - CAMERA_BYTES - 1);
+    CN_Document document;
+    EXPECT_NE(failureText([&] { loadLevel(document, image); }).find("a byte"), string::npos);
+    EXPECT_EQ(m_process.boxes().size(), 1u);
+    EXPECT_TRUE(document.getPlayer());
+    EXPECT_EQ(test::reportCodes(document), "repaired broken-rotation");
+    EXPECT_EQ(document.getLoadReport().getFindings()[1].entity, "::Way");
 }
 
 TEST_F(DocumentTest, RepairsSettingsThatAreNotFinite) {

@@ -90,7 +90,7 @@ TEST(HostileLevel, NestingEndsAtItsBound) {
 TEST(HostileLevel, QualifiedNamesTakeNoMoreThanTheyMay) {
     const test::ProcessStateGuard process;
     const string failure = loadFailure(chain(64, std::string(0x10000, 'n'))); // 128 MiB in all
-    EXPECT_NE(failure, "(nothing thrown)");
+    EXPECT_NE(failure.find("qualified names"), string::npos);
     EXPECT_LT(failure.size(), 0x400000u);
 }
 
