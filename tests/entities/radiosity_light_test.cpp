@@ -61,6 +61,26 @@ TEST(RadiosityLight, BindsToThePolygonAtItsIndexAndSavesThePlaceItHasNow) {
     mesh.remove(&again);
 }
 
+TEST(RadiosityLight, IsRefusedByASaveWhereItStandsOnNoPolygonOfItsMesh) {
+    CN_LevelEntityMesh mesh, other;
+    auto* const light = new CN_LevelEntityRadiosityLight;
+    mesh.add(light, false);
+    for (CN_Polygon* const polygon : {static_cast<CN_Polygon*>(nullptr), other.addPolygon(), mesh.addPolygon()}) {
+        light->setRadiosityPolygon(polygon);
+        const bool own = polygon && polygon->getParent() == &mesh;
+        F_MemoryFile file;
+        try {
+            mesh.save(file);
+            EXPECT_TRUE(own);
+        } catch (F_Exception* e) {
+            F_ExceptionGuard guard(e);
+            EXPECT_FALSE(own);
+            EXPECT_NE(e->getErrorMessage().find("Radiosity_Light_00"), string::npos) << e->getErrorMessage();
+            EXPECT_EQ(file.getSize(), 0u);
+        }
+    }
+}
+
 TEST(RadiosityLight, EndsTheProcessOnAnIndexBeyondThePolygons) {
     test::ProcessStateGuard state;
     CN_LevelEntityMesh mesh;
