@@ -1,5 +1,4 @@
 #include "cairn/document/entity_factory.h"
-
 #include "cairn/document/host_interfaces.h"
 #include "cairn/document/level_file_library.h"
 #include "cairn/document/load_report.h"
@@ -55,13 +54,21 @@ struct CountingRenderers : CN_EntityRendererFactory {
         ++count;
         return new Renderer;
     }
-    CN_EntityRendererInterface* createVolLightingBoxRenderer(CN_LevelEntityVolLightingBox*) override { return made(others); }
-    CN_EntityRendererInterface* createRadiosityLightRenderer(CN_LevelEntityRadiosityLight*) override { return made(others); }
+    CN_EntityRendererInterface* createVolLightingBoxRenderer(CN_LevelEntityVolLightingBox*) override {
+        return made(others);
+    }
+    CN_EntityRendererInterface* createRadiosityLightRenderer(CN_LevelEntityRadiosityLight*) override {
+        return made(others);
+    }
     CN_EntityRendererInterface* createTriMeshRenderer(CN_LevelEntityTriMesh*) override { return made(others); }
-    CN_EntityRendererInterface* createPrefabContentRenderer(CN_LevelEntityPrefabContent*) override { return made(others); }
+    CN_EntityRendererInterface* createPrefabContentRenderer(CN_LevelEntityPrefabContent*) override {
+        return made(others);
+    }
     CN_EntityRendererInterface* createPortalRenderer(CN_LevelEntityPortal*) override { return made(others); }
     CN_EntityRendererInterface* createUISphereRenderer(CN_UISphereEntity*) override { return made(spheres); }
-    CN_EntityRendererInterface* createDynPointlightRenderer(CN_LevelEntityDynPointlight*) override { return made(lights); }
+    CN_EntityRendererInterface* createDynPointlightRenderer(CN_LevelEntityDynPointlight*) override {
+        return made(lights);
+    }
     CN_EntityRendererInterface* createMeshRenderer(CN_LevelEntityMesh*) override { return made(meshes); }
     CN_EntityRendererInterface* createLevelRenderer(CN_CairnLevel*) override { return made(levels); }
     int spheres = 0, lights = 0, meshes = 0, levels = 0, others = 0;
@@ -87,7 +94,8 @@ TEST(EntityFactory, PrototypesAndEntitiesAskForRenderers) {
     level->remove(mesh);
     level->add(mesh, false);
     EXPECT_TRUE(mesh->isObjectDirty());
-    CN_EntityFactory::instance()->registerEntity(CN_KIND_WAYPOINT, waypoint); // an old prototype's renderer dies with it
+    CN_EntityFactory::instance()->registerEntity(CN_KIND_WAYPOINT,
+                                                 waypoint); // an old prototype's renderer dies with it
 }
 
 TEST(NameValidator, SaysWhatIsWrongWithAName) {

@@ -1,6 +1,5 @@
-#include "cairn/entities/child_names.h"
-
 #include "cairn/document/name_validator.h"
+#include "cairn/entities/child_names.h"
 #include "tests/entities/entity_tree.h"
 
 #include <gtest/gtest.h>
@@ -54,7 +53,8 @@ RC_GTEST_PROP(ChildNames, AreThoseOfAWalkOverTheSiblings, ()) {
         const std::string name = *anyName;
         const std::size_t count = root->getChildren().size();
         CN_LevelEntity* chosen =
-            count == 0 ? nullptr : *std::next(root->getChildren().begin(), *rc::gen::inRange(0, static_cast<int>(count)));
+            count == 0 ? nullptr
+                       : *std::next(root->getChildren().begin(), *rc::gen::inRange(0, static_cast<int>(count)));
         RC_ASSERT(root->hasChildNamed(CString(name)) == firstNamed(*root, name));
         if (step == 0 || !chosen) {
             const bool hit = firstNamed(*root, name) != nullptr;
@@ -71,8 +71,8 @@ RC_GTEST_PROP(ChildNames, AreThoseOfAWalkOverTheSiblings, ()) {
         } else if (!name.empty()) {
             CN_LevelEntity* holder = firstNamed(*root, name);
             const std::string before = chosen->getName().str();
-            const std::string expected = holder == chosen ? before
-                                         : holder         ? nextUniqueNameByWalks(*root, chosen, name)
+            const std::string expected = holder == chosen            ? before
+                                         : holder                    ? nextUniqueNameByWalks(*root, chosen, name)
                                          : toIString(name) == "this" ? before
                                                                      : name;
             chosen->setName(CString(name), true);
@@ -85,15 +85,15 @@ TEST(ChildNames, CountOnFromTheNameThatIsTaken) {
     struct Row {
         const char *taken, *wanted, *expected;
     };
-    for (const auto& [taken, wanted, expected] : std::initializer_list<Row>{
-             {"Room", "Room", "Room01"},
-             {"Room", "ROOM", "ROOM01"},
-             {"Room7", "Room7", "Room8"},
-             {"Room007", "Room007", "Room008"},
-             {"Room99", "Room99", "Room100"},
-             {"7", "7", "8"},
-             {"Door99999999999", "Door99999999999", "Door100000000000"},
-             {"A18446744073709551615", "A18446744073709551615", "A18446744073709551616"}}) {
+    for (const auto& [taken, wanted, expected] :
+         std::initializer_list<Row>{{"Room", "Room", "Room01"},
+                                    {"Room", "ROOM", "ROOM01"},
+                                    {"Room7", "Room7", "Room8"},
+                                    {"Room007", "Room007", "Room008"},
+                                    {"Room99", "Room99", "Room100"},
+                                    {"7", "7", "8"},
+                                    {"Door99999999999", "Door99999999999", "Door100000000000"},
+                                    {"A18446744073709551615", "A18446744073709551615", "A18446744073709551616"}}) {
         auto root = makeEntity(CN_KIND_LEVEL);
         addChild(*root, CN_KIND_WAYPOINT, taken);
         EXPECT_EQ(addChild(*root, CN_KIND_WAYPOINT, wanted)->getName().str(), expected);

@@ -1,5 +1,4 @@
 #include "cairn/entities/entity_iterator.h"
-
 #include "cairn/entities/for_each.h"
 #include "tests/entities/entity_tree.h"
 

@@ -1,6 +1,5 @@
-#include "cairn/entities/hierarchy_utils.h"
-
 #include "cairn/document/selection.h"
+#include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/prefab_content.h"

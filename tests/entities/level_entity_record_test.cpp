@@ -96,10 +96,10 @@ TEST_F(LevelEntityRecord, FirstOfAnIdentityKeepsIt) {
 
 TEST_F(LevelEntityRecord, SiblingsAlikeAreRenamedAndReported) {
     LevelDocument document;
-    const auto root = loadOld(
-        bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_MESH, "a"), bare(CN_KIND_MESH, "A"), bare(CN_KIND_MESH, ""),
-                                  bare(CN_KIND_MESH, "this", {bare(CN_KIND_MESH, "x")})}),
-        &document);
+    const auto root = loadOld(bare(CN_KIND_LEVEL, "r",
+                                   {bare(CN_KIND_MESH, "a"), bare(CN_KIND_MESH, "A"), bare(CN_KIND_MESH, ""),
+                                    bare(CN_KIND_MESH, "this", {bare(CN_KIND_MESH, "x")})}),
+                              &document);
     std::vector<std::string> names;
     for (const CN_LevelEntity* child : root->getChildren())
         names.push_back(child->getName().str());
@@ -135,12 +135,12 @@ TEST_F(LevelEntityRecord, RefusesWhatCannotStandWhereItIs) {
     far.position.y = NaN;
     OldEntity round = bare(CN_KIND_MESH, "round");
     round.boundingRadius = std::numeric_limits<double>::infinity();
-    for (const auto& [entity, first, second] : std::vector<Row>{
-             {bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_MESH, "a", {bare(101, "odd")})}), "\"::a\"", "101"},
-             {bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_LEVEL, "odd")}), "\"::\"", "103"},
-             {bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_PORTAL, "odd")}), "\"::\"", "114"},
-             {bare(CN_KIND_LEVEL, "r", {far}), "\"::far\"", "position"},
-             {bare(CN_KIND_LEVEL, "r", {round}), "\"::round\"", "bounding radius"}})
+    for (const auto& [entity, first, second] :
+         std::vector<Row>{{bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_MESH, "a", {bare(101, "odd")})}), "\"::a\"", "101"},
+                          {bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_LEVEL, "odd")}), "\"::\"", "103"},
+                          {bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_PORTAL, "odd")}), "\"::\"", "114"},
+                          {bare(CN_KIND_LEVEL, "r", {far}), "\"::far\"", "position"},
+                          {bare(CN_KIND_LEVEL, "r", {round}), "\"::round\"", "bounding radius"}})
         EXPECT_THAT(failureText([&, e = &entity] { loadOld(*e); }), AllOf(HasSubstr(first), HasSubstr(second)));
     EXPECT_TRUE(loaded().empty());
     EXPECT_EQ(qualifiedName(loadOld(bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_MESH, "a")}))->getChildren().front()), "::a")

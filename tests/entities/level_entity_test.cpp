@@ -1,8 +1,7 @@
-#include "cairn/entities/level_entity.h"
-
 #include "cairn/document/host_interfaces.h"
 #include "cairn/document/level_file_library.h"
 #include "cairn/entities/enemy.h"
+#include "cairn/entities/level_entity.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/visitors.h"
 #include "cairn/entities/waypoint.h"
@@ -20,7 +19,9 @@ using testing::ElementsAre;
 
 constexpr double TOLERANCE = 1e-12;
 
-void expectNear(const Vector& a, const Vector& b) { EXPECT_LE((a - b).length(), TOLERANCE) << a.x << ' ' << a.y << ' ' << a.z; }
+void expectNear(const Vector& a, const Vector& b) {
+    EXPECT_LE((a - b).length(), TOLERANCE) << a.x << ' ' << a.y << ' ' << a.z;
+}
 
 /// Keeps what it is told, for as long as it lives.
 struct Listener : CN_HierarchyManagerInterface {
