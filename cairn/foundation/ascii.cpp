@@ -20,6 +20,18 @@ std::string_view numberBody(std::string_view text) {
     return text;
 }
 
+/// True where a number beyond the range of `double` is too large for it, false where it is too small: by the decimal
+/// place of its first digit that is not 0, moved by the exponent.
+bool isTooLarge(std::string_view number) {
+    const std::size_t e = std::min(number.find_first_of("eE"), number.size());
+    const std::string_view digits = number.substr(0, e);
+    const std::size_t point = std::min(digits.find('.'), digits.size());
+    const std::size_t first = std::min(digits.find_first_of("123456789"), digits.size());
+    const auto place = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first);
+    const std::string_view exponent = number.substr(std::min(e + 1, number.size()));
+    return place + parseInt(exponent) > 0;
+}
+
 } // namespace
 
 int asciiCompareNoCase(std::string_view a, std::string_view b) {
@@ -59,17 +71,16 @@ std::string_view asciiTrimmed(std::string_view text) {
 
 double parseDouble(std::string_view text) {
     const std::string_view body = numberBody(text);
+    const std::size_t start = body.starts_with('-') ? 1 : 0;
+    if (start == body.size() || !(asciiIsDigit(body[start]) || body[start] == '.'))
+        return 0; // `std::from_chars` would take "inf" and "nan" for numbers
     double value = 0;
     const auto [end, error] = std::from_chars(body.data(), body.data() + body.size(), value);
     if (error != std::errc::result_out_of_range)
         return error == std::errc() ? value : 0;
-    // Out of range: too large is infinite, too small is 0, by the sign of the exponent.
     const std::string_view number(body.data(), static_cast<std::size_t>(end - body.data()));
-    const std::size_t e = number.find_first_of("eE");
-    const bool negative = number.front() == '-';
-    const bool small = e != std::string_view::npos && e + 1 < number.size() && number[e + 1] == '-';
-    const double magnitude = small ? 0 : std::numeric_limits<double>::infinity();
-    return negative ? -magnitude : magnitude;
+    const double magnitude = isTooLarge(number) ? std::numeric_limits<double>::infinity() : 0;
+    return start == 1 ? -magnitude : magnitude;
 }
 
 int parseInt(std::string_view text) {

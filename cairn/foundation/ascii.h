@@ -29,7 +29,8 @@ std::size_t asciiHashNoCase(std::string_view text);
 std::string_view asciiTrimmed(std::string_view text);
 
 /// The number at the head of `text`, as the C locale writes it: leading white space, a sign, digits, a fraction, an
-/// exponent; what follows is ignored. 0 where no number stands there.
+/// exponent; what follows is ignored. Beyond the range of a `double` it is infinite or 0; 0 where no number stands there
+/// ("inf" and "nan" are none).
 double parseDouble(std::string_view text);
 /// The whole number at the head of `text`: leading white space, a sign, digits. Beyond the range of an `int` it is the
 /// nearest `int`; 0 where no number stands there.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace cairn {
 
@@ -88,6 +89,8 @@ void F_MemoryFile::toRead() {
         m_writing = false;
     }
     m_readAt = m_data;
+    if (m_root == this)
+        m_unreadBytes = 0;
 }
 
 bool F_MemoryFile::setVerifying(bool verify) { return std::exchange(s_verifying, verify); }
@@ -273,7 +276,7 @@ void F_MemoryFile::writeCount(std::size_t count) {
 std::size_t F_MemoryFile::readCount(std::size_t minBytesPerElement) {
     unsigned int count = 0;
     get(count, "a count");
-    if (minBytesPerElement > 0 && count > getRemaining() / minBytesPerElement)
+    if (count > getRemaining() / std::max<std::size_t>(minBytesPerElement, 1))
         fail(formatText("A count of %u elements cannot stand in the %zu bytes that are left", count, getRemaining()));
     return count;
 }

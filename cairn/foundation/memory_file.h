@@ -44,7 +44,7 @@ class F_MemoryFile {
     /// Drops what the file holds and opens `size` bytes for reading, as the constructor does.
     void construct(const void* data, std::size_t size, bool copy);
     /// Turns a written file to reading, from its first byte; a reading file is only rewound. Throws while a chunk is
-    /// open for writing.
+    /// open for writing. On the outermost file it also forgets the unread bytes, which are met again.
     void toRead();
 
     /// The first byte of the file; valid until the next write, `construct` or the end of the file.
@@ -103,8 +103,8 @@ class F_MemoryFile {
     void readTag(BasicType type);
     /// Writes the number of elements that follow as `unsigned int`; throws beyond its range.
     void writeCount(std::size_t count);
-    /// Reads such a number and throws where that many elements of at least `minBytesPerElement` each cannot stand in
-    /// the bytes that are left: what it gives may be reserved.
+    /// Reads such a number and throws where that many elements of at least `minBytesPerElement` each (0 counts as 1)
+    /// cannot stand in the bytes that are left: what it gives may be reserved.
     std::size_t readCount(std::size_t minBytesPerElement);
     /// The tag and then an `int` count, ahead of a container.
     void writeTaggedCount(BasicType type, std::size_t count);
@@ -126,7 +126,8 @@ class F_MemoryFile {
     F_MemoryFile& operator<<(const CString& v) { return putText(v.view()); }
     F_MemoryFile& operator<<(const string& v) { return putText(v); }
     F_MemoryFile& operator<<(const istring& v) { return putText(cairn::view(v)); }
-    F_MemoryFile& operator<<(const char* v) { return putText(v); }
+    /// Null is stored as the empty text.
+    F_MemoryFile& operator<<(const char* v) { return putText(v ? v : ""); }
     template <class T> F_MemoryFile& operator<<(const M_Vector2Template<T>& v) { return putNumbers<T, 2>(v); }
     template <class T> F_MemoryFile& operator<<(const M_Vector3Template<T>& v) { return putNumbers<T, 3>(v); }
     template <class T> F_MemoryFile& operator<<(const M_Matrix3Template<T>& v) { return putNumbers<T, 9>(v); }

@@ -16,8 +16,10 @@ struct Handlers {
     VerboseHandler verbose;
 };
 
+/// Never destroyed: the end of the process may still write through them. What is called is a copy, as a handler may
+/// install another one.
 Handlers& handlers() {
-    static Handlers all;
+    static Handlers& all = *new Handlers;
     return all;
 }
 
@@ -36,23 +38,23 @@ VerboseHandler setVerboseHandler(VerboseHandler handler) {
 }
 
 void AfxMessageBox(const CString& text, unsigned style) {
-    if (handlers().messageBox)
-        return handlers().messageBox(text, style);
+    if (const MessageBoxHandler handler = handlers().messageBox)
+        return handler(text, style);
     std::fwrite(text.GetString(), 1, text.view().size(), stderr);
     std::fputc('\n', stderr);
 }
 
 void terminateAfterMessage(const CString& reason) {
-    if (handlers().processEnd)
-        handlers().processEnd(0);
+    if (const ProcessEndHandler handler = handlers().processEnd)
+        handler(0);
     else
         std::exit(0);
     throw new F_Exception(toString(reason));
 }
 
 void writeVerbose(const std::string& text) {
-    if (handlers().verbose)
-        handlers().verbose(text);
+    if (const VerboseHandler handler = handlers().verbose)
+        handler(text);
 }
 
 } // namespace cairn

@@ -3,13 +3,31 @@
 #include "cairn/foundation/ascii.h"
 
 #include <cstdio>
+#include <locale.h>
 #include <ostream>
 
 namespace cairn {
 
 namespace {
 
-std::string formatted(const char* format, std::va_list args) {
+/// Puts this thread under the C locale for its life, so that a host's locale gives no text another decimal point.
+class CLocaleScope {
+  public:
+    CLocaleScope() : m_before(::uselocale(cLocale())) {}
+    ~CLocaleScope() { ::uselocale(m_before); }
+    CLocaleScope(const CLocaleScope&) = delete;
+    CLocaleScope& operator=(const CLocaleScope&) = delete;
+
+  private:
+    static ::locale_t cLocale() {
+        static const ::locale_t c = ::newlocale(LC_ALL_MASK, "C", nullptr);
+        return c;
+    }
+    ::locale_t m_before; ///< what the thread had
+};
+
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, std::va_list args) {
+    const CLocaleScope scope;
     std::va_list again;
     va_copy(again, args);
     const int length = std::vsnprintf(nullptr, 0, format, args);

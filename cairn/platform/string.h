@@ -32,9 +32,9 @@ class CString {
     /// Like `CompareNoCase`, with case.
     int Compare(const CString& other) const { return m_text.compare(other.m_text); }
 
-    /// Replaces the text by the formatted one, of any length.
+    /// Replaces the text by what `printf` would make in the C locale, of any length.
     [[gnu::format(printf, 2, 3)]] void Format(const char* format, ...);
-    void FormatV(const char* format, std::va_list args);
+    [[gnu::format(printf, 2, 0)]] void FormatV(const char* format, std::va_list args);
 
     CString& operator+=(const CString& other) {
         m_text += other.m_text;
@@ -54,7 +54,7 @@ class CString {
 /// Writes the bytes of the text.
 std::ostream& operator<<(std::ostream& out, const CString& s);
 
-/// The text that `printf` would make, of any length.
+/// The text that `printf` would make in the C locale, of any length.
 [[gnu::format(printf, 1, 2)]] std::string formatText(const char* format, ...);
 
 /// The platform's growing array of strings.

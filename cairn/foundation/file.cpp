@@ -1,0 +1,228 @@
+#include "cairn/foundation/file.h"
+
+#include "cairn/foundation/exception.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+namespace cairn {
+
+namespace {
+
+constexpr int MAX_LINKS = 40;                   ///< of a chain of symbolic links, as the system's own bound
+constexpr int MAX_NAME_ATTEMPTS = 1000;         ///< for the name of a file beside another
+constexpr std::size_t READ_STEP = 64 * 1024;    ///< first bytes asked of a stream whose length nobody knows
+constexpr ::mode_t PERMISSION_BITS = 07777;     ///< of a file's mode
+constexpr ::mode_t NEW_FILE_MODE = 0666;        ///< less what the process masks
+constexpr ::mode_t UNTIL_PERMITTED_MODE = 0600; ///< of a file that takes another's permissions later
+
+constinit F_File theFile;
+
+[[noreturn]] void failFile(const string& action, const string& fileName, int error) {
+    throw new F_Exception(action + " \"" + fileName + "\": " + std::generic_category().message(error));
+}
+
+struct CloseFile {
+    void operator()(std::FILE* f) const { std::fclose(f); }
+};
+using OwnedFile = std::unique_ptr<std::FILE, CloseFile>;
+
+/// A file descriptor that is closed at the end of its life.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    ~Descriptor() {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return m_fd; }
+    /// Closes now and says whether that went well: a full disk may show only here.
+    bool close() { return ::close(std::exchange(m_fd, -1)) == 0; }
+
+private:
+    int m_fd; ///< -1 where none is open
+};
+
+/// Removes a file at the end of its life unless it has found its place.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(string name) : m_name(std::move(name)) {}
+    ~TemporaryFile() {
+        if (!m_placed)
+            ::unlink(m_name.c_str());
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const string& name() const { return m_name; }
+    bool moveTo(const string& place) {
+        m_placed = std::rename(m_name.c_str(), place.c_str()) == 0;
+        return m_placed;
+    }
+
+private:
+    string m_name;
+    bool m_placed = false;
+};
+
+/// The folder of a file, with the slash behind it; empty for the working folder.
+string folderOf(const string& fileName) { return fileName.substr(0, fileName.rfind('/') + 1); }
+
+/// Where `fileName` leads through symbolic links; the file itself need not exist.
+string followLinks(string fileName) {
+    const string asked = fileName;
+    for (int i = 0; i < MAX_LINKS; ++i) {
+        char target[PATH_MAX];
+        const ::ssize_t length = ::readlink(fileName.c_str(), target, sizeof target);
+        if (length < 0)
+            return fileName;
+        const string link(target, static_cast<std::size_t>(length));
+        fileName = link.starts_with('/') ? link : folderOf(fileName) + link;
+    }
+    failFile("Cannot write", asked, ELOOP);
+}
+
+/// Makes a file of a name that nobody has in `folder`; gives its name and puts its descriptor into `fd`.
+string makeBeside(const string& folder, ::mode_t mode, int& fd) {
+    static unsigned counter = 0;
+    for (int i = 0; i < MAX_NAME_ATTEMPTS; ++i) {
+        const string name = folder + formatText(".cairn-%ld-%u.tmp", static_cast<long>(::getpid()), ++counter);
+        fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
+        if (fd >= 0)
+            return name;
+        if (errno != EEXIST)
+            break;
+    }
+    return {};
+}
+
+bool writeAll(int fd, std::span<const unsigned char> bytes) {
+    while (!bytes.empty()) {
+        const ::ssize_t n = ::write(fd, bytes.data(), bytes.size());
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(n));
+    }
+    return true;
+}
+
+/// The bytes that a look at `stream` promises; 0 where it is no regular file.
+std::size_t expectedSize(std::FILE* stream) {
+    struct ::stat s {};
+    if (::fstat(::fileno(stream), &s) != 0 || !S_ISREG(s.st_mode))
+        return 0;
+    return static_cast<std::size_t>(s.st_size);
+}
+
+} // namespace
+
+constinit F_File* const File = &theFile;
+
+int F_File::size(const char* fileName) const {
+    struct ::stat s {};
+    if (::stat(fileName, &s) != 0)
+        failFile("Cannot look at", fileName, errno);
+    if (!S_ISREG(s.st_mode))
+        failFile("Cannot look at", fileName, S_ISDIR(s.st_mode) ? EISDIR : EINVAL);
+    if (s.st_size > INT_MAX)
+        failFile("Cannot look at", fileName, EFBIG);
+    return static_cast<int>(s.st_size);
+}
+
+void* F_File::load(const char* application, const char* fileName, int size) const {
+    const string action = string(application) + " cannot read";
+    if (size < -1)
+        failFile(action, fileName, EINVAL);
+    const auto wanted = static_cast<std::size_t>(size == -1 ? this->size(fileName) : size);
+    const OwnedFile file(std::fopen(fileName, "rbe"));
+    if (!file)
+        failFile(action, fileName, errno);
+    if (size > 0 && expectedSize(file.get()) < wanted)
+        throw new F_Exception(action + " \"" + fileName + formatText("\": it has fewer than %d bytes", size));
+    struct Free {
+        void operator()(void* p) const { std::free(p); }
+    };
+    std::unique_ptr<void, Free> bytes(std::malloc(wanted > 0 ? wanted : 1));
+    if (!bytes)
+        throw new F_MemoryException_Allocation;
+    if (std::fread(bytes.get(), 1, wanted, file.get()) != wanted)
+        failFile(action, fileName, std::ferror(file.get()) ? errno : EIO);
+    return bytes.release();
+}
+
+std::vector<unsigned char> F_File::readAll(const string& fileName) {
+    const OwnedFile file(std::fopen(fileName.c_str(), "rbe"));
+    if (!file)
+        failFile("Cannot read", fileName, errno);
+    return readAll(file.get(), fileName);
+}
+
+std::vector<unsigned char> F_File::readAll(std::FILE* stream, const string& name) {
+    return F_withFoundationExceptions([&] {
+        std::vector<unsigned char> bytes;
+        std::size_t used = 0;
+        // One byte more than expected, so that the end of a regular file is met without growing.
+        std::size_t step = expectedSize(stream) + 1;
+        if (step == 1)
+            step = READ_STEP;
+        while (true) {
+            bytes.resize(used + step);
+            errno = 0;
+            const std::size_t n = std::fread(bytes.data() + used, 1, step, stream);
+            used += n;
+            if (n < step && std::ferror(stream))
+                failFile("Cannot read", name, errno);
+            if (n < step)
+                break;
+            step = used;
+        }
+        bytes.resize(used);
+        return bytes;
+    });
+}
+
+void F_File::replace(const string& fileName, std::span<const unsigned char> bytes) {
+    const auto refuse = [&](int error) { failFile("Cannot write", fileName, error); };
+    if (fileName.find('\0') != string::npos)
+        refuse(EINVAL);
+    const string place = followLinks(fileName);
+    struct ::stat old {};
+    const bool replacing = ::stat(place.c_str(), &old) == 0;
+    if (!replacing && errno != ENOENT)
+        refuse(errno);
+    if (replacing && !S_ISREG(old.st_mode))
+        refuse(S_ISDIR(old.st_mode) ? EISDIR : EINVAL);
+
+    const string folder = folderOf(place);
+    const Descriptor folderOpen(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folderOpen.get() < 0)
+        refuse(errno);
+    int fd = -1;
+    const string name = makeBeside(folder, replacing ? UNTIL_PERMITTED_MODE : NEW_FILE_MODE, fd);
+    if (fd < 0)
+        refuse(errno);
+    TemporaryFile beside(name);
+    Descriptor out(fd);
+    if (!writeAll(out.get(), bytes) || (replacing && ::fchmod(out.get(), old.st_mode & PERMISSION_BITS) != 0) ||
+        ::fsync(out.get()) != 0 || !out.close() || !beside.moveTo(place))
+        refuse(errno);
+    // The new file is whole and in its place. Where the folder cannot be flushed, a failing machine may bring back the
+    // old one, whole as well: nothing to undo and nothing that the caller could do.
+    static_cast<void>(::fsync(folderOpen.get()));
+}
+
+} // namespace cairn

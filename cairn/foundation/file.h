@@ -1,0 +1,50 @@
+#pragma once
+
+#include "cairn/foundation/strings.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <span>
+#include <vector>
+
+namespace cairn {
+
+/// Files on disk: the bytes of one for whoever asks, and the safe replacing of one. Every failure is an `F_Exception*`
+/// with the file's name and the system's reason.
+class F_File {
+public:
+    constexpr F_File() = default;
+    F_File(const F_File&) = delete;
+    F_File& operator=(const F_File&) = delete;
+
+    /// How files in archives are treated. There are no archives here, every name is looked up on disk, which is what 0
+    /// asks for; other values are kept and change nothing.
+    void setArchiveHandling(int handling) { m_archiveHandling = handling; }
+    int getArchiveHandling() const { return m_archiveHandling; }
+
+    /// The bytes in the file. Throws where it cannot be looked at, is no regular file, or has more than an `int` counts.
+    int size(const char* fileName) const;
+    /// The first `size` bytes of the file, or with -1 all of them; the caller owns them and releases them with
+    /// `std::free`. Never null, for an empty file too. `application` says in a failure's text who asked. Throws where
+    /// the file is shorter and where `size` throws.
+    void* load(const char* application, const char* fileName, int size) const;
+
+    /// All bytes of a file of any size: a regular file, a pipe or a device.
+    static std::vector<unsigned char> readAll(const string& fileName);
+    /// All bytes that are left in `stream`, which stays open and its caller's; `name` is for the text of a failure.
+    static std::vector<unsigned char> readAll(std::FILE* stream, const string& name);
+
+    /// Makes the file hold `bytes`, as a whole or not at all: they are written beside it, flushed to the disk, and take
+    /// its place at once. A file that stood there keeps its permission bits, a symbolic link stays and its target is
+    /// replaced. Throws where anything but a regular file stands there and on every failure; the old file is as it was
+    /// then, and nothing is left beside it.
+    static void replace(const string& fileName, std::span<const unsigned char> bytes);
+
+private:
+    int m_archiveHandling = 0; ///< kept for the host
+};
+
+/// The system's files; ready before any static object is made.
+extern F_File* const File;
+
+} // namespace cairn
