@@ -125,6 +125,5 @@ int main(int argc, char** argv) {
     report.limitRatio("walk", "F_DLList", 2.5, 0, 10000);
     report.limitRatio("walk", "F_DLList", 10, 1000000, 1000000);
     report.limitRatio("remove a tenth, then index", "F_DLList", 4);
-    report.limitGrowth("append", "F_DLList", 1.1);
     return report.run(argc, argv);
 }

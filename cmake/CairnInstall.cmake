@@ -16,7 +16,6 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/cairn-config-version.cma
 install(FILES
     "${PROJECT_BINARY_DIR}/cairn-config.cmake"
     "${PROJECT_BINARY_DIR}/cairn-config-version.cmake"
-    cmake/FindxxHash.cmake
     DESTINATION "${_package_dir}")
 
 configure_file(cmake/cairn.pc.in "${PROJECT_BINARY_DIR}/cairn.pc" @ONLY)

@@ -44,7 +44,7 @@ cairn_split_by_library(_headers cairn ${_headers})
 cairn_split_by_library(_sources cairn ${_sources})
 
 cairn_add_library(cairn_base "${_headers_base}" "${_sources_base}")
-target_link_libraries(cairn_base PRIVATE fmt::fmt xxHash::xxhash)
+target_link_libraries(cairn_base PRIVATE fmt::fmt $<BUILD_INTERFACE:xxHash::xxhash>)
 
 cairn_add_library(cairn_media "${_headers_media}" "${_sources_media}")
 target_link_libraries(cairn_media PUBLIC cairn_base PRIVATE fmt::fmt SQLite::SQLite3)

@@ -29,7 +29,8 @@ function(cairn_add_test program)
     endif()
     add_executable(${program} ${ARGN})
     target_link_libraries(${program} PRIVATE cairn_test_support GTest::gtest_main cairn_warnings)
-    gtest_discover_tests(${program} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${program}." PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(${program} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+        TEST_PREFIX "${program}." PROPERTIES TIMEOUT 600)
 endfunction()
 
 file(GLOB_RECURSE _tests RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS tests/*_test.cpp)

@@ -34,6 +34,9 @@ add_library(cairn_options INTERFACE)
 target_compile_options(cairn_options INTERFACE -ffp-contract=off)
 target_compile_features(cairn_options INTERFACE cxx_std_20)
 
+# The standard library checks its own preconditions where speed is not what is looked for.
+add_compile_definitions($<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+
 if(CAIRN_SANITIZE)
     add_compile_options(-fsanitize=${CAIRN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
     add_link_options(-fsanitize=${CAIRN_SANITIZE})

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -141,6 +142,18 @@ bool runInto(benchmark::BenchmarkReporter& reporter, int argc, char** argv) {
 
 } // namespace
 
+std::vector<Report::Row> Report::rowsByScene() const {
+    std::vector<std::string> scenes;
+    for (const Row& row : m_rows)
+        if (std::find(scenes.begin(), scenes.end(), row.scene) == scenes.end())
+            scenes.push_back(row.scene);
+    std::vector<Row> rows;
+    for (const std::string& scene : scenes)
+        std::copy_if(m_rows.begin(), m_rows.end(), std::back_inserter(rows),
+                     [&](const Row& row) { return row.scene == scene; });
+    return rows;
+}
+
 int Report::run(int argc, char** argv) {
     Collector collector;
     if (!runInto(collector, argc, argv))
@@ -157,7 +170,7 @@ int Report::run(int argc, char** argv) {
     std::map<std::pair<std::string, double>, const Collector::Result*> references;
     std::map<std::pair<std::string, std::string>, std::vector<std::pair<double, double>>> growth;
     std::vector<std::pair<std::string, std::string>> order;
-    for (const Row& row : m_rows) {
+    for (const Row& row : rowsByScene()) {
         const auto found = collector.results.find(row.name);
         if (found == collector.results.end())
             continue;

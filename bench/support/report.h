@@ -125,6 +125,8 @@ private:
     };
     class Collector;
 
+    std::vector<Row> rowsByScene() const;
+
     std::string m_program;                   ///< heads the report
     std::vector<Row> m_rows;                 ///< in the order they were added
     std::vector<RatioLimit> m_ratioLimits;   ///< as stated

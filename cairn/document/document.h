@@ -146,7 +146,19 @@ class CN_Document {
     static bool isAlive(const CN_Document* document);
 
   private:
+    class TreeReading;
+    class SaveNumbers;
+
     void deleteCairnLevelEntities();
+    void loadSections(F_MemoryFile& file);
+    template <class Read> void readSection(F_MemoryFile& file, const char* name, Read&& read);
+    void loadLevel(F_MemoryFile& file);
+    void findPlayer();
+    void reportBrokenEntities();
+    void repairSettings();
+    void saveSections(F_MemoryFile& file);
+    void saveGroupNames(F_MemoryFile& file) const;
+    void loadGroupNames(F_MemoryFile& file);
     void callCursor(int step) {
         if (m_cursorCallback)
             m_cursorCallback(step);
@@ -161,13 +173,13 @@ class CN_Document {
     std::unique_ptr<CN_LightmapPoolInterface> m_lightmaps;
     std::unique_ptr<CN_Camera> m_camera;
     bool m_autoSelectChildren = true;
-    string m_buildText;                        ///< the build that made the document
-    EntitySet m_lastHidden;                    ///< not owned
-    GroupMap m_groups;                         ///< AI character group to the number of enemies in it
-    CN_LevelEntity* m_player = nullptr;        ///< not owned: a child of the level
-    EntityList m_brokenEntities;               ///< not owned: filled and emptied by `load`
-    bool m_collectingBroken = false;           ///< true only while the tree is being read
-    EntityList m_brokenFSMs;                   ///< not owned
+    string m_buildText;                 ///< the build that made the document
+    EntitySet m_lastHidden;             ///< not owned
+    GroupMap m_groups;                  ///< AI character group to the number of enemies in it
+    CN_LevelEntity* m_player = nullptr; ///< not owned: a child of the level
+    EntityList m_brokenEntities;        ///< not owned: filled and emptied by `load`
+    bool m_collectingBroken = false;    ///< true only while the tree is being read
+    EntityList m_brokenFSMs;            ///< not owned
     CursorCallback m_cursorCallback = nullptr;
     ErrorCallback m_errorCallback = nullptr;
     CN_LoadReport m_loadReport;

@@ -20,7 +20,7 @@ struct CN_LoadFinding {
 /// Collects the findings of one load in their order. While the tree is being read entities have no full names yet: a
 /// finding keeps the entity and is named by `resolve`, which the load calls on every way out.
 class CN_LoadReport {
-  public:
+public:
     /// Adds a finding; `entity` may be null. After very many findings further ones are only counted.
     void add(string code, const CN_LevelEntity* entity, int polygon, string text);
     /// Gives every finding of an entity that is still alive its full name.
@@ -30,7 +30,7 @@ class CN_LoadReport {
     /// Findings beyond the number that is kept.
     std::size_t getDropped() const { return m_dropped; }
 
-  private:
+private:
     std::vector<CN_LoadFinding> m_findings;
     std::vector<const CN_LevelEntity*> m_entities; ///< not owned: of the findings, null where named or none
     std::size_t m_dropped = 0;

@@ -5,14 +5,16 @@
 #include "cairn/math/matrix4x3.h"
 
 #include <cstdint>
-#include <list>
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace cairn {
 
 class CN_AcyclicLevelVisitor;
 class CN_ChildNames;
 class CN_Document;
+class CN_EntityRendererFactory;
 class CN_EntityRendererInterface;
 class CN_ForEach;
 class CN_ForEachConst;
@@ -56,7 +58,7 @@ using CN_RayFilter = bool (*)(const CN_Polygon*, const CN_Material*, bool);
 
 /// The settings that every kind of entity has.
 class CN_GeneralEntityProperties {
-  public:
+public:
     CN_GeneralEntityProperties() = default;
     CN_GeneralEntityProperties(const CN_GeneralEntityProperties&) = default;
     CN_GeneralEntityProperties& operator=(const CN_GeneralEntityProperties&) = default;
@@ -78,7 +80,7 @@ class CN_GeneralEntityProperties {
     bool isGameplayCritical() const { return m_gameplayCritical; }
     void setGameplayCritical(bool critical) { m_gameplayCritical = critical; }
 
-  private:
+private:
     bool m_visible = true;           ///< shown by the host
     bool m_excludedFromGame = false; ///< left out of the game with all below it
     bool m_reserved = false;         ///< kept and stored, no meaning here
@@ -93,8 +95,8 @@ class CN_GeneralEntityProperties {
 /// An entity is made by the factory, owned by its parent once added, and else by whoever holds it; it owns its
 /// children. Rotations act on row vectors: a point in the parent's space is p * rotation + position.
 class CN_LevelEntity {
-  public:
-    using ChildList = std::list<CN_LevelEntity*, F_Allocator<CN_LevelEntity*>>;
+public:
+    using ChildList = CN_EntityChildList;
     using Vector = M_Vector3Template<double>;
     using Matrix = M_Matrix3Template<double>;
 
@@ -119,11 +121,14 @@ class CN_LevelEntity {
     /// Reads the complete record behind the entity id: common record, the kind's record, children. The root then
     /// brings the world values of the whole tree up to date. Throws an `F_Exception*` on damage.
     virtual void load(F_MemoryFile& file);
-    /// Writes the complete record behind the entity id. Throws before the first byte where `load` would refuse what is
+    /// Writes the entity id and the complete record behind it. Throws before the first byte where `load` would refuse what is
     /// written: entities nested too deep, values that are not finite.
     virtual void save(F_MemoryFile& file);
     virtual void loadEntitySpecificData(F_MemoryFile& file) = 0;
     virtual void saveEntitySpecificData(F_MemoryFile& file) = 0;
+    /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
+    /// subtree: what `save` does ahead of its first byte, and a document ahead of its own.
+    void checkSavable() const;
     /// @}
 
     /// Renames the entity. With `autoFix` an empty name becomes the kind's, and one that a sibling has (without regard
@@ -213,14 +218,14 @@ class CN_LevelEntity {
     /// The first child in list order of that name, without regard to case, or null. Constant time.
     virtual CN_LevelEntity* hasChildNamed(const CString& name);
 
-  protected:
+protected:
     /// The name with the least number, from its own on, whose base and number no sibling has, without regard to case
     /// and to the count of digits. It needs a parent. Constant time but for the first call under a parent.
     virtual CString getNextUniqueName(const CString& name);
     /// True if this kind may hold entities of that id.
     virtual bool onCanAdd(int entityId) = 0;
 
-  public:
+public:
     const Vector& getPosition() const { return m_position; }
     const Vector& getWorldPosition() const { return m_worldPosition; }
     const Matrix& getRotation() const { return m_rotation; }
@@ -297,11 +302,18 @@ class CN_LevelEntity {
     void setSaveNumber(std::uint32_t number) { m_saveNumber = number; }
     /// @}
 
-  protected:
+protected:
     /// For kinds that set the fields themselves.
     CN_LevelEntity();
     void initializeMembers();
+    /// Takes the renderer over, in place of one that was there; null for none.
     void setRenderer(CN_EntityRendererInterface* renderer);
+    /// The host's renderer factory where this entity has no renderer yet, else null; null too where the host has set
+    /// none. For the last lines of the most derived kind's copy constructor and `operator=`, and nowhere else:
+    ///
+    ///     if (CN_EntityRendererFactory* factory = getFactoryOfMissingRenderer())
+    ///         setRenderer(factory->createMeshRenderer(this));
+    CN_EntityRendererFactory* getFactoryOfMissingRenderer() const;
 
     void saveCommonEntityData(F_MemoryFile& file);
     void loadCommonEntityData(F_MemoryFile& file);
@@ -329,12 +341,31 @@ class CN_LevelEntity {
     std::unique_ptr<CN_EntityRendererInterface> m_renderer; ///< may be null
     std::unique_ptr<E_FSM> m_fsm;                           ///< may be null
 
-  private:
+private:
     friend class CN_ChildNames;
+    class LoadScope;
 
-    std::unique_ptr<CN_ChildNames> m_childNames; ///< look-up of the children's names, built on demand
-    ChildList::iterator m_place;                 ///< of this entity among its parent's children; valid with a parent
+    void copyFields(const CN_LevelEntity& other);
+    void deleteDescendants();
+    CString getDefaultName() const;
+    void storeName(const CString& name);
+    void generateQualifiedNames();
+    CN_ChildNames* accessChildNames();
+    void dropChildNames();
+    void countEnemy(CN_LevelEntity* child, int step);
+    CN_Document* getLivingDocument() const;
+    void advanceWaitCursor() const;
+    void adoptLoaded(std::unique_ptr<CN_LevelEntity> child);
+    void checkRotation(const Matrix& rotation);
+    void reportUnread(std::size_t bytes) const;
+    bool isGameplayCritical_traverseUp() const;
+    bool isGameplayCritical_traverseDown() const;
+
+    std::unique_ptr<CN_ChildNames> m_childNames; ///< look-up of the children's names, built on demand; null while few
+    ChildList::iterator m_place;                 ///< of this entity among its parent's children; valid while listed
+    bool m_listed = false;                       ///< stands among its parent's children
     std::uint32_t m_saveNumber = 0;              ///< in the save under way, 0 outside one
+    std::uint32_t m_loadedId = 0;                ///< the identity it was read under, 0 for none
 };
 
 } // namespace cairn

@@ -41,13 +41,17 @@ inline std::string_view view(const CString& s) { return s.view(); }
 
 /// The same bytes as a name without regard to case.
 inline istring toIString(std::string_view s) { return istring(s.data(), s.size()); }
+inline istring toIString(const string& s) { return toIString(view(s)); }
 inline istring toIString(const CString& s) { return toIString(s.view()); }
+inline istring toIString(const char* s) { return toIString(std::string_view(s)); }
 /// The same bytes as text with case.
 inline string toString(const istring& s) { return string(s.data(), s.size()); }
 inline string toString(const CString& s) { return string(s.view()); }
 /// The same bytes as the platform's string.
 inline CString toCString(const istring& s) { return CString(view(s)); }
 inline CString toCString(std::string_view s) { return CString(s); }
+inline CString toCString(const string& s) { return CString(s); }
+inline CString toCString(const char* s) { return CString(s); }
 
 /// Writes the bytes of the name, whatever they are.
 std::ostream& operator<<(std::ostream& out, const istring& s);

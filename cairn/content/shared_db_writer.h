@@ -1,0 +1,64 @@
+#pragma once
+
+#include "cairn/content/kinds.h"
+#include "cairn/foundation/strings.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <unordered_map>
+#include <utility>
+
+namespace cairn {
+
+class Y_DatabaseFile;
+
+/// What an entry has besides its name. Each member is for the kinds it names and is passed over by all others.
+struct Y_SharedDBEntryOptions {
+    string skin;              ///< animations: the skin they belong to; empty for the database's first
+    string skeleton;          ///< bones: the skeleton they belong to; empty for the database's first
+    bool drawPolygons = true; ///< surface materials: whether their polygons are seen
+};
+
+/// The one way to write a content database: makes a fresh one, or adds to one that is there.
+///
+/// What is added reaches the file with `commit`, all of it or nothing; without it the file stays as it was.
+class Y_SharedDBWriter {
+public:
+    /// Makes an empty content database at `path`, whole or not at all. A content database that stands there is replaced;
+    /// anything else is left alone and refused with an `F_Exception*`.
+    static void create(const string& path);
+
+    /// Opens the content database at `path` to add to it. Throws as the constructor of `Y_SharedDB` does, and where the
+    /// file cannot be written.
+    explicit Y_SharedDBWriter(const string& path);
+    /// Drops what was not committed.
+    ~Y_SharedDBWriter();
+    Y_SharedDBWriter(const Y_SharedDBWriter&) = delete;
+    Y_SharedDBWriter& operator=(const Y_SharedDBWriter&) = delete;
+
+    /// Adds an entry; its name may hold any byte. Refuses with an `F_Exception*`, and nothing is changed, a name that is
+    /// empty, one that the kind (for animations and bones: the skin or skeleton) has already without regard to case, and
+    /// a skin or skeleton that is not there. The first bone of a database without skeletons makes one, named "Default".
+    /// Any other failure, a full disk say, drops all that was not committed. From the first entry on, until `commit`,
+    /// nobody else can write to the file.
+    void add(Y_SharedDBKind kind, const string& name, const Y_SharedDBEntryOptions& options = {});
+    /// Writes what was added since the last commit; it may go on with more.
+    void commit();
+
+private:
+    /// The rows of one kind and owner by name, the first of names that differ in nothing but case.
+    using Rows = std::unordered_map<istring, std::int64_t, F_HashNoCase>;
+
+    void begin();
+    void rollBack();
+    std::int64_t selectOwner(const Y_SharedDBKindInfo& info, const Y_SharedDBEntryOptions& options);
+    Rows& accessRows(const Y_SharedDBKindInfo& info, std::int64_t owner);
+    std::int64_t insert(const Y_SharedDBKindInfo& info, std::int64_t owner, const string& name, bool drawPolygons);
+
+    std::unique_ptr<Y_DatabaseFile> m_file; ///< never null
+    /// What is there, by kind and row of the owner (0 for none): filled on demand, empty outside a transaction.
+    std::map<std::pair<Y_SharedDBKind, std::int64_t>, Rows> m_rows;
+};
+
+} // namespace cairn

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "cairn/foundation/strings.h"
+#include "cairn/math/vector3.h"
+
+namespace cairn {
+
+class CN_CairnLevel;
+class CN_Document;
+class CN_LevelEntity;
+class CN_LevelEntityMesh;
+class CN_LevelEntityPrefab;
+class CN_MeshInterface;
+class CN_Selection;
+
+/// Answers questions about an entity's place in the tree.
+class CN_HierarchyUtils {
+public:
+    using Vector = M_Vector3Template<double>;
+
+    CN_HierarchyUtils() = delete;
+
+    /// The nearest ancestor that is not in the selection, or null.
+    static CN_LevelEntity* getFirstNonSelectedParent(const CN_LevelEntity* entity, const CN_Selection* selection);
+    /// The nearest ancestor in the selection, or null.
+    static CN_LevelEntity* getFirstSelectedParent(const CN_LevelEntity* entity, const CN_Selection* selection);
+    /// The mesh of the entity or else of the nearest ancestor that is a dynamic one, or null.
+    static CN_MeshInterface* getFirstDynamicParentOrSelf(CN_LevelEntity* entity);
+    /// The root of the entity's document; null where entity, document or level is.
+    static CN_CairnLevel* getLevel(const CN_LevelEntity* entity);
+    /// The entity itself or its ancestor that is a child of a level's root; null for the root and in a detached tree.
+    static CN_LevelEntity* getTopLevelParent(const CN_LevelEntity* entity);
+    /// The top level parent if it is a room, or null.
+    static CN_LevelEntityMesh* getRoomContaining(const CN_LevelEntity* entity);
+    /// The room that holds `position`, in world space: that of `entity` is tried first, then the others in list order.
+    /// Null where none does, and for a null entity.
+    static CN_LevelEntityMesh* getRoomContainingPosition(const Vector& position, const CN_LevelEntity* entity);
+    /// The entity itself if it is a prefab, else the prefab whose content it is or stands in, or null.
+    static CN_LevelEntityPrefab* findParentPrefab(const CN_LevelEntity* entity);
+    /// `findParentPrefab` if it is editable or not, as asked; else null.
+    static CN_LevelEntityPrefab* getParentPrefab(const CN_LevelEntity* entity, bool editable);
+    /// True for a prefab content, and for what stands in one whose prefab is not editable.
+    static bool isNonEditablePrefabContent(const CN_LevelEntity* entity);
+    /// True if every child of the root (with `selectionOnly` every selected one) but the player is a room; `count`
+    /// becomes the number of those that are not.
+    static bool areAllTopLevelEntitiesRooms(const CN_Document* document, bool selectionOnly, int& count);
+    /// True if the level or its selection stands in rooms; else `error` says why not.
+    static bool canExportLevelOrSelection(const CN_Document* document, bool selectionOnly, string& error);
+    /// The index of the entity's icon in the host's image list. With `plain` that of its kind and state alone;
+    /// otherwise with 23 for an invisible one and 46 for what lies in a prefab that is not editable, and `overlay` (may
+    /// be null) becomes 1 or 2 where the entity or an ancestor is excluded from game, plus 3 or 6 where the entity or
+    /// an ancestor has export regrouping enabled.
+    static int getImageIndex(const CN_LevelEntity* entity, bool plain, int* overlay);
+    /// The number of ancestors: 0 for the root.
+    static int getEntityDepth(const CN_LevelEntity* entity);
+    /// The box of the vertices in the mesh's own space; the largest and least double where there is no vertex.
+    static void calculateBoundingBoxLocal(const CN_MeshInterface* mesh, Vector& min, Vector& max);
+    /// The path of live names from below the root, each led by "::"; empty for the root. One static text: valid until
+    /// the next call, so never called twice in one expression.
+    static const char* getFullyQualifiedName(const CN_LevelEntity* entity);
+};
+
+} // namespace cairn

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "cairn/entities/level_entity.h"
+#include "cairn/imaging/color.h"
+
+namespace cairn {
+
+/// The player's place in the level, one a level. It is always visible.
+class CN_LevelEntityPlayer : public CN_LevelEntity {
+  public:
+    CN_LevelEntityPlayer();
+    CN_LevelEntityPlayer(const CN_LevelEntityPlayer& other);
+    CN_LevelEntityPlayer& operator=(const CN_LevelEntityPlayer& other);
+
+    CN_LevelEntity* clone() override;
+    void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
+    void loadEntitySpecificData(F_MemoryFile& file) override;
+    void saveEntitySpecificData(F_MemoryFile& file) override;
+    /// Does nothing.
+    void setVisible(bool visible) override;
+    /// A machine with the handlers of players.
+    void createFSM() override;
+
+    virtual I_Color getColor();
+    const istring& getGroup() const { return m_group; }
+    /// Does nothing: the player's group is always the same.
+    void setGroup(const istring& group);
+
+  protected:
+    bool onCanAdd(int entityId) override;
+
+  private:
+    void initializeMembers();
+
+    istring m_group; ///< AI character group
+};
+
+} // namespace cairn

@@ -1,0 +1,23 @@
+# Sourced by the scripts beside it: where the repository stands, and how a preset is built.
+
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+
+# build PRESET [ARGUMENT...]: configures the preset and builds it; arguments go to `cmake --build`.
+build() {
+    local preset="$1"
+    shift
+    (cd "$root" && cmake --preset "$preset" && cmake --build --preset "$preset" --parallel "$(nproc)" "$@")
+}
+
+# is_installed PACKAGE: whether Debian's package is installed.
+is_installed() {
+    [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null)" == installed ]]
+}
+
+# missing_of PACKAGE...: prints those that are not installed.
+missing_of() {
+    local package
+    for package in "$@"; do
+        is_installed "$package" || printf '%s\n' "$package"
+    done
+}
