@@ -1,8 +1,7 @@
-#include "host/commands.h"
+#include "host/command_line.h"
 #include "host/problems.h"
 #include "host/text.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -39,9 +38,8 @@ struct CheckedFile {
 
 CheckedFile checkFile(const CheckOptions& options, const std::string& file, LevelSession& session) {
     CheckedFile checked{file, {}};
-    // With --force as without: what was read before a fault is looked at, too.
     const OpenedLevel level = withFailure(ExitCode::INTERNAL, file, [&] { return session.open(file); });
-    checked.problems = findProblems(level, session.hasContent());
+    checked.problems = findProblems(level, session.hasContent(), options.force);
     std::erase_if(checked.problems, [&](const Problem& p) { return options.isIgnored(p); });
     return checked;
 }
@@ -134,10 +132,7 @@ void addCheckCommand(CLI::App& app, Command& chosen) {
     options->addContent(*command);
     options->addForce(*command);
     options->addQuiet(*command);
-    command->callback([options, &chosen] { chosen = [options](Console& console) {
-        console.setQuiet(options->quiet);
-        return runCheck(*options, console);
-    }; });
+    onChosen(*command, options, runCheck, chosen);
 }
 
 } // namespace cairn::host

@@ -1,9 +1,8 @@
 #include "cairn/content/shared_db.h"
 #include "cairn/content/shared_db_writer.h"
-#include "host/commands.h"
+#include "host/command_line.h"
 #include "host/text.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -80,10 +79,7 @@ CLI::App* addCommand(CLI::App& content, const char* name, const char* descriptio
     CLI::App* command = content.add_subcommand(name, description);
     command->add_option("DB", options->file, "File of the content database")->required();
     options->addQuiet(*command);
-    command->callback([options, run, &chosen] { chosen = [options, run](Console& console) {
-        console.setQuiet(options->quiet);
-        return run(*options, console);
-    }; });
+    onChosen(*command, options, run, chosen);
     return command;
 }
 

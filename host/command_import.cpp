@@ -1,9 +1,8 @@
 #include "cairn/foundation/file.h"
-#include "host/commands.h"
+#include "host/command_line.h"
 #include "host/level_session.h"
 #include "host/map_import.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <cmath>
@@ -69,10 +68,7 @@ void addImportCommand(CLI::App& app, Command& chosen) {
         ->check(refuseBadScale);
     options->addContent(*command);
     options->addQuiet(*command);
-    command->callback([options, &chosen] { chosen = [options](Console& console) {
-        console.setQuiet(options->quiet);
-        return runImport(*options, console);
-    }; });
+    onChosen(*command, options, runImport, chosen);
 }
 
 } // namespace cairn::host

@@ -2,12 +2,11 @@
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/fsm/fsm.h"
-#include "host/commands.h"
+#include "host/command_line.h"
 #include "host/entity_text.h"
 #include "host/level_session.h"
 #include "host/text.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -114,10 +113,7 @@ void addInfoCommand(CLI::App& app, Command& chosen) {
     options->addContent(*command);
     options->addForce(*command);
     options->addQuiet(*command);
-    command->callback([options, &chosen] { chosen = [options](Console& console) {
-        console.setQuiet(options->quiet);
-        return runInfo(*options, console);
-    }; });
+    onChosen(*command, options, runInfo, chosen);
 }
 
 } // namespace cairn::host

@@ -1,7 +1,6 @@
-#include "host/commands.h"
+#include "host/command_line.h"
 #include "host/level_session.h"
 
-#include <CLI/CLI.hpp>
 
 namespace cairn::host {
 
@@ -30,10 +29,7 @@ void addNewCommand(CLI::App& app, Command& chosen) {
         ->required();
     command->add_option("--build", options->build, "The build that the level names as its maker")->type_name("TEXT");
     options->addQuiet(*command);
-    command->callback([options, &chosen] { chosen = [options](Console& console) {
-        console.setQuiet(options->quiet);
-        return runNew(*options, console);
-    }; });
+    onChosen(*command, options, runNew, chosen);
 }
 
 } // namespace cairn::host

@@ -1,9 +1,8 @@
 #include "cairn/document/entity_factory.h"
 #include "cairn/entities/cairn_level.h"
-#include "host/commands.h"
+#include "host/command_line.h"
 #include "host/level_session.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace cairn::host {
@@ -42,10 +41,7 @@ void addSaveCommand(CLI::App& app, Command& chosen) {
     options->addContent(*command);
     options->addForce(*command);
     options->addQuiet(*command);
-    command->callback([options, &chosen] { chosen = [options](Console& console) {
-        console.setQuiet(options->quiet);
-        return runSave(*options, console);
-    }; });
+    onChosen(*command, options, runSave, chosen);
 }
 
 } // namespace cairn::host

@@ -1,11 +1,10 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
-#include "host/commands.h"
+#include "host/command_line.h"
 #include "host/entity_text.h"
 #include "host/level_session.h"
 #include "host/text.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
@@ -102,10 +101,7 @@ void addTreeCommand(CLI::App& app, Command& chosen) {
     options->addContent(*command);
     options->addForce(*command);
     options->addQuiet(*command);
-    command->callback([options, &chosen] { chosen = [options](Console& console) {
-        console.setQuiet(options->quiet);
-        return runTree(*options, console);
-    }; });
+    onChosen(*command, options, runTree, chosen);
 }
 
 } // namespace cairn::host

@@ -25,22 +25,6 @@ void addImportCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
 void addContentCommand(CLI::App& app, Command& chosen);
 
-/// The options that commands share; each command adds those it has.
-struct CommonOptions {
-    bool quiet = false;
-    bool json = false;
-    bool force = false;
-    std::string content; ///< file of the content database, empty for none
-
-    void addQuiet(CLI::App& command);
-    void addJson(CLI::App& command);
-    void addForce(CLI::App& command);
-    void addContent(CLI::App& command);
-};
-
-/// Adds the option `-o OUT`, which must be given.
-void addOutput(CLI::App& command, std::string& output);
-
 /// Runs the program with the arguments of `main` and gives its exit code. Nothing is thrown.
 int runProgram(int argc, const char* const* argv);
 

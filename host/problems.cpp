@@ -50,11 +50,12 @@ class ProblemFinder {
   public:
     ProblemFinder(const OpenedLevel& level, bool checkContent) : m_level(level), m_checkContent(checkContent) {}
 
-    std::vector<Problem> find() {
+    std::vector<Problem> find(bool force) {
         addFault();
         addReport();
         addMessages();
-        if (CN_LevelEntity* root = m_level.document->accessLevel())
+        CN_LevelEntity* root = m_level.document->accessLevel();
+        if (root && (m_level.isWhole() || m_level.sealFault || force))
             look(*root);
         return std::move(m_problems);
     }
@@ -170,8 +171,8 @@ const ProblemKind* findProblemKind(std::string_view code) {
     return found == std::end(KINDS) ? nullptr : found;
 }
 
-std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent) {
-    return ProblemFinder(level, checkContent).find();
+std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent, bool force) {
+    return ProblemFinder(level, checkContent).find(force);
 }
 
 } // namespace cairn::host

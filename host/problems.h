@@ -32,7 +32,8 @@ std::span<const ProblemKind> problemKinds();
 const ProblemKind* findProblemKind(std::string_view code);
 
 /// Everything wrong with a level that was just opened: what its load reported, then what a look at its tree finds. With
-/// `checkContent` names are looked up in the content database.
-std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent);
+/// `checkContent` names are looked up in the content database. Of a level that did not load the tree is looked at with
+/// `force` only.
+std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent, bool force);
 
 } // namespace cairn::host

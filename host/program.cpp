@@ -1,8 +1,7 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/version.h"
-#include "host/commands.h"
+#include "host/command_line.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <new>
