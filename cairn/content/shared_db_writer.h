@@ -15,8 +15,8 @@ class Y_DatabaseFile;
 
 /// What an entry has besides its name. Each member is for the kinds it names and is passed over by all others.
 struct Y_SharedDBEntryOptions {
-    string skin;              ///< animations: the skin they belong to; empty for the database's first
-    string skeleton;          ///< bones: the skeleton they belong to; empty for the database's first
+    string skin = {};         ///< animations: the skin they belong to; empty for the database's first
+    string skeleton = {};     ///< bones: the skeleton they belong to; empty for the database's first
     bool drawPolygons = true; ///< surface materials: whether their polygons are seen
 };
 

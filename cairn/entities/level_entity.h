@@ -5,6 +5,8 @@
 #include "cairn/math/matrix4x3.h"
 
 #include <cstdint>
+#include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -52,6 +54,9 @@ enum CN_EntityKind : int {
 /// How deep entities may nest: the root's depth is 0 and no entity's depth reaches this. A load beyond it stops, a save
 /// beyond it is refused.
 inline constexpr int CN_MAX_ENTITY_DEPTH = 1024;
+
+/// What a bounding box has for its minimum while it is unset, and negated for its maximum: finite, as every stored value.
+inline constexpr double CN_UNSET_BOUND = std::numeric_limits<double>::max();
 
 /// Decides whether a polygon takes part in a ray test: the polygon, its material and the test's third flag.
 using CN_RayFilter = bool (*)(const CN_Polygon*, const CN_Material*, bool);
@@ -129,6 +134,9 @@ public:
     /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
     /// subtree: what `save` does ahead of its first byte, and a document ahead of its own.
     void checkSavable() const;
+    /// Why reading would refuse what `saveEntitySpecificData` writes, as the end of a sentence about the entity; empty
+    /// where it would not. `checkSavable` asks it.
+    virtual string findRecordFault() const;
     /// @}
 
     /// Renames the entity. With `autoFix` an empty name becomes the kind's, and one that a sibling has (without regard
@@ -325,8 +333,8 @@ protected:
     Matrix m_rotation;                                  ///< relative to the parent
     Matrix m_worldRotation;                             ///< derived
     Matrix m_invWorldRotation;                          ///< derived: the transpose of the world rotation
-    Vector m_boundingMin;                               ///< of the bounding box; the largest double while unset
-    Vector m_boundingMax;                               ///< of the bounding box; the least double while unset
+    Vector m_boundingMin{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};    ///< of the bounding box
+    Vector m_boundingMax{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}; ///< of the bounding box
     double m_boundingRadius = 0;                        ///< of the sphere about the world position
     bool m_objectDirty = true;                          ///< a renderer's cached form is out of date
     CN_Document* m_document = nullptr;                  ///< not owned: set by the factory
@@ -349,15 +357,19 @@ private:
     void deleteDescendants();
     CString getDefaultName() const;
     void storeName(const CString& name);
-    void generateQualifiedNames();
+    void generateQualifiedNamesBelow(std::size_t& bytesLeft);
+    void generateLoadedNames();
     CN_ChildNames* accessChildNames();
-    void dropChildNames();
+    void tellChildNames(const std::function<void(CN_ChildNames&)>& change);
     void countEnemy(CN_LevelEntity* child, int step);
     CN_Document* getLivingDocument() const;
     void advanceWaitCursor() const;
-    void adoptLoaded(std::unique_ptr<CN_LevelEntity> child);
-    void checkRotation(const Matrix& rotation);
+    std::unique_ptr<CN_LevelEntity> createChild(int entityId, F_MemoryFile& file);
+    CN_LevelEntity* adoptLoaded(std::unique_ptr<CN_LevelEntity> child);
+    const char* findNotFinite() const;
+    void checkRotation();
     void reportUnread(std::size_t bytes) const;
+    std::string getLoadPath() const;
     bool isGameplayCritical_traverseUp() const;
     bool isGameplayCritical_traverseDown() const;
 

@@ -41,6 +41,8 @@ class CN_LevelEntityRadiosityLight : public CN_VirtualNode {
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
     void loadEntitySpecificData(F_MemoryFile& file) override;
     void saveEntitySpecificData(F_MemoryFile& file) override;
+    /// A light below a mesh must stand on one of its polygons.
+    string findRecordFault() const override;
     /// An index beyond the parent's polygons is told in a message box and ends the process. Throws without a mesh as
     /// parent.
     void generatePointersFromPolygonIndices() override;
@@ -69,7 +71,6 @@ class CN_LevelEntityRadiosityLight : public CN_VirtualNode {
 
   private:
     void requestRenderer();
-    unsigned int currentPolygonIndex() const;
 
     CN_Polygon* m_radiosityPolygon = nullptr; ///< not owned: of the parent mesh, which owns it
     unsigned int m_polygonIndex = 0;          ///< its place in the mesh when last read or counted

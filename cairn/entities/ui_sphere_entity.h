@@ -17,6 +17,7 @@ class CN_UISphereEntity : public CN_LevelEntity {
     void saveEntitySpecificData(F_MemoryFile& file) override;
     /// Throws where the radius is not finite.
     void loadEntitySpecificData(F_MemoryFile& file) override;
+    string findRecordFault() const override;
     /// Brings an invisible sphere up to date as well; `force` is only handed on to the children. The bounding box
     /// follows before the children.
     void handleHierarchy(const Vector& parentPosition, const Matrix& parentRotation, bool force) override;

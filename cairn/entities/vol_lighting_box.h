@@ -16,8 +16,10 @@ class CN_LevelEntityVolLightingBox : public CN_LevelEntity {
 
     CN_LevelEntity* clone() override;
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
+    /// Throws where the size is not finite.
     void loadEntitySpecificData(F_MemoryFile& file) override;
     void saveEntitySpecificData(F_MemoryFile& file) override;
+    string findRecordFault() const override;
     /// Meets the turned box; a ray from inside hits where it leaves. The flags and the filter play no part, and
     /// `origin` is always in the world. The slab method of T. Kay and J. Kajiya, 1986.
     bool intersectRay(Vector& point, double& distance, const Vector& origin, const Vector& direction, bool cull,

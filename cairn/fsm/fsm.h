@@ -32,6 +32,8 @@ class E_FSM {
     const std::set<istring>& getMessageHandlers() const { return m_handlers; }
     /// Adds an empty handler; one of that name, without regard to case, stays as it is.
     void createMessageHandler(const istring& name) { m_handlers.insert(name); }
+    /// Adds the handlers that every dynamic mesh has.
+    void createDynamicMeshHandlers();
     /// Erases the handler, if there is one.
     void deleteMessageHandler(const istring& name) { m_handlers.erase(name); }
 

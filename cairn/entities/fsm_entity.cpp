@@ -1,0 +1,44 @@
+#include "cairn/entities/fsm_entity.h"
+
+#include "cairn/entities/parenting.h"
+#include "cairn/entities/visitors.h"
+
+namespace cairn {
+
+CN_LevelEntityFSM::CN_LevelEntityFSM() : CN_UISphereEntity(CN_KIND_FSM, 9) { initializeMembers(); }
+
+CN_LevelEntityFSM::CN_LevelEntityFSM(const CN_LevelEntityFSM& other) : CN_UISphereEntity(other) {
+    createFSM();
+    requestSphereRenderer();
+}
+
+CN_LevelEntityFSM& CN_LevelEntityFSM::operator=(const CN_LevelEntityFSM& other) {
+    if (this != &other) {
+        CN_UISphereEntity::operator=(other);
+        createFSM();
+        requestSphereRenderer();
+    }
+    return *this;
+}
+
+void CN_LevelEntityFSM::initializeMembers() {
+    setRadius(CN_SMALL_SPHERE_RADIUS);
+    createFSM();
+}
+
+CN_LevelEntity* CN_LevelEntityFSM::clone() { return new CN_LevelEntityFSM(*this); }
+
+void CN_LevelEntityFSM::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
+    if (auto* const own = dynamic_cast<CN_FSMACVisitor*>(&visitor))
+        own->visit(*this);
+}
+
+void CN_LevelEntityFSM::loadEntitySpecificData(F_MemoryFile&) {}
+
+void CN_LevelEntityFSM::saveEntitySpecificData(F_MemoryFile&) {}
+
+I_Color CN_LevelEntityFSM::getColor() { return I_Color(0, 255, 64); }
+
+bool CN_LevelEntityFSM::onCanAdd(int entityId) { return CN_isOrdinaryChild(entityId); }
+
+} // namespace cairn

@@ -1,0 +1,205 @@
+#include "cairn/entities/hierarchy_utils.h"
+
+#include "cairn/document/document.h"
+#include "cairn/document/selection.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/prefab.h"
+#include "cairn/entities/prefab_content.h"
+
+#include <fmt/format.h>
+
+#include <vector>
+
+namespace cairn {
+
+namespace {
+
+// Indices into the host's image list, and what is added to them.
+constexpr int IMAGE_ROOM = 1;
+constexpr int IMAGE_DYNAMIC_MESH = 7;
+constexpr int IMAGE_DYNAMIC_TRIMESH = 8;
+constexpr int IMAGE_STEP_INVISIBLE = 23;
+constexpr int IMAGE_STEP_NON_EDITABLE = 46;
+
+/// The entity or its nearest ancestor that is a prefab content, or null.
+const CN_LevelEntity* contentAround(const CN_LevelEntity* entity) {
+    while (entity && entity->getEntityId() != CN_KIND_PREFAB_CONTENT)
+        entity = entity->getParent();
+    return entity;
+}
+
+CN_LevelEntityPrefab* prefabOf(const CN_LevelEntity* content) {
+    return content ? dynamic_cast<CN_LevelEntityPrefab*>(content->getParent()) : nullptr;
+}
+
+bool isRoom(const CN_LevelEntity* entity) {
+    const auto* mesh = dynamic_cast<const CN_LevelEntityMesh*>(entity);
+    return mesh && mesh->isRoom();
+}
+
+/// The index for the kind and its state.
+int plainImageIndex(const CN_LevelEntity* entity) {
+    const auto* mesh = dynamic_cast<const CN_MeshInterface*>(entity);
+    const bool dynamic = mesh && mesh->isDynamic();
+    switch (entity->getEntityId()) {
+    case CN_KIND_MESH:
+        return dynamic ? IMAGE_DYNAMIC_MESH : isRoom(entity) ? IMAGE_ROOM : entity->getImageIndex();
+    case CN_KIND_TRIMESH:
+        return dynamic ? IMAGE_DYNAMIC_TRIMESH : entity->getImageIndex();
+    default:
+        return entity->getImageIndex();
+    }
+}
+
+/// True for a prefab that is not editable and for what stands in one.
+bool isInNonEditablePrefab(const CN_LevelEntity* entity) {
+    const auto* prefab = dynamic_cast<const CN_LevelEntityPrefab*>(entity);
+    if (prefab && !prefab->isEditable())
+        return true;
+    const CN_LevelEntityPrefab* around = prefabOf(contentAround(entity));
+    return around && !around->isEditable();
+}
+
+/// `own` where the entity has the property itself, else `inherited` where it lies in a subtree that has it.
+int overlayStep(bool has, bool inSubtree, int own, int inherited) { return has ? own : inSubtree ? inherited : 0; }
+
+} // namespace
+
+CN_LevelEntity* CN_HierarchyUtils::getFirstNonSelectedParent(const CN_LevelEntity* entity,
+                                                             const CN_Selection* selection) {
+    CN_LevelEntity* at = entity ? entity->getParent() : nullptr;
+    while (at && selection && selection->isInSelection(at))
+        at = at->getParent();
+    return at;
+}
+
+CN_LevelEntity* CN_HierarchyUtils::getFirstSelectedParent(const CN_LevelEntity* entity, const CN_Selection* selection) {
+    CN_LevelEntity* at = entity && selection ? entity->getParent() : nullptr;
+    while (at && !selection->isInSelection(at))
+        at = at->getParent();
+    return at;
+}
+
+CN_MeshInterface* CN_HierarchyUtils::getFirstDynamicParentOrSelf(CN_LevelEntity* entity) {
+    for (; entity; entity = entity->getParent()) {
+        auto* mesh = dynamic_cast<CN_MeshInterface*>(entity);
+        if (mesh && mesh->isDynamic())
+            return mesh;
+    }
+    return nullptr;
+}
+
+CN_CairnLevel* CN_HierarchyUtils::getLevel(const CN_LevelEntity* entity) {
+    CN_Document* document = entity ? entity->getDocument() : nullptr;
+    return CN_Document::isAlive(document) ? document->accessLevel() : nullptr;
+}
+
+CN_LevelEntity* CN_HierarchyUtils::getTopLevelParent(const CN_LevelEntity* entity) {
+    // The tree gives entities out for change whoever asks, so the way up starts at the parent's view of the entity.
+    const CN_LevelEntity* at = entity;
+    while (at && at->getParent() && at->getParent()->getEntityId() != CN_KIND_LEVEL)
+        at = at->getParent();
+    return at && at->getParent() ? const_cast<CN_LevelEntity*>(at) : nullptr;
+}
+
+CN_LevelEntityMesh* CN_HierarchyUtils::getRoomContaining(const CN_LevelEntity* entity) {
+    auto* mesh = dynamic_cast<CN_LevelEntityMesh*>(getTopLevelParent(entity));
+    return mesh && mesh->isRoom() ? mesh : nullptr;
+}
+
+CN_LevelEntityMesh* CN_HierarchyUtils::getRoomContainingPosition(const Vector&, const CN_LevelEntity*) {
+    // Only a room's solid tree can tell what is inside; no mesh has one, and a box is no answer.
+    return nullptr;
+}
+
+CN_LevelEntityPrefab* CN_HierarchyUtils::findParentPrefab(const CN_LevelEntity* entity) {
+    if (!entity)
+        return nullptr;
+    if (entity->getEntityId() == CN_KIND_PREFAB)
+        return dynamic_cast<CN_LevelEntityPrefab*>(const_cast<CN_LevelEntity*>(entity));
+    return prefabOf(contentAround(entity));
+}
+
+CN_LevelEntityPrefab* CN_HierarchyUtils::getParentPrefab(const CN_LevelEntity* entity, bool editable) {
+    CN_LevelEntityPrefab* prefab = findParentPrefab(entity);
+    return prefab && prefab->isEditable() == editable ? prefab : nullptr;
+}
+
+bool CN_HierarchyUtils::isNonEditablePrefabContent(const CN_LevelEntity* entity) {
+    const CN_LevelEntity* content = contentAround(entity);
+    if (!content || content == entity)
+        return content != nullptr;
+    const CN_LevelEntityPrefab* prefab = prefabOf(content);
+    return prefab && !prefab->isEditable();
+}
+
+bool CN_HierarchyUtils::areAllTopLevelEntitiesRooms(const CN_Document* document, bool selectionOnly, int& count) {
+    count = 0;
+    const CN_LevelEntity* level = document ? document->getLevel() : nullptr;
+    if (!level)
+        return true;
+    for (const CN_LevelEntity* child : level->getChildren()) {
+        const bool counts = child && child->getEntityId() != CN_KIND_PLAYER && (!selectionOnly || child->selected());
+        if (counts && !isRoom(child))
+            ++count;
+    }
+    return count == 0;
+}
+
+bool CN_HierarchyUtils::canExportLevelOrSelection(const CN_Document* document, bool selectionOnly, string& error) {
+    int count = 0;
+    if (!areAllTopLevelEntitiesRooms(document, selectionOnly, count)) {
+        error = selectionOnly
+                    ? fmt::format("Can't export. The selection has {} top level entities that are not grouped to a room!",
+                                  count)
+                    : fmt::format("Can't export. There are {} top level entities that are not grouped to a room!", count);
+        return false;
+    }
+    const CN_Selection* selection = document ? document->getSelection() : nullptr;
+    if (selectionOnly && selection && !selection->areAllSelectedParantedToSelectedRoom()) {
+        error = "Can't export. There are entities selected that are not grouped to a room, which is selected!";
+        return false;
+    }
+    return true;
+}
+
+int CN_HierarchyUtils::getImageIndex(const CN_LevelEntity* entity, bool plain, int* overlay) {
+    int index = plainImageIndex(entity);
+    if (plain)
+        return index;
+    if (!entity->isVisible())
+        index += IMAGE_STEP_INVISIBLE;
+    if (isInNonEditablePrefab(entity))
+        index += IMAGE_STEP_NON_EDITABLE;
+    if (overlay)
+        *overlay = overlayStep(entity->isExcludedFromGame(), entity->isInExcludedFromGameSubtree(), 1, 2) +
+                   overlayStep(entity->isExportRegroupingEnabled(), entity->isInExportRegroupingEnabledSubtree(), 3, 6);
+    return index;
+}
+
+int CN_HierarchyUtils::getEntityDepth(const CN_LevelEntity* entity) {
+    int depth = 0;
+    for (const CN_LevelEntity* at = entity ? entity->getParent() : nullptr; at; at = at->getParent())
+        ++depth;
+    return depth;
+}
+
+void CN_HierarchyUtils::calculateBoundingBoxLocal(const CN_MeshInterface*, Vector& min, Vector& max) {
+    min = Vector(CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND);
+    max = -min;
+}
+
+const char* CN_HierarchyUtils::getFullyQualifiedName(const CN_LevelEntity* entity) {
+    static std::vector<const CN_LevelEntity*> path;
+    static std::string text;
+    path.clear();
+    text.clear();
+    for (; entity && entity->getParent(); entity = entity->getParent())
+        path.push_back(entity);
+    for (auto it = path.rbegin(); it != path.rend(); ++it)
+        text.append("::").append(const_cast<CN_LevelEntity*>(*it)->getName().view());
+    return text.c_str();
+}
+
+} // namespace cairn

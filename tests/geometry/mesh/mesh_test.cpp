@@ -1,0 +1,89 @@
+#include "cairn/document/document.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/waypoint.h"
+#include "cairn/fsm/fsm.h"
+#include "cairn/geometry/exits.h"
+#include "cairn/geometry/mesh/mesh.h"
+
+#include <gtest/gtest.h>
+
+using namespace cairn;
+
+using Vector = CN_LevelEntity::Vector;
+using Placement = M_Matrix4x3Template<double>;
+
+TEST(Mesh, ACopyOwnsCopiesOfThePolygons) {
+    CN_LevelEntityMesh mesh, assigned;
+    mesh.setDynamic(true);
+    CN_Polygon* const polygon = mesh.addPolygon();
+    polygon->setPolygonIndex(7);
+    CN_LevelEntityMesh copy(mesh);
+    assigned = mesh;
+    for (CN_LevelEntityMesh* const other : {&copy, &assigned}) {
+        ASSERT_EQ(other->getPolygonList().count(), 1);
+        CN_Polygon& own = other->accessPolygonList()[0];
+        EXPECT_EQ(own.getParent(), other);
+        EXPECT_EQ(own.getPolygonIndex(), -1);
+        EXPECT_EQ(other->findPolygonIndex(&own), 0);
+        EXPECT_EQ(other->findPolygonIndex(polygon), -1);
+        EXPECT_TRUE(other->isDynamic());
+    }
+}
+
+TEST(Mesh, ADynamicOneHasItsHandlers) {
+    CN_LevelEntityMesh mesh;
+    mesh.createFSM();
+    EXPECT_EQ(mesh.getFSM()->getMessageHandlerCount(), 1);
+    mesh.setDynamic(true);
+    mesh.createFSM();
+    EXPECT_EQ(mesh.getFSM()->getMessageHandlerCount(), 5);
+    EXPECT_TRUE(mesh.getFSM()->hasMessageHandler("DO_OnDeath"));
+}
+
+TEST(Mesh, KeyframesAndChildrenStayWhereTheyAreWhenTheOriginMoves) {
+    CN_Document document;
+    document.createCairnLevelEntities();
+    auto* const mesh = new CN_LevelEntityMesh;
+    mesh->setDocument(&document);
+    document.accessLevel()->add(mesh, false);
+    mesh->setPosition({1, 0, 0});
+    auto* const child = new CN_LevelEntityWaypoint;
+    mesh->add(child, false);
+    child->setPosition({0, 1, 0});
+    mesh->setDynamic(true);
+    mesh->setKeyframes(new CN_Keyframes);
+    const Placement key(CN_LevelEntity::Matrix::rotationY(0.5), {4, 5, 6});
+    mesh->accessKeyframes()->insert("k", std::make_unique<CN_Keyframe>(key));
+
+    // A point of the mesh, the same one in the old space and in the new one.
+    const Placement before(mesh->getRotation(), mesh->getPosition());
+    const Placement after(CN_LevelEntity::Matrix::rotationX(0.25), {0, 0, 7});
+    const Vector inOld(1, 2, 3), inNew = inOld * before * after.inverse();
+    const Vector childPlace = child->getWorldPosition();
+    mesh->changeSpaceExplicit(after);
+    EXPECT_EQ(mesh->getPosition(), after.translation);
+    EXPECT_NEAR((child->getWorldPosition() - childPlace).length(), 0, 1e-12);
+    const Placement moved = mesh->getKeyframes()->getFirst()->getMatrix();
+    EXPECT_NEAR((inNew * moved - inOld * key).length(), 0, 1e-12);
+}
+
+TEST(PolygonValidator, NumbersPolygonsInTheTreesOrder) {
+    CN_Document document;
+    document.createCairnLevelEntities();
+    auto* const outer = new CN_LevelEntityMesh;
+    auto* const inner = new CN_LevelEntityMesh;
+    auto* const last = new CN_LevelEntityMesh;
+    document.accessLevel()->add(outer, false);
+    document.accessLevel()->add(last, false);
+    outer->add(inner, false);
+    const std::vector<CN_Polygon*> expected{outer->addPolygon(), outer->addPolygon(), inner->addPolygon(),
+                                            last->addPolygon()};
+    std::vector<CN_Polygon*> numbered;
+    CN_PolygonValidator::instance()->enumeratePolygons(&document, &numbered);
+    EXPECT_EQ(numbered, expected);
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        EXPECT_EQ(expected[i]->getPolygonIndex(), static_cast<int>(i));
+    CN_PolygonValidator::instance()->enumeratePolygons(nullptr, &numbered);
+    EXPECT_EQ(numbered.size(), expected.size());
+}
