@@ -82,6 +82,8 @@ Y_DatabaseFile::Y_DatabaseFile(const string& path, int flags, std::int64_t longe
 Y_DatabaseFile::Y_DatabaseFile(const string& path, Access access)
     : Y_DatabaseFile(path, access == Access::READ ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE,
                      access == Access::READ ? checkedFileSize(path) : LONGEST_WRITTEN + checkedFileSize(path)) {
+    if (access == Access::READ)
+        settleJournal();
     if (queryNumber("PRAGMA application_id") != APPLICATION_ID)
         fail("it is no content database");
     const std::int64_t version = queryNumber("PRAGMA user_version");
@@ -91,6 +93,16 @@ Y_DatabaseFile::Y_DatabaseFile(const string& path, Access access)
         fail(fmt::format("it has the form {}, which there never was", version));
     if (access == Access::WRITE && sqlite3_db_readonly(m_db.get(), "main") != 0)
         fail("it cannot be written");
+}
+
+void Y_DatabaseFile::settleJournal() const {
+    std::error_code error;
+    if (!std::filesystem::exists(m_path + "-journal", error))
+        return;
+    // The first look at the file takes back what a writer that was killed had half written, which a read-only
+    // connection may not do. The journal of a writer that lives is left alone.
+    Y_DatabaseFile settling(m_path, SQLITE_OPEN_READWRITE, LEAST_VALUE_LIMIT);
+    settling.queryNumber("PRAGMA application_id");
 }
 
 std::vector<unsigned char> Y_DatabaseFile::makeEmptyImage() {

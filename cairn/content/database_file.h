@@ -23,7 +23,7 @@ public:
     static constexpr int FORMAT_VERSION = 1;
 
     /// Opens an existing content database. Throws where the file is missing, is no content database, has a newer form
-    /// or, for writing, cannot be written.
+    /// or, for writing, cannot be written. What a writer that was killed left half done is taken back first.
     Y_DatabaseFile(const string& path, Access access);
     Y_DatabaseFile(const Y_DatabaseFile&) = delete;
     Y_DatabaseFile& operator=(const Y_DatabaseFile&) = delete;
@@ -57,6 +57,7 @@ private:
     };
 
     Y_DatabaseFile(const string& path, int sqliteFlags, std::int64_t longestValue);
+    void settleJournal() const;
     std::int64_t queryNumber(const char* sql);
 
     string m_path;                        ///< as given, for messages

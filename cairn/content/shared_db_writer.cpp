@@ -52,7 +52,7 @@ void Y_SharedDBWriter::add(Y_SharedDBKind kind, const string& name, const Y_Shar
             m_file->fail(fmt::format("the name of a {} must not be empty", info.name));
         begin();
         const std::int64_t owner = selectOwner(info, options);
-        Rows& rows = accessRows(info, owner);
+        Rows& rows = accessRows(info)[owner];
         const istring key = toIString(view(name));
         if (rows.contains(key))
             m_file->fail(fmt::format("there is a {} \"{}\" already", info.name, name));
@@ -101,7 +101,7 @@ std::int64_t Y_SharedDBWriter::selectOwner(const Y_SharedDBKindInfo& info, const
     const Y_SharedDBKindInfo& ownerInfo = getSharedDBKindInfo(bone ? Y_SharedDBKind::SKELETON : Y_SharedDBKind::SKIN);
 
     if (!wanted.empty()) {
-        const Rows& owners = accessRows(ownerInfo, NO_OWNER);
+        const Rows& owners = accessRows(ownerInfo)[NO_OWNER];
         const auto found = owners.find(toIString(view(wanted)));
         if (found == owners.end())
             m_file->fail(fmt::format("there is no {} \"{}\"", ownerInfo.name, wanted));
@@ -115,22 +115,20 @@ std::int64_t Y_SharedDBWriter::selectOwner(const Y_SharedDBKindInfo& info, const
     if (!bone)
         m_file->fail("an animation belongs to a skin, and there is none yet");
     const std::int64_t skeleton = insert(ownerInfo, NO_OWNER, FIRST_SKELETON, true);
-    m_rows.erase({ownerInfo.kind, NO_OWNER});
+    m_rows.erase(ownerInfo.kind);
     return skeleton;
 }
 
-Y_SharedDBWriter::Rows& Y_SharedDBWriter::accessRows(const Y_SharedDBKindInfo& info, std::int64_t owner) {
-    const auto known = m_rows.find({info.kind, owner});
+Y_SharedDBWriter::RowsByOwner& Y_SharedDBWriter::accessRows(const Y_SharedDBKindInfo& info) {
+    const auto known = m_rows.find(info.kind);
     if (known != m_rows.end())
         return known->second;
-    Rows rows;
-    const string ofOwner = info.owner ? fmt::format("WHERE {} = ?1 ", info.owner) : string();
-    Y_DatabaseStatement all(*m_file, fmt::format("SELECT name, rowid FROM {} {}ORDER BY rowid", info.table, ofOwner));
-    if (info.owner)
-        all.bindNumber(1, owner);
+    RowsByOwner rows;
+    Y_DatabaseStatement all(*m_file, fmt::format("SELECT name, rowid{}{} FROM {} ORDER BY rowid",
+                                                 info.owner ? ", " : "", info.owner ? info.owner : "", info.table));
     while (all.step())
-        rows.emplace(toIString(view(all.takeName(0))), all.takeNumber(1));
-    return m_rows[{info.kind, owner}] = std::move(rows);
+        rows[info.owner ? all.takeNumber(2) : NO_OWNER].emplace(toIString(view(all.takeName(0))), all.takeNumber(1));
+    return m_rows[info.kind] = std::move(rows);
 }
 
 std::int64_t Y_SharedDBWriter::insert(const Y_SharedDBKindInfo& info, std::int64_t owner, const string& name,

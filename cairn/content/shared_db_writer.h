@@ -7,7 +7,6 @@
 #include <map>
 #include <memory>
 #include <unordered_map>
-#include <utility>
 
 namespace cairn {
 
@@ -47,18 +46,18 @@ public:
     void commit();
 
 private:
-    /// The rows of one kind and owner by name, the first of names that differ in nothing but case.
+    /// The rows of one kind and one owner by name, the first of names that differ in nothing but case.
     using Rows = std::unordered_map<istring, std::int64_t, F_HashNoCase>;
+    using RowsByOwner = std::unordered_map<std::int64_t, Rows>; ///< by the owner's row, 0 for none
 
     void begin();
     void rollBack();
     std::int64_t selectOwner(const Y_SharedDBKindInfo& info, const Y_SharedDBEntryOptions& options);
-    Rows& accessRows(const Y_SharedDBKindInfo& info, std::int64_t owner);
+    RowsByOwner& accessRows(const Y_SharedDBKindInfo& info);
     std::int64_t insert(const Y_SharedDBKindInfo& info, std::int64_t owner, const string& name, bool drawPolygons);
 
-    std::unique_ptr<Y_DatabaseFile> m_file; ///< never null
-    /// What is there, by kind and row of the owner (0 for none): filled on demand, empty outside a transaction.
-    std::map<std::pair<Y_SharedDBKind, std::int64_t>, Rows> m_rows;
+    std::unique_ptr<Y_DatabaseFile> m_file;       ///< never null
+    std::map<Y_SharedDBKind, RowsByOwner> m_rows; ///< what is there: a kind on demand, empty outside a transaction
 };
 
 } // namespace cairn

@@ -114,6 +114,21 @@ TEST(SharedDB, RefusesAFileThatIsBeingWritten) {
     EXPECT_EQ(failureOfReading(path), "(nothing thrown)");
 }
 
+TEST(SharedDB, TakesBackWhatAKilledWriterLeft) {
+    const ContentFolder folder;
+    const string path = folder.path("a.db");
+    Y_SharedDBWriter::create(path);
+    OtherProgram other(path);
+    other.run("INSERT INTO flare (name) VALUES ('whole'); PRAGMA cache_size = 1; BEGIN;"
+              "WITH RECURSIVE n (i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 9999)"
+              " INSERT INTO flare (name) SELECT 'half ' || i FROM n");
+    const string killed = folder.path("b.db");
+    std::filesystem::copy(path, killed);
+    std::filesystem::copy(path + "-journal", killed + "-journal");
+    ASSERT_GT(std::filesystem::file_size(killed), 50'000u); // the half has reached the file
+    EXPECT_THAT(Y_SharedDB(killed, true).getNames(Y_SharedDBKind::FLARE), ElementsAre("whole"));
+}
+
 TEST(SharedDB, SurvivesDamage) {
     const ContentFolder folder;
     const string path = folder.path("a.db");
