@@ -53,7 +53,7 @@ Turn turnOf(double degrees) {
     const double quarters = within / 90.0;
     if (quarters == std::floor(quarters)) {
         constexpr Turn EXACT[] = {{0, 1}, {1, 0}, {0, -1}, {-1, 0}};
-        return EXACT[(static_cast<int>(quarters) + 4) % 4];
+        return EXACT[static_cast<std::size_t>(quarters + 4) % 4];
     }
     const double radians = within * std::numbers::pi / 180.0;
     return {std::sin(radians), std::cos(radians)};
