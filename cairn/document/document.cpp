@@ -15,8 +15,6 @@
 
 namespace cairn {
 
-const CString g_strSentinel = "CAIRN1.1";
-
 namespace {
 
 constexpr const char* PLAYER_NAME = "player";

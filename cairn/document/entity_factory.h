@@ -25,6 +25,8 @@ public:
     /// level item, an enemy and a flare need the content database when their prototype is first made: without one a
     /// message box says so and the result is null.
     CN_LevelEntity* createEntity(int id, CN_Document* document);
+    /// True for an id that `createEntity` can make, given the content database where the kind needs it.
+    bool isKnown(int id) const;
     /// The id of a type name, with case; 0 if there is none.
     int getEntityType(const string& typeName) const;
     /// The type name of an id, empty if it has none.
@@ -41,5 +43,7 @@ private:
 /// The class name of a kind ("CN_LevelEntityWaypoint"), for texts about kinds without a type name; empty for an id
 /// that is no kind.
 string getEntityClassName(int id);
+/// The icon of a kind in the host's image list, -1 for an id that is no kind.
+int getEntityImageIndex(int id);
 
 } // namespace cairn

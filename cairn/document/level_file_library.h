@@ -42,6 +42,7 @@ private:
     CN_LevelFileLibrary() = default;
     void registerDefaults();
 
+    bool m_defaultsRegistered = false; ///< or being registered
     SharedDBPathCallback m_sharedDBPathCallback = nullptr;
     std::set<istring> m_targetGroups;
     CN_FSMMessageInfoProvider m_messageInfoProvider;

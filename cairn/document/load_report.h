@@ -33,7 +33,8 @@ public:
 private:
     std::vector<CN_LoadFinding> m_findings;
     std::vector<const CN_LevelEntity*> m_entities; ///< not owned: of the findings, null where named or none
-    std::size_t m_dropped = 0;
+    std::size_t m_dropped = 0; ///< findings beyond what is kept
+    std::size_t m_bytes = 0;   ///< of the texts and names that are kept
 };
 
 } // namespace cairn

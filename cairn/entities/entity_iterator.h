@@ -22,10 +22,7 @@ public:
     /// True past the last entity, and before `begin`.
     virtual bool end() = 0;
 
-private:
-    virtual void operator++(int) {}
-
-public:
+    void operator++(int) = delete;
     virtual CN_EntityIterator& operator++() = 0;
     virtual CN_LevelEntity* operator*() = 0;
     virtual CN_LevelEntity* operator->() = 0;
@@ -40,10 +37,7 @@ public:
     virtual void begin() = 0;
     virtual bool end() = 0;
 
-private:
-    virtual void operator++(int) {}
-
-public:
+    void operator++(int) = delete;
     virtual CN_ConstEntityIterator& operator++() = 0;
     virtual const CN_LevelEntity* operator*() = 0;
     virtual const CN_LevelEntity* operator->() = 0;

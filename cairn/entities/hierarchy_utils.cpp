@@ -96,7 +96,6 @@ CN_CairnLevel* CN_HierarchyUtils::getLevel(const CN_LevelEntity* entity) {
 }
 
 CN_LevelEntity* CN_HierarchyUtils::getTopLevelParent(const CN_LevelEntity* entity) {
-    // The tree gives entities out for change whoever asks, so the way up starts at the parent's view of the entity.
     const CN_LevelEntity* at = entity;
     while (at && at->getParent() && at->getParent()->getEntityId() != CN_KIND_LEVEL)
         at = at->getParent();
@@ -198,7 +197,7 @@ const char* CN_HierarchyUtils::getFullyQualifiedName(const CN_LevelEntity* entit
     for (; entity && entity->getParent(); entity = entity->getParent())
         path.push_back(entity);
     for (auto it = path.rbegin(); it != path.rend(); ++it)
-        text.append("::").append(const_cast<CN_LevelEntity*>(*it)->getName().view());
+        text.append("::").append((*it)->getName().view());
     return text.c_str();
 }
 

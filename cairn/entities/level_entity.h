@@ -144,7 +144,7 @@ public:
     /// `CN_NameValidator`, where there is one. The entity's own name in other case is true and changes nothing. The
     /// qualified names of the subtree follow.
     virtual bool setName(const CString& name, bool autoFix);
-    virtual CString getName();
+    virtual CString getName() const;
     virtual int getImageIndex() const;
     virtual int getEntityId() const;
 

@@ -3,6 +3,7 @@
 #include "cairn/document/name_validator.h"
 #include "cairn/entities/child_names.h"
 #include "cairn/entities/load_scope.h"
+#include "cairn/foundation/exception.h"
 #include "cairn/fsm/change_manager.h"
 
 #include <fmt/format.h>
@@ -24,7 +25,7 @@ constexpr int DEFAULT_DIGITS = 2;
 
 } // namespace
 
-CString CN_LevelEntity::getName() { return m_name; }
+CString CN_LevelEntity::getName() const { return m_name; }
 
 bool CN_LevelEntity::setName(const CString& wanted, bool autoFix) {
     if (wanted.IsEmpty() && !autoFix)

@@ -2,6 +2,7 @@
 #include "cairn/document/entity_factory.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/load_scope.h"
+#include "cairn/foundation/exception.h"
 #include "cairn/entities/virtual_node.h"
 #include "cairn/foundation/system.h"
 #include "cairn/fsm/change_manager.h"

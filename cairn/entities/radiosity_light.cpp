@@ -115,6 +115,4 @@ void CN_RLightProperties::initialize() {
     falloffAngle = defaults.falloffAngle;
 }
 
-CN_RLightProperties CN_LevelEntityRadiosityLight::m_sRDefaultLightProperties;
-
 } // namespace cairn

@@ -5,8 +5,6 @@
 
 namespace cairn {
 
-std::unordered_map<unsigned int, CN_LevelEntity*> CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap;
-
 CN_FSMChangeManager* CN_FSMChangeManager::instance() {
     static CN_FSMChangeManager manager;
     return &manager;
