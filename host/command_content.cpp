@@ -37,18 +37,19 @@ ExitCode runAdd(const ContentOptions& options, Console&) {
     const Y_SharedDBKind kind = findSharedDBKind(options.kind)->kind;
     const auto writer =
         withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDBWriter>(options.file); });
-    withFailure(ExitCode::OUTPUT, options.file, [&] {
+    // A name that is refused is an answer, no broken file.
+    withFailure(ExitCode::NO, options.file, [&] {
         for (const std::string& name : options.names)
             writer->add(kind, name, entry);
-        writer->commit();
     });
+    withFailure(ExitCode::OUTPUT, options.file, [&] { writer->commit(); });
     return ExitCode::DONE;
 }
 
 ExitCode runList(const ContentOptions& options, Console& console) {
     refuseStandardStream("content list", options.file);
-    const auto content = withFailure(ExitCode::INPUT, options.file,
-                                     [&] { return std::make_unique<Y_SharedDB>(options.file, true); });
+    const auto content =
+        withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDB>(options.file, true); });
     Json kinds = Json::object();
     for (const Y_SharedDBKindInfo& info : getSharedDBKinds())
         if (options.kind.empty() || options.kind == info.name)

@@ -86,7 +86,8 @@ void writeText(const Json& info, Console& console) {
                 console.writeLine("  " + toText(group));
         } else if (key == "camera") {
             const Json& eye = value["position"];
-            console.writeLine(fmt::format("{:<{}}at {}, {}, {}", key, WIDTH, toText(eye[0]), toText(eye[1]), toText(eye[2])));
+            console.writeLine(
+                fmt::format("{:<{}}at {}, {}, {}", key, WIDTH, toText(eye[0]), toText(eye[1]), toText(eye[2])));
         } else
             console.writeLine(fmt::format("{:<{}}{}", key, WIDTH, toText(value)));
     }

@@ -1,7 +1,6 @@
 #include "host/command_line.h"
 #include "host/level_session.h"
 
-
 namespace cairn::host {
 
 namespace {

@@ -2,9 +2,8 @@
 
 #include "host/text.h"
 
-#include <fmt/format.h>
-
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cerrno>

@@ -15,7 +15,7 @@ enum class ExitCode : int {
     INTERNAL = 5,     ///< out of memory, or a fault of the program's own
 };
 
-/// Ends a command without a result: what it is about (a file as the user named it, or a command) and what is wrong.
+/// Ends a command before its end: what it is about (a file as the user named it, or a command) and what is wrong.
 class Failure : public std::runtime_error {
   public:
     Failure(ExitCode code, std::string subject, const std::string& text)

@@ -24,7 +24,8 @@ LevelSession::LevelSession(const Console& console, const std::string& contentFil
         const std::size_t at = reason.find(details);
         setMessageBoxHandler(std::move(m_oldMessageBox));
         setProcessEndHandler(std::move(m_oldProcessEnd));
-        throw Failure(ExitCode::INPUT, contentFile, at == std::string::npos ? reason : reason.substr(at + details.size()));
+        throw Failure(ExitCode::INPUT, contentFile,
+                      at == std::string::npos ? reason : reason.substr(at + details.size()));
     }
     s_messages.clear();
 }

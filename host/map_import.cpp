@@ -29,9 +29,15 @@ struct ClassRule {
     int kind;
 };
 constexpr ClassRule CLASS_RULES[] = {
-    {"light", CN_KIND_DYN_POINTLIGHT}, {"item_", CN_KIND_ITEM},       {"weapon_", CN_KIND_ITEM},
-    {"ammo_", CN_KIND_ITEM},           {"key_", CN_KIND_ITEM},        {"holdable_", CN_KIND_ITEM},
-    {"monster_", CN_KIND_ENEMY},       {"trigger_", CN_KIND_TRIGGER}, {"info_node", CN_KIND_AI_NODE},
+    {"light", CN_KIND_DYN_POINTLIGHT},
+    {"item_", CN_KIND_ITEM},
+    {"weapon_", CN_KIND_ITEM},
+    {"ammo_", CN_KIND_ITEM},
+    {"key_", CN_KIND_ITEM},
+    {"holdable_", CN_KIND_ITEM},
+    {"monster_", CN_KIND_ENEMY},
+    {"trigger_", CN_KIND_TRIGGER},
+    {"info_node", CN_KIND_AI_NODE},
     {"", CN_KIND_WAYPOINT},
 };
 
@@ -97,7 +103,7 @@ class MapImporter {
 
     void importEntity(const MapEntity& entity) {
         for (const char* key : {"targetname", "target"})
-            m_summary.links += m_map.find(entity, key) ? 1 : 0;
+            m_summary.links += m_map.find(entity, key) ? 1u : 0u;
         const std::string_view className = classOf(entity);
         if (className == "worldspawn")
             return;
@@ -237,15 +243,16 @@ std::string MapImportSummary::text() const {
         total += number;
         kinds += fmt::format("{}{} {}", kinds.empty() ? "" : ", ", number, kindName(kind));
     }
-    std::string text = fmt::format("imported {}{}, player {}", counted(total, "entity", "entities"),
-                                   kinds.empty() ? "" : fmt::format(" ({})", kinds),
-                                   playerPlaced ? "placed" : "at the origin");
+    std::string text =
+        fmt::format("imported {}{}, player {}", counted(total, "entity", "entities"),
+                    kinds.empty() ? "" : fmt::format(" ({})", kinds), playerPlaced ? "placed" : "at the origin");
     text += fmt::format("; not yet imported: {} ({}), {}, {}, {}", counted(brushes.brushes, "brush", "brushes"),
                         counted(brushes.faces(), "face", "faces"), counted(brushes.patches, "patch", "patches"),
                         counted(brushEntities, "brush entity", "brush entities"),
                         counted(links, "targetname or target", "targetnames and targets"));
     if (brushes.standardFaces > 0 && brushes.valveFaces > 0)
-        text += fmt::format("; faces in two forms: {} standard, {} Valve 220", brushes.standardFaces, brushes.valveFaces);
+        text +=
+            fmt::format("; faces in two forms: {} standard, {} Valve 220", brushes.standardFaces, brushes.valveFaces);
     if (oddValues > 0)
         text += fmt::format("; {} passed over, the first on line {}", counted(oddValues, "odd value", "odd values"),
                             firstOddLine);

@@ -17,13 +17,13 @@ inline constexpr double DEFAULT_MAP_SCALE = 1.0 / 32.0;
 
 /// What an import made of a map, and what it left.
 struct MapImportSummary {
-    std::map<int, std::size_t> made;    ///< entities by kind, the player left out
-    bool playerPlaced = false;          ///< a player start gave the player its place
-    MapBrushCounts brushes;             ///< left, wherever they stand
-    std::size_t brushEntities = 0;      ///< entities left because they have brushes, worldspawn aside
-    std::size_t links = 0;              ///< `targetname` and `target` keys left
-    std::size_t oddValues = 0;          ///< values of keys with a meaning that are not what the key takes, passed over
-    std::uint32_t firstOddLine = 0;     ///< of the first such value
+    std::map<int, std::size_t> made; ///< entities by kind, the player left out
+    bool playerPlaced = false;       ///< a player start gave the player its place
+    MapBrushCounts brushes;          ///< left, wherever they stand
+    std::size_t brushEntities = 0;   ///< entities left because they have brushes, worldspawn aside
+    std::size_t links = 0;           ///< `targetname` and `target` keys left
+    std::size_t oddValues = 0;       ///< values of keys with a meaning that are not what the key takes, passed over
+    std::uint32_t firstOddLine = 0;  ///< of the first such value
 
     /// One line for people.
     std::string text() const;

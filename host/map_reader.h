@@ -36,8 +36,8 @@ struct MapEntity {
 /// The content of a `.map` file.
 struct MapFile {
     std::vector<MapEntity> entities;
-    std::vector<MapKey> keys;  ///< of all entities, one after the other
-    MapBrushCounts loose;      ///< brushes with no entity around them, as editors put on the clipboard
+    std::vector<MapKey> keys; ///< of all entities, one after the other
+    MapBrushCounts loose;     ///< brushes with no entity around them, as editors put on the clipboard
 
     /// The last pair of that key, which is compared with case, or null. Valid as long as the file.
     const MapKey* find(const MapEntity& entity, std::string_view key) const;

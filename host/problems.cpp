@@ -129,7 +129,8 @@ class ProblemFinder {
         if (parent->getEntityId() == CN_KIND_PREFAB && entity.getEntityId() == CN_KIND_PREFAB_CONTENT)
             return;
         add("parenting", entity,
-            fmt::format("A {} cannot stand under a {}", kindName(entity.getEntityId()), kindName(parent->getEntityId())));
+            fmt::format("A {} cannot stand under a {}", kindName(entity.getEntityId()),
+                        kindName(parent->getEntityId())));
     }
 
     void checkContent(const CN_LevelEntity& entity) {
@@ -157,8 +158,8 @@ class ProblemFinder {
 
     const OpenedLevel& m_level;
     bool m_checkContent;
-    bool m_brokenRotation = false;     ///< the report names the entities with broken rotations
-    std::set<std::string> m_reported;  ///< texts of the load's report
+    bool m_brokenRotation = false;    ///< the report names the entities with broken rotations
+    std::set<std::string> m_reported; ///< texts of the load's report
     std::vector<Problem> m_problems;
 };
 

@@ -88,7 +88,9 @@ int runProgram(int argc, const char* const* argv) {
 }
 
 void CommonOptions::addQuiet(CLI::App& command) { command.add_flag("--quiet", quiet, "No notes and no progress"); }
-void CommonOptions::addJson(CLI::App& command) { command.add_flag("--json", json, "One JSON document instead of text"); }
+void CommonOptions::addJson(CLI::App& command) {
+    command.add_flag("--json", json, "One JSON document instead of text");
+}
 void CommonOptions::addForce(CLI::App& command) {
     command.add_flag("--force", force, "Go on with what was read before a fault; the exit code is 1 then");
 }

@@ -1,6 +1,5 @@
-#include "host/map_reader.h"
-
 #include "cairn/foundation/exception.h"
+#include "host/map_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -45,9 +44,10 @@ TEST(MapReader, ReadsKeysAsTheyStand) {
 
 TEST(MapReader, CountsBrushesOfEveryForm) {
     const std::string patch = "{ patchDef2 { common/caulk ( 3 3 0 0 0 ) ( ( ( 0 0 0 0 0 ) ( 1 1 1 1 1 ) ) ) } }\n";
-    const std::string named = "(0 0 0)(1 0 0)(0 1 0) {fence 0 0 0 1 1 5 6 7\n( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) \"a b\" 0 0 0 1 +1";
-    const MapFile map = readMap("\xEF\xBB\xBF{\n\"classname\" \"worldspawn\"\n{" + FACE + VALVE_FACE + "}\n{" + named + "}" +
-                                patch + "}\n{" + FACE + "}\n" + patch);
+    const std::string named =
+        "(0 0 0)(1 0 0)(0 1 0) {fence 0 0 0 1 1 5 6 7\n( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) \"a b\" 0 0 0 1 +1";
+    const MapFile map = readMap("\xEF\xBB\xBF{\n\"classname\" \"worldspawn\"\n{" + FACE + VALVE_FACE + "}\n{" + named +
+                                "}" + patch + "}\n{" + FACE + "}\n" + patch);
     ASSERT_EQ(map.entities.size(), 1u);
     const MapBrushCounts& counts = map.entities[0].counts;
     EXPECT_EQ(counts.brushes, 2u);
@@ -72,7 +72,8 @@ TEST(MapReader, StopsAtTheLineOfAFault) {
         {"hello\n", "line 1: an entity's opening brace expected, found \"hello\""},
         {std::string("{\n\0}", 4), "line 2: a brush's face expected, found \"\\x00}\""},
         {open + "( 0 0 ) ( 1 0 0 ) ( 0 1 0 ) w 0 0 0 1 1\n}}", "line 4: a point's coordinate expected, found \")\""},
-        {open + "( 0 0 nan ) ( 1 0 0 ) ( 0 1 0 ) w 0 0 0 1 1\n}}", "line 4: a point's coordinate expected, found \"nan\""},
+        {open + "( 0 0 nan ) ( 1 0 0 ) ( 0 1 0 ) w 0 0 0 1 1\n}}",
+         "line 4: a point's coordinate expected, found \"nan\""},
         {open + "( 0 0 1e999 ) ( 1 0 0 )", "line 4: a point's coordinate expected, found \"1e999\""},
         {open + FACE + "( 0 0 0 ) ( 1 0 0 ) w 0 0 0 1 1\n}}", "line 5: a face's point expected, found \"w\""},
         {open + "( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) w 0 0 0 1\n}}",

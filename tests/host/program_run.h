@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -8,8 +9,6 @@
 #include <iterator>
 #include <string>
 #include <vector>
-
-#include <sys/wait.h>
 
 namespace cairn::test {
 
@@ -48,8 +47,8 @@ class ProgramTest : public testing::Test {
     ProgramRun runInShell(const std::string& words, const std::string& redirection) const {
         const std::string script =
             "cd " + quoted(m_folder.string()) + " && " + quoted(CAIRN_PROGRAM) + ' ' + words + ' ' + redirection;
-        const std::string command = "bash -c " + quoted(script) + " >" + quoted(path(".out").string()) + " 2>" +
-                                    quoted(path(".err").string());
+        const std::string command =
+            "bash -c " + quoted(script) + " >" + quoted(path(".out").string()) + " 2>" + quoted(path(".err").string());
         const int status = std::system(command.c_str());
         ProgramRun run;
         run.code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
