@@ -82,6 +82,8 @@ void writeText(const CheckedFile& checked, Console& console) {
 }
 
 ExitCode runCheck(const CheckOptions& options, Console& console) {
+    if (options.files.size() > 1 && std::find(options.files.begin(), options.files.end(), "-") != options.files.end())
+        throw Failure(ExitCode::COMMAND_LINE, "check", "standard input cannot be one of several files");
     LevelSession session(console, options.content);
     bool ok = true, spotless = true;
     Json files = Json::array();

@@ -98,7 +98,7 @@ class Demo {
         document->createCairnLevelEntities();
         const MapImportSummary summary = importMap(readMap(text), DEFAULT_MAP_SCALE, *document);
         session.save(*document, path("imported.cairn"), m_console);
-        step(fmt::format("{} from {}: {}", summary.text(), path("demo.map"), path("imported.cairn")));
+        step(fmt::format("made {} of {}: {}", path("imported.cairn"), path("demo.map"), summary.text()));
     }
 
     /// Loads, saves and loads again, checks and lists: the way of every level.
@@ -119,7 +119,8 @@ class Demo {
         step("checked it: no problems");
 
         std::vector<std::string> names;
-        for (CN_ConstPreIterator it = level.document->getLevel()->createConstIterator(); !it.end(); ++it)
+        CN_ConstPreIterator it = level.document->getLevel()->createConstIterator();
+        for (it.begin(); !it.end(); ++it)
             names.push_back(qualifiedName(**it));
         step(fmt::format("listed it: {}", fmt::join(names, ", ")));
     }

@@ -83,7 +83,7 @@ void writeText(const Json& info, Console& console) {
         } else if (key == "groups") {
             console.writeLine("groups");
             for (const Json& group : value)
-                console.writeLine("  " + toText(group));
+                console.writeLine(fmt::format("  \"{}\"", toText(group)));
         } else if (key == "camera") {
             const Json& eye = value["position"];
             console.writeLine(

@@ -9,12 +9,14 @@
 #include "host/entity_text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
 #include <optional>
+#include <vector>
 
 namespace cairn::host {
 
@@ -246,10 +248,18 @@ std::string MapImportSummary::text() const {
     std::string text =
         fmt::format("imported {}{}, player {}", counted(total, "entity", "entities"),
                     kinds.empty() ? "" : fmt::format(" ({})", kinds), playerPlaced ? "placed" : "at the origin");
-    text += fmt::format("; not yet imported: {} ({}), {}, {}, {}", counted(brushes.brushes, "brush", "brushes"),
-                        counted(brushes.faces(), "face", "faces"), counted(brushes.patches, "patch", "patches"),
-                        counted(brushEntities, "brush entity", "brush entities"),
-                        counted(links, "targetname or target", "targetnames and targets"));
+    std::vector<std::string> left;
+    if (brushes.brushes > 0)
+        left.push_back(fmt::format("{} ({})", counted(brushes.brushes, "brush", "brushes"),
+                                   counted(brushes.faces(), "face", "faces")));
+    if (brushes.patches > 0)
+        left.push_back(counted(brushes.patches, "patch", "patches"));
+    if (brushEntities > 0)
+        left.push_back(counted(brushEntities, "brush entity", "brush entities"));
+    if (links > 0)
+        left.push_back(counted(links, "targetname or target", "targetnames and targets"));
+    if (!left.empty())
+        text += fmt::format("; not yet imported: {}", fmt::join(left, ", "));
     if (brushes.standardFaces > 0 && brushes.valveFaces > 0)
         text +=
             fmt::format("; faces in two forms: {} standard, {} Valve 220", brushes.standardFaces, brushes.valveFaces);

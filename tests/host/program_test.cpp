@@ -86,6 +86,7 @@ TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
         {{"new", "b.cairn", "--json"}, 2, "cairn: new: "},
         {{"save", "a.cairn"}, 2, "cairn: save: "},
         {{"check", "a.cairn", "--ignore", "nonsense"}, 2, "cairn: check: "},
+        {{"check", "a.cairn", "-"}, 2, "cairn: check: "},
         {{"import", "a.obx", "-o", "b.cairn"}, 2, "cairn: a.obx: "},
         {{"import", "bad.map", "-o", "b.cairn", "--scale", "0"}, 2, "cairn: import: "},
         {{"content", "add", "c.db", "dragon", "x"}, 2, "cairn: content add: "},
