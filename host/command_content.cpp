@@ -1,0 +1,110 @@
+#include "cairn/content/shared_db.h"
+#include "cairn/content/shared_db_writer.h"
+#include "host/command_line.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace cairn::host {
+
+namespace {
+
+struct ContentOptions : CommonOptions {
+    std::string file;
+    std::string kind; ///< a kind's word; empty for all
+    std::vector<std::string> names;
+    std::string skin;
+    std::string draw = "yes";
+};
+
+void refuseStandardStream(const std::string& command, const std::string& file) {
+    if (file == "-")
+        throw Failure(ExitCode::COMMAND_LINE, command, "a content database cannot be standard input or output");
+}
+
+ExitCode runCreate(const ContentOptions& options, Console&) {
+    refuseStandardStream("content create", options.file);
+    withFailure(ExitCode::OUTPUT, options.file, [&] { Y_SharedDBWriter::create(options.file); });
+    return ExitCode::DONE;
+}
+
+ExitCode runAdd(const ContentOptions& options, Console&) {
+    refuseStandardStream("content add", options.file);
+    Y_SharedDBEntryOptions entry;
+    entry.skin = options.skin;
+    entry.drawPolygons = options.draw == "yes";
+    const Y_SharedDBKind kind = findSharedDBKind(options.kind)->kind;
+    const auto writer =
+        withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDBWriter>(options.file); });
+    // A name that is refused is an answer, no broken file.
+    withFailure(ExitCode::NO, options.file, [&] {
+        for (const std::string& name : options.names)
+            writer->add(kind, name, entry);
+    });
+    withFailure(ExitCode::OUTPUT, options.file, [&] { writer->commit(); });
+    return ExitCode::DONE;
+}
+
+ExitCode runList(const ContentOptions& options, Console& console) {
+    refuseStandardStream("content list", options.file);
+    const auto content =
+        withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDB>(options.file, true); });
+    Json kinds = Json::object();
+    for (const Y_SharedDBKindInfo& info : getSharedDBKinds())
+        if (options.kind.empty() || options.kind == info.name)
+            kinds[info.name] = content->getNames(info.kind);
+    if (options.json) {
+        console.writeLine(toJsonText(kinds));
+        return ExitCode::DONE;
+    }
+    for (const auto& [kind, names] : kinds.items())
+        for (const Json& name : names)
+            console.writeLine(fmt::format("{} {}", kind, toShownText(name.get_ref<const std::string&>())));
+    return ExitCode::DONE;
+}
+
+std::string refuseUnknownKind(const std::string& word) {
+    if (findSharedDBKind(word))
+        return "";
+    std::string text = fmt::format("\"{}\" is no kind of content:", word);
+    for (const Y_SharedDBKindInfo& info : getSharedDBKinds())
+        text += fmt::format(" {}", info.name);
+    return text;
+}
+
+using Run = ExitCode (*)(const ContentOptions&, Console&);
+
+CLI::App* addCommand(CLI::App& content, const char* name, const char* description, Run run, Command& chosen,
+                     const std::shared_ptr<ContentOptions>& options) {
+    CLI::App* command = content.add_subcommand(name, description);
+    command->add_option("DB", options->file, "File of the content database")->required();
+    options->addQuiet(*command);
+    onChosen(*command, options, run, chosen);
+    return command;
+}
+
+} // namespace
+
+void addContentCommand(CLI::App& app, Command& chosen) {
+    CLI::App* content = app.add_subcommand("content", "Make, fill and list a content database");
+    content->require_subcommand(1);
+    const auto options = std::make_shared<ContentOptions>();
+    addCommand(*content, "create", "Make an empty content database", runCreate, chosen, options);
+
+    CLI::App* add = addCommand(*content, "add", "Add names of one kind, all or none", runAdd, chosen, options);
+    add->add_option("KIND", options->kind, "What the names are of: level-item, skin, flare, ...")
+        ->required()
+        ->check(refuseUnknownKind);
+    add->add_option("NAME", options->names, "Names to add")->required();
+    add->add_option("--skin", options->skin, "Skin that animations belong to, by default the first")->type_name("NAME");
+    add->add_option("--draw", options->draw, "Whether polygons of a surface material are seen, by default yes")
+        ->type_name("yes|no")
+        ->check(CLI::IsMember({"yes", "no"}));
+
+    CLI::App* list = addCommand(*content, "list", "Show the names, of all kinds or of one", runList, chosen, options);
+    list->add_option("KIND", options->kind, "Kind to show")->check(refuseUnknownKind);
+    options->addJson(*list);
+}
+
+} // namespace cairn::host

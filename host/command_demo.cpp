@@ -1,0 +1,155 @@
+#include "cairn/content/shared_db_writer.h"
+#include "cairn/document/entity_factory.h"
+#include "cairn/document/level_file.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/ui_sphere_entity.h"
+#include "cairn/foundation/file.h"
+#include "host/command_line.h"
+#include "host/demo_map.h"
+#include "host/entity_text.h"
+#include "host/map_import.h"
+#include "host/problems.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <filesystem>
+
+namespace cairn::host {
+
+namespace {
+
+struct DemoOptions : CommonOptions {
+    std::string folder = "cairn-demo";
+};
+
+/// The demonstration, a step an operation; each reports itself in one line.
+class Demo {
+  public:
+    Demo(const DemoOptions& options, Console& console) : m_folder(options.folder), m_console(console) {}
+
+    void run() {
+        makeFolder();
+        makeContent();
+        LevelSession session(m_console, path("content.db"));
+        makeLevel(session);
+        importMapFile(session);
+        for (const char* name : {"demo.cairn", "imported.cairn"})
+            reload(session, name);
+        tellWhatNext();
+    }
+
+  private:
+    std::string path(const std::string& name) const { return (m_folder / name).string(); }
+
+    void step(const std::string& what) { m_console.writeLine(fmt::format("{}. {}", ++m_steps, toShownText(what))); }
+
+    void makeFolder() const {
+        std::error_code error;
+        std::filesystem::create_directories(m_folder, error);
+        if (error)
+            throw Failure(ExitCode::OUTPUT, m_folder.string(), error.message());
+    }
+
+    void makeContent() {
+        withFailure(ExitCode::OUTPUT, path("content.db"), [&] {
+            Y_SharedDBWriter::create(path("content.db"));
+            Y_SharedDBWriter writer(path("content.db"));
+            for (const char* skin : {"guard", "monster_rat"})
+                writer.add(Y_SharedDBKind::SKIN, skin);
+            writer.add(Y_SharedDBKind::LEVEL_ITEM, "item_health");
+            writer.commit();
+        });
+        step(fmt::format("made a content database of 2 skins and 1 level item: {}", path("content.db")));
+    }
+
+    static CN_LevelEntity& add(CN_LevelEntity& parent, int kind, const char* name, const CN_LevelEntity::Vector& at) {
+        std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, parent.getDocument()));
+        if (!made || !parent.canAdd(made.get()))
+            throw new F_Exception(fmt::format("\"{}\" cannot be made", name));
+        made->setName(name, false);
+        CN_LevelEntity& entity = *made.release();
+        parent.add(&entity, false);
+        entity.setPosition(at);
+        return entity;
+    }
+
+    void makeLevel(const LevelSession& session) {
+        const auto document = session.createDocument();
+        document->createCairnLevelEntities();
+        document->setInfoDocumentCreatedWithBuild("cairn demo");
+        CN_LevelEntity& root = *document->accessLevel();
+        CN_LevelEntity& room1 = add(root, CN_KIND_MESH, "Room1", {0, 0, 0});
+        CN_LevelEntity& room2 = add(root, CN_KIND_MESH, "Room2", {8, 0, 0});
+        CN_LevelEntity& guard = add(room1, CN_KIND_ENEMY, "Guard", {2, 0, 2});
+        static_cast<CN_UISphereEntity&>(guard).setSharedDBName("guard", true);
+        add(room2, CN_KIND_TRIGGER, "Gate", {-4, 1, 0});
+        session.save(*document, path("demo.cairn"), m_console);
+        step(fmt::format("made a level of two rooms, a guard and a gate: {}", path("demo.cairn")));
+    }
+
+    void importMapFile(const LevelSession& session) {
+        const std::string_view text = DEMO_MAP;
+        withFailure(ExitCode::OUTPUT, path("demo.map"), [&] {
+            F_File::replace(path("demo.map"), {reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+        });
+        const auto document = session.createDocument();
+        document->createCairnLevelEntities();
+        const MapImportSummary summary = importMap(readMap(text), DEFAULT_MAP_SCALE, *document);
+        session.save(*document, path("imported.cairn"), m_console);
+        step(fmt::format("made {} of {}: {}", path("imported.cairn"), path("demo.map"), summary.text()));
+    }
+
+    /// Loads, saves and loads again, checks and lists: the way of every level.
+    void reload(LevelSession& session, const std::string& name) {
+        const OpenedLevel level = session.openForUse(path(name), false);
+        step(fmt::format("loaded {}: {} bytes, {}", path(name), level.bytes, level.sealed ? "sealed" : "not sealed"));
+
+        F_MemoryFile saved;
+        CN_LevelFile::write(*level.document, saved);
+        const std::vector<unsigned char> bytes = CN_LevelFile::read(path(name));
+        if (saved.getSize() != bytes.size() || std::memcmp(saved.getAddress(), bytes.data(), bytes.size()) != 0)
+            throw new F_Exception(path(name) + " differs when it is saved again");
+        step(fmt::format("saved it again: the same {} bytes", bytes.size()));
+
+        const std::vector<Problem> problems = findProblems(level, true, false);
+        if (!problems.empty())
+            throw new F_Exception(fmt::format("{}: {}: {}", path(name), problems[0].kind->code, problems[0].message));
+        step("checked it: no problems");
+
+        std::vector<std::string> names;
+        CN_ConstPreIterator it = level.document->getLevel()->createConstIterator();
+        for (it.begin(); !it.end(); ++it)
+            names.push_back(qualifiedName(**it));
+        step(fmt::format("listed it: {}", fmt::join(names, ", ")));
+    }
+
+    void tellWhatNext() {
+        m_console.writeLine("Look at them next:");
+        for (const char* command : {"tree {}", "info --json {}", "check {}"})
+            m_console.writeLine("  cairn " + toShownText(fmt::format(fmt::runtime(command), path("demo.cairn"))));
+        m_console.writeLine("  cairn content list " + toShownText(path("content.db")));
+    }
+
+    std::filesystem::path m_folder;
+    Console& m_console;
+    int m_steps = 0; ///< done
+};
+
+ExitCode runDemo(const DemoOptions& options, Console& console) {
+    Demo(options, console).run();
+    return ExitCode::DONE;
+}
+
+} // namespace
+
+void addDemoCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<DemoOptions>();
+    CLI::App* command = app.add_subcommand("demo", "Do the main job end to end on bundled input, one line a step");
+    command->add_option("--out", options->folder, "Folder for the files, by default cairn-demo")->type_name("DIR");
+    options->addQuiet(*command);
+    onChosen(*command, options, runDemo, chosen);
+}
+
+} // namespace cairn::host

@@ -1,0 +1,120 @@
+#include "cairn/document/camera.h"
+#include "cairn/document/selection.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/fsm/fsm.h"
+#include "host/command_line.h"
+#include "host/entity_text.h"
+#include "host/level_session.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <map>
+
+namespace cairn::host {
+
+namespace {
+
+struct InfoOptions : CommonOptions {
+    std::string file;
+};
+
+/// What a walk over the tree counts.
+struct TreeCounts {
+    std::size_t entities = 0, depth = 0, machines = 0, handlers = 0;
+    std::map<int, std::size_t> kinds; ///< by type id
+
+    /// Recursion is as deep as the tree, which a load bounds.
+    void count(const CN_LevelEntity& entity, std::size_t level) {
+        ++entities;
+        ++kinds[entity.getEntityId()];
+        depth = std::max(depth, level);
+        if (const E_FSM* machine = entity.getFSM()) {
+            ++machines;
+            handlers += static_cast<std::size_t>(machine->getMessageHandlerCount());
+        }
+        for (const CN_LevelEntity* child : entity.getChildren())
+            count(*child, level + 1);
+    }
+};
+
+Json describe(const InfoOptions& options, const OpenedLevel& level) {
+    const CN_Document& document = *level.document;
+    TreeCounts counts;
+    counts.count(*document.getLevel(), 0);
+    Json kinds = Json::object();
+    for (const auto& [id, number] : counts.kinds)
+        kinds[kindName(id)] = number;
+    Json groups = Json::array();
+    for (const auto& [name, number] : document.getAICharacterGroups())
+        groups.push_back(toString(name));
+    const CN_Camera::Vector& eye = document.getCNCamera()->pos();
+
+    Json info;
+    info["file"] = options.file;
+    info["bytes"] = level.bytes;
+    info["sealed"] = level.sealed;
+    info["format_version"] = CAIRN_CN_DOCUMENT_VERSION; // no other loads
+    info["build"] = document.getInfoDocumentCreatedWithBuild();
+    info["entities"] = counts.entities;
+    info["kinds"] = std::move(kinds);
+    info["depth"] = counts.depth;
+    info["fsms"] = counts.machines;
+    info["handlers"] = counts.handlers;
+    info["selected"] = document.getSelection()->getCount();
+    info["groups"] = std::move(groups);
+    info["camera"] = {{"position", {eye.x, eye.y, eye.z}}};
+    return info;
+}
+
+std::string toText(const Json& value) {
+    return value.is_string() ? toShownText(value.get_ref<const std::string&>()) : toJsonText(value);
+}
+
+/// One line a key; what has parts gets a line for each.
+void writeText(const Json& info, Console& console) {
+    constexpr int WIDTH = 16;
+    for (const auto& [key, value] : info.items()) {
+        if (key == "kinds") {
+            console.writeLine("kinds");
+            for (const auto& [kind, number] : value.items())
+                console.writeLine(fmt::format("  {:<24}{}", kind, toText(number)));
+        } else if (key == "groups") {
+            console.writeLine("groups");
+            for (const Json& group : value)
+                console.writeLine(fmt::format("  \"{}\"", toText(group)));
+        } else if (key == "camera") {
+            const Json& eye = value["position"];
+            console.writeLine(
+                fmt::format("{:<{}}at {}, {}, {}", key, WIDTH, toText(eye[0]), toText(eye[1]), toText(eye[2])));
+        } else
+            console.writeLine(fmt::format("{:<{}}{}", key, WIDTH, toText(value)));
+    }
+}
+
+ExitCode runInfo(const InfoOptions& options, Console& console) {
+    LevelSession session(console, options.content);
+    const OpenedLevel level = session.openForUse(options.file, options.force);
+    const Json info = describe(options, level);
+    if (options.json)
+        console.writeLine(toJsonText(info));
+    else
+        writeText(info, console);
+    return level.isWhole() ? ExitCode::DONE : ExitCode::NO;
+}
+
+} // namespace
+
+void addInfoCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<InfoOptions>();
+    CLI::App* command = app.add_subcommand("info", "Count what a level holds");
+    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
+    options->addJson(*command);
+    options->addContent(*command);
+    options->addForce(*command);
+    options->addQuiet(*command);
+    onChosen(*command, options, runInfo, chosen);
+}
+
+} // namespace cairn::host

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "host/commands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+
+namespace cairn::host {
+
+/// The options that commands share; each command adds those it has.
+struct CommonOptions {
+    bool quiet = false;
+    bool json = false;
+    bool force = false;
+    std::string content; ///< file of the content database, empty for none
+
+    /// Each adds its option to the command.
+    /// @{
+    void addQuiet(CLI::App& command);
+    void addJson(CLI::App& command);
+    void addForce(CLI::App& command);
+    void addContent(CLI::App& command);
+    /// @}
+};
+
+/// Adds the option `-o OUT`, which must be given.
+void addOutput(CLI::App& command, std::string& output);
+
+/// Makes `run`, with the options as they are parsed by then, what `chosen` holds where the user gives this command.
+template <class Options>
+void onChosen(CLI::App& command, const std::shared_ptr<Options>& options, ExitCode (*run)(const Options&, Console&),
+              Command& chosen) {
+    command.callback([options, run, &chosen] {
+        chosen = [options, run](Console& console) {
+            console.setQuiet(options->quiet);
+            return run(*options, console);
+        };
+    });
+}
+
+} // namespace cairn::host

@@ -1,0 +1,34 @@
+#include "host/command_line.h"
+#include "host/level_session.h"
+
+namespace cairn::host {
+
+namespace {
+
+struct NewOptions : CommonOptions {
+    std::string output;
+    std::string build;
+};
+
+ExitCode runNew(const NewOptions& options, Console& console) {
+    const LevelSession session(console, options.content);
+    const auto document = session.createDocument();
+    document->createCairnLevelEntities();
+    document->setInfoDocumentCreatedWithBuild(options.build);
+    session.save(*document, options.output, console);
+    return ExitCode::DONE;
+}
+
+} // namespace
+
+void addNewCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<NewOptions>();
+    CLI::App* command = app.add_subcommand("new", "Make a fresh level: a root \"World_Group\" with a child \"player\"");
+    command->add_option("OUT", options->output, "File to write, replaced if it exists; \"-\" for standard output")
+        ->required();
+    command->add_option("--build", options->build, "The build that the level names as its maker")->type_name("TEXT");
+    options->addQuiet(*command);
+    onChosen(*command, options, runNew, chosen);
+}
+
+} // namespace cairn::host

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/console.h"
+
+#include <functional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace cairn::host {
+
+/// What the command line asks for, ready to run.
+using Command = std::function<ExitCode(Console&)>;
+
+/// Each adds its command to the program's command line; once that is parsed, the command the user chose is in `chosen`,
+/// which must live as long as `app`.
+void addNewCommand(CLI::App& app, Command& chosen);
+void addDemoCommand(CLI::App& app, Command& chosen);
+void addInfoCommand(CLI::App& app, Command& chosen);
+void addTreeCommand(CLI::App& app, Command& chosen);
+void addCheckCommand(CLI::App& app, Command& chosen);
+void addImportCommand(CLI::App& app, Command& chosen);
+void addSaveCommand(CLI::App& app, Command& chosen);
+void addContentCommand(CLI::App& app, Command& chosen);
+
+/// Runs the program with the arguments of `main` and gives its exit code. Nothing is thrown.
+int runProgram(int argc, const char* const* argv);
+
+} // namespace cairn::host

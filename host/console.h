@@ -1,0 +1,71 @@
+#pragma once
+
+#include "host/failure.h"
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+namespace cairn::host {
+
+/// What the program says to the outside. A result is held back until the command is done: a command that fails leaves
+/// standard output empty.
+class Console {
+  public:
+    /// Appends to the result: text or the bytes of a file.
+    void write(std::string_view bytes) { m_result += bytes; }
+    /// Appends a line to the result.
+    void writeLine(std::string_view line);
+    /// Hands the result to standard output. Throws a `Failure` where it cannot be written whole.
+    void flush();
+    /// Drops the result.
+    void discard() { m_result.clear(); }
+
+    /// A line on standard error that begins with the program's name; `quiet` silences it.
+    void note(std::string_view subject, std::string_view text) const;
+    /// A warning on standard error, `quiet` or not.
+    void warn(std::string_view subject, std::string_view text) const;
+    /// The one line of a command that failed.
+    static void complain(std::string_view subject, std::string_view text);
+
+    bool isQuiet() const { return m_quiet; }
+    void setQuiet(bool quiet) { m_quiet = quiet; }
+    /// `text` in the colour of errors (`true`) or warnings where standard output is a terminal and NO_COLOR is not set.
+    std::string colored(std::string_view text, bool error) const;
+
+  private:
+    std::string m_result;
+    bool m_quiet = false; ///< no notes, no progress
+};
+
+/// Shows on standard error, where that is a terminal, how far a long command is. Nothing is shown for the first half
+/// second, and the line is gone at the end.
+class Progress {
+  public:
+    Progress(const Console& console, std::string subject);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// The document's cursor callback: counts the entities of the progress that lives now.
+    static void advance(int step);
+
+  private:
+    void show();
+
+    using Clock = std::chrono::steady_clock;
+
+    static Progress* s_current; ///< not owned: receives the callbacks
+    std::string m_subject;      ///< file at work
+    bool m_enabled;
+    std::size_t m_count = 0;       ///< entities done
+    std::size_t m_shownLength = 0; ///< of the line on the terminal
+    Clock::time_point m_next;      ///< when to show again
+    Progress* m_outer;             ///< not owned: the current one before this
+};
+
+/// Makes a closed reader a failed write instead of a signal, and gives closed standard streams a place of their own, so
+/// that no file the program opens takes it.
+void prepareStandardStreams();
+
+} // namespace cairn::host

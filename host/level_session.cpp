@@ -1,0 +1,99 @@
+#include "host/level_session.h"
+
+#include "cairn/document/level_file.h"
+#include "cairn/document/level_file_library.h"
+#include "cairn/document/shared_db.h"
+#include "cairn/entities/cairn_level.h"
+
+namespace cairn::host {
+
+std::vector<std::string> LevelSession::s_messages;
+
+LevelSession::LevelSession(const Console& console, const std::string& contentFile)
+    : m_console(console), m_hasContent(!contentFile.empty()) {
+    s_messages.clear();
+    m_oldMessageBox = setMessageBoxHandler([](const CString& text, unsigned) { s_messages.push_back(text.str()); });
+    m_oldProcessEnd = setProcessEndHandler([](int) {
+        throw new F_Exception(s_messages.empty() ? "The library asked to end the process" : s_messages.back());
+    });
+    contentPath() = CString(contentFile);
+    CN_LevelFileLibrary::setSharedDBPathCallback(&LevelSession::contentPath);
+    if (!CN_SharedDB::createInstance()) {
+        const std::string reason = s_messages.empty() ? "cannot be opened" : s_messages.back();
+        const std::string details = "Details:\n";
+        const std::size_t at = reason.find(details);
+        setMessageBoxHandler(std::move(m_oldMessageBox));
+        setProcessEndHandler(std::move(m_oldProcessEnd));
+        throw Failure(ExitCode::INPUT, contentFile,
+                      at == std::string::npos ? reason : reason.substr(at + details.size()));
+    }
+    s_messages.clear();
+}
+
+LevelSession::~LevelSession() {
+    CN_SharedDB::deleteInstance();
+    CN_LevelFileLibrary::setSharedDBPathCallback(nullptr);
+    setMessageBoxHandler(std::move(m_oldMessageBox));
+    setProcessEndHandler(std::move(m_oldProcessEnd));
+}
+
+void LevelSession::collect(int, const CString& message) { s_messages.push_back(message.str()); }
+
+CString& LevelSession::contentPath() {
+    static CString path;
+    return path;
+}
+
+std::unique_ptr<CN_Document> LevelSession::createDocument() const {
+    auto document = std::make_unique<CN_Document>();
+    document->setCursorCallback(&Progress::advance);
+    document->setErrorCallback(&LevelSession::collect);
+    return document;
+}
+
+OpenedLevel LevelSession::open(const std::string& file) {
+    OpenedLevel level;
+    level.document = createDocument();
+    s_messages.clear();
+    const Progress progress(m_console, file);
+    try {
+        const std::vector<unsigned char> bytes = CN_LevelFile::read(file);
+        level.bytes = bytes.size();
+        level.sealed = CN_LevelFile::load(*level.document, bytes);
+    } catch (F_MemoryException_Allocation*) {
+        throw;
+    } catch (F_Exception* e) {
+        F_ExceptionGuard guard(e);
+        level.fault = e->getErrorMessage().empty() ? "The level cannot be read" : e->getErrorMessage();
+        level.sealFault = dynamic_cast<CN_LevelFile_Exception_Seal*>(e) != nullptr;
+    }
+    level.messages.swap(s_messages);
+    return level;
+}
+
+OpenedLevel LevelSession::openForUse(const std::string& file, bool force) {
+    OpenedLevel level = withFailure(ExitCode::INPUT, file, [&] { return open(file); });
+    if (level.isWhole())
+        return level;
+    if (!force || !level.document->getLevel())
+        throw Failure(ExitCode::INPUT, file, level.fault);
+    m_console.warn(file, "only what stands before the fault was read: " + level.fault);
+    if (!level.sealFault)
+        level.document->accessLevel()->handleParenting(true);
+    return level;
+}
+
+void LevelSession::save(CN_Document& document, const std::string& file, Console& output) const {
+    const Progress progress(m_console, file);
+    withFailure(ExitCode::OUTPUT, file == "-" ? "standard output" : file, [&] {
+        if (file != "-") {
+            CN_LevelFile::save(document, file);
+            return;
+        }
+        F_MemoryFile bytes;
+        CN_LevelFile::write(document, bytes);
+        output.write({static_cast<const char*>(bytes.getAddress()), bytes.getSize()});
+    });
+}
+
+} // namespace cairn::host

@@ -1,0 +1,179 @@
+#include "host/problems.h"
+
+#include "cairn/document/name_validator.h"
+#include "cairn/document/shared_db.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/ui_sphere_entity.h"
+#include "host/entity_text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+namespace cairn::host {
+
+namespace {
+
+constexpr ProblemKind KINDS[] = {
+    {"unreadable", Severity::ERROR},
+    {"seal", Severity::ERROR},
+    {"repaired", Severity::WARNING},
+    {"newer-data", Severity::WARNING},
+    {"broken-rotation", Severity::ERROR},
+    {"broken-keyframe", Severity::ERROR},
+    {"exit-unpaired", Severity::ERROR},
+    {"exit-no-portal", Severity::ERROR},
+    {"mesh-open", Severity::WARNING},
+    {"polygon-nonplanar", Severity::ERROR},
+    {"polygon-degenerate", Severity::ERROR},
+    {"polygon-untriangulated", Severity::ERROR},
+    {"material-missing", Severity::WARNING},
+    {"texture-undecoded", Severity::WARNING},
+    {"name-invalid", Severity::WARNING},
+    {"parenting", Severity::ERROR},
+    {"fsm-default-state", Severity::WARNING},
+    {"fsm-dangling-target", Severity::ERROR},
+    {"fsm-bad-exit", Severity::ERROR},
+    {"fsm-unknown-message", Severity::WARNING},
+    {"fsm-argument-count", Severity::WARNING},
+    {"fsm-receiver", Severity::WARNING},
+    {"fsm-unreached-state", Severity::WARNING},
+    {"fsm-unstarted-timer", Severity::WARNING},
+    {"content-unknown", Severity::WARNING},
+    {"lightmap-dangling", Severity::ERROR},
+    {"message", Severity::WARNING},
+};
+
+/// Gathers the problems of one level.
+class ProblemFinder {
+  public:
+    ProblemFinder(const OpenedLevel& level, bool checkContent) : m_level(level), m_checkContent(checkContent) {}
+
+    std::vector<Problem> find(bool force) {
+        addFault();
+        addReport();
+        addMessages();
+        CN_LevelEntity* root = m_level.document->accessLevel();
+        if (root && (m_level.isWhole() || m_level.sealFault || force))
+            look(*root);
+        return std::move(m_problems);
+    }
+
+  private:
+    Problem& add(std::string_view code, std::string message) {
+        Problem problem;
+        problem.kind = findProblemKind(code);
+        if (!problem.kind) // a finding that is younger than this table
+            problem.kind = findProblemKind("message");
+        problem.message = std::move(message);
+        return m_problems.emplace_back(std::move(problem));
+    }
+    void add(std::string_view code, const CN_LevelEntity& entity, std::string message) {
+        add(code, std::move(message)).entity = qualifiedName(entity);
+    }
+
+    void addFault() {
+        if (!m_level.isWhole())
+            add(m_level.sealFault ? "seal" : "unreadable", m_level.fault);
+    }
+
+    void addReport() {
+        const CN_LoadReport& report = m_level.document->getLoadReport();
+        for (const CN_LoadFinding& finding : report.getFindings()) {
+            m_reported.insert(finding.text);
+            m_brokenRotation |= finding.code == "broken-rotation";
+            Problem& problem = add(finding.code, finding.text);
+            if (finding.hasEntity)
+                problem.entity = finding.entity;
+            problem.polygon = finding.polygon;
+        }
+        if (report.getDropped() > 0)
+            add("message", fmt::format("{} more findings of the load are not listed", report.getDropped()));
+    }
+
+    /// What the library showed and neither its report nor the fault says already.
+    void addMessages() {
+        for (const std::string& message : m_level.messages)
+            if (!m_reported.contains(message) && message != m_level.fault && !listsBrokenRotations(message))
+                add("message", message);
+    }
+    bool listsBrokenRotations(const std::string& message) const {
+        return m_brokenRotation && message.find("broken rotation") != std::string::npos;
+    }
+
+    /// Recursion is as deep as the tree, which a load bounds.
+    void look(CN_LevelEntity& entity) {
+        checkName(entity);
+        checkParent(entity);
+        if (m_checkContent)
+            checkContent(entity);
+        for (CN_LevelEntity* child : entity.getChildren())
+            look(*child);
+    }
+
+    void checkName(CN_LevelEntity& entity) {
+        const CString name = entity.getName();
+        if (&entity == m_level.document->getPlayer() && name.CompareNoCase("player") == 0)
+            return;
+        CN_NameValidator* validator = CN_NameValidator::instance();
+        if (!validator->isValidEntityName(name))
+            add("name-invalid", entity, validator->getLastNameFaultDescription());
+    }
+
+    void checkParent(CN_LevelEntity& entity) {
+        CN_LevelEntity* parent = entity.getParent();
+        if (!parent || parent->canAdd(&entity))
+            return;
+        // The content of a prefab comes to it by another way than other children.
+        if (parent->getEntityId() == CN_KIND_PREFAB && entity.getEntityId() == CN_KIND_PREFAB_CONTENT)
+            return;
+        add("parenting", entity,
+            fmt::format("A {} cannot stand under a {}", kindName(entity.getEntityId()),
+                        kindName(parent->getEntityId())));
+    }
+
+    void checkContent(const CN_LevelEntity& entity) {
+        const auto* sphere = dynamic_cast<const CN_UISphereEntity*>(&entity);
+        const std::set<istring>* names = sphere ? namesFor(entity.getEntityId()) : nullptr;
+        if (!names || sphere->getSharedDBName().empty() || names->contains(toIString(sphere->getSharedDBName())))
+            return;
+        add("content-unknown", entity,
+            fmt::format("The content database does not hold \"{}\"", sphere->getSharedDBName()));
+    }
+    /// The names that are valid for that kind of entity, or null where the kind has none.
+    static const std::set<istring>* namesFor(int entityId) {
+        const CN_SharedDB* content = CN_SharedDB::instance();
+        switch (entityId) {
+        case CN_KIND_ITEM:
+            return &content->getLevelItems();
+        case CN_KIND_ENEMY:
+            return &content->getSkins();
+        case CN_KIND_FLARE:
+            return &content->getFlares();
+        default:
+            return nullptr;
+        }
+    }
+
+    const OpenedLevel& m_level;
+    bool m_checkContent;
+    bool m_brokenRotation = false;    ///< the report names the entities with broken rotations
+    std::set<std::string> m_reported; ///< texts of the load's report
+    std::vector<Problem> m_problems;
+};
+
+} // namespace
+
+std::span<const ProblemKind> problemKinds() { return KINDS; }
+
+const ProblemKind* findProblemKind(std::string_view code) {
+    const auto* found = std::find_if(std::begin(KINDS), std::end(KINDS), [&](const auto& k) { return k.code == code; });
+    return found == std::end(KINDS) ? nullptr : found;
+}
+
+std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent, bool force) {
+    return ProblemFinder(level, checkContent).find(force);
+}
+
+} // namespace cairn::host
