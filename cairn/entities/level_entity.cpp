@@ -13,17 +13,16 @@
 #include "cairn/fsm/change_manager.h"
 #include "cairn/fsm/fsm.h"
 
-#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace cairn {
 
 namespace {
 
-/// Every entity there is, with its process-unique number. It is never destroyed: prototypes die at the very end of the
-/// process and sign off here.
-std::unordered_map<const CN_LevelEntity*, std::uint32_t>& liveEntities() {
-    static auto& entities = *new std::unordered_map<const CN_LevelEntity*, std::uint32_t>;
+/// Every entity there is. It is never destroyed: prototypes die at the very end of the process and sign off here.
+std::unordered_set<const CN_LevelEntity*>& liveEntities() {
+    static auto& entities = *new std::unordered_set<const CN_LevelEntity*>;
     return entities;
 }
 
@@ -41,7 +40,7 @@ bool hasCriticalFlag(int entityId) {
 
 } // namespace
 
-CN_LevelEntity::CN_LevelEntity() { liveEntities().emplace(this, nextProcessNumber()); }
+CN_LevelEntity::CN_LevelEntity() : m_processNumber(nextProcessNumber()) { liveEntities().insert(this); }
 
 CN_LevelEntity::CN_LevelEntity(int entityId, int imageIndex) : CN_LevelEntity() {
     m_entityId = entityId;
@@ -135,10 +134,9 @@ void CN_LevelEntity::deleteDescendants() {
 std::uint32_t CN_LevelEntity::getSerialisationId(const CN_LevelEntity* entity) {
     if (!entity)
         return 0;
-    const auto it = liveEntities().find(entity);
-    if (it == liveEntities().end())
+    if (!isAlive(entity))
         return 0xFFFFFFFFu;
-    return entity->m_saveNumber ? entity->m_saveNumber : it->second;
+    return entity->m_saveNumber ? entity->m_saveNumber : entity->m_processNumber;
 }
 
 bool CN_LevelEntity::isAlive(const CN_LevelEntity* entity) { return liveEntities().count(entity) > 0; }

@@ -306,7 +306,7 @@ class CN_LevelEntity {
     /// not followed.
     static std::uint32_t getSerialisationId(const CN_LevelEntity* entity);
     static bool isAlive(const CN_LevelEntity* entity);
-    /// The document's save numbers its entities; 0 takes the number away again.
+    /// The document's save numbers its entities, when it has called `checkSavable`; 0 takes the number away again.
     void setSaveNumber(std::uint32_t number) { m_saveNumber = number; }
     /// @}
 
@@ -376,6 +376,7 @@ class CN_LevelEntity {
     std::unique_ptr<CN_ChildNames> m_childNames; ///< look-up of the children's names, built on demand; null while few
     ChildList::iterator m_place;                 ///< of this entity among its parent's children; valid while listed
     bool m_listed = false;                       ///< stands among its parent's children
+    std::uint32_t m_processNumber;               ///< its number in this process, stored where a document has given none
     std::uint32_t m_saveNumber = 0;              ///< in the save under way, 0 outside one
     std::uint32_t m_loadedId = 0;                ///< the identity it was read under, 0 for none
 };

@@ -100,7 +100,7 @@ void CN_LevelEntity::load(F_MemoryFile& file) {
 }
 
 void CN_LevelEntity::save(F_MemoryFile& file) {
-    if (!SaveScope::isSaving())
+    if (!SaveScope::isSaving() && m_saveNumber == 0) // a document has checked before it gave numbers
         checkSavable();
     const SaveScope scope;
     advanceWaitCursor();
@@ -164,7 +164,7 @@ void CN_LevelEntity::loadCommonEntityData(F_MemoryFile& file) {
 void CN_LevelEntity::saveCommonEntityData(F_MemoryFile& file) {
     file << m_entityId;
     file.createChunk(0, CAIRN_LVL_ENTITY_VERSION);
-    file << static_cast<unsigned long>(getSerialisationId(this));
+    file << static_cast<unsigned long>(m_saveNumber ? m_saveNumber : m_processNumber);
     file << m_position;
     file << m_rotation;
     file << m_boundingMin;
