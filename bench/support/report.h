@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// What the benchmarks share: contenders that do the same work side by side, and one report of their ratios and growth.
@@ -71,7 +72,7 @@ public:
             double witness = 0;
             for ([[maybe_unused]] auto iteration : state) {
                 witness = static_cast<double>(work());
-                benchmark::DoNotOptimize(witness);
+                benchmark::DoNotOptimize(std::as_const(witness)); // the form for variables loses constants under g++ 12
             }
             state.counters["witness"] = witness;
         });
@@ -86,7 +87,7 @@ public:
             Watch watch;
             for ([[maybe_unused]] auto iteration : state) {
                 witness = static_cast<double>(work(watch));
-                benchmark::DoNotOptimize(witness);
+                benchmark::DoNotOptimize(std::as_const(witness)); // the form for variables loses constants under g++ 12
                 state.SetIterationTime(watch.take());
             }
             state.counters["witness"] = witness;

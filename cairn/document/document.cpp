@@ -130,6 +130,7 @@ void CN_Document::deleteCairnLevelEntities() {
     m_brokenEntities.clear();
     m_brokenFSMs.clear();
     m_lastHidden.clear();
+    m_selection->clear();
     // Entities may ask for the level while they die.
     delete m_level;
     m_level = nullptr;

@@ -36,10 +36,7 @@ struct Registration {
     const char* withoutDatabase; ///< what to say where the kind needs the content database and there is none; else null
 };
 
-template <class Kind>
-std::unique_ptr<CN_LevelEntity> make() {
-    return std::make_unique<Kind>();
-}
+template <class Kind> std::unique_ptr<CN_LevelEntity> make() { return std::make_unique<Kind>(); }
 
 /// Every kind there is: a new one is a line here.
 constexpr Registration REGISTRATIONS[] = {

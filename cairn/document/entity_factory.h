@@ -12,7 +12,7 @@ class CN_LevelEntity;
 
 /// Makes the entities of all kinds from one prototype a kind.
 class CN_EntityFactory {
-public:
+  public:
     static CN_EntityFactory* instance();
     ~CN_EntityFactory();
     CN_EntityFactory(const CN_EntityFactory&) = delete;
@@ -32,7 +32,7 @@ public:
     /// The type name of an id, empty if it has none.
     string getEntityTypeName(int id) const;
 
-private:
+  private:
     CN_EntityFactory();
     void createTypeNames();
 

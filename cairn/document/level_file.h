@@ -32,7 +32,7 @@ class CN_LevelFile {
     /// where it ends with its last section. Throws what `CN_Document::load` throws where the level does not load, and
     /// `CN_LevelFile_Exception_Seal` where it does but the seal is damaged: `document` holds the whole level then.
     static bool load(CN_Document& document, std::span<const unsigned char> bytes);
-    /// The same with the bytes of a file; the file's name stands ahead of no text: callers say which file it was.
+    /// The same with the bytes of a file, "-" being standard input.
     static bool load(CN_Document& document, const string& path);
 
     /// Writes the level and its seal into `file`, an empty one that is open for writing.

@@ -13,7 +13,7 @@ namespace {
 
 /// Gathers the groups of characters: of every player, and of the enemies that get into the game.
 class EnemyAndPlayerVisitor : public CN_AcyclicLevelVisitor, public CN_EnemyACVisitor, public CN_PlayerACVisitor {
-public:
+  public:
     EnemyAndPlayerVisitor(std::set<istring>& groups, bool selectionOnly)
         : m_groups(groups), m_selectionOnly(selectionOnly) {}
 
@@ -23,7 +23,7 @@ public:
     }
     void visit(CN_LevelEntityPlayer& player) override { m_groups.insert(player.getGroup()); }
 
-private:
+  private:
     std::set<istring>& m_groups; ///< not owned
     bool m_selectionOnly;        ///< leaves out enemies that are not selected
 };

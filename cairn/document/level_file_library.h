@@ -13,7 +13,7 @@ class CN_HierarchyManagerInterface;
 
 /// What exists once for the whole library: the host's plug-ins and the message catalogue.
 class CN_LevelFileLibrary {
-public:
+  public:
     using SharedDBPathCallback = CString& (*)();
 
     static CN_LevelFileLibrary* instance();
@@ -38,7 +38,7 @@ public:
 
     CN_EntityRendererFactory* entityRendererFactory = nullptr; ///< not owned: assigned by the host, null for none
 
-private:
+  private:
     CN_LevelFileLibrary() = default;
     void registerDefaults();
 

@@ -6,7 +6,7 @@ namespace cairn {
 
 /// Judges names of entities for hosts, and keeps the reason of the last refusal.
 class CN_NameValidator {
-public:
+  public:
     static CN_NameValidator* instance();
 
     /// True for a name of letters, digits, "+", "-" and "_" that begins with a letter or digit and is none of
@@ -19,7 +19,7 @@ public:
     const string& getLastNameFaultDescription() const;
     void setLastNameFaultDescription(const char* fault) { m_fault = fault ? fault : ""; }
 
-private:
+  private:
     string m_fault; ///< reason of the last refusal
 };
 

@@ -29,8 +29,8 @@ unsigned int CN_PerfCounter::getElapsedTime() {
     const std::int64_t span = now - m_lastReading;
     m_lastReading = now;
     // Seconds and their rest apart: the product of a long span would not fit.
-    const std::int64_t microseconds = span / m_frequency * MICROSECONDS_PER_SECOND +
-                                      span % m_frequency * MICROSECONDS_PER_SECOND / m_frequency;
+    const std::int64_t microseconds =
+        span / m_frequency * MICROSECONDS_PER_SECOND + span % m_frequency * MICROSECONDS_PER_SECOND / m_frequency;
     return static_cast<unsigned int>(microseconds);
 }
 

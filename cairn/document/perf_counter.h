@@ -6,7 +6,7 @@ namespace cairn {
 
 /// Measures spans of time and can add them up.
 class CN_PerfCounter {
-public:
+  public:
     /// Starts the first span. At its end the object adds what is left of the last one to `accumulator` (not owned; may
     /// be null), in microseconds.
     explicit CN_PerfCounter(std::uint64_t* accumulator = nullptr);
@@ -17,7 +17,7 @@ public:
     /// The microseconds since the last call, or since the construction, in 32 bits; the next span starts.
     unsigned int getElapsedTime();
 
-private:
+  private:
     std::int64_t m_frequency;   ///< counts a second
     std::int64_t m_lastReading; ///< of the counter
     std::uint64_t* m_accumulator;

@@ -22,7 +22,7 @@ std::string nextDecimal(std::string number);
 
 /// The numbers that stand behind one base among the names of siblings, as runs without a gap.
 class CN_UsedNumbers {
-public:
+  public:
     void add(const std::string& number);
     /// Takes one use of `number` away; there must be one.
     void remove(const std::string& number);
@@ -31,12 +31,12 @@ public:
     /// logarithm of the number of runs.
     std::string firstFree(const std::string& from, const std::string* own) const;
 
-private:
+  private:
     using Runs = std::map<std::string, std::string, CN_DecimalLess>;
 
     Runs::const_iterator runOf(const std::string& number) const;
 
-    Runs m_runs;                                             ///< from the first number to the one behind the last
+    Runs m_runs;                                            ///< from the first number to the one behind the last
     std::map<std::string, int, CN_DecimalLess> m_extraUses; ///< of numbers used more than once: uses beyond the first
 };
 
@@ -44,7 +44,7 @@ private:
 ///
 /// The parent builds it when it has more than `MIN_CHILDREN` and is asked about a name, and tells it of every change.
 class CN_ChildNames {
-public:
+  public:
     /// Up to this many children a walk is as fast and takes no memory.
     static constexpr std::size_t MIN_CHILDREN = 32;
 
@@ -67,15 +67,15 @@ public:
     static std::string firstFreeNumberByWalk(const CN_EntityChildList& children, std::string_view base,
                                              const std::string& number, const CN_LevelEntity* own);
 
-private:
+  private:
     using Bases = std::map<istring, CN_UsedNumbers>;
 
     static void use(Bases& bases, std::string_view name);
     void release(std::string_view name);
 
-    const CN_EntityChildList* m_children;    ///< not owned
-    F_NameIndex<CN_LevelEntity*> m_index;    ///< names as they stand, stamped in list order
-    std::optional<Bases> m_numbers;          ///< by base; counted when first asked for
+    const CN_EntityChildList* m_children; ///< not owned
+    F_NameIndex<CN_LevelEntity*> m_index; ///< names as they stand, stamped in list order
+    std::optional<Bases> m_numbers;       ///< by base; counted when first asked for
 };
 
 } // namespace cairn

@@ -30,15 +30,13 @@ void CN_PlaceStack::grow(std::size_t capacity) {
     m_capacity = capacity;
 }
 
-template <class Interface, class Entity>
-Interface& CN_BasicChildIterator<Interface, Entity>::operator++() {
+template <class Interface, class Entity> Interface& CN_BasicChildIterator<Interface, Entity>::operator++() {
     if (!end())
         ++m_at;
     return *this;
 }
 
-template <class Interface, class Entity>
-Entity* CN_BasicChildIterator<Interface, Entity>::operator*() {
+template <class Interface, class Entity> Entity* CN_BasicChildIterator<Interface, Entity>::operator*() {
     return end() ? nullptr : *m_at;
 }
 
@@ -47,14 +45,12 @@ bool CN_BasicChildIterator<Interface, Entity>::operator!=(const Interface& other
     return m_at != dynamic_cast<const CN_BasicChildIterator&>(other).m_at;
 }
 
-template <class Interface, class Entity>
-void CN_BasicPreIterator<Interface, Entity>::begin() {
+template <class Interface, class Entity> void CN_BasicPreIterator<Interface, Entity>::begin() {
     m_above.clear();
     m_at = m_children->begin();
 }
 
-template <class Interface, class Entity>
-Interface& CN_BasicPreIterator<Interface, Entity>::operator++() {
+template <class Interface, class Entity> Interface& CN_BasicPreIterator<Interface, Entity>::operator++() {
     if (atEnd())
         return *this;
     const CN_LevelEntity* entity = *m_at;
@@ -72,8 +68,7 @@ Interface& CN_BasicPreIterator<Interface, Entity>::operator++() {
     return *this;
 }
 
-template <class Interface, class Entity>
-Entity* CN_BasicPreIterator<Interface, Entity>::operator*() {
+template <class Interface, class Entity> Entity* CN_BasicPreIterator<Interface, Entity>::operator*() {
     return atEnd() ? nullptr : *m_at;
 }
 

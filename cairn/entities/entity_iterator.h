@@ -16,7 +16,7 @@ using CN_EntityChildList = std::list<CN_LevelEntity*, F_Allocator<CN_LevelEntity
 
 /// A walk over entities, stepped by hand: `begin`, then while `end` is false use `*it` and `++it`.
 class CN_EntityIterator {
-public:
+  public:
     virtual ~CN_EntityIterator() = default;
     virtual void begin() = 0;
     /// True past the last entity, and before `begin`.
@@ -32,7 +32,7 @@ public:
 
 /// The const twin of `CN_EntityIterator`.
 class CN_ConstEntityIterator {
-public:
+  public:
     virtual ~CN_ConstEntityIterator() = default;
     virtual void begin() = 0;
     virtual bool end() = 0;
@@ -47,9 +47,8 @@ public:
 /// What both child iterators are: a place in a list of children.
 ///
 /// Removing the entity at the place ends the iterator's life; any other change of the list leaves it sound.
-template <class Interface, class Entity>
-class CN_BasicChildIterator : public Interface {
-public:
+template <class Interface, class Entity> class CN_BasicChildIterator : public Interface {
+  public:
     /// An iterator over `children`, which must outlive it; it stands at the end until `begin`.
     explicit CN_BasicChildIterator(const CN_EntityChildList& children) : m_children(&children), m_at(children.end()) {}
 
@@ -62,10 +61,10 @@ public:
     Entity* operator->() override { return **this; }
     bool operator!=(const Interface& other) const override;
 
-protected:
+  protected:
     void moveToEnd() { m_at = m_children->end(); }
 
-private:
+  private:
     const CN_EntityChildList* m_children; ///< not owned
     CN_EntityChildList::const_iterator m_at;
 };
@@ -73,7 +72,7 @@ private:
 /// Places in lists of children, one above the other: the first 64 lie inside the object, more go to the heap, so that a
 /// walk of a tree of ordinary depth allocates nothing.
 class CN_PlaceStack {
-public:
+  public:
     using Place = CN_EntityChildList::const_iterator;
     static constexpr std::size_t INLINE_PLACES = 64;
 
@@ -89,7 +88,7 @@ public:
     Place top() const { return places()[m_size - 1]; }
     void pop() { --m_size; }
 
-private:
+  private:
     Place* places() { return m_heap ? m_heap.get() : m_inline.data(); }
     const Place* places() const { return m_heap ? m_heap.get() : m_inline.data(); }
     void grow(std::size_t capacity);
@@ -104,9 +103,8 @@ private:
 /// starts from.
 ///
 /// Removing the entity at the place or one above it ends the iterator's life.
-template <class Interface, class Entity>
-class CN_BasicPreIterator : public Interface {
-public:
+template <class Interface, class Entity> class CN_BasicPreIterator : public Interface {
+  public:
     /// An iterator over what stands in `children` and below, which must outlive it; at the end until `begin`.
     explicit CN_BasicPreIterator(const CN_EntityChildList& children) : m_children(&children), m_at(children.end()) {}
 
@@ -121,7 +119,7 @@ public:
     /// How many levels the walk has descended: 0 among the children of the entity it started from.
     std::size_t getDepth() const { return m_above.size(); }
 
-private:
+  private:
     bool atEnd() const { return m_above.size() == 0 && m_at == m_children->end(); }
     const CN_LevelEntity* entity() const { return atEnd() ? nullptr : *m_at; }
 
@@ -137,7 +135,7 @@ extern template class CN_BasicPreIterator<CN_ConstEntityIterator, const CN_Level
 
 /// A walk over the children of an entity.
 class CN_ChildIterator final : public CN_BasicChildIterator<CN_EntityIterator, CN_LevelEntity> {
-public:
+  public:
     using CN_BasicChildIterator::CN_BasicChildIterator;
     /// An iterator past the last child.
     CN_ChildIterator getEnd() const {
@@ -149,7 +147,7 @@ public:
 
 /// The const twin of `CN_ChildIterator`.
 class CN_ConstChildIterator final : public CN_BasicChildIterator<CN_ConstEntityIterator, const CN_LevelEntity> {
-public:
+  public:
     using CN_BasicChildIterator::CN_BasicChildIterator;
     CN_ConstChildIterator getEnd() const {
         CN_ConstChildIterator end = *this;
@@ -160,13 +158,13 @@ public:
 
 /// A walk over the descendants of an entity.
 class CN_PreIterator final : public CN_BasicPreIterator<CN_EntityIterator, CN_LevelEntity> {
-public:
+  public:
     using CN_BasicPreIterator::CN_BasicPreIterator;
 };
 
 /// The const twin of `CN_PreIterator`.
 class CN_ConstPreIterator final : public CN_BasicPreIterator<CN_ConstEntityIterator, const CN_LevelEntity> {
-public:
+  public:
     using CN_BasicPreIterator::CN_BasicPreIterator;
 };
 

@@ -149,10 +149,11 @@ bool CN_HierarchyUtils::areAllTopLevelEntitiesRooms(const CN_Document* document,
 bool CN_HierarchyUtils::canExportLevelOrSelection(const CN_Document* document, bool selectionOnly, string& error) {
     int count = 0;
     if (!areAllTopLevelEntitiesRooms(document, selectionOnly, count)) {
-        error = selectionOnly
-                    ? fmt::format("Can't export. The selection has {} top level entities that are not grouped to a room!",
-                                  count)
-                    : fmt::format("Can't export. There are {} top level entities that are not grouped to a room!", count);
+        error =
+            selectionOnly
+                ? fmt::format("Can't export. The selection has {} top level entities that are not grouped to a room!",
+                              count)
+                : fmt::format("Can't export. There are {} top level entities that are not grouped to a room!", count);
         return false;
     }
     const CN_Selection* selection = document ? document->getSelection() : nullptr;

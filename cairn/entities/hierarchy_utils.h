@@ -15,7 +15,7 @@ class CN_Selection;
 
 /// Answers questions about an entity's place in the tree.
 class CN_HierarchyUtils {
-public:
+  public:
     using Vector = M_Vector3Template<double>;
 
     CN_HierarchyUtils() = delete;

@@ -63,7 +63,7 @@ using CN_RayFilter = bool (*)(const CN_Polygon*, const CN_Material*, bool);
 
 /// The settings that every kind of entity has.
 class CN_GeneralEntityProperties {
-public:
+  public:
     CN_GeneralEntityProperties() = default;
     CN_GeneralEntityProperties(const CN_GeneralEntityProperties&) = default;
     CN_GeneralEntityProperties& operator=(const CN_GeneralEntityProperties&) = default;
@@ -85,7 +85,7 @@ public:
     bool isGameplayCritical() const { return m_gameplayCritical; }
     void setGameplayCritical(bool critical) { m_gameplayCritical = critical; }
 
-private:
+  private:
     bool m_visible = true;           ///< shown by the host
     bool m_excludedFromGame = false; ///< left out of the game with all below it
     bool m_reserved = false;         ///< kept and stored, no meaning here
@@ -100,7 +100,7 @@ private:
 /// An entity is made by the factory, owned by its parent once added, and else by whoever holds it; it owns its
 /// children. Rotations act on row vectors: a point in the parent's space is p * rotation + position.
 class CN_LevelEntity {
-public:
+  public:
     using ChildList = CN_EntityChildList;
     using Vector = M_Vector3Template<double>;
     using Matrix = M_Matrix3Template<double>;
@@ -226,14 +226,14 @@ public:
     /// The first child in list order of that name, without regard to case, or null. Constant time.
     virtual CN_LevelEntity* hasChildNamed(const CString& name);
 
-protected:
+  protected:
     /// The name with the least number, from its own on, whose base and number no sibling has, without regard to case
     /// and to the count of digits. It needs a parent. Constant time but for the first call under a parent.
     virtual CString getNextUniqueName(const CString& name);
     /// True if this kind may hold entities of that id.
     virtual bool onCanAdd(int entityId) = 0;
 
-public:
+  public:
     const Vector& getPosition() const { return m_position; }
     const Vector& getWorldPosition() const { return m_worldPosition; }
     const Matrix& getRotation() const { return m_rotation; }
@@ -310,7 +310,7 @@ public:
     void setSaveNumber(std::uint32_t number) { m_saveNumber = number; }
     /// @}
 
-protected:
+  protected:
     /// For kinds that set the fields themselves.
     CN_LevelEntity();
     void initializeMembers();
@@ -328,28 +328,28 @@ protected:
     void saveChildren(F_MemoryFile& file);
     void loadChildren(F_MemoryFile& file);
 
-    Vector m_position;                                  ///< in the parent's space
-    Vector m_worldPosition;                             ///< derived
-    Matrix m_rotation;                                  ///< relative to the parent
-    Matrix m_worldRotation;                             ///< derived
-    Matrix m_invWorldRotation;                          ///< derived: the transpose of the world rotation
+    Vector m_position;         ///< in the parent's space
+    Vector m_worldPosition;    ///< derived
+    Matrix m_rotation;         ///< relative to the parent
+    Matrix m_worldRotation;    ///< derived
+    Matrix m_invWorldRotation; ///< derived: the transpose of the world rotation
     Vector m_boundingMin{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};    ///< of the bounding box
     Vector m_boundingMax{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}; ///< of the bounding box
-    double m_boundingRadius = 0;                        ///< of the sphere about the world position
-    bool m_objectDirty = true;                          ///< a renderer's cached form is out of date
-    CN_Document* m_document = nullptr;                  ///< not owned: set by the factory
-    istring m_qualifiedName;                            ///< never stored
-    CString m_name;                                     ///< unique among siblings without regard to case
-    CN_GeneralEntityProperties m_generalProperties;     ///< settings of every kind
-    int m_imageIndex = -1;                              ///< icon in the host's image list
-    int m_entityId = -1;                                ///< kind
-    bool m_expanded = false;                            ///< tree-view state
-    CN_LevelEntity* m_parent = nullptr;                 ///< not owned
-    ChildList m_children;                               ///< owned, in insertion order
+    double m_boundingRadius = 0;                                             ///< of the sphere about the world position
+    bool m_objectDirty = true;                              ///< a renderer's cached form is out of date
+    CN_Document* m_document = nullptr;                      ///< not owned: set by the factory
+    istring m_qualifiedName;                                ///< never stored
+    CString m_name;                                         ///< unique among siblings without regard to case
+    CN_GeneralEntityProperties m_generalProperties;         ///< settings of every kind
+    int m_imageIndex = -1;                                  ///< icon in the host's image list
+    int m_entityId = -1;                                    ///< kind
+    bool m_expanded = false;                                ///< tree-view state
+    CN_LevelEntity* m_parent = nullptr;                     ///< not owned
+    ChildList m_children;                                   ///< owned, in insertion order
     std::unique_ptr<CN_EntityRendererInterface> m_renderer; ///< may be null
     std::unique_ptr<E_FSM> m_fsm;                           ///< may be null
 
-private:
+  private:
     friend class CN_ChildNames;
     class LoadScope;
 

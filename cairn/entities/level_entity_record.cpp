@@ -2,8 +2,8 @@
 #include "cairn/document/entity_factory.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/load_scope.h"
-#include "cairn/foundation/exception.h"
 #include "cairn/entities/virtual_node.h"
+#include "cairn/foundation/exception.h"
 #include "cairn/foundation/system.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/fsm/fsm.h"
@@ -28,7 +28,7 @@ constexpr double ROTATION_TOLERANCE = 0.001;
 
 /// How many entities are being saved around this one: the outermost checks the whole subtree.
 class SaveScope {
-public:
+  public:
     SaveScope() { ++s_depth; }
     ~SaveScope() { --s_depth; }
     SaveScope(const SaveScope&) = delete;
@@ -36,7 +36,7 @@ public:
 
     static bool isSaving() { return s_depth > 0; }
 
-private:
+  private:
     inline static int s_depth = 0;
 };
 

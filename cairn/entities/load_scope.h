@@ -7,7 +7,7 @@ namespace cairn {
 /// An entity that is being read, for the time of its `load`: knows those that are being read around it, which are not
 /// its ancestors yet. Internal to the level entity.
 class CN_LevelEntity::LoadScope {
-public:
+  public:
     explicit LoadScope(CN_LevelEntity& entity)
         : m_entity(entity), m_outer(s_innermost), m_depth(m_outer ? m_outer->m_depth + 1 : 0) {
         s_innermost = this;
@@ -27,7 +27,7 @@ public:
     static bool isAdopting(const CN_LevelEntity* child) { return s_innermost && s_innermost->m_adopting == child; }
     static LoadScope* accessInnermost() { return s_innermost; }
 
-private:
+  private:
     inline static LoadScope* s_innermost = nullptr; ///< not owned
 
     CN_LevelEntity& m_entity;

@@ -26,14 +26,13 @@ class CN_LevelEntityWaypoint;
 /// The base of every visitor: a concrete one derives from it and from the interfaces below of the kinds that it cares
 /// for. A kind that it has no interface for is not visited; no kind falls back on another's.
 class CN_AcyclicLevelVisitor {
-public:
+  public:
     virtual ~CN_AcyclicLevelVisitor() = default;
 };
 
 /// Visits entities of one kind: the base of the interfaces below.
-template <class Kind>
-class CN_KindACVisitor {
-public:
+template <class Kind> class CN_KindACVisitor {
+  public:
     virtual ~CN_KindACVisitor() = default;
     virtual void visit(Kind& entity) = 0;
 };
@@ -60,8 +59,7 @@ class CN_VolLightingBoxACVisitor : public CN_KindACVisitor<CN_LevelEntityVolLigh
 class CN_WaypointACVisitor : public CN_KindACVisitor<CN_LevelEntityWaypoint> {};
 
 /// Calls `visitor` with `entity` if it has the interface: the body of `acceptACVisitor` in every kind.
-template <class Interface, class Kind>
-void CN_acceptAs(CN_AcyclicLevelVisitor& visitor, Kind& entity) {
+template <class Interface, class Kind> void CN_acceptAs(CN_AcyclicLevelVisitor& visitor, Kind& entity) {
     if (auto* interface = dynamic_cast<Interface*>(&visitor))
         interface->visit(entity);
 }

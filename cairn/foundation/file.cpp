@@ -38,7 +38,7 @@ using OwnedFile = std::unique_ptr<std::FILE, CloseFile>;
 
 /// A file descriptor that is closed at the end of its life.
 class Descriptor {
-public:
+  public:
     explicit Descriptor(int fd) : m_fd(fd) {}
     ~Descriptor() {
         if (m_fd >= 0)
@@ -51,13 +51,13 @@ public:
     /// Closes now and says whether that went well: a full disk may show only here.
     bool close() { return ::close(std::exchange(m_fd, -1)) == 0; }
 
-private:
+  private:
     int m_fd; ///< -1 where none is open
 };
 
 /// Removes a file at the end of its life unless it has found its place.
 class TemporaryFile {
-public:
+  public:
     explicit TemporaryFile(string name) : m_name(std::move(name)) {}
     ~TemporaryFile() {
         if (!m_placed)
@@ -72,7 +72,7 @@ public:
         return m_placed;
     }
 
-private:
+  private:
     string m_name;
     bool m_placed = false;
 };

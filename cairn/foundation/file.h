@@ -12,7 +12,7 @@ namespace cairn {
 /// Files on disk: the bytes of one for whoever asks, and the safe replacing of one. Every failure is an `F_Exception*`
 /// with the file's name and the system's reason.
 class F_File {
-public:
+  public:
     constexpr F_File() = default;
     F_File(const F_File&) = delete;
     F_File& operator=(const F_File&) = delete;
@@ -40,7 +40,7 @@ public:
     /// then, and nothing is left beside it.
     static void replace(const string& fileName, std::span<const unsigned char> bytes);
 
-private:
+  private:
     int m_archiveHandling = 0; ///< kept for the host
 };
 

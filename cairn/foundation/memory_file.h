@@ -274,13 +274,13 @@ class F_MemoryFile {
     unsigned char* m_writeEnd = nullptr;          ///< end of the room
     const unsigned char* m_readAt = nullptr;      ///< null while writing, so that no read finds bytes
     const unsigned char* m_readEnd = nullptr;
-    std::size_t m_origin = 0;                ///< offset of the first byte in the outermost file
-    bool m_writing = false;                  ///< open for writing
-    bool m_nested = false;                   ///< a view of what stands in a chunk
-    std::vector<std::size_t> m_openChunks;   ///< offsets of the headers of chunks being written, outermost first
-    Chunk* m_lastChunk = nullptr;            ///< not owned: the chunk last opened or peeked in this file
-    F_MemoryFile* m_root = this;             ///< not owned: the outermost file
-    std::size_t m_unreadBytes = 0;           ///< of the outermost file only
+    std::size_t m_origin = 0;              ///< offset of the first byte in the outermost file
+    bool m_writing = false;                ///< open for writing
+    bool m_nested = false;                 ///< a view of what stands in a chunk
+    std::vector<std::size_t> m_openChunks; ///< offsets of the headers of chunks being written, outermost first
+    Chunk* m_lastChunk = nullptr;          ///< not owned: the chunk last opened or peeked in this file
+    F_MemoryFile* m_root = this;           ///< not owned: the outermost file
+    std::size_t m_unreadBytes = 0;         ///< of the outermost file only
 };
 
 /// A chunk under a reader: its id and version and a view of its body.

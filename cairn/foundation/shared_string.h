@@ -10,7 +10,7 @@ namespace cairn {
 
 /// A text that lives in an `F_SharedStringPool`: a small number that is copied and compared in its stead.
 class F_SharedString {
-public:
+  public:
     /// Stands for no text.
     constexpr F_SharedString() = default;
 
@@ -19,7 +19,7 @@ public:
     /// Equal indices; of strings of one pool that is equal texts.
     constexpr bool operator==(const F_SharedString&) const = default;
 
-private:
+  private:
     friend class F_SharedStringPool;
     explicit constexpr F_SharedString(short index) : m_index(index) {}
     short m_index = -1; ///< place in the pool
@@ -34,7 +34,7 @@ struct F_SharedStringShortLess {
 
 /// Keeps each of its texts once, with case, for its whole life.
 class F_SharedStringPool {
-public:
+  public:
     F_SharedStringPool() = default;
     F_SharedStringPool(const F_SharedStringPool&) = delete;
     F_SharedStringPool& operator=(const F_SharedStringPool&) = delete;
@@ -48,7 +48,7 @@ public:
     /// The number of texts.
     std::size_t size() const { return m_texts.size(); }
 
-private:
+  private:
     std::deque<string> m_texts;                            ///< by index; a deque, so that the texts stay in place
     std::unordered_map<std::string_view, short> m_indices; ///< the keys view m_texts
 };

@@ -32,7 +32,8 @@ template <class T> struct M_Matrix3Template {
         return {row(0) * o, row(1) * o, row(2) * o};
     }
     constexpr M_Matrix3Template transposed() const {
-        return {{rows[0].x, rows[1].x, rows[2].x}, {rows[0].y, rows[1].y, rows[2].y}, {rows[0].z, rows[1].z, rows[2].z}};
+        return {
+            {rows[0].x, rows[1].x, rows[2].x}, {rows[0].y, rows[1].y, rows[2].y}, {rows[0].z, rows[1].z, rows[2].z}};
     }
     constexpr T determinant() const { return rows[0].dot(rows[1].cross(rows[2])); }
 

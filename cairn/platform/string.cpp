@@ -2,8 +2,9 @@
 
 #include "cairn/foundation/ascii.h"
 
-#include <cstdio>
 #include <locale.h>
+
+#include <cstdio>
 #include <ostream>
 
 namespace cairn {

@@ -33,7 +33,7 @@ void remap(const string& name, string& replacement, std::vector<string, F_Alloca
 }
 
 class SharedDBFacade : public testing::Test {
-protected:
+  protected:
     SharedDBFacade() {
         CN_LevelFileLibrary::setSharedDBPathCallback(givePath);
         remapping = {};

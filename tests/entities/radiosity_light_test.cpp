@@ -12,7 +12,7 @@ namespace {
 void readRecord(CN_LevelEntityRadiosityLight& light, float hotspot, float falloff, unsigned int index) {
     F_MemoryFile file;
     file.createChunk(0, 1);
-    for (const unsigned char channel : {1, 2, 3, 4})
+    for (unsigned char channel = 1; channel <= 4; ++channel)
         file << channel;
     file << 5.0f << hotspot << falloff << index;
     file.closeChunk();
@@ -59,6 +59,26 @@ TEST(RadiosityLight, BindsToThePolygonAtItsIndexAndSavesThePlaceItHasNow) {
     again.generatePointersFromPolygonIndices();
     EXPECT_EQ(again.getRadiosityPolygon(), second);
     mesh.remove(&again);
+}
+
+TEST(RadiosityLight, IsRefusedByASaveWhereItStandsOnNoPolygonOfItsMesh) {
+    CN_LevelEntityMesh mesh, other;
+    auto* const light = new CN_LevelEntityRadiosityLight;
+    mesh.add(light, false);
+    for (CN_Polygon* const polygon : {static_cast<CN_Polygon*>(nullptr), other.addPolygon(), mesh.addPolygon()}) {
+        light->setRadiosityPolygon(polygon);
+        const bool own = polygon && polygon->getParent() == &mesh;
+        F_MemoryFile file;
+        try {
+            mesh.save(file);
+            EXPECT_TRUE(own);
+        } catch (F_Exception* e) {
+            F_ExceptionGuard guard(e);
+            EXPECT_FALSE(own);
+            EXPECT_NE(e->getErrorMessage().find("Radiosity_Light_00"), string::npos) << e->getErrorMessage();
+            EXPECT_EQ(file.getSize(), 0u);
+        }
+    }
 }
 
 TEST(RadiosityLight, EndsTheProcessOnAnIndexBeyondThePolygons) {

@@ -30,6 +30,8 @@ void writeMachine(F_MemoryFile& file, int version, const Held& held) {
     file << false << false;
     if (version > 0) {
         file << 31 << held.timers;
+        if (held.timers > 0)
+            file << "timer";
         file.closeChunk();
     }
 }

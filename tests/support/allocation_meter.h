@@ -9,7 +9,7 @@ namespace cairn::test {
 /// sanitizer that has an allocator of its own it listens to that one's hooks, elsewhere it stands in for the C library's
 /// `malloc`, and so serves the programs that link it. One measurement at a time.
 class AllocationMeter {
-public:
+  public:
     /// Starts a measurement.
     AllocationMeter();
     /// Ends it.

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t ALLOCATION_FACTOR = 8, ALLOCATION_BASE = 16 << 20; ///< bytes a reader may take for its input
 
 class Drive {
-public:
+  public:
     Drive(std::span<const unsigned char> image, const HostileReader& reader) : m_image(image), m_reader(reader) {}
 
     HostileBytesResult run() {
@@ -26,7 +26,7 @@ public:
         return std::move(m_result);
     }
 
-private:
+  private:
     void change(std::size_t at) {
         const unsigned char was = m_image[at];
         const int values[] = {0, 255, was ^ 1, was ^ 128, was + 1};

@@ -17,18 +17,18 @@ struct ShownBox {
 
 /// What the end of the process is turned into: thrown by pointer like every exception.
 class ProcessEnded : public F_Exception {
-public:
+  public:
     explicit ProcessEnded(int exitCode) : F_Exception("the process was ended"), m_exitCode(exitCode) {}
     int exitCode() const { return m_exitCode; }
 
-private:
+  private:
     int m_exitCode;
 };
 
 /// For its life message boxes and the log are collected here and the end of the process is thrown as a `ProcessEnded*`;
 /// afterwards the handlers from before are back.
 class ProcessStateGuard {
-public:
+  public:
     ProcessStateGuard()
         : m_messageBox(setMessageBoxHandler([this](const CString& text, unsigned style) {
               m_boxes.push_back({text.str(), style});
@@ -52,7 +52,7 @@ public:
         m_log.clear();
     }
 
-private:
+  private:
     std::vector<ShownBox> m_boxes;
     std::string m_log;
     MessageBoxHandler m_messageBox; ///< the one before
@@ -62,8 +62,7 @@ private:
 
 /// The text of the `F_Exception*` that `work` throws; "(nothing thrown)" where it throws none. What else it throws goes
 /// on.
-template <class Work>
-std::string failureText(Work&& work) {
+template <class Work> std::string failureText(Work&& work) {
     try {
         work();
     } catch (F_Exception* e) {

@@ -1,0 +1,178 @@
+#include "cairn/document/entity_factory.h"
+#include "cairn/document/host_interfaces.h"
+#include "cairn/document/level_file_library.h"
+#include "cairn/document/load_report.h"
+#include "cairn/document/name_validator.h"
+#include "cairn/document/perf_counter.h"
+#include "cairn/document/shared_db.h"
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/waypoint.h"
+#include "tests/entities/entity_tree.h"
+#include "tests/support/process_state_guard.h"
+
+#include <gmock/gmock.h>
+
+namespace cairn::test {
+namespace {
+
+TEST(EntityFactory, MakesEveryKindAsItsTableSays) {
+    CN_EntityFactory* factory = CN_EntityFactory::instance();
+    LevelDocument document;
+    for (int id = 99; id <= 121; ++id) {
+        const bool known = id >= 100 && id <= 120 && id != 101 && id != 102;
+        EXPECT_EQ(factory->isKnown(id), known) << id;
+        EXPECT_EQ(getEntityClassName(id).empty(), !known) << id;
+        if (id == CN_KIND_ITEM || id == CN_KIND_ENEMY || id == CN_KIND_FLARE)
+            continue;
+        auto entity = makeEntity(id, &document), second = makeEntity(id, &document);
+        ASSERT_EQ(entity != nullptr, known) << id;
+        if (!known)
+            continue;
+        EXPECT_NE(entity, second);
+        EXPECT_EQ(entity->getEntityId(), id);
+        EXPECT_EQ(entity->getImageIndex(), getEntityImageIndex(id));
+        EXPECT_EQ(entity->getDocument(), &document);
+        const string typeName = factory->getEntityTypeName(id);
+        EXPECT_EQ(factory->getEntityType(typeName), typeName.empty() ? 0 : id);
+    }
+    EXPECT_EQ(factory->getEntityType("mesh"), 0);
+    EXPECT_EQ(factory->getEntityTypeName(CN_KIND_ITEM), "Level_Item");
+}
+
+/// Counts the renderers it is asked for.
+struct CountingRenderers : CN_EntityRendererFactory {
+    struct Renderer : CN_EntityRendererInterface {
+        void update() override {}
+        void draw() override {}
+        void drawSelected() override {}
+        void releaseDeviceObjects() override {}
+        bool wasVisible() const override { return false; }
+    };
+    CountingRenderers() { CN_LevelFileLibrary::instance()->entityRendererFactory = this; }
+    ~CountingRenderers() override { CN_LevelFileLibrary::instance()->entityRendererFactory = nullptr; }
+    CN_EntityRendererInterface* made(int& count) {
+        ++count;
+        return new Renderer;
+    }
+    CN_EntityRendererInterface* createVolLightingBoxRenderer(CN_LevelEntityVolLightingBox*) override {
+        return made(others);
+    }
+    CN_EntityRendererInterface* createRadiosityLightRenderer(CN_LevelEntityRadiosityLight*) override {
+        return made(others);
+    }
+    CN_EntityRendererInterface* createTriMeshRenderer(CN_LevelEntityTriMesh*) override { return made(others); }
+    CN_EntityRendererInterface* createPrefabContentRenderer(CN_LevelEntityPrefabContent*) override {
+        return made(others);
+    }
+    CN_EntityRendererInterface* createPortalRenderer(CN_LevelEntityPortal*) override { return made(others); }
+    CN_EntityRendererInterface* createUISphereRenderer(CN_UISphereEntity*) override { return made(spheres); }
+    CN_EntityRendererInterface* createDynPointlightRenderer(CN_LevelEntityDynPointlight*) override {
+        return made(lights);
+    }
+    CN_EntityRendererInterface* createMeshRenderer(CN_LevelEntityMesh*) override { return made(meshes); }
+    CN_EntityRendererInterface* createLevelRenderer(CN_CairnLevel*) override { return made(levels); }
+    int spheres = 0, lights = 0, meshes = 0, levels = 0, others = 0;
+};
+
+TEST(EntityFactory, PrototypesAndEntitiesAskForRenderers) {
+    CountingRenderers renderers;
+    CN_LevelEntityWaypoint waypoint;
+    EXPECT_EQ(renderers.spheres, 0) << "only copies ask";
+    CN_EntityFactory::instance()->registerEntity(CN_KIND_WAYPOINT, waypoint);
+    auto first = makeEntity(CN_KIND_WAYPOINT), second = makeEntity(CN_KIND_WAYPOINT);
+    EXPECT_EQ(renderers.spheres, 3) << "the prototype and each entity";
+    EXPECT_NE(first->getRenderer(), nullptr);
+    const auto light = makeEntity(CN_KIND_DYN_POINTLIGHT);
+    EXPECT_EQ(renderers.spheres, 3) << "a light has a creator of its own";
+    EXPECT_GE(renderers.lights, 1);
+    EXPECT_EQ(makeEntity(CN_KIND_PLAYER)->getRenderer(), nullptr);
+    const auto level = makeEntity(CN_KIND_LEVEL);
+    EXPECT_EQ(renderers.levels, 1) << "the level's prototype is as old as the library";
+
+    CN_LevelEntity* mesh = addChild(*level, CN_KIND_MESH, "m");
+    mesh->setObjectDirty(false);
+    level->remove(mesh);
+    level->add(mesh, false);
+    EXPECT_TRUE(mesh->isObjectDirty());
+    CN_EntityFactory::instance()->registerEntity(CN_KIND_WAYPOINT,
+                                                 waypoint); // an old prototype's renderer dies with it
+}
+
+TEST(NameValidator, SaysWhatIsWrongWithAName) {
+    struct Row {
+        const char *name, *fault;
+    };
+    CN_NameValidator* validator = CN_NameValidator::instance();
+    for (const auto& [name, fault] : std::initializer_list<Row>{
+             {"a\tb c", "Naming Error! The name \"a\tb c\" has a space character which is illegal in a name!"},
+             {"a\tb", "Naming Error! The name \"a\tb\" has a tab character which is illegal in a name!"},
+             {"-a", "Naming Error! The name \"-a\" has illegal character(s) in it!"},
+             {"a\xE4", "Naming Error! The name \"a\xE4\" has illegal character(s) in it!"},
+             {"", "Naming Error! The name \"\" has illegal character(s) in it!"},
+             {"PLAYER", "Naming Error! \"PLAYER\" is a reserved keyword!"},
+             {"This", "Naming Error! \"This\" is a reserved keyword!"},
+             {"7-a+b_c", ""}}) {
+        EXPECT_EQ(validator->isValidEntityName(name), *fault == '\0') << name;
+        EXPECT_EQ(validator->getLastNameFaultDescription(), fault);
+        EXPECT_EQ(validator->isValidEntityName(CString(name)), *fault == '\0');
+    }
+}
+
+TEST(LevelFileLibrary, AsksTheHostForThePath) {
+    static CString path;
+    EXPECT_EQ(CN_LevelFileLibrary::getSharedDBPath(), "");
+    CN_LevelFileLibrary::instance()->setSharedDBPathCallback([]() -> CString& { return path; });
+    CN_LevelFileLibrary::accessSharedDBPath() = "content.db";
+    EXPECT_EQ(CN_LevelFileLibrary::getSharedDBPath(), "content.db");
+    CN_LevelFileLibrary::setSharedDBPathCallback(nullptr);
+    EXPECT_FALSE(CN_LevelFileLibrary::hasSharedDBPathCallback());
+}
+
+TEST(LevelFileLibrary, GathersTheGroupsOfCharacters) {
+    LevelDocument document;
+    CN_LevelFileLibrary* library = CN_LevelFileLibrary::instance();
+    library->cacheTargetGroups(&document, true);
+    EXPECT_THAT(library->getTargetGroups(), testing::ElementsAre(istring("PLAYER_GROUP")));
+    library->cacheTargetGroups(nullptr, false);
+    EXPECT_TRUE(library->getTargetGroups().empty());
+}
+
+TEST(LoadReport, NamesEntitiesAtTheEndAndKeepsALimit) {
+    auto root = makeEntity(CN_KIND_LEVEL);
+    CN_LevelEntity* a = addChild(*root, CN_KIND_MESH, "a");
+    CN_LevelEntity* b = addChild(*root, CN_KIND_MESH, "b");
+    CN_LoadReport report;
+    report.add("repaired", a, 3, "text");
+    report.add("message", nullptr, -1, "box");
+    report.add("newer-data", root.get(), -1, "");
+    report.add("newer-data", b, -1, "");
+    a->setName("c", false);
+    root->remove(b);
+    delete b;
+    report.resolve();
+    const auto& findings = report.getFindings();
+    EXPECT_EQ(findings[0].entity, "::c");
+    EXPECT_EQ(findings[0].polygon, 3);
+    EXPECT_FALSE(findings[1].hasEntity);
+    EXPECT_EQ(findings[2].entity, "::");
+    EXPECT_FALSE(findings[3].hasEntity) << "it died meanwhile";
+    for (int i = 0; i < 20000; ++i)
+        report.add("message", nullptr, -1, "again");
+    EXPECT_EQ(findings.size() + report.getDropped(), 20004u);
+    EXPECT_LE(findings.size(), 10000u);
+    report.clear();
+    EXPECT_EQ(findings.size() + report.getDropped(), 0u);
+}
+
+TEST(PerfCounter, AddsTheRestOfItsSpanAtTheEnd) {
+    std::uint64_t sum = 0;
+    {
+        CN_PerfCounter counter(&sum);
+        EXPECT_LT(counter.getElapsedTime(), 60u * 1000 * 1000);
+        EXPECT_EQ(sum, 0u);
+    }
+    EXPECT_LT(sum, 60u * 1000 * 1000);
+}
+
+} // namespace
+} // namespace cairn::test
