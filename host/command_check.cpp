@@ -126,8 +126,7 @@ void addCheckCommand(CLI::App& app, Command& chosen) {
     command->add_flag("--strict", options->strict, "Exit code 1 with any problem");
     command->add_option("--ignore", options->ignored, "Leave out problems of that code")
         ->type_name("CODE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false)
         ->check(refuseUnknownCode);
     command->footer(listOfCodes());
     options->addJson(*command);

@@ -61,6 +61,10 @@ void Console::complain(std::string_view subject, std::string_view text) {
     writeError(fmt::format("cairn: {}: {}\n", toShownText(subject), toShownText(line)));
 }
 
+void Console::complainOfMemory() noexcept {
+    static_cast<void>(writeAll(STDERR_FILENO, "cairn: memory: Out of system memory resources\n"));
+}
+
 std::string Console::colored(std::string_view text, bool error) const {
     const char* noColor = std::getenv("NO_COLOR");
     if ((noColor && *noColor) || !::isatty(STDOUT_FILENO))

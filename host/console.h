@@ -27,6 +27,8 @@ class Console {
     void warn(std::string_view subject, std::string_view text) const;
     /// The one line of a command that failed.
     static void complain(std::string_view subject, std::string_view text);
+    /// The same where there is no memory left: allocates nothing.
+    static void complainOfMemory() noexcept;
 
     bool isQuiet() const { return m_quiet; }
     void setQuiet(bool quiet) { m_quiet = quiet; }

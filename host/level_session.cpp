@@ -66,6 +66,7 @@ OpenedLevel LevelSession::open(const std::string& file) {
         F_ExceptionGuard guard(e);
         level.fault = e->getErrorMessage().empty() ? "The level cannot be read" : e->getErrorMessage();
         level.sealFault = dynamic_cast<CN_LevelFile_Exception_Seal*>(e) != nullptr;
+        level.formatFault = dynamic_cast<CN_Document_Exception_InvalidFileFormat*>(e) != nullptr;
     }
     level.messages.swap(s_messages);
     return level;
@@ -76,7 +77,7 @@ OpenedLevel LevelSession::openForUse(const std::string& file, bool force) {
     if (level.isWhole())
         return level;
     if (!force || !level.document->getLevel())
-        throw Failure(ExitCode::INPUT, file, level.fault);
+        throw Failure(ExitCode::INPUT, file, level.fault + (level.formatFault ? " (at offset 0)" : ""));
     m_console.warn(file, "only what stands before the fault was read: " + level.fault);
     if (!level.sealFault)
         level.document->accessLevel()->handleParenting(true);

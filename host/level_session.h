@@ -19,6 +19,7 @@ struct OpenedLevel {
     std::vector<std::string> messages; ///< what the library showed while it loaded, in order
     std::string fault;                 ///< why the level is not whole, empty where it is
     bool sealFault = false;            ///< the fault is the seal's alone: the level itself was read whole
+    bool formatFault = false;          ///< the fault is at the very start: these are no level's bytes
 
     bool isWhole() const { return fault.empty(); }
 };

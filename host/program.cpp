@@ -76,7 +76,8 @@ int runProgram(int argc, const char* const* argv) {
     } catch (const Failure& failure) {
         return complain(failure.code(), failure.subject(), failure.what());
     } catch (const std::bad_alloc&) {
-        return complain(ExitCode::INTERNAL, "memory", "Out of system memory resources");
+        Console::complainOfMemory();
+        return static_cast<int>(ExitCode::INTERNAL);
     } catch (const std::exception& e) {
         return complain(ExitCode::INTERNAL, "internal fault", e.what());
     } catch (F_Exception* e) {

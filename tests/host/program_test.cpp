@@ -95,7 +95,7 @@ TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
         {{"info", "."}, 3, "cairn: .: "},
         {{"tree", "not.cairn"}, 3, "cairn: not.cairn: "},
         {{"info", "--force", "not.cairn"}, 3, "cairn: not.cairn: "},
-        {{"import", "bad.map", "-o", "a.cairn"}, 3, "cairn: bad.map: line 4: a point's coordinate expected"},
+        {{"import", "bad.map", "-o", "a.cairn"}, 3, "cairn: bad.map: line 4: a face's point expected, found"},
         {{"import", "far.map", "-o", "a.cairn"}, 3, "cairn: far.map: line 3: an origin must be three numbers"},
         {{"info", "a.cairn", "--content", "not.db"}, 3, "cairn: not.db: "},
         {{"content", "add", "missing.db", "skin", "x"}, 3, "cairn: missing.db: "},
@@ -137,7 +137,7 @@ TEST_F(Program, RefusesACutLevelWhereverItIsCut) {
     ASSERT_EQ(run({"new", "a.cairn"}).code, 0);
     const std::string whole = read("a.cairn");
     std::vector<std::size_t> legal;
-    for (std::size_t length = 0; length < whole.size(); length += length + 160 < whole.size() ? 41 : 1) {
+    for (std::size_t length = 0; length < whole.size(); length += length + 160 < whole.size() ? 41u : 1u) {
         write("cut.cairn", whole.substr(0, length));
         const ProgramRun done = run({"info", "--json", "cut.cairn"});
         if (done.code == 0) {
