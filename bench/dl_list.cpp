@@ -24,8 +24,7 @@ void append(std::vector<Vertex>& list, const Vertex& v) { list.push_back(v); }
 void append(std::list<Vertex>& list, const Vertex& v) { list.push_back(v); }
 void append(F_DLList<Vertex>& list, const Vertex& v) { list.add(v); }
 
-template <class List>
-List filled(int n) {
+template <class List> List filled(int n) {
     List list;
     for (int i = 0; i < n; ++i)
         append(list, vertexOf(i));
@@ -44,24 +43,21 @@ std::vector<int> randomIndices(int n) {
     return indices;
 }
 
-template <class List>
-double walk(const List& list) {
+template <class List> double walk(const List& list) {
     double sum = 0;
     for (const Vertex& v : list)
         sum += v.local[0];
     return sum;
 }
 
-template <class List>
-double indexInOrder(const List& list, int n) {
+template <class List> double indexInOrder(const List& list, int n) {
     double sum = 0;
     for (int i = 0; i < n; ++i)
         sum += at(list, i).local[0];
     return sum;
 }
 
-template <class List>
-double indexAtRandom(const List& list, const std::vector<int>& indices) {
+template <class List> double indexAtRandom(const List& list, const std::vector<int>& indices) {
     double sum = 0;
     for (int i : indices)
         sum += at(list, i).local[0];

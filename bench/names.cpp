@@ -44,14 +44,10 @@ using Map = std::map<std::string, int, LessFolded>;
 using UnorderedMap = std::unordered_map<std::string, int, HashFolded, EqualFolded>;
 using NameIndex = cairn::F_NameIndex<int>;
 
-template <class Names>
-void insert(Names& names, const std::string& name, int value) {
-    names.emplace(name, value);
-}
+template <class Names> void insert(Names& names, const std::string& name, int value) { names.emplace(name, value); }
 void insert(NameIndex& names, const std::string& name, int value) { names.insert(name, value); }
 
-template <class Names>
-int find(const Names& names, const std::string& name) {
+template <class Names> int find(const Names& names, const std::string& name) {
     const auto found = names.find(name);
     return found == names.end() ? 0 : found->second;
 }

@@ -70,7 +70,7 @@ std::vector<int> sizes(std::vector<int> all, int quickLimit) {
 
 /// Keeps the time and the witness of every repetition, by the row's name.
 class Report::Collector : public benchmark::BenchmarkReporter {
-public:
+  public:
     struct Result {
         std::vector<double> times;     ///< nanoseconds an iteration, one a repetition
         std::optional<double> witness; ///< what the last repetition computed
@@ -91,7 +91,7 @@ public:
     std::map<std::string, Result> results; ///< by the name without suffixes
     bool failed = false;                   ///< a row reported an error
 
-private:
+  private:
     void record(const Run& run) {
         Result& result = results[run.run_name.function_name];
         // Time of the processor: others at work on the machine count less. Parts picked out by a watch are wall time.

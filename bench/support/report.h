@@ -36,10 +36,9 @@ std::vector<int> sizes(std::vector<int> all, int quickLimit = 1000);
 
 /// Adds up the parts of an iteration that count; handed to the work of `Report::addTimed`.
 class Watch {
-public:
+  public:
     /// Runs a part and counts its time. Gives what the part gives.
-    template <class Part>
-    auto timed(Part&& part) {
+    template <class Part> auto timed(Part&& part) {
         struct Stop {
             Watch& watch;
             std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
@@ -54,20 +53,19 @@ public:
         return seconds.count();
     }
 
-private:
+  private:
     std::chrono::steady_clock::duration m_time{}; ///< counted and not yet taken
 };
 
 /// The rows of a benchmark program, their limits, and the report of a run.
 class Report {
-public:
+  public:
     /// `program` heads the report.
     explicit Report(std::string program);
 
     /// Registers the row "scene/contender/n". `work` is one iteration; it returns a number that says what it computed, which
     /// must be that of the reference: a row that differs did other work and is marked.
-    template <class Work>
-    void add(const std::string& scene, const std::string& contender, double n, Work work) {
+    template <class Work> void add(const std::string& scene, const std::string& contender, double n, Work work) {
         addRow(scene, contender, n, [work](benchmark::State& state) mutable {
             double witness = 0;
             for ([[maybe_unused]] auto iteration : state) {
@@ -80,8 +78,7 @@ public:
 
     /// Like `add`, for work with parts that don't count, such as making what it destroys: `work` gets a `Watch&`, and only
     /// what runs in its `timed` counts.
-    template <class Work>
-    void addTimed(const std::string& scene, const std::string& contender, double n, Work work) {
+    template <class Work> void addTimed(const std::string& scene, const std::string& contender, double n, Work work) {
         addRow(scene, contender, n, [work](benchmark::State& state) mutable {
             double witness = 0;
             Watch watch;
@@ -111,7 +108,7 @@ public:
     /// or computed something else, or, with CAIRN_BENCH_STRICT=1, a limit was missed.
     int run(int argc, char** argv);
 
-private:
+  private:
     struct Row {
         std::string scene, contender, name;
         double n;

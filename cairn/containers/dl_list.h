@@ -31,14 +31,14 @@ namespace cairn {
 /// any other change of the order leaves it to be made again on the next access. A list that nobody indexes has none.
 /// Access by index to a const list may make the table: like all of the library, a list belongs to one thread.
 class F_DLListBase {
-public:
+  public:
     F_DLListBase(const F_DLListBase&) = delete;
     F_DLListBase& operator=(const F_DLListBase&) = delete;
 
     /// Gives the blocks back. Destroying the elements is up to the class that made them.
     virtual ~F_DLListBase();
 
-protected:
+  protected:
     /// What stands ahead of an element.
     struct Node {
         Node* prev;
@@ -113,22 +113,17 @@ protected:
     Node* tailNode() const noexcept { return const_cast<Node*>(&m_tail); }
 
     /// The offset of an element of type T in its node.
-    template <class T>
-    static constexpr std::size_t elementOffset() {
-        return roundUp(sizeof(Node), alignof(T));
-    }
+    template <class T> static constexpr std::size_t elementOffset() { return roundUp(sizeof(Node), alignof(T)); }
     /// The alignment of a node with elements of type T.
-    template <class T>
-    static constexpr std::size_t nodeAlignment() {
+    template <class T> static constexpr std::size_t nodeAlignment() {
         return alignof(T) > alignof(Node) ? alignof(T) : alignof(Node);
     }
     /// The size of a node with this many elements of type T.
-    template <class T>
-    static constexpr std::size_t nodeSize(std::size_t elements) {
+    template <class T> static constexpr std::size_t nodeSize(std::size_t elements) {
         return roundUp(elementOffset<T>() + elements * sizeof(T), nodeAlignment<T>());
     }
 
-private:
+  private:
     struct Block;
 
     static constexpr std::size_t roundUp(std::size_t size, std::size_t step) { return (size + step - 1) / step * step; }
@@ -174,12 +169,10 @@ private:
 ///
 /// A node belongs to its list's blocks, so one element can't go over to another list with its address; a whole list can,
 /// by `swap` or by a move, and within a list elements change places by `moveBefore` and `moveToTail`.
-template <class T>
-class F_DLList : public F_DLListBase {
-    template <class E>
-    class Walk;
+template <class T> class F_DLList : public F_DLListBase {
+    template <class E> class Walk;
 
-public:
+  public:
     using value_type = T;
     using iterator = Walk<T>;
     using const_iterator = Walk<const T>;
@@ -299,7 +292,7 @@ public:
     const_iterator begin() const noexcept { return const_iterator(firstNode()); }
     const_iterator end() const noexcept { return const_iterator(tailNode()); }
 
-protected:
+  protected:
     /// Leads to the constructor for elements that aren't plain.
     struct Layout {};
     explicit F_DLList(Layout) : F_DLListBase(nodeSize<T>(1), nodeAlignment<T>()) {}
@@ -320,7 +313,7 @@ protected:
         return node == headNode() || node == tailNode() ? nullptr : elementOf(node);
     }
 
-private:
+  private:
     static constexpr std::size_t OFFSET() { return elementOffset<T>(); }
 
     static constexpr void requirePlain() {
@@ -361,10 +354,8 @@ private:
 };
 
 /// Walks a list forward, one node ahead of itself.
-template <class T>
-template <class E>
-class F_DLList<T>::Walk {
-public:
+template <class T> template <class E> class F_DLList<T>::Walk {
+  public:
     using iterator_category = std::forward_iterator_tag;
     using value_type = T;
     using difference_type = std::ptrdiff_t;
@@ -390,7 +381,7 @@ public:
     }
     friend bool operator==(const Walk& a, const Walk& b) noexcept { return a.m_node == b.m_node; }
 
-private:
+  private:
     Node* m_node = nullptr; ///< not owned: the current node
     Node* m_next = nullptr; ///< not owned: the node behind it, as it was on arrival
 };
@@ -399,12 +390,11 @@ private:
 ///
 /// All operations are those of `F_DLList`; what they call a new element is here a default constructed one. Elements without a
 /// default constructor are made by `add`, `emplace` and `emplaceBefore`; the others throw an `F_Exception*` for them.
-template <class T>
-class F_DLListInit : public F_DLList<T> {
+template <class T> class F_DLListInit : public F_DLList<T> {
     using Base = F_DLList<T>;
     using typename Base::Node;
 
-public:
+  public:
     /// An empty list. It allocates nothing.
     F_DLListInit() : Base(typename Base::Layout{}) {}
     /// A list of copies of the other's elements.
@@ -438,17 +428,15 @@ public:
     /// The value at the tail, moved there.
     T& add(T&& value) { return emplace(std::move(value)); }
     /// An element constructed from the arguments, at the tail.
-    template <class... Args>
-    T& emplace(Args&&... args) {
+    template <class... Args> T& emplace(Args&&... args) {
         return linkNew(this->tailNode(), std::forward<Args>(args)...);
     }
     /// An element constructed from the arguments, in front of another.
-    template <class... Args>
-    T& emplaceBefore(const T* place, Args&&... args) {
+    template <class... Args> T& emplaceBefore(const T* place, Args&&... args) {
         return linkNew(this->nodeOf(place), std::forward<Args>(args)...);
     }
 
-protected:
+  protected:
     Node* makeNode() override {
         if constexpr (std::is_default_constructible_v<T>)
             return construct();
@@ -460,15 +448,13 @@ protected:
         this->giveRoom(node);
     }
 
-private:
-    template <class... Args>
-    T& linkNew(Node* before, Args&&... args) {
+  private:
+    template <class... Args> T& linkNew(Node* before, Args&&... args) {
         Node* node = construct(std::forward<Args>(args)...);
         this->link(node, before);
         return *this->elementOf(node);
     }
-    template <class... Args>
-    Node* construct(Args&&... args) {
+    template <class... Args> Node* construct(Args&&... args) {
         Node* node = this->takeRoom();
         try {
             ::new (static_cast<void*>(this->roomOf(node))) T(std::forward<Args>(args)...);
@@ -484,7 +470,7 @@ private:
 ///
 /// Every node but the last is full, so a position is a node and a place in it.
 class F_DLListBaseArray : public F_DLListBase {
-public:
+  public:
     /// The number of elements.
     int count() const noexcept { return m_elements; }
     /// True when there is no element.
@@ -492,7 +478,7 @@ public:
     /// How many elements a node holds.
     int elementsPerNode() const noexcept { return 1 << m_shift; }
 
-protected:
+  protected:
     /// An empty list with 2 to the power of `shift` elements a node.
     F_DLListBaseArray(std::size_t nodeSize, std::size_t alignment, unsigned shift)
         : F_DLListBase(nodeSize, alignment), m_shift(shift) {}
@@ -523,7 +509,7 @@ protected:
         return nodeAt(index >> m_shift);
     }
 
-private:
+  private:
     int m_elements = 0; ///< elements in all nodes
     unsigned m_shift;   ///< binary logarithm of the elements a node
 };
@@ -531,12 +517,10 @@ private:
 /// A list with several elements a node: fewer links for small elements, in return it grows and shrinks at its tail alone.
 ///
 /// It constructs and destroys its elements; an element's address holds until it is removed.
-template <class T>
-class F_DLListArray : public F_DLListBaseArray {
-    template <class E>
-    class Walk;
+template <class T> class F_DLListArray : public F_DLListBaseArray {
+    template <class E> class Walk;
 
-public:
+  public:
     using value_type = T;
     using iterator = Walk<T>;
     using const_iterator = Walk<const T>;
@@ -551,8 +535,7 @@ public:
     /// A copy of the value at the tail. The value may be an element of this list.
     T& add(const T& value) { return emplace(value); }
     /// An element constructed from the arguments, at the tail.
-    template <class... Args>
-    T& emplace(Args&&... args) {
+    template <class... Args> T& emplace(Args&&... args) {
         Node* node = nodeForNext();
         T* element = nullptr;
         try {
@@ -595,7 +578,7 @@ public:
     const_iterator begin() const noexcept { return const_iterator(firstNode(), 0, perNode()); }
     const_iterator end() const noexcept { return const_iterator(endNode(), placeOf(count()), perNode()); }
 
-private:
+  private:
     struct Shift {
         unsigned value;
     };
@@ -613,10 +596,8 @@ private:
 };
 
 /// Walks an array list forward.
-template <class T>
-template <class E>
-class F_DLListArray<T>::Walk {
-public:
+template <class T> template <class E> class F_DLListArray<T>::Walk {
+  public:
     using iterator_category = std::forward_iterator_tag;
     using value_type = T;
     using difference_type = std::ptrdiff_t;
@@ -644,7 +625,7 @@ public:
         return a.m_node == b.m_node && a.m_place == b.m_place;
     }
 
-private:
+  private:
     Node* m_node = nullptr; ///< not owned: node of the current element
     unsigned m_place = 0;   ///< its place in the node
     unsigned m_perNode = 1; ///< elements a node

@@ -21,7 +21,7 @@ constexpr std::uint64_t foldEight(std::uint64_t bytes) noexcept {
 
 /// A name read eight folded bytes at a time, without a folded copy. The last word overlaps the one before it.
 class F_FoldedWords {
-public:
+  public:
     /// The last eight bytes of a name of at least eight, or all bytes of a shorter one, folded.
     static std::uint64_t last(std::string_view name) noexcept {
         const std::size_t size = name.size();
@@ -40,9 +40,8 @@ public:
         return foldEight(load<std::uint64_t>(name.data() + offset));
     }
 
-private:
-    template <class Word>
-    static Word load(const char* bytes) noexcept {
+  private:
+    template <class Word> static Word load(const char* bytes) noexcept {
         Word word;
         std::memcpy(&word, bytes, sizeof word);
         return word;
@@ -78,7 +77,7 @@ inline bool equalFolded(std::string_view a, std::string_view b) noexcept {
 /// Open addressing with linear probing; a slot keeps 32 bits of the hash beside the number of the first entry of its name.
 /// No order that shows outside depends on a hash: entries of one name are chained by their stamps.
 class F_NameTable {
-public:
+  public:
     static constexpr std::uint32_t NONE = 0xFFFFFFFF;
 
     /// The number of entries.
@@ -103,7 +102,7 @@ public:
     /// Removes all entries.
     void clear() noexcept;
 
-private:
+  private:
     struct Entry {
         std::string name;        ///< as it was given
         std::uint64_t stamp = 0; ///< place in the order
@@ -151,9 +150,8 @@ inline std::size_t F_NameTable::slotOf(std::string_view name, std::uint32_t tag)
 /// Each entry has a stamp; the least is first. Stamps are given by the caller or count up from the greatest so far, so that a
 /// list that only appends needs to tell none. An entry owns its name. Names may hold any bytes and have any length.
 /// A look-up takes constant time whatever the names are; it makes no copy of the name and allocates nothing.
-template <class Value>
-class F_NameIndex {
-public:
+template <class Value> class F_NameIndex {
+  public:
     /// The number of entries.
     std::size_t size() const noexcept { return m_table.size(); }
     /// True when there is no entry.
@@ -224,7 +222,7 @@ public:
         m_nextStamp = 0;
     }
 
-private:
+  private:
     const Value* valueOf(std::uint32_t entry) const noexcept {
         return entry == F_NameTable::NONE ? nullptr : &m_values[entry];
     }

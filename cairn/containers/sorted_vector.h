@@ -11,9 +11,8 @@ namespace cairn {
 ///
 /// Its entries are pairs of key and value, each key once, walked from the least key to the greatest. `Less` orders the keys.
 /// An insertion or erasure moves the entries behind it and invalidates iterators and pointers.
-template <class Key, class Value, class Less>
-class F_SortedVector {
-public:
+template <class Key, class Value, class Less> class F_SortedVector {
+  public:
     using value_type = std::pair<Key, Value>;
     using const_iterator = typename std::vector<value_type>::const_iterator;
 
@@ -75,9 +74,8 @@ public:
     /// Removes an entry; gives the one behind it.
     const_iterator erase(const_iterator place) { return m_entries.erase(place); }
 
-private:
-    template <class Entries>
-    auto lowerBound(Entries& entries, const Key& key) const {
+  private:
+    template <class Entries> auto lowerBound(Entries& entries, const Key& key) const {
         return std::lower_bound(entries.begin(), entries.end(), key,
                                 [this](const value_type& entry, const Key& k) { return m_less(entry.first, k); });
     }

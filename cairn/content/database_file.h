@@ -15,7 +15,7 @@ namespace cairn {
 /// An open content database file: the one place that calls SQLite, together with `Y_DatabaseStatement`. Every failure
 /// is an `F_Exception*` with the path and the reason.
 class Y_DatabaseFile {
-public:
+  public:
     enum class Access { READ, WRITE };
 
     /// What marks an SQLite file as ours, and the form of its tables.
@@ -50,7 +50,7 @@ public:
     /// Throws with SQLite's own words for what just failed.
     [[noreturn]] void failAsSqlite(int code) const;
 
-private:
+  private:
     friend class Y_DatabaseStatement;
     struct Close {
         void operator()(sqlite3* db) const;
@@ -66,7 +66,7 @@ private:
 
 /// One prepared statement. Values go in by binding only.
 class Y_DatabaseStatement {
-public:
+  public:
     Y_DatabaseStatement(Y_DatabaseFile& file, const string& sql);
     Y_DatabaseStatement(const Y_DatabaseStatement&) = delete;
     Y_DatabaseStatement& operator=(const Y_DatabaseStatement&) = delete;
@@ -83,7 +83,7 @@ public:
     string takeName(int column);
     std::int64_t takeNumber(int column);
 
-private:
+  private:
     friend class Y_DatabaseFile;
     struct Finalize {
         void operator()(sqlite3_stmt* statement) const;

@@ -34,7 +34,7 @@ void Y_SharedDBSurfaceMaterialContainer::sortNames() {
 
 /// Fills a database out of its file.
 class Y_SharedDBReader {
-public:
+  public:
     Y_SharedDBReader(Y_SharedDB& database, Y_DatabaseFile& file) : m_database(database), m_file(file) {}
 
     void read() {
@@ -58,12 +58,11 @@ public:
         readSkeletons();
     }
 
-private:
+  private:
     using Rows = std::vector<std::int64_t>; ///< the row of each item of a container; ascending
 
     /// Calls `take(statement)` with each row of the kind's table; false where the file has no such table.
-    template <class Take>
-    bool readRows(Y_SharedDBKind kind, const char* columns, const Take& take) {
+    template <class Take> bool readRows(Y_SharedDBKind kind, const char* columns, const Take& take) {
         const Y_SharedDBKindInfo& info = getSharedDBKindInfo(kind);
         if (!m_file.hasTable(info))
             return false;
@@ -73,8 +72,7 @@ private:
         return true;
     }
 
-    template <class Item>
-    void readItems(Y_SharedDBContainer<Item>& container, Y_SharedDBKind kind) {
+    template <class Item> void readItems(Y_SharedDBContainer<Item>& container, Y_SharedDBKind kind) {
         readRows(kind, "name", [&](Y_DatabaseStatement& row) { container.m_items.emplace_back(row.takeName(0)); });
     }
 
@@ -87,8 +85,7 @@ private:
     }
 
     /// Reads the items that own rows of other tables; null where the file has no such table.
-    template <class Item>
-    std::unique_ptr<Y_SharedDBContainer<Item>> readOwners(Y_SharedDBKind kind, Rows& owners) {
+    template <class Item> std::unique_ptr<Y_SharedDBContainer<Item>> readOwners(Y_SharedDBKind kind, Rows& owners) {
         auto container = std::make_unique<Y_SharedDBContainer<Item>>();
         const bool there = readRows(kind, "name, rowid", [&](Y_DatabaseStatement& row) {
             container->m_items.emplace_back(row.takeName(0));
@@ -98,8 +95,7 @@ private:
     }
 
     /// Calls `take(owner, name)` with each row of a kind whose rows belong to an item; the owner by its index.
-    template <class Take>
-    void readOwned(Y_SharedDBKind kind, const Rows& owners, const Take& take) {
+    template <class Take> void readOwned(Y_SharedDBKind kind, const Rows& owners, const Take& take) {
         const Y_SharedDBKindInfo& info = getSharedDBKindInfo(kind);
         readRows(kind, fmt::format("name, {}", info.owner).c_str(), [&](Y_DatabaseStatement& row) {
             const auto owner = std::ranges::lower_bound(owners, row.takeNumber(1));
@@ -161,8 +157,7 @@ Y_SharedDB::~Y_SharedDB() = default;
 
 namespace {
 
-template <class Container>
-std::vector<string> namesOf(const Container* container) {
+template <class Container> std::vector<string> namesOf(const Container* container) {
     std::vector<string> names;
     for (int i = 0; container && i < container->getCount(); ++i)
         names.push_back(container->getItem(i)->getName());

@@ -11,7 +11,7 @@ namespace cairn {
 /// The content database: the names of everything that a level may refer to. It is read whole, out of one file of the
 /// form that docs/content_database.md tells, and stands still from then on; the file is closed again.
 class Y_SharedDB {
-public:
+  public:
     /// Reads the database at `path`; "" and ":memory:" give an empty one. With `verify` the structure of the whole file
     /// is checked first. Throws an `F_Exception*` with path and reason where the file is missing, damaged, foreign or
     /// being written. What it allocates is bounded by the size of the file.
@@ -47,7 +47,7 @@ public:
     /// by skin.
     std::vector<string> getNames(Y_SharedDBKind kind) const;
 
-private:
+  private:
     friend class Y_SharedDBReader;
 
     Y_SharedDBCameraPathContainer m_cameraPaths;

@@ -12,34 +12,33 @@ namespace cairn {
 
 /// An entry of the content database: something with a name. Names may hold any byte.
 class Y_SharedDBItem {
-public:
+  public:
     explicit Y_SharedDBItem(string name) : m_name(std::move(name)) {}
 
     /// The name as the database spells it; valid as long as the database.
     const string& getName() const { return m_name; }
 
-private:
+  private:
     string m_name; ///< "" where the database has none
 };
 
 /// The entries of one kind, in the order in which the database got them. It stands still once the database is read.
-template <class Item>
-class Y_SharedDBContainer {
-public:
+template <class Item> class Y_SharedDBContainer {
+  public:
     int getCount() const { return static_cast<int>(m_items.size()); }
     /// The item at `index`, valid as long as the database; null below 0 and at or beyond `getCount`.
     const Item* getItem(int index) const {
         return index >= 0 && index < getCount() ? &m_items[static_cast<std::size_t>(index)] : nullptr;
     }
 
-protected:
+  protected:
     friend class Y_SharedDBReader;
     std::vector<Item> m_items;
 };
 
 /// A name to look an entry up by, without regard to case.
 class Y_SharedDBIdentifier {
-public:
+  public:
     /// The name up to its NUL; null gives the empty name.
     void setNameString(const char* name) { m_name = name ? name : ""; }
     /// The whole name, whatever bytes it holds.
@@ -48,7 +47,7 @@ public:
 
     friend bool operator<(const Y_SharedDBIdentifier& a, const Y_SharedDBIdentifier& b) { return a.m_name < b.m_name; }
 
-private:
+  private:
     istring m_name; ///< as given
 };
 
@@ -100,25 +99,25 @@ class Y_SharedDBPhysicalMaterial : public Y_SharedDBItem {
 
 /// What a surface does with the polygons that carry it.
 class Y_SharedDBSurfaceMaterial : public Y_SharedDBItem {
-public:
+  public:
     Y_SharedDBSurfaceMaterial(string name, bool drawPolygons)
         : Y_SharedDBItem(std::move(name)), m_drawPolygons(drawPolygons) {}
 
     /// Whether polygons of this surface are seen.
     bool drawPolygons() const { return m_drawPolygons; }
 
-private:
+  private:
     bool m_drawPolygons; ///< false for a surface that only collides or guides
 };
 
 /// The surface materials, with a look-up by name.
 class Y_SharedDBSurfaceMaterialContainer : public Y_SharedDBContainer<Y_SharedDBSurfaceMaterial> {
-public:
+  public:
     /// The material of this name without regard to case, the first of several; null where there is none. A binary
     /// search.
     const Y_SharedDBSurfaceMaterial* find(const Y_SharedDBIdentifier& identifier) const;
 
-private:
+  private:
     friend class Y_SharedDBReader;
     void sortNames();
 
@@ -127,7 +126,7 @@ private:
 
 /// The bones of a body.
 class Y_SharedDBSkeleton : public Y_SharedDBItem {
-public:
+  public:
     using Y_SharedDBItem::Y_SharedDBItem;
 
     /// The bones that an animation of one hand moves above and below the waist, in the order in which the database got
@@ -141,7 +140,7 @@ public:
         return m_lowerBodyBones.at(static_cast<std::size_t>(index));
     }
 
-private:
+  private:
     friend class Y_SharedDBReader;
     std::vector<string> m_upperBodyBones;
     std::vector<string> m_lowerBodyBones;
@@ -149,7 +148,7 @@ private:
 
 /// The animations that a skin can play.
 class Y_SharedDBAnimationContainer {
-public:
+  public:
     using ReferenceMap = F_SortedVector<F_SharedString, short, F_SharedStringShortLess>;
 
     /// The names of the animations, as strings of `sm_ReferenceNamePool`, each with its number in the skin, counted
@@ -159,20 +158,20 @@ public:
     /// The texts of all references of all databases of this process. It keeps what it has once held.
     static F_SharedStringPool sm_ReferenceNamePool;
 
-private:
+  private:
     friend class Y_SharedDBReader;
     ReferenceMap m_references;
 };
 
 /// The looks of a body.
 class Y_SharedDBSkin : public Y_SharedDBItem {
-public:
+  public:
     using Y_SharedDBItem::Y_SharedDBItem;
 
     /// The skin's animations, null where it has none; valid as long as the database.
     const Y_SharedDBAnimationContainer* getAnimationContainer() const { return m_animations.get(); }
 
-private:
+  private:
     friend class Y_SharedDBReader;
     std::unique_ptr<Y_SharedDBAnimationContainer> m_animations; ///< null where there are none
 };

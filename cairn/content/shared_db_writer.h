@@ -23,7 +23,7 @@ struct Y_SharedDBEntryOptions {
 ///
 /// What is added reaches the file with `commit`, all of it or nothing; without it the file stays as it was.
 class Y_SharedDBWriter {
-public:
+  public:
     /// Makes an empty content database at `path`, whole or not at all. A content database that stands there is replaced;
     /// anything else is left alone and refused with an `F_Exception*`.
     static void create(const string& path);
@@ -45,7 +45,7 @@ public:
     /// Writes what was added since the last commit; it may go on with more.
     void commit();
 
-private:
+  private:
     /// The rows of one kind and one owner by name, the first of names that differ in nothing but case.
     using Rows = std::unordered_map<istring, std::int64_t, F_HashNoCase>;
     using RowsByOwner = std::unordered_map<std::int64_t, Rows>; ///< by the owner's row, 0 for none

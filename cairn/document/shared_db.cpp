@@ -16,8 +16,7 @@ constexpr std::string_view USE_ANIMATION_PREFIX = "use_";
 /// The use animation that every skin has.
 constexpr const char* DEFAULT_USE_ANIMATION = "Default";
 
-template <class Container>
-void addNames(std::set<istring>& names, const Container* items) {
+template <class Container> void addNames(std::set<istring>& names, const Container* items) {
     for (int i = 0; i < items->getCount(); ++i)
         names.insert(toIString(view(items->getItem(i)->getName())));
 }

@@ -12,7 +12,7 @@ namespace cairn {
 /// The process's one view of the content database: knows which names are valid, and what stands in the place of those
 /// that are not. Without an instance the library works too, and takes every name as it comes.
 class CN_SharedDB : public Y_SharedDB {
-public:
+  public:
     /// Asked for each unknown name, once per database: `name` as the level gave it, `replacement`, which holds the name
     /// too and takes the answer, and `candidates`, the valid names in the order of the set.
     using RemapNameCallback = void (*)(const string& name, string& replacement,
@@ -72,7 +72,7 @@ public:
     const std::set<istring>& getUseAnimations() const { return m_useAnimations; }
     /// @}
 
-private:
+  private:
     using Names = std::set<istring>;
     using RemapMap = std::map<istring, string>; ///< name as stored to what stands in its place
 

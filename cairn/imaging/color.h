@@ -9,7 +9,7 @@ class I_FColor;
 
 /// A colour of a pixel: one byte a channel, 0 to 255, in memory as blue, green, red, alpha.
 class I_Color {
-public:
+  public:
     /// Black, opaque.
     constexpr I_Color() = default;
     /// Note the order: as a colour is spoken of, not as it lies in memory.
@@ -31,7 +31,7 @@ public:
 /// Between `RGBtoHSV` and `HSVtoRGB` the first three members hold another colour space: `red` the hue in degrees,
 /// `green` the saturation and `blue` the value.
 class I_FColor {
-public:
+  public:
     /// Black, opaque.
     constexpr I_FColor() = default;
     constexpr I_FColor(float r, float g, float b, float a = 255.0f) : red(r), green(g), blue(b), alpha(a) {}

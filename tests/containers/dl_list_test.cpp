@@ -30,8 +30,7 @@ struct Tracked {
 int valueOf(int element) { return element; }
 int valueOf(const Tracked& element) { return *element.value; }
 
-template <class List>
-std::vector<int> values(const List& list) {
+template <class List> std::vector<int> values(const List& list) {
     std::vector<int> result;
     for (const auto& element : list)
         result.push_back(valueOf(element));
@@ -39,9 +38,8 @@ std::vector<int> values(const List& list) {
 }
 
 /// A list beside a std::list of the values and the addresses they must keep, put through the same edits.
-template <class List>
-class Twin {
-public:
+template <class List> class Twin {
+  public:
     using Element = typename List::value_type;
 
     void edit(std::mt19937& random) {
@@ -125,7 +123,7 @@ public:
         }
     }
 
-private:
+  private:
     struct Item {
         Element* element;
         int value;
@@ -138,8 +136,7 @@ private:
     int m_next = 0;
 };
 
-template <class List>
-class ListTest : public testing::Test {};
+template <class List> class ListTest : public testing::Test {};
 using Lists = testing::Types<F_DLList<int>, F_DLListInit<Tracked>>;
 TYPED_TEST_SUITE(ListTest, Lists);
 

@@ -19,7 +19,7 @@ bool sameName(const std::string& a, const std::string& b) {
 
 /// Finds by a walk over all entries.
 class Walked {
-public:
+  public:
     struct Entry {
         std::string name;
         int value;

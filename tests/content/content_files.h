@@ -14,7 +14,7 @@ namespace cairn::test {
 
 /// A folder for one test's files, gone with it.
 class ContentFolder {
-public:
+  public:
     ContentFolder()
         : m_folder(std::filesystem::temp_directory_path() /
                    ("cairn_content_" + std::to_string(getpid()) + "_" +
@@ -30,7 +30,7 @@ public:
     /// The number of files in the folder.
     auto count() const { return std::distance(std::filesystem::directory_iterator(m_folder), {}); }
 
-private:
+  private:
     std::filesystem::path m_folder;
 };
 
@@ -45,7 +45,7 @@ inline void writeBytes(const string& path, const string& bytes) {
 
 /// A connection of another program's making.
 class OtherProgram {
-public:
+  public:
     explicit OtherProgram(const string& path) { EXPECT_EQ(sqlite3_open(path.c_str(), &m_db), SQLITE_OK); }
     ~OtherProgram() { sqlite3_close(m_db); }
     OtherProgram(const OtherProgram&) = delete;
@@ -55,7 +55,7 @@ public:
         EXPECT_EQ(sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(m_db);
     }
 
-private:
+  private:
     sqlite3* m_db = nullptr; ///< owned
 };
 
