@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cairn/entities/entity_iterator.h"
+#include "cairn/foundation/block_pool.h"
 #include "cairn/foundation/memory_file.h"
 #include "cairn/math/matrix4x3.h"
 
@@ -10,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace cairn {
 
@@ -105,6 +107,10 @@ class CN_LevelEntity {
     using Vector = M_Vector3Template<double>;
     using Matrix = M_Matrix3Template<double>;
 
+    /// Entities on the heap lie side by side.
+    static void* operator new(std::size_t size) { return F_BlockPool::take(size); }
+    static void operator delete(void* entity, std::size_t size) { F_BlockPool::give(entity, size); }
+
     CN_LevelEntity(int entityId, int imageIndex);
     /// Copies the place, the bounding volume, document, name, properties and kind. The copy stands alone: no parent, no
     /// children, no qualified name, no state machine, no renderer; it is dirty and not expanded.
@@ -132,8 +138,9 @@ class CN_LevelEntity {
     virtual void loadEntitySpecificData(F_MemoryFile& file) = 0;
     virtual void saveEntitySpecificData(F_MemoryFile& file) = 0;
     /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
-    /// subtree: what `save` does ahead of its first byte, and a document ahead of its own.
-    void checkSavable() const;
+    /// subtree: what `save` does ahead of its first byte, and a document ahead of its own. Gives the entities of the
+    /// subtree in pre-order, this one first.
+    std::vector<CN_LevelEntity*> checkSavable();
     /// Why reading would refuse what `saveEntitySpecificData` writes, as the end of a sentence about the entity; empty
     /// where it would not. `checkSavable` asks it.
     virtual string findRecordFault() const;

@@ -281,7 +281,7 @@ void CN_LevelEntity::reportUnread(std::size_t bytes) const {
 
 string CN_LevelEntity::findRecordFault() const { return {}; }
 
-void CN_LevelEntity::checkSavable() const {
+std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() {
     const auto refuse = [](const CN_LevelEntity* entity, const std::string& why) {
         const std::string path = shownPath(CN_HierarchyUtils::getFullyQualifiedName(entity));
         throw new F_Exception(fmt::format("The entity \"{}\" cannot be saved: {}", path, why));
@@ -294,11 +294,12 @@ void CN_LevelEntity::checkSavable() const {
     };
 
     checkRecord(this);
+    std::vector<CN_LevelEntity*> entities{this};
     std::vector<std::size_t> nameBytes{0}; // of the qualified names above the entity that is looked at, by depth
     std::size_t totalBytes = 0;
-    CN_ConstPreIterator it(m_children);
+    CN_PreIterator it(m_children);
     for (it.begin(); !it.end(); ++it) {
-        const CN_LevelEntity* entity = *it;
+        CN_LevelEntity* entity = *it;
         const std::size_t depth = it.getDepth() + 1;
         if (depth >= CN_MAX_ENTITY_DEPTH)
             refuse(entity, fmt::format("it is nested deeper than {} levels", CN_MAX_ENTITY_DEPTH));
@@ -312,7 +313,9 @@ void CN_LevelEntity::checkSavable() const {
         totalBytes += nameBytes.back();
         if (totalBytes > CN_MAX_QUALIFIED_NAME_BYTES)
             refuse(entity, fmt::format("the qualified names take more than {} bytes", CN_MAX_QUALIFIED_NAME_BYTES));
+        entities.push_back(entity);
     }
+    return entities;
 }
 
 } // namespace cairn

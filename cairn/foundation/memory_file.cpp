@@ -129,6 +129,11 @@ void F_MemoryFile::makeRoom(std::size_t size) {
     m_writeEnd = grown + wanted;
 }
 
+void F_MemoryFile::reserve(std::size_t size) {
+    if (!m_writing || static_cast<std::size_t>(m_writeEnd - m_writeAt) < size)
+        makeRoom(size);
+}
+
 void F_MemoryFile::createChunk(int id, int version) {
     if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < CHUNK_HEADER_SIZE)
         makeRoom(CHUNK_HEADER_SIZE);

@@ -47,6 +47,9 @@ class F_MemoryFile {
     /// open for writing. On the outermost file it also forgets the unread bytes, which are met again.
     void toRead();
 
+    /// Makes room for `size` more bytes at once, for a writer that knows about how many come. Throws on a reading file.
+    void reserve(std::size_t size);
+
     /// The first byte of the file; valid until the next write, `construct` or the end of the file.
     const void* getAddress() const { return m_data; }
     /// The bytes written so far, or the bytes there are to read.

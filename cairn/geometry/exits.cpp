@@ -15,10 +15,17 @@ void CN_PolygonValidator::enumeratePolygons(CN_Document* document, std::vector<C
     CN_LevelEntity* const level = document ? document->accessLevel() : nullptr;
     if (!level)
         return;
-    int number = 0;
+    std::vector<CN_LevelEntity*> entities;
     CN_PreIterator it = level->createIterator();
-    for (it.begin(); !it.end(); ++it) {
-        CN_Mesh* const mesh = (*it)->getEntityId() == CN_KIND_MESH ? dynamic_cast<CN_Mesh*>(*it) : nullptr;
+    for (it.begin(); !it.end(); ++it)
+        entities.push_back(*it);
+    enumeratePolygons(entities, list);
+}
+
+void CN_PolygonValidator::enumeratePolygons(std::span<CN_LevelEntity* const> entities, std::vector<CN_Polygon*>* list) {
+    int number = 0;
+    for (CN_LevelEntity* entity : entities) {
+        CN_Mesh* const mesh = entity->getEntityId() == CN_KIND_MESH ? dynamic_cast<CN_Mesh*>(entity) : nullptr;
         if (!mesh)
             continue;
         for (CN_Polygon& polygon : mesh->accessPolygonList()) {

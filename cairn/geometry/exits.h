@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 namespace cairn {
@@ -19,6 +20,8 @@ class CN_PolygonValidator {
     /// Gives the polygons of all mesh entities their numbers from 0, in pre-order and list order, and appends them to
     /// `list`, which may be null. Nothing happens for a document that is null or has no level.
     void enumeratePolygons(CN_Document* document, std::vector<CN_Polygon*>* list);
+    /// The same for entities that the caller gives in pre-order.
+    void enumeratePolygons(std::span<CN_LevelEntity* const> entities, std::vector<CN_Polygon*>* list);
 
   private:
     CN_PolygonValidator() = default;
