@@ -18,6 +18,8 @@ install(FILES
     "${PROJECT_BINARY_DIR}/cairn-config-version.cmake"
     DESTINATION "${_package_dir}")
 
+# The file finds its prefix from where it lies: an install may go to another place than was configured.
+file(RELATIVE_PATH _prefix_from_pc "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 configure_file(cmake/cairn.pc.in "${PROJECT_BINARY_DIR}/cairn.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/cairn.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 

@@ -2,6 +2,10 @@
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 
+# The compiler's cache serves every checkout and every preset that compiles a file alike, wherever it lies.
+export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$root}"
+export CCACHE_NOHASHDIR=1
+
 # build PRESET [ARGUMENT...]: configures the preset and builds it; arguments go to `cmake --build`.
 build() {
     local preset="$1"

@@ -92,7 +92,7 @@ class CN_Document::SaveNumbers {
 
 CN_Document::CN_Document() {
     F_withFoundationExceptions([this] {
-        m_groups = {{"", 0}, {"PLAYER_GROUP", 0}};
+        resetGroups();
         m_selection = std::make_unique<CN_Selection>();
         m_materials.construct();
         m_textures.construct();
@@ -118,12 +118,15 @@ bool CN_Document::isAlive(const CN_Document* document) { return document && aliv
 
 void CN_Document::createCairnLevelEntities() {
     deleteCairnLevelEntities();
+    resetGroups();
     m_level = static_cast<CN_CairnLevel*>(createEntity(CN_KIND_LEVEL, this).release());
     m_level->setName("World_Group", false);
     m_player = createEntity(CN_KIND_PLAYER, this).release();
     m_player->setName(PLAYER_NAME, false);
     m_level->add(m_player, true);
 }
+
+void CN_Document::resetGroups() { m_groups = {{"", 0}, {"PLAYER_GROUP", 0}}; }
 
 void CN_Document::deleteCairnLevelEntities() {
     // What names entities of the level goes first, so that each dying entity has little to be forgotten in.
@@ -143,6 +146,8 @@ void CN_Document::forgetEntity(const CN_LevelEntity* entity) {
     std::erase(m_brokenFSMs, entity);
     if (m_player == entity)
         m_player = nullptr;
+    if (m_level == entity)
+        m_level = nullptr;
 }
 
 void CN_Document::addBrokenEntity(const CN_LevelEntity* entity) {

@@ -64,7 +64,8 @@ class CN_Document {
 
     /// True once the constructor has finished.
     bool isConstructed() const { return m_constructed; }
-    /// The contents of a new document: a root "World_Group" with a child "player". A level that was there is deleted.
+    /// The contents of a new document: a root "World_Group" with a child "player", and the two groups that every level has. A
+    /// level that was there is deleted; preferences and build text stay.
     void createCairnLevelEntities();
 
     /// @name File
@@ -150,6 +151,7 @@ class CN_Document {
     class SaveNumbers;
 
     void deleteCairnLevelEntities();
+    void resetGroups();
     void loadSections(F_MemoryFile& file);
     template <class Read> void readSection(F_MemoryFile& file, const char* name, Read&& read);
     void loadLevel(F_MemoryFile& file);

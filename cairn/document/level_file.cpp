@@ -15,6 +15,8 @@ namespace {
 
 constexpr unsigned char SEAL_MAGIC[8] = {0xC7, 's', 'e', 'a', 'l', '\r', '\n', 0xF1};
 constexpr std::size_t LENGTH_AT = 8, SUM_AT = 16;
+/// Counts and sizes in a level are 32 bits wide.
+constexpr std::size_t MAX_BYTES = UINT32_MAX;
 
 void store64(unsigned char* at, std::uint64_t value) {
     for (int i = 0; i < 8; ++i)
@@ -47,6 +49,21 @@ bool checkSeal(std::span<const unsigned char> bytes, std::size_t end) {
     return true;
 }
 
+/// True where a load of a file that begins with these bytes gets beyond its version.
+bool beginsLikeLevel(std::span<const unsigned char> head) {
+    F_MemoryFile file(head.data(), head.size(), false);
+    if (file.beginsLikeChunk())
+        return true;
+    CString sentinel; // what stands first in a file without a version chunk
+    try {
+        file >> sentinel;
+    } catch (F_Exception* e) {
+        const F_ExceptionGuard guard(e);
+        return false;
+    }
+    return sentinel == g_strSentinel;
+}
+
 std::span<const unsigned char> bytesOf(const F_MemoryFile& file) {
     return {static_cast<const unsigned char*>(file.getAddress()), file.getSize()};
 }
@@ -54,7 +71,8 @@ std::span<const unsigned char> bytesOf(const F_MemoryFile& file) {
 } // namespace
 
 std::vector<unsigned char> CN_LevelFile::read(const string& path) {
-    return path == "-" ? F_File::readAll(stdin, "standard input") : F_File::readAll(path);
+    const F_File::Bounds bounds{MAX_BYTES, beginsLikeLevel};
+    return path == "-" ? F_File::readAll(stdin, "standard input", bounds) : F_File::readAll(path, bounds);
 }
 
 bool CN_LevelFile::load(CN_Document& document, std::span<const unsigned char> bytes) {

@@ -26,7 +26,8 @@ class CN_LevelFile {
   public:
     static constexpr std::size_t SEAL_SIZE = 24;
 
-    /// All bytes of a file; "-" is standard input. Throws where it cannot be read.
+    /// All bytes of a file; "-" is standard input. Of a file that does not begin like a level it gives the first bytes
+    /// alone, which `load` refuses. Throws where it cannot be read or has 4 GiB and more.
     static std::vector<unsigned char> read(const string& path);
     /// Loads a level into `document`, which must hold none, and checks the seal. True where the file is sealed, false
     /// where it ends with its last section. Throws what `CN_Document::load` throws where the level does not load, and

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -20,8 +21,8 @@ namespace {
 
 constexpr int MAX_LINKS = 40;                   ///< of a chain of symbolic links, as the system's own bound
 constexpr int MAX_NAME_ATTEMPTS = 1000;         ///< for the name of a file beside another
-constexpr std::size_t READ_STEP = 64 * 1024;    ///< first bytes asked of a stream whose length nobody knows
-constexpr ::mode_t PERMISSION_BITS = 07777;     ///< of a file's mode
+constexpr std::size_t HEAD_SIZE = 64 * 1024;    ///< first bytes asked of a file, before anybody knows its kind
+constexpr ::mode_t PERMISSION_BITS = 0777;      ///< of a file's mode, without those that lend its owner's rights
 constexpr ::mode_t NEW_FILE_MODE = 0666;        ///< less what the process masks
 constexpr ::mode_t UNTIL_PERMITTED_MODE = 0600; ///< of a file that takes another's permissions later
 
@@ -164,31 +165,36 @@ void* F_File::load(const char* application, const char* fileName, int size) cons
     return bytes.release();
 }
 
-std::vector<unsigned char> F_File::readAll(const string& fileName) {
+const F_File::Bounds F_File::NO_BOUNDS;
+
+std::vector<unsigned char> F_File::readAll(const string& fileName, const Bounds& bounds) {
     const OwnedFile file(std::fopen(fileName.c_str(), "rbe"));
     if (!file)
         failFile("Cannot read", fileName, errno);
-    return readAll(file.get(), fileName);
+    return readAll(file.get(), fileName, bounds);
 }
 
-std::vector<unsigned char> F_File::readAll(std::FILE* stream, const string& name) {
+std::vector<unsigned char> F_File::readAll(std::FILE* stream, const string& name, const Bounds& bounds) {
     return F_withFoundationExceptions([&] {
+        const std::size_t expected = expectedSize(stream);
         std::vector<unsigned char> bytes;
-        std::size_t used = 0;
-        // One byte more than expected, so that the end of a regular file is met without growing.
-        std::size_t step = expectedSize(stream) + 1;
-        if (step == 1)
-            step = READ_STEP;
+        std::size_t used = 0, step = HEAD_SIZE;
         while (true) {
+            // One byte more than the file may have tells that it has too many.
+            step = std::min(step, bounds.maxBytes - used) + (step > bounds.maxBytes - used ? 1 : 0);
             bytes.resize(used + step);
             errno = 0;
             const std::size_t n = std::fread(bytes.data() + used, 1, step, stream);
             used += n;
             if (n < step && std::ferror(stream))
                 failFile("Cannot read", name, errno);
-            if (n < step)
+            if (used > bounds.maxBytes)
+                failFile("Cannot read", name, EFBIG);
+            const bool isHead = used == n;
+            if (n < step || (isHead && bounds.isWorthReading && !bounds.isWorthReading({bytes.data(), used})))
                 break;
-            step = used;
+            // One byte more than expected, so that the end of a regular file is met without growing.
+            step = expected > used ? expected - used + 1 : used;
         }
         bytes.resize(used);
         return bytes;

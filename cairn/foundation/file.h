@@ -29,10 +29,18 @@ class F_File {
     /// the file is shorter and where `size` throws.
     void* load(const char* application, const char* fileName, int size) const;
 
-    /// All bytes of a file of any size: a regular file, a pipe or a device.
-    static std::vector<unsigned char> readAll(const string& fileName);
+    /// How much `readAll` takes.
+    struct Bounds {
+        std::size_t maxBytes = static_cast<std::size_t>(-1); ///< a longer file is refused
+        /// Asked once with the first bytes, at most 64 KiB: false ends the reading there, so that nobody waits for the
+        /// rest of what is no file of its kind. Null for no question.
+        bool (*isWorthReading)(std::span<const unsigned char> head) = nullptr;
+    };
+    /// All bytes of a file: a regular file, a pipe or a device. Throws where it cannot be read or is longer than the
+    /// bounds say.
+    static std::vector<unsigned char> readAll(const string& fileName, const Bounds& bounds = NO_BOUNDS);
     /// All bytes that are left in `stream`, which stays open and its caller's; `name` is for the text of a failure.
-    static std::vector<unsigned char> readAll(std::FILE* stream, const string& name);
+    static std::vector<unsigned char> readAll(std::FILE* stream, const string& name, const Bounds& bounds = NO_BOUNDS);
 
     /// Makes the file hold `bytes`, as a whole or not at all: they are written beside it, flushed to the disk, and take
     /// its place at once. A file that stood there keeps its permission bits, a symbolic link stays and its target is
@@ -41,6 +49,8 @@ class F_File {
     static void replace(const string& fileName, std::span<const unsigned char> bytes);
 
   private:
+    static const Bounds NO_BOUNDS;
+
     int m_archiveHandling = 0; ///< kept for the host
 };
 

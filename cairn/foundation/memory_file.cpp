@@ -158,13 +158,18 @@ void F_MemoryFile::closeChunk() {
     store(header + HEADER_SUM_AT, lowHalf(header, HEADER_SUM_AT));
 }
 
+bool F_MemoryFile::beginsLikeChunk() const {
+    const std::size_t left = getRemaining();
+    return left > 0 && std::memcmp(m_readAt, MAGIC, std::min(left, sizeof MAGIC)) == 0;
+}
+
 /// True and the header where a chunk stands here, false where none does; throws where one stands that is damaged.
 bool F_MemoryFile::readHeader(ChunkHeader& header) const {
     if (m_writing)
         fail("Reading a chunk from a file that is open for writing");
-    const std::size_t left = getRemaining();
-    if (left == 0 || std::memcmp(m_readAt, MAGIC, std::min(left, sizeof MAGIC)) != 0)
+    if (!beginsLikeChunk())
         return false;
+    const std::size_t left = getRemaining();
     if (left < CHUNK_HEADER_SIZE)
         fail(formatText("The data ends within a chunk's header; %zu bytes of %zu are left", left, CHUNK_HEADER_SIZE));
     std::uint32_t headerSum = 0;

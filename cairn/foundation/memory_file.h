@@ -74,6 +74,8 @@ class F_MemoryFile {
     /// data, or older data written without one) `chunk.isValid()` is false. A chunk that is damaged or cut short
     /// throws.
     void peekChunk(Chunk& chunk);
+    /// True where the mark of a chunk stands here, whole or not.
+    bool beginsLikeChunk() const;
     /// Steps over the chunk that stands here, however much of it was read. Bytes of the chunk opened or peeked here
     /// that no reader took are remembered (`getUnreadBytes`). Throws where no chunk stands.
     void skipChunk();

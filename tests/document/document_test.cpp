@@ -332,6 +332,18 @@ TEST_F(DocumentTest, ForgetsEntitiesThatDie) {
     EXPECT_FALSE(CN_FSMChangeManager::instance()->getDocument());
 }
 
+TEST_F(DocumentTest, ANewLevelKnowsNothingOfTheOneBefore) {
+    CN_Document document;
+    document.createCairnLevelEntities();
+    document.accessAICharacterGroups()["guards"] = 3;
+    document.accessAICharacterGroups()["PLAYER_GROUP"] = 2;
+    document.createCairnLevelEntities();
+    EXPECT_EQ(document.getAICharacterGroups(), (CN_Document::GroupMap{{"", 0}, {"PLAYER_GROUP", 0}}));
+
+    delete document.accessLevel();
+    EXPECT_EQ(document.getLevel(), nullptr);
+}
+
 TEST_F(DocumentTest, HandsMessagesToTheHostAlone) {
     static std::vector<std::pair<int, string>> messages;
     CN_Document document;

@@ -80,6 +80,17 @@ TEST_F(FileTest, ReadsPipesAndFilesLargerThanItsSteps) {
     EXPECT_EQ(test::failureText([&] { F_File::readAll(at("")); }), "Cannot read \"" + at("") + "\": Is a directory");
 }
 
+TEST_F(FileTest, ReadsNoMoreThanItsBounds) {
+    F_File::replace(at("large"), bytes(string(300000, 'x')));
+    EXPECT_EQ(F_File::readAll(at("large"), {300000}).size(), 300000u);
+    EXPECT_EQ(test::failureText([&] { F_File::readAll(at("large"), {299999}); }),
+              "Cannot read \"" + at("large") + "\": File too large");
+    EXPECT_EQ(test::failureText([&] { F_File::readAll("/dev/zero", {1000000}); }),
+              "Cannot read \"/dev/zero\": File too large");
+    const auto no = [](std::span<const unsigned char> head) { return head.empty(); };
+    EXPECT_LT(F_File::readAll("/dev/zero", {static_cast<std::size_t>(-1), no}).size(), 100000u);
+}
+
 TEST_F(FileTest, ReplacingKeepsPermissionsAndLinks) {
     F_File::replace(at("target"), bytes("old"));
     ASSERT_EQ(::chmod(at("target").c_str(), 0640), 0);
