@@ -365,7 +365,9 @@ class CN_LevelEntity {
     CString getDefaultName() const;
     void storeName(const CString& name);
     void generateQualifiedNamesBelow(std::size_t& bytesLeft);
+    void loadRecord(F_MemoryFile& file, const LoadScope& scope);
     void generateLoadedNames();
+    void generateNamesOfFailedLoad();
     CN_ChildNames* accessChildNames();
     void tellChildNames(const std::function<void(CN_ChildNames&)>& change);
     void countEnemy(CN_LevelEntity* child, int step);

@@ -111,6 +111,15 @@ void CN_LevelEntity::generateLoadedNames() {
     }
 }
 
+/// The same for what a load that failed leaves behind. Its own failure, the names' limit, must not hide that of the load.
+void CN_LevelEntity::generateNamesOfFailedLoad() {
+    try {
+        generateLoadedNames();
+    } catch (F_Exception* e) {
+        const F_ExceptionGuard guard(e);
+    }
+}
+
 CN_LevelEntity* CN_LevelEntity::hasChildNamed(const CString& name) {
     if (const CN_ChildNames* names = accessChildNames())
         return names->find(name.view());

@@ -85,6 +85,20 @@ void CN_LevelEntity::advanceWaitCursor() const {
 
 void CN_LevelEntity::load(F_MemoryFile& file) {
     const LoadScope scope(*this);
+    try {
+        loadRecord(file, scope);
+    } catch (...) {
+        if (!scope.outer())
+            generateNamesOfFailedLoad();
+        throw;
+    }
+    if (!scope.outer())
+        generateLoadedNames();
+    if (m_entityId == CN_KIND_LEVEL)
+        handleParenting(false);
+}
+
+void CN_LevelEntity::loadRecord(F_MemoryFile& file, const LoadScope& scope) {
     advanceWaitCursor();
     const std::size_t unreadBefore = file.getUnreadBytes();
     loadCommonEntityData(file);
@@ -93,10 +107,6 @@ void CN_LevelEntity::load(F_MemoryFile& file) {
     loadEntitySpecificData(file);
     reportUnread(file.getUnreadBytes() - unreadBefore);
     loadChildren(file);
-    if (!scope.outer())
-        generateLoadedNames();
-    if (m_entityId == CN_KIND_LEVEL)
-        handleParenting(false);
 }
 
 void CN_LevelEntity::save(F_MemoryFile& file) {

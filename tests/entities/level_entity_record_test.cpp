@@ -147,6 +147,22 @@ TEST_F(LevelEntityRecord, RefusesWhatCannotStandWhereItIs) {
         << "a refused load leaves nothing behind";
 }
 
+TEST_F(LevelEntityRecord, NamesAreRightWhereALoadStops) {
+    F_MemoryFile file;
+    writeOldEntity(file, bare(CN_KIND_LEVEL, "r",
+                              {bare(CN_KIND_MESH, "Room", {bare(CN_KIND_MESH, "Box", {bare(CN_KIND_MESH, "Lid")})}),
+                               bare(CN_KIND_MESH, "Next", {bare(101, "odd")})}));
+    file.toRead();
+    int kind = 0;
+    file >> kind;
+    auto root = makeEntity(kind);
+    EXPECT_THAT(failureText([&] { root->load(file); }), HasSubstr("101"));
+    ASSERT_EQ(root->getChildren().size(), 1u);
+    const CN_LevelEntity* box = root->getChildren().front()->getChildren().front();
+    EXPECT_EQ(qualifiedName(box), "::Room::Box");
+    EXPECT_EQ(qualifiedName(box->getChildren().front()), "::Room::Box::Lid");
+}
+
 TEST_F(LevelEntityRecord, SavesWhatItLoadsAndNothingDeeper) {
     auto root = makeEntity(CN_KIND_LEVEL);
     CN_LevelEntity* at = root.get();
