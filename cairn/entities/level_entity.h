@@ -191,13 +191,14 @@ class CN_LevelEntity {
     /// `handleHierarchy` from the world's origin, with force.
     virtual void handleParenting(bool unused);
     /// Rewrites the place (and the keyframes of a dynamic mesh) of a child that came from `oldParent`, which may be
-    /// null, so that it stays where its world values say. World values of a detached entity are those of its last
+    /// null, so that it stays where its world values say. Where this entity's world placement has no inverse the child's
+    /// place and keyframes stay as stored. World values of a detached entity are those of its last
     /// update, not of a later `setPosition`.
     virtual void makeChild(CN_LevelEntity* child, CN_LevelEntity* oldParent);
     /// `changeSpaceExplicit` to the other entity's place.
     virtual void changeSpace(CN_LevelEntity* other);
     /// Moves this entity's origin to the placement `m` while its children stay where they are in the parent's space.
-    /// World values are not touched.
+    /// World values are not touched. A rotation without inverse is refused: nothing changes.
     virtual void changeSpaceExplicit(const M_Matrix4x3Template<double>& m);
     /// @}
 
