@@ -197,6 +197,19 @@ void CN_LevelEntity::add(CN_LevelEntity* child, bool makeChild) {
         this->makeChild(child, oldParent);
 }
 
+void CN_LevelEntity::addOwned(std::unique_ptr<CN_LevelEntity> child, bool makeChild) {
+    // On the way out, whichever it is: a host's callback may throw when the child stands in the tree already.
+    struct Handover {
+        std::unique_ptr<CN_LevelEntity>& child;
+        ~Handover() {
+            if (child && child->m_listed)
+                static_cast<void>(child.release());
+        }
+    };
+    const Handover handover{child};
+    add(child.get(), makeChild);
+}
+
 void CN_LevelEntity::remove(CN_LevelEntity* child) {
     if (!child || child->m_parent != this || !child->m_listed)
         return;
@@ -255,7 +268,7 @@ CN_LevelEntityMesh* CN_LevelEntity::getNewMesh() {
     std::unique_ptr<CN_LevelEntity> entity(CN_EntityFactory::instance()->createEntity(CN_KIND_MESH, m_document));
     auto* mesh = dynamic_cast<CN_LevelEntityMesh*>(entity.get());
     if (mesh)
-        add(entity.release(), true);
+        addOwned(std::move(entity), true);
     return mesh;
 }
 

@@ -169,6 +169,9 @@ class CN_LevelEntity {
     /// unique here. With `makeChild` it keeps its place in the world. Nothing happens for null, this entity, a child
     /// that is already here, and an ancestor of this entity. It does not ask `canAdd`: callers do.
     virtual void add(CN_LevelEntity* child, bool makeChild);
+    /// `add` of a child that the caller owns: it goes over to the tree as soon as it stands there, also where a host's
+    /// callback then throws, and is deleted where it does not come to stand there.
+    void addOwned(std::unique_ptr<CN_LevelEntity> child, bool makeChild);
     /// Lets the child go without deleting it; its transforms stay. Nothing happens if it is no child of this entity.
     virtual void remove(CN_LevelEntity* child);
     virtual CN_LevelEntity* getParent() const;

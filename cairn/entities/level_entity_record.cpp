@@ -239,14 +239,7 @@ CN_LevelEntity* CN_LevelEntity::adoptLoaded(std::unique_ptr<CN_LevelEntity> chil
     CN_LevelEntity* attached = child.get();
     const CString stored = attached->m_name;
     const Adoption adoption(attached);
-    try {
-        add(attached, false);
-    } catch (...) {
-        if (attached->m_listed)
-            static_cast<void>(child.release()); // it went into the tree before a host's callback threw
-        throw;
-    }
-    static_cast<void>(child.release());
+    addOwned(std::move(child), false);
     CN_Document* document = getLivingDocument();
     if (document && !(attached->m_name == stored))
         document->accessLoadReport().add(

@@ -3,10 +3,13 @@
 #include "cairn/entities/enemy.h"
 #include "cairn/entities/level_entity.h"
 #include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/prefab.h"
+#include "cairn/entities/prefab_content.h"
 #include "cairn/entities/visitors.h"
 #include "cairn/entities/waypoint.h"
 #include "cairn/fsm/fsm.h"
 #include "tests/entities/entity_tree.h"
+#include "tests/support/process_state_guard.h"
 
 #include <gmock/gmock.h>
 
