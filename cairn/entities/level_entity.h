@@ -60,7 +60,8 @@ inline constexpr int CN_MAX_ENTITY_DEPTH = 1024;
 /// What a bounding box has for its minimum while it is unset, and negated for its maximum: finite, as every stored value.
 inline constexpr double CN_UNSET_BOUND = std::numeric_limits<double>::max();
 
-/// Decides whether a polygon takes part in a ray test: the polygon, its material and the test's third flag.
+/// True for a polygon that a ray test leaves out: the polygon (null for a triangle of a triangle mesh), its material, and
+/// whether its mesh is dynamic.
 using CN_RayFilter = bool (*)(const CN_Polygon*, const CN_Material*, bool);
 
 /// The settings that every kind of entity has.
@@ -209,9 +210,9 @@ class CN_LevelEntity {
     /// @{
     /// The nearest hit of the ray from `origin` along the unit vector `direction`, at most `distance` away. On a hit
     /// true, `point` and `distance` are set. `cull` leaves out faces seen from behind, `local` says that origin is
-    /// relative to the entity; `filter` (may be null) and `third` are for kinds with polygons. This class: false.
+    /// relative to the entity; `filter` (may be null) is for kinds with polygons. This class: false.
     virtual bool intersectRay(Vector& point, double& distance, const Vector& origin, const Vector& direction, bool cull,
-                              bool local, bool third, CN_RayFilter filter);
+                              bool local, CN_RayFilter filter);
     /// True if the ray meets the bounding sphere; `t` (may be null) becomes the distance of the entry, 0 from inside.
     /// A radius of exactly 0 is never met.
     virtual bool rayToBoundingVolume(double* t, const Vector& origin, const Vector& direction,

@@ -68,7 +68,7 @@ string CN_LevelEntityVolLightingBox::findRecordFault() const {
 }
 
 bool CN_LevelEntityVolLightingBox::intersectRay(Vector& point, double& distance, const Vector& origin,
-                                                const Vector& direction, bool, bool, bool, CN_RayFilter) {
+                                                const Vector& direction, bool, bool, CN_RayFilter) {
     if (!isVisible())
         return false;
     constexpr double largest = std::numeric_limits<double>::max();

@@ -49,7 +49,7 @@ TEST(VolLightingBox, MeetsRaysAtItsTurnedFaces) {
         SCOPED_TRACE(c.what);
         Vector point;
         double distance = c.distance;
-        const bool hit = box.intersectRay(point, distance, c.origin, c.direction, false, false, false, nullptr);
+        const bool hit = box.intersectRay(point, distance, c.origin, c.direction, false, false, nullptr);
         ASSERT_EQ(hit, c.hit >= 0);
         if (hit) {
             EXPECT_NEAR(distance, c.hit, 1e-12);
