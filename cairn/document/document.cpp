@@ -261,7 +261,7 @@ void CN_Document::reportBrokenEntities() {
         return;
     CString message = "The following entities have a broken rotation matrix! Contact a programmer immediately!!";
     for (const CN_LevelEntity* entity : m_brokenEntities) {
-        message += CString("\n") + CN_HierarchyUtils::getFullyQualifiedName(entity);
+        message += CString("\n" + CN_HierarchyUtils::makeFullyQualifiedName(entity));
         m_loadReport.add("broken-rotation", entity, -1, "The rotation is not orthonormal");
     }
     m_brokenEntities.clear();

@@ -190,15 +190,19 @@ void CN_HierarchyUtils::calculateBoundingBoxLocal(const CN_MeshInterface*, Vecto
     max = -min;
 }
 
-const char* CN_HierarchyUtils::getFullyQualifiedName(const CN_LevelEntity* entity) {
-    static std::vector<const CN_LevelEntity*> path;
-    static std::string text;
-    path.clear();
-    text.clear();
+std::string CN_HierarchyUtils::makeFullyQualifiedName(const CN_LevelEntity* entity) {
+    std::vector<const CN_LevelEntity*> path;
     for (; entity && entity->getParent(); entity = entity->getParent())
         path.push_back(entity);
+    std::string text;
     for (auto it = path.rbegin(); it != path.rend(); ++it)
         text.append("::").append((*it)->getName().view());
+    return text;
+}
+
+const char* CN_HierarchyUtils::getFullyQualifiedName(const CN_LevelEntity* entity) {
+    static std::string text;
+    text = makeFullyQualifiedName(entity);
     return text.c_str();
 }
 

@@ -286,7 +286,7 @@ string CN_LevelEntity::findRecordFault() const { return {}; }
 
 std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() {
     const auto refuse = [](const CN_LevelEntity* entity, const std::string& why) {
-        const std::string path = shownPath(CN_HierarchyUtils::getFullyQualifiedName(entity));
+        const std::string path = shownPath(CN_HierarchyUtils::makeFullyQualifiedName(entity));
         throw new F_Exception(fmt::format("The entity \"{}\" cannot be saved: {}", path, why));
     };
     const auto checkRecord = [&](const CN_LevelEntity* entity) {
