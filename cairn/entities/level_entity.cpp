@@ -32,12 +32,6 @@ std::uint32_t nextProcessNumber() {
     return 0x80000000u | (count++ % 0x7FFFFFFFu);
 }
 
-/// The kinds that carry the gameplay critical flag themselves.
-bool hasCriticalFlag(int entityId) {
-    return entityId == CN_KIND_AI_NODE || entityId == CN_KIND_MESH || entityId == CN_KIND_TRIMESH ||
-           entityId == CN_KIND_PREFAB;
-}
-
 } // namespace
 
 CN_LevelEntity::CN_LevelEntity() : m_processNumber(nextProcessNumber()) { liveEntities().insert(this); }
@@ -129,6 +123,11 @@ void CN_LevelEntity::deleteDescendants() {
             delete child;
         }
     }
+}
+
+bool CN_LevelEntity::hasCriticalFlag(int entityId) {
+    return entityId == CN_KIND_AI_NODE || entityId == CN_KIND_MESH || entityId == CN_KIND_TRIMESH ||
+           entityId == CN_KIND_PREFAB;
 }
 
 std::uint32_t CN_LevelEntity::getSerialisationId(const CN_LevelEntity* entity) {

@@ -365,6 +365,9 @@ class CN_LevelEntity {
     friend class CN_ChildNames;
     class LoadScope;
 
+    /// True for the kinds that carry the gameplay critical flag themselves.
+    static bool hasCriticalFlag(int entityId);
+
     void copyFields(const CN_LevelEntity& other);
     void deleteDescendants();
     CString getDefaultName() const;

@@ -120,7 +120,7 @@ void CN_LevelEntity::save(F_MemoryFile& file) {
 }
 
 // The common record: the entity id, then chunk 0 of
-//   4: gameplay critical is stored; before it is false for the kinds below, true for all others
+//   4: gameplay critical is stored; before it is false for the kinds that carry it themselves, true for all others
 //   3: export regrouping is stored; before it is false
 //   2: the identity is stored; before nothing can refer to the entity
 //   1: the rest
@@ -148,9 +148,8 @@ void CN_LevelEntity::loadCommonEntityData(F_MemoryFile& file) {
         in >> regrouping;
     if (version > 3)
         in >> critical;
-    else if (m_entityId == CN_KIND_AI_NODE || m_entityId == CN_KIND_MESH || m_entityId == CN_KIND_TRIMESH ||
-             m_entityId == CN_KIND_PREFAB)
-        critical = false;
+    else
+        critical = !hasCriticalFlag(m_entityId);
     m_generalProperties.setVisible(visible);
     m_generalProperties.setExcludedFromGame(excluded);
     m_generalProperties.setReserved(reserved);
