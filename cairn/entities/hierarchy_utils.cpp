@@ -19,6 +19,7 @@ namespace {
 constexpr int IMAGE_ROOM = 1;
 constexpr int IMAGE_DYNAMIC_MESH = 7;
 constexpr int IMAGE_DYNAMIC_TRIMESH = 8;
+constexpr int IMAGE_TRIGGER_MESH = 11;
 constexpr int IMAGE_STEP_INVISIBLE = 23;
 constexpr int IMAGE_STEP_NON_EDITABLE = 46;
 
@@ -38,13 +39,20 @@ bool isRoom(const CN_LevelEntity* entity) {
     return mesh && mesh->isRoom();
 }
 
+bool isTrigger(const CN_LevelEntity* entity) {
+    const auto* mesh = dynamic_cast<const CN_Mesh*>(entity);
+    return mesh && mesh->isTrigger();
+}
+
 /// The index for the kind and its state.
 int plainImageIndex(const CN_LevelEntity* entity) {
     const auto* mesh = dynamic_cast<const CN_MeshInterface*>(entity);
     const bool dynamic = mesh && mesh->isDynamic();
     switch (entity->getEntityId()) {
     case CN_KIND_MESH:
-        return dynamic ? IMAGE_DYNAMIC_MESH : isRoom(entity) ? IMAGE_ROOM : entity->getImageIndex();
+        if (dynamic)
+            return IMAGE_DYNAMIC_MESH;
+        return isTrigger(entity) ? IMAGE_TRIGGER_MESH : isRoom(entity) ? IMAGE_ROOM : entity->getImageIndex();
     case CN_KIND_TRIMESH:
         return dynamic ? IMAGE_DYNAMIC_TRIMESH : entity->getImageIndex();
     default:

@@ -37,6 +37,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     int findPolygonIndex(const CN_Polygon* polygon) const { return m_polygonList.indexOf(polygon); }
     /// True if a polygon leads into another mesh.
     bool hasExits() const;
+    /// True if the mesh has a trigger's settings: false, as no mesh holds any yet.
+    bool isTrigger() const { return false; }
     /// Renews the bounding box and radius; a mesh without polygons has the unset box and the radius 0.
     void calculateBoundingBox();
 
