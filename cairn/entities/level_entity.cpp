@@ -141,7 +141,7 @@ std::uint32_t CN_LevelEntity::getSerialisationId(const CN_LevelEntity* entity) {
 bool CN_LevelEntity::isAlive(const CN_LevelEntity* entity) { return liveEntities().count(entity) > 0; }
 
 void CN_LevelEntity::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    CN_acceptAs<CN_EntityACVisitor, CN_LevelEntity>(visitor, *this);
+    CN_acceptAs<CN_EntityACVisitor>(visitor, *this);
 }
 
 int CN_LevelEntity::getImageIndex() const { return m_imageIndex; }

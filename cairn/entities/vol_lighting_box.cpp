@@ -35,8 +35,7 @@ void CN_LevelEntityVolLightingBox::requestRenderer() {
 CN_LevelEntity* CN_LevelEntityVolLightingBox::clone() { return new CN_LevelEntityVolLightingBox(*this); }
 
 void CN_LevelEntityVolLightingBox::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_VolLightingBoxACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_VolLightingBoxACVisitor>(visitor, *this);
 }
 
 // Version 1: size, resolution.
