@@ -71,22 +71,6 @@ void CN_LevelEntity::copyFields(const CN_LevelEntity& other) {
     m_entityId = other.m_entityId;
 }
 
-void CN_LevelEntity::initializeMembers() {
-    m_position = m_worldPosition = Vector();
-    m_rotation = m_worldRotation = m_invWorldRotation = Matrix();
-    m_boundingMin = Vector(CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND);
-    m_boundingMax = -m_boundingMin;
-    m_boundingRadius = 0;
-    m_objectDirty = true;
-    m_document = nullptr;
-    m_qualifiedName.clear();
-    storeName(CString());
-    m_generalProperties = CN_GeneralEntityProperties();
-    m_imageIndex = -1;
-    m_entityId = -1;
-    m_expanded = false;
-}
-
 CN_LevelEntity::~CN_LevelEntity() {
     deleteDescendants();
     m_fsm.reset();
@@ -99,8 +83,8 @@ CN_LevelEntity::~CN_LevelEntity() {
     liveEntities().erase(this);
 }
 
-/// Deletes from the leaves up, in the order in which the destructors would by themselves, so that no destructor has
-/// children left and the stack stays flat however deep the tree is.
+/// Deletes from the leaves up, so that no destructor has children left and the stack stays flat however deep the tree is.
+/// An entity below a child dies before the child's destructor begins, not amid it as it would by recursion.
 void CN_LevelEntity::deleteDescendants() {
     CN_LevelEntity* at = this;
     for (;;) {

@@ -325,7 +325,6 @@ class CN_LevelEntity {
   protected:
     /// For kinds that set the fields themselves.
     CN_LevelEntity();
-    void initializeMembers();
     /// Takes the renderer over, in place of one that was there; null for none.
     void setRenderer(CN_EntityRendererInterface* renderer);
     /// The host's renderer factory where this entity has no renderer yet, else null; null too where the host has set
