@@ -121,9 +121,15 @@ void CN_Document::createCairnLevelEntities() {
     resetGroups();
     m_level = static_cast<CN_CairnLevel*>(createEntity(CN_KIND_LEVEL, this).release());
     m_level->setName("World_Group", false);
-    m_player = createEntity(CN_KIND_PLAYER, this).release();
+    addPlayer(true);
+}
+
+/// Makes the level's player.
+void CN_Document::addPlayer(bool makeChild) {
+    auto player = createEntity(CN_KIND_PLAYER, this);
+    m_player = player.get();
     m_player->setName(PLAYER_NAME, false);
-    m_level->add(m_player, true);
+    m_level->addOwned(std::move(player), makeChild);
 }
 
 void CN_Document::resetGroups() { m_groups = {{"", 0}, {"PLAYER_GROUP", 0}}; }
@@ -251,9 +257,7 @@ void CN_Document::findPlayer() {
     m_player = m_level->hasChildNamed(PLAYER_NAME);
     if (m_player)
         return;
-    m_player = createEntity(CN_KIND_PLAYER, this).release();
-    m_player->setName(PLAYER_NAME, false);
-    m_level->add(m_player, false);
+    addPlayer(false);
     m_loadReport.add("repaired", m_player, -1, "The level had no player; one was made");
 }
 
@@ -262,7 +266,7 @@ void CN_Document::reportBrokenEntities() {
         return;
     CString message = "The following entities have a broken rotation matrix! Contact a programmer immediately!!";
     for (const CN_LevelEntity* entity : m_brokenEntities) {
-        message += CString("\n") + CN_HierarchyUtils::getFullyQualifiedName(entity);
+        message += CString("\n" + CN_HierarchyUtils::makeFullyQualifiedName(entity));
         m_loadReport.add("broken-rotation", entity, -1, "The rotation is not orthonormal");
     }
     m_brokenEntities.clear();

@@ -156,6 +156,7 @@ class CN_Document {
     template <class Read> void readSection(F_MemoryFile& file, const char* name, Read&& read);
     void loadLevel(F_MemoryFile& file);
     void findPlayer();
+    void addPlayer(bool makeChild);
     void reportBrokenEntities();
     void repairSettings();
     void saveSections(F_MemoryFile& file);

@@ -41,7 +41,7 @@ void CN_LoadReport::resolve() {
         finding.hasEntity = CN_LevelEntity::isAlive(entity);
         if (!finding.hasEntity)
             continue;
-        const string name = CN_HierarchyUtils::getFullyQualifiedName(entity);
+        const std::string name = CN_HierarchyUtils::makeFullyQualifiedName(entity);
         if (name.size() > MAX_BYTES - m_bytes) {
             // Names that no one would read: what comes from here on is only counted.
             m_dropped += m_findings.size() - i;
@@ -50,7 +50,7 @@ void CN_LoadReport::resolve() {
             return;
         }
         m_bytes += name.size();
-        finding.entity = name.empty() ? "::" : name;
+        finding.entity = name.empty() ? std::string_view("::") : std::string_view(name);
     }
 }
 

@@ -23,8 +23,7 @@ void CN_LevelEntityAINode::initializeMembers() { setRadius(0.5); }
 CN_LevelEntity* CN_LevelEntityAINode::clone() { return new CN_LevelEntityAINode(*this); }
 
 void CN_LevelEntityAINode::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_AINodeACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_AINodeACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityAINode::loadEntitySpecificData(F_MemoryFile&) {}

@@ -29,10 +29,7 @@ void CN_CairnLevel::requestRenderer() {
 
 CN_LevelEntity* CN_CairnLevel::clone() { return new CN_CairnLevel(*this); }
 
-void CN_CairnLevel::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_LevelACVisitor*>(&visitor))
-        own->visit(*this);
-}
+void CN_CairnLevel::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) { CN_acceptAs<CN_LevelACVisitor>(visitor, *this); }
 
 void CN_CairnLevel::loadEntitySpecificData(F_MemoryFile&) {}
 

@@ -32,8 +32,7 @@ void CN_LevelEntityDynPointlight::initializeMembers() {
 CN_LevelEntity* CN_LevelEntityDynPointlight::clone() { return new CN_LevelEntityDynPointlight(*this); }
 
 void CN_LevelEntityDynPointlight::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_DynPointlightACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_DynPointlightACVisitor>(visitor, *this);
 }
 
 // Version 1: red, green, blue, alpha, intensity, falloff; behind the record of the sphere.

@@ -43,6 +43,8 @@ class CN_LevelEntityDynPointlight : public CN_UISphereEntity {
     /// The light's colour in bytes: each channel clamped, then truncated.
     I_Color getColor() override;
     void setColor(I_Color color) { m_properties.color = I_FColor(color); }
+    /// Has no effect: which colour a light takes from the meshes around it is not settled.
+    void getColorFromSurroundings() {}
     float getIntensity() const { return m_properties.intensity; }
     void setIntensity(float intensity) { m_properties.intensity = intensity; }
     float getFalloff() const { return m_properties.falloff; }

@@ -37,8 +37,7 @@ void CN_LevelEntityEnemy::initializeMembers() {
 CN_LevelEntity* CN_LevelEntityEnemy::clone() { return new CN_LevelEntityEnemy(*this); }
 
 void CN_LevelEntityEnemy::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_EnemyACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_EnemyACVisitor>(visitor, *this);
 }
 
 // Older machines may lack a standard handler.

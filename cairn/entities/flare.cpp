@@ -24,8 +24,7 @@ void CN_LevelEntityFlare::initializeMembers() { setRadius(0.25); }
 CN_LevelEntity* CN_LevelEntityFlare::clone() { return new CN_LevelEntityFlare(*this); }
 
 void CN_LevelEntityFlare::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_FlareACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_FlareACVisitor>(visitor, *this);
 }
 
 // Version 1: an empty chunk behind the record of the sphere.

@@ -29,8 +29,7 @@ void CN_LevelEntityFSM::initializeMembers() {
 CN_LevelEntity* CN_LevelEntityFSM::clone() { return new CN_LevelEntityFSM(*this); }
 
 void CN_LevelEntityFSM::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_FSMACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_FSMACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityFSM::loadEntitySpecificData(F_MemoryFile&) {}

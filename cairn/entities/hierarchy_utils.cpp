@@ -19,6 +19,7 @@ namespace {
 constexpr int IMAGE_ROOM = 1;
 constexpr int IMAGE_DYNAMIC_MESH = 7;
 constexpr int IMAGE_DYNAMIC_TRIMESH = 8;
+constexpr int IMAGE_TRIGGER_MESH = 11;
 constexpr int IMAGE_STEP_INVISIBLE = 23;
 constexpr int IMAGE_STEP_NON_EDITABLE = 46;
 
@@ -38,13 +39,20 @@ bool isRoom(const CN_LevelEntity* entity) {
     return mesh && mesh->isRoom();
 }
 
+bool isTrigger(const CN_LevelEntity* entity) {
+    const auto* mesh = dynamic_cast<const CN_Mesh*>(entity);
+    return mesh && mesh->isTrigger();
+}
+
 /// The index for the kind and its state.
 int plainImageIndex(const CN_LevelEntity* entity) {
     const auto* mesh = dynamic_cast<const CN_MeshInterface*>(entity);
     const bool dynamic = mesh && mesh->isDynamic();
     switch (entity->getEntityId()) {
     case CN_KIND_MESH:
-        return dynamic ? IMAGE_DYNAMIC_MESH : isRoom(entity) ? IMAGE_ROOM : entity->getImageIndex();
+        if (dynamic)
+            return IMAGE_DYNAMIC_MESH;
+        return isTrigger(entity) ? IMAGE_TRIGGER_MESH : isRoom(entity) ? IMAGE_ROOM : entity->getImageIndex();
     case CN_KIND_TRIMESH:
         return dynamic ? IMAGE_DYNAMIC_TRIMESH : entity->getImageIndex();
     default:
@@ -190,15 +198,19 @@ void CN_HierarchyUtils::calculateBoundingBoxLocal(const CN_MeshInterface*, Vecto
     max = -min;
 }
 
-const char* CN_HierarchyUtils::getFullyQualifiedName(const CN_LevelEntity* entity) {
-    static std::vector<const CN_LevelEntity*> path;
-    static std::string text;
-    path.clear();
-    text.clear();
+std::string CN_HierarchyUtils::makeFullyQualifiedName(const CN_LevelEntity* entity) {
+    std::vector<const CN_LevelEntity*> path;
     for (; entity && entity->getParent(); entity = entity->getParent())
         path.push_back(entity);
+    std::string text;
     for (auto it = path.rbegin(); it != path.rend(); ++it)
         text.append("::").append((*it)->getName().view());
+    return text;
+}
+
+const char* CN_HierarchyUtils::getFullyQualifiedName(const CN_LevelEntity* entity) {
+    static std::string text;
+    text = makeFullyQualifiedName(entity);
     return text.c_str();
 }
 

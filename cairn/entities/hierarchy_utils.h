@@ -3,6 +3,8 @@
 #include "cairn/foundation/strings.h"
 #include "cairn/math/vector3.h"
 
+#include <string>
+
 namespace cairn {
 
 class CN_CairnLevel;
@@ -55,8 +57,10 @@ class CN_HierarchyUtils {
     static int getEntityDepth(const CN_LevelEntity* entity);
     /// The box of the vertices in the mesh's own space; the largest and least double where there is no vertex.
     static void calculateBoundingBoxLocal(const CN_MeshInterface* mesh, Vector& min, Vector& max);
-    /// The path of live names from below the root, each led by "::"; empty for the root. One static text: valid until
-    /// the next call, so never called twice in one expression.
+    /// The path of live names from below the root, each led by "::"; empty for the root.
+    static std::string makeFullyQualifiedName(const CN_LevelEntity* entity);
+    /// The same as one static text: valid until the next call, so never called twice in one expression. It ends at a
+    /// NUL in a name.
     static const char* getFullyQualifiedName(const CN_LevelEntity* entity);
 };
 

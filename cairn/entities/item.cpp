@@ -25,8 +25,7 @@ void CN_LevelEntityItem::initializeMembers() { setRadius(CN_SMALL_SPHERE_RADIUS)
 CN_LevelEntity* CN_LevelEntityItem::clone() { return new CN_LevelEntityItem(*this); }
 
 void CN_LevelEntityItem::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_ItemACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_ItemACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityItem::loadEntitySpecificData(F_MemoryFile& file) {

@@ -23,8 +23,7 @@ void CN_LevelEntityJumppoint::initializeMembers() { setRadius(0.5); }
 CN_LevelEntity* CN_LevelEntityJumppoint::clone() { return new CN_LevelEntityJumppoint(*this); }
 
 void CN_LevelEntityJumppoint::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_JumppointACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_JumppointACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityJumppoint::loadEntitySpecificData(F_MemoryFile&) {}

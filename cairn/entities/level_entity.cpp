@@ -32,12 +32,6 @@ std::uint32_t nextProcessNumber() {
     return 0x80000000u | (count++ % 0x7FFFFFFFu);
 }
 
-/// The kinds that carry the gameplay critical flag themselves.
-bool hasCriticalFlag(int entityId) {
-    return entityId == CN_KIND_AI_NODE || entityId == CN_KIND_MESH || entityId == CN_KIND_TRIMESH ||
-           entityId == CN_KIND_PREFAB;
-}
-
 } // namespace
 
 CN_LevelEntity::CN_LevelEntity() : m_processNumber(nextProcessNumber()) { liveEntities().insert(this); }
@@ -77,22 +71,6 @@ void CN_LevelEntity::copyFields(const CN_LevelEntity& other) {
     m_entityId = other.m_entityId;
 }
 
-void CN_LevelEntity::initializeMembers() {
-    m_position = m_worldPosition = Vector();
-    m_rotation = m_worldRotation = m_invWorldRotation = Matrix();
-    m_boundingMin = Vector(CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND);
-    m_boundingMax = -m_boundingMin;
-    m_boundingRadius = 0;
-    m_objectDirty = true;
-    m_document = nullptr;
-    m_qualifiedName.clear();
-    storeName(CString());
-    m_generalProperties = CN_GeneralEntityProperties();
-    m_imageIndex = -1;
-    m_entityId = -1;
-    m_expanded = false;
-}
-
 CN_LevelEntity::~CN_LevelEntity() {
     deleteDescendants();
     m_fsm.reset();
@@ -105,8 +83,8 @@ CN_LevelEntity::~CN_LevelEntity() {
     liveEntities().erase(this);
 }
 
-/// Deletes from the leaves up, in the order in which the destructors would by themselves, so that no destructor has
-/// children left and the stack stays flat however deep the tree is.
+/// Deletes from the leaves up, so that no destructor has children left and the stack stays flat however deep the tree is.
+/// An entity below a child dies before the child's destructor begins, not amid it as it would by recursion.
 void CN_LevelEntity::deleteDescendants() {
     CN_LevelEntity* at = this;
     for (;;) {
@@ -131,6 +109,11 @@ void CN_LevelEntity::deleteDescendants() {
     }
 }
 
+bool CN_LevelEntity::hasCriticalFlag(int entityId) {
+    return entityId == CN_KIND_AI_NODE || entityId == CN_KIND_MESH || entityId == CN_KIND_TRIMESH ||
+           entityId == CN_KIND_PREFAB;
+}
+
 std::uint32_t CN_LevelEntity::getSerialisationId(const CN_LevelEntity* entity) {
     if (!entity)
         return 0;
@@ -142,7 +125,7 @@ std::uint32_t CN_LevelEntity::getSerialisationId(const CN_LevelEntity* entity) {
 bool CN_LevelEntity::isAlive(const CN_LevelEntity* entity) { return liveEntities().count(entity) > 0; }
 
 void CN_LevelEntity::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    CN_acceptAs<CN_EntityACVisitor, CN_LevelEntity>(visitor, *this);
+    CN_acceptAs<CN_EntityACVisitor>(visitor, *this);
 }
 
 int CN_LevelEntity::getImageIndex() const { return m_imageIndex; }
@@ -195,6 +178,19 @@ void CN_LevelEntity::add(CN_LevelEntity* child, bool makeChild) {
         child->m_objectDirty = true;
     if (makeChild)
         this->makeChild(child, oldParent);
+}
+
+void CN_LevelEntity::addOwned(std::unique_ptr<CN_LevelEntity> child, bool makeChild) {
+    // On the way out, whichever it is: a host's callback may throw when the child stands in the tree already.
+    struct Handover {
+        std::unique_ptr<CN_LevelEntity>& child;
+        ~Handover() {
+            if (child && child->m_listed)
+                static_cast<void>(child.release());
+        }
+    };
+    const Handover handover{child};
+    add(child.get(), makeChild);
 }
 
 void CN_LevelEntity::remove(CN_LevelEntity* child) {
@@ -255,7 +251,7 @@ CN_LevelEntityMesh* CN_LevelEntity::getNewMesh() {
     std::unique_ptr<CN_LevelEntity> entity(CN_EntityFactory::instance()->createEntity(CN_KIND_MESH, m_document));
     auto* mesh = dynamic_cast<CN_LevelEntityMesh*>(entity.get());
     if (mesh)
-        add(entity.release(), true);
+        addOwned(std::move(entity), true);
     return mesh;
 }
 

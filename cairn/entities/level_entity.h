@@ -60,7 +60,8 @@ inline constexpr int CN_MAX_ENTITY_DEPTH = 1024;
 /// What a bounding box has for its minimum while it is unset, and negated for its maximum: finite, as every stored value.
 inline constexpr double CN_UNSET_BOUND = std::numeric_limits<double>::max();
 
-/// Decides whether a polygon takes part in a ray test: the polygon, its material and the test's third flag.
+/// True for a polygon that a ray test leaves out: the polygon (null for a triangle of a triangle mesh), its material, and
+/// whether its mesh is dynamic.
 using CN_RayFilter = bool (*)(const CN_Polygon*, const CN_Material*, bool);
 
 /// The settings that every kind of entity has.
@@ -169,6 +170,9 @@ class CN_LevelEntity {
     /// unique here. With `makeChild` it keeps its place in the world. Nothing happens for null, this entity, a child
     /// that is already here, and an ancestor of this entity. It does not ask `canAdd`: callers do.
     virtual void add(CN_LevelEntity* child, bool makeChild);
+    /// `add` of a child that the caller owns: it goes over to the tree as soon as it stands there, also where a host's
+    /// callback then throws, and is deleted where it does not come to stand there.
+    void addOwned(std::unique_ptr<CN_LevelEntity> child, bool makeChild);
     /// Lets the child go without deleting it; its transforms stay. Nothing happens if it is no child of this entity.
     virtual void remove(CN_LevelEntity* child);
     virtual CN_LevelEntity* getParent() const;
@@ -191,13 +195,14 @@ class CN_LevelEntity {
     /// `handleHierarchy` from the world's origin, with force.
     virtual void handleParenting(bool unused);
     /// Rewrites the place (and the keyframes of a dynamic mesh) of a child that came from `oldParent`, which may be
-    /// null, so that it stays where its world values say. World values of a detached entity are those of its last
+    /// null, so that it stays where its world values say. Where this entity's world placement has no inverse the child's
+    /// place and keyframes stay as stored. World values of a detached entity are those of its last
     /// update, not of a later `setPosition`.
     virtual void makeChild(CN_LevelEntity* child, CN_LevelEntity* oldParent);
     /// `changeSpaceExplicit` to the other entity's place.
     virtual void changeSpace(CN_LevelEntity* other);
     /// Moves this entity's origin to the placement `m` while its children stay where they are in the parent's space.
-    /// World values are not touched.
+    /// World values are not touched. A rotation without inverse is refused: nothing changes.
     virtual void changeSpaceExplicit(const M_Matrix4x3Template<double>& m);
     /// @}
 
@@ -205,9 +210,9 @@ class CN_LevelEntity {
     /// @{
     /// The nearest hit of the ray from `origin` along the unit vector `direction`, at most `distance` away. On a hit
     /// true, `point` and `distance` are set. `cull` leaves out faces seen from behind, `local` says that origin is
-    /// relative to the entity; `filter` (may be null) and `third` are for kinds with polygons. This class: false.
+    /// relative to the entity; `filter` (may be null) is for kinds with polygons. This class: false.
     virtual bool intersectRay(Vector& point, double& distance, const Vector& origin, const Vector& direction, bool cull,
-                              bool local, bool third, CN_RayFilter filter);
+                              bool local, CN_RayFilter filter);
     /// True if the ray meets the bounding sphere; `t` (may be null) becomes the distance of the entry, 0 from inside.
     /// A radius of exactly 0 is never met.
     virtual bool rayToBoundingVolume(double* t, const Vector& origin, const Vector& direction,
@@ -320,7 +325,6 @@ class CN_LevelEntity {
   protected:
     /// For kinds that set the fields themselves.
     CN_LevelEntity();
-    void initializeMembers();
     /// Takes the renderer over, in place of one that was there; null for none.
     void setRenderer(CN_EntityRendererInterface* renderer);
     /// The host's renderer factory where this entity has no renderer yet, else null; null too where the host has set
@@ -360,12 +364,17 @@ class CN_LevelEntity {
     friend class CN_ChildNames;
     class LoadScope;
 
+    /// True for the kinds that carry the gameplay critical flag themselves.
+    static bool hasCriticalFlag(int entityId);
+
     void copyFields(const CN_LevelEntity& other);
     void deleteDescendants();
     CString getDefaultName() const;
     void storeName(const CString& name);
     void generateQualifiedNamesBelow(std::size_t& bytesLeft);
+    void loadRecord(F_MemoryFile& file, const LoadScope& scope);
     void generateLoadedNames();
+    void generateNamesOfFailedLoad();
     CN_ChildNames* accessChildNames();
     void tellChildNames(const std::function<void(CN_ChildNames&)>& change);
     void countEnemy(CN_LevelEntity* child, int step);

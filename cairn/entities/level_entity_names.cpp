@@ -39,7 +39,12 @@ bool CN_LevelEntity::setName(const CString& wanted, bool autoFix) {
             return false;
         storeName(name);
     } else if (autoFix) {
-        storeName(getNextUniqueName(name));
+        CString next = getNextUniqueName(name);
+        // White space around a name makes it another, and yet the numbers in use are counted without: a name with some
+        // may come back as it is.
+        if (const CN_LevelEntity* holder = m_parent->hasChildNamed(next); holder && holder != this)
+            next = getNextUniqueName(CString(asciiTrimmed(name.view())));
+        storeName(next);
     } else {
         const std::string fault = fmt::format("Already has a child named :\"{}\"!", name.view());
         CN_NameValidator::instance()->setLastNameFaultDescription(fault.c_str());
@@ -108,6 +113,15 @@ void CN_LevelEntity::generateLoadedNames() {
             child->generateQualifiedName();
         bytesLeft -= std::min(bytesLeft, child->m_qualifiedName.size());
         child->generateQualifiedNamesBelow(bytesLeft);
+    }
+}
+
+/// The same for what a load that failed leaves behind. Its own failure, the names' limit, must not hide that of the load.
+void CN_LevelEntity::generateNamesOfFailedLoad() {
+    try {
+        generateLoadedNames();
+    } catch (F_Exception* e) {
+        const F_ExceptionGuard guard(e);
     }
 }
 

@@ -85,6 +85,20 @@ void CN_LevelEntity::advanceWaitCursor() const {
 
 void CN_LevelEntity::load(F_MemoryFile& file) {
     const LoadScope scope(*this);
+    try {
+        loadRecord(file, scope);
+    } catch (...) {
+        if (!scope.outer())
+            generateNamesOfFailedLoad();
+        throw;
+    }
+    if (!scope.outer())
+        generateLoadedNames();
+    if (m_entityId == CN_KIND_LEVEL)
+        handleParenting(false);
+}
+
+void CN_LevelEntity::loadRecord(F_MemoryFile& file, const LoadScope& scope) {
     advanceWaitCursor();
     const std::size_t unreadBefore = file.getUnreadBytes();
     loadCommonEntityData(file);
@@ -93,10 +107,6 @@ void CN_LevelEntity::load(F_MemoryFile& file) {
     loadEntitySpecificData(file);
     reportUnread(file.getUnreadBytes() - unreadBefore);
     loadChildren(file);
-    if (!scope.outer())
-        generateLoadedNames();
-    if (m_entityId == CN_KIND_LEVEL)
-        handleParenting(false);
 }
 
 void CN_LevelEntity::save(F_MemoryFile& file) {
@@ -110,7 +120,7 @@ void CN_LevelEntity::save(F_MemoryFile& file) {
 }
 
 // The common record: the entity id, then chunk 0 of
-//   4: gameplay critical is stored; before it is false for the kinds below, true for all others
+//   4: gameplay critical is stored; before it is false for the kinds that carry it themselves, true for all others
 //   3: export regrouping is stored; before it is false
 //   2: the identity is stored; before nothing can refer to the entity
 //   1: the rest
@@ -138,9 +148,8 @@ void CN_LevelEntity::loadCommonEntityData(F_MemoryFile& file) {
         in >> regrouping;
     if (version > 3)
         in >> critical;
-    else if (m_entityId == CN_KIND_AI_NODE || m_entityId == CN_KIND_MESH || m_entityId == CN_KIND_TRIMESH ||
-             m_entityId == CN_KIND_PREFAB)
-        critical = false;
+    else
+        critical = !hasCriticalFlag(m_entityId);
     m_generalProperties.setVisible(visible);
     m_generalProperties.setExcludedFromGame(excluded);
     m_generalProperties.setReserved(reserved);
@@ -229,14 +238,7 @@ CN_LevelEntity* CN_LevelEntity::adoptLoaded(std::unique_ptr<CN_LevelEntity> chil
     CN_LevelEntity* attached = child.get();
     const CString stored = attached->m_name;
     const Adoption adoption(attached);
-    try {
-        add(attached, false);
-    } catch (...) {
-        if (attached->m_listed)
-            static_cast<void>(child.release()); // it went into the tree before a host's callback threw
-        throw;
-    }
-    static_cast<void>(child.release());
+    addOwned(std::move(child), false);
     CN_Document* document = getLivingDocument();
     if (document && !(attached->m_name == stored))
         document->accessLoadReport().add(
@@ -283,7 +285,7 @@ string CN_LevelEntity::findRecordFault() const { return {}; }
 
 std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() {
     const auto refuse = [](const CN_LevelEntity* entity, const std::string& why) {
-        const std::string path = shownPath(CN_HierarchyUtils::getFullyQualifiedName(entity));
+        const std::string path = shownPath(CN_HierarchyUtils::makeFullyQualifiedName(entity));
         throw new F_Exception(fmt::format("The entity \"{}\" cannot be saved: {}", path, why));
     };
     const auto checkRecord = [&](const CN_LevelEntity* entity) {

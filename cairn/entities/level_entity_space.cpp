@@ -98,7 +98,7 @@ void CN_LevelEntity::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
     m_rotation = m.rotation;
 }
 
-bool CN_LevelEntity::intersectRay(Vector&, double&, const Vector&, const Vector&, bool, bool, bool, CN_RayFilter) {
+bool CN_LevelEntity::intersectRay(Vector&, double&, const Vector&, const Vector&, bool, bool, CN_RayFilter) {
     return false;
 }
 

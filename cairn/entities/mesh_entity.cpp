@@ -26,8 +26,7 @@ void CN_LevelEntityMesh::requestRenderer() {
 CN_LevelEntity* CN_LevelEntityMesh::clone() { return new CN_LevelEntityMesh(*this); }
 
 void CN_LevelEntityMesh::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_MeshACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_MeshACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityMesh::loadEntitySpecificData(F_MemoryFile&) {}

@@ -22,8 +22,7 @@ CN_LevelEntityPlayer& CN_LevelEntityPlayer::operator=(const CN_LevelEntityPlayer
 CN_LevelEntity* CN_LevelEntityPlayer::clone() { return new CN_LevelEntityPlayer(*this); }
 
 void CN_LevelEntityPlayer::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_PlayerACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_PlayerACVisitor>(visitor, *this);
 }
 
 // Older machines may lack a standard handler; older records may say that the player is hidden.

@@ -19,8 +19,7 @@ CN_LevelEntityPolygonGroup& CN_LevelEntityPolygonGroup::operator=(const CN_Level
 CN_LevelEntity* CN_LevelEntityPolygonGroup::clone() { return new CN_LevelEntityPolygonGroup(*this); }
 
 void CN_LevelEntityPolygonGroup::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_PolygonGroupACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_PolygonGroupACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityPolygonGroup::loadEntitySpecificData(F_MemoryFile&) {}

@@ -27,8 +27,7 @@ void CN_LevelEntityPortal::requestRenderer() {
 CN_LevelEntity* CN_LevelEntityPortal::clone() { return new CN_LevelEntityPortal(*this); }
 
 void CN_LevelEntityPortal::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_PortalACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_PortalACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityPortal::loadEntitySpecificData(F_MemoryFile&) {}

@@ -6,6 +6,8 @@
 #include "cairn/entities/visitors.h"
 #include "cairn/foundation/exception.h"
 
+#include <utility>
+
 namespace cairn {
 
 CN_LevelEntityPrefab::CN_LevelEntityPrefab() : CN_UISphereEntity(CN_KIND_PREFAB, 6) { initializeMembers(); }
@@ -36,8 +38,7 @@ void CN_LevelEntityPrefab::initializeMembers() {
 CN_LevelEntity* CN_LevelEntityPrefab::clone() { return new CN_LevelEntityPrefab(*this); }
 
 void CN_LevelEntityPrefab::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_PrefabACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_PrefabACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityPrefab::load(F_MemoryFile& file) {
@@ -67,8 +68,14 @@ void CN_LevelEntityPrefab::createPrefabContent() {
     if (!content)
         throw new F_Exception("The kind registered for prefab contents is another");
     content->coincideWith(*this);
-    add(made.release(), false);
-    m_content = content;
+    CN_LevelEntityPrefabContent* const before = std::exchange(m_content, content);
+    try {
+        addOwned(std::move(made), false);
+    } catch (...) {
+        if (!isAlive(content))
+            m_content = before;
+        throw;
+    }
 }
 
 I_Color CN_LevelEntityPrefab::getColor() { return I_Color(195, 110, 170); }

@@ -33,7 +33,8 @@ class CN_LevelEntityPrefab : public CN_UISphereEntity {
     /// The child that holds the group, or null.
     const CN_LevelEntityPrefabContent* getPrefabContent() const { return m_content; }
     CN_LevelEntityPrefabContent* accessPrefabContent() { return m_content; }
-    /// Makes the content, in the prefab's place and with its settings, and adds it as a child.
+    /// Makes the content, in the prefab's place and with its settings, and adds it as a child: who is told of that sees
+    /// it as the content already.
     void createPrefabContent();
 
   protected:

@@ -29,8 +29,7 @@ void CN_LevelEntityPrefabContent::requestRenderer() {
 CN_LevelEntity* CN_LevelEntityPrefabContent::clone() { return new CN_LevelEntityPrefabContent(*this); }
 
 void CN_LevelEntityPrefabContent::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_PrefabContentACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_PrefabContentACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityPrefabContent::loadEntitySpecificData(F_MemoryFile&) {}

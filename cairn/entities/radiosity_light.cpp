@@ -35,8 +35,7 @@ void CN_LevelEntityRadiosityLight::requestRenderer() {
 CN_LevelEntity* CN_LevelEntityRadiosityLight::clone() { return new CN_LevelEntityRadiosityLight(*this); }
 
 void CN_LevelEntityRadiosityLight::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_RadiosityLightACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_RadiosityLightACVisitor>(visitor, *this);
 }
 
 // Version 1: colour, intensity, hotspot angle, falloff angle, polygon index.
@@ -71,10 +70,9 @@ void CN_LevelEntityRadiosityLight::loadEntitySpecificData(F_MemoryFile& file) {
 }
 
 string CN_LevelEntityRadiosityLight::findRecordFault() const {
-    const auto* const mesh = dynamic_cast<const CN_Mesh*>(getParent());
-    return !mesh || mesh->findPolygonIndex(m_radiosityPolygon) >= 0
-               ? string()
-               : string("it stands on no polygon of its parent mesh");
+    return dynamic_cast<const CN_Mesh*>(getParent())
+               ? string("it stands on a polygon, and the polygons of a mesh cannot be saved yet")
+               : string();
 }
 
 void CN_LevelEntityRadiosityLight::setRadiosityPolygon(CN_Polygon* polygon) {

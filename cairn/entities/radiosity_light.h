@@ -41,7 +41,7 @@ class CN_LevelEntityRadiosityLight : public CN_VirtualNode {
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
     void loadEntitySpecificData(F_MemoryFile& file) override;
     void saveEntitySpecificData(F_MemoryFile& file) override;
-    /// A light below a mesh must stand on one of its polygons.
+    /// A light below a mesh, always: the record of a mesh holds no polygons yet, so that no load finds the light's.
     string findRecordFault() const override;
     /// An index beyond the parent's polygons is told in a message box and ends the process. Throws without a mesh as
     /// parent.

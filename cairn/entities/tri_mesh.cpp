@@ -33,8 +33,7 @@ void CN_LevelEntityTriMesh::requestRenderer() {
 CN_LevelEntity* CN_LevelEntityTriMesh::clone() { return new CN_LevelEntityTriMesh(*this); }
 
 void CN_LevelEntityTriMesh::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_TriMeshACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_TriMeshACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityTriMesh::loadEntitySpecificData(F_MemoryFile&) {}

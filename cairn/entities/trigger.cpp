@@ -30,8 +30,7 @@ void CN_LevelEntityTrigger::initializeMembers() {
 CN_LevelEntity* CN_LevelEntityTrigger::clone() { return new CN_LevelEntityTrigger(*this); }
 
 void CN_LevelEntityTrigger::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_TriggerACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_TriggerACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityTrigger::loadEntitySpecificData(F_MemoryFile&) {}

@@ -78,7 +78,7 @@ void CN_UISphereEntity::handleHierarchy(const Vector& parentPosition, const Matr
 }
 
 bool CN_UISphereEntity::intersectRay(Vector& point, double& distance, const Vector& origin, const Vector& direction,
-                                     bool, bool local, bool, CN_RayFilter) {
+                                     bool, bool local, CN_RayFilter) {
     if (!isVisible() || m_boundingRadius == 0)
         return false;
     const Vector o = local ? origin : origin - m_worldPosition;

@@ -21,9 +21,9 @@ class CN_UISphereEntity : public CN_LevelEntity {
     /// Brings an invisible sphere up to date as well; `force` is only handed on to the children. The bounding box
     /// follows before the children.
     void handleHierarchy(const Vector& parentPosition, const Matrix& parentRotation, bool force) override;
-    /// Meets the sphere of the bounding radius; the third flag, the filter and `cull` play no part.
+    /// Meets the sphere of the bounding radius; `cull` and the filter play no part.
     bool intersectRay(Vector& point, double& distance, const Vector& origin, const Vector& direction, bool cull,
-                      bool local, bool third, CN_RayFilter filter) override;
+                      bool local, CN_RayFilter filter) override;
     void invalidateObject(bool deep) override;
 
     /// Stores the radius as that of the bounding sphere, too, and renews the bounding box.

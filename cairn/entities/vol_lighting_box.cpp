@@ -35,8 +35,7 @@ void CN_LevelEntityVolLightingBox::requestRenderer() {
 CN_LevelEntity* CN_LevelEntityVolLightingBox::clone() { return new CN_LevelEntityVolLightingBox(*this); }
 
 void CN_LevelEntityVolLightingBox::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_VolLightingBoxACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_VolLightingBoxACVisitor>(visitor, *this);
 }
 
 // Version 1: size, resolution.
@@ -68,17 +67,22 @@ string CN_LevelEntityVolLightingBox::findRecordFault() const {
 }
 
 bool CN_LevelEntityVolLightingBox::intersectRay(Vector& point, double& distance, const Vector& origin,
-                                                const Vector& direction, bool, bool, bool, CN_RayFilter) {
+                                                const Vector& direction, bool, bool, CN_RayFilter) {
     if (!isVisible())
         return false;
     constexpr double largest = std::numeric_limits<double>::max();
     const Vector toCentre = m_worldPosition - origin;
     double entry = -largest, exit = largest;
+    bool bounded = false;
     for (int i = 0; i < 3; ++i) {
         const Vector axis = m_worldRotation.row(i).normalized();
         const double half = m_size[i] / 2;
         const double e = axis.dot(toCentre), f = axis.dot(direction);
+        // A broken rotation is kept and a place may be set to anything: no ray meets such a box.
+        if (!axis.isFinite() || axis == Vector() || !std::isfinite(e) || !std::isfinite(f))
+            return false;
         if (f != 0) {
+            bounded = true;
             const double t1 = (e + half) / f, t2 = (e - half) / f;
             entry = std::max(entry, std::min(t1, t2));
             exit = std::min(exit, std::max(t1, t2));
@@ -89,7 +93,7 @@ bool CN_LevelEntityVolLightingBox::intersectRay(Vector& point, double& distance,
         }
     }
     const double t = entry > 0 ? entry : exit;
-    if (!(t <= distance))
+    if (!bounded || !(t <= distance))
         return false;
     point = origin + direction * t;
     distance = t;

@@ -21,9 +21,10 @@ class CN_LevelEntityVolLightingBox : public CN_LevelEntity {
     void saveEntitySpecificData(F_MemoryFile& file) override;
     string findRecordFault() const override;
     /// Meets the turned box; a ray from inside hits where it leaves. The flags and the filter play no part, and
-    /// `origin` is always in the world. The slab method of T. Kay and J. Kajiya, 1986.
+    /// `origin` is always in the world. A box whose place is not finite or whose rotation has a row of no length is never
+    /// met. The slab method of T. Kay and J. Kajiya, 1986.
     bool intersectRay(Vector& point, double& distance, const Vector& origin, const Vector& direction, bool cull,
-                      bool local, bool third, CN_RayFilter filter) override;
+                      bool local, CN_RayFilter filter) override;
 
     /// The whole length of the box along each of its axes.
     const Vector& getSize() const { return m_size; }

@@ -23,8 +23,7 @@ void CN_LevelEntityWaypoint::initializeMembers() { setRadius(0.5); }
 CN_LevelEntity* CN_LevelEntityWaypoint::clone() { return new CN_LevelEntityWaypoint(*this); }
 
 void CN_LevelEntityWaypoint::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
-    if (auto* const own = dynamic_cast<CN_WaypointACVisitor*>(&visitor))
-        own->visit(*this);
+    CN_acceptAs<CN_WaypointACVisitor>(visitor, *this);
 }
 
 void CN_LevelEntityWaypoint::loadEntitySpecificData(F_MemoryFile&) {}

@@ -10,7 +10,15 @@
 namespace cairn::test {
 namespace {
 
-/// What naming is by its definition: a walk over the siblings that begins anew at every hit.
+CN_LevelEntity* firstNamed(const CN_LevelEntity& parent, const std::string& name) {
+    for (CN_LevelEntity* child : parent.getChildren())
+        if (child->getName().CompareNoCase(CString(name)) == 0)
+            return child;
+    return nullptr;
+}
+
+/// What naming is by its definition: a walk over the siblings that begins anew at every hit, and once more without the
+/// white space where a sibling has the outcome all the same.
 std::string nextUniqueNameByWalks(const CN_LevelEntity& parent, const CN_LevelEntity* own, const std::string& name) {
     std::string base, number, childBase, childNumber;
     int digits = 0, childDigits = 0;
@@ -24,19 +32,12 @@ std::string nextUniqueNameByWalks(const CN_LevelEntity& parent, const CN_LevelEn
     };
     while (taken())
         number = nextDecimal(number);
-    if (digits == 0 && number.empty())
-        return base;
-    const std::size_t width = digits == 0 ? 2 : static_cast<std::size_t>(digits);
-    while (number.size() < width)
+    const std::size_t least = digits == 0 ? 2 : static_cast<std::size_t>(digits);
+    while ((digits > 0 || !number.empty()) && number.size() < least)
         number.insert(0, "0");
-    return base + number;
-}
-
-CN_LevelEntity* firstNamed(const CN_LevelEntity& parent, const std::string& name) {
-    for (CN_LevelEntity* child : parent.getChildren())
-        if (child->getName().CompareNoCase(CString(name)) == 0)
-            return child;
-    return nullptr;
+    const CN_LevelEntity* holder = firstNamed(parent, base + number);
+    return holder && holder != own ? nextUniqueNameByWalks(parent, own, std::string(asciiTrimmed(name)))
+                                   : base + number;
 }
 
 RC_GTEST_PROP(ChildNames, AreThoseOfAWalkOverTheSiblings, ()) {

@@ -1,11 +1,15 @@
+#include "cairn/document/load_report.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/prefab_content.h"
 #include "tests/entities/entity_tree.h"
+#include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
+
+#include <limits>
 
 namespace cairn::test {
 namespace {
@@ -51,6 +55,18 @@ TEST_F(HierarchyUtils, FindsTheWayUp) {
     EXPECT_EQ(Utils::getFirstDynamicParentOrSelf(inner), nullptr);
     dynamic_cast<CN_MeshInterface&>(*mesh).setDynamic(true);
     EXPECT_EQ(Utils::getFirstDynamicParentOrSelf(inner), dynamic_cast<CN_MeshInterface*>(mesh));
+}
+
+TEST_F(HierarchyUtils, TellsNamesWithTheirNuls) {
+    const std::string name("a\0b", 3), path = "::" + name;
+    mesh->setName(CString(name), false);
+    EXPECT_EQ(Utils::makeFullyQualifiedName(mesh), path);
+    CN_LoadReport report;
+    report.add("message", mesh, -1, "");
+    report.resolve();
+    EXPECT_EQ(std::string_view(report.getFindings().front().entity), path);
+    mesh->setPosition({std::numeric_limits<double>::infinity(), 0, 0});
+    EXPECT_NE(failureText([&] { mesh->checkSavable(); }).find(path), std::string::npos);
 }
 
 TEST_F(HierarchyUtils, FindsPrefabs) {

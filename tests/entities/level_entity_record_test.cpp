@@ -1,4 +1,5 @@
 #include "cairn/document/load_report.h"
+#include "cairn/entities/enemy.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/fsm/change_manager.h"
 #include "tests/entities/entity_tree.h"
@@ -25,7 +26,9 @@ std::unique_ptr<CN_LevelEntity> loadEntity(const std::function<void(F_MemoryFile
     file.toRead();
     int kind = 0;
     file >> kind;
-    auto entity = makeEntity(kind, document);
+    // The factory makes no enemy without a database.
+    auto entity = kind == CN_KIND_ENEMY ? std::unique_ptr<CN_LevelEntity>(std::make_unique<CN_LevelEntityEnemy>())
+                                        : makeEntity(kind, document);
     entity->load(file);
     EXPECT_EQ(file.getRemaining(), 0u);
     return entity;
@@ -71,7 +74,8 @@ TEST_F(LevelEntityRecord, ComesBackAsItWasSaved) {
 }
 
 TEST_F(LevelEntityRecord, OldVersionsGetTheDefaultsOfTheirTime) {
-    for (const int kind : {CN_KIND_MESH, CN_KIND_PREFAB_CONTENT})
+    for (const int kind :
+         {CN_KIND_MESH, CN_KIND_PREFAB, CN_KIND_FSM, CN_KIND_TRIGGER, CN_KIND_ENEMY, CN_KIND_TRIMESH, CN_KIND_AI_NODE})
         for (const int version : {1, 2, 3, 4}) {
             OldEntity old = bare(kind, "e");
             old.version = version;
@@ -81,7 +85,9 @@ TEST_F(LevelEntityRecord, OldVersionsGetTheDefaultsOfTheirTime) {
             const auto entity = loadOld(old);
             EXPECT_EQ(loaded().count(77), version > 1 ? 1u : 0u);
             EXPECT_EQ(entity->isExportRegroupingEnabled(), version > 2);
-            EXPECT_EQ(entity->getGeneralProperties().isGameplayCritical(), version < 4 && kind != CN_KIND_MESH);
+            const bool ownFlag =
+                kind == CN_KIND_MESH || kind == CN_KIND_PREFAB || kind == CN_KIND_TRIMESH || kind == CN_KIND_AI_NODE;
+            EXPECT_EQ(entity->getGeneralProperties().isGameplayCritical(), version < 4 && !ownFlag) << kind;
         }
     EXPECT_TRUE(loaded().empty()) << "an entity that dies leaves the map";
 }
@@ -145,6 +151,22 @@ TEST_F(LevelEntityRecord, RefusesWhatCannotStandWhereItIs) {
     EXPECT_TRUE(loaded().empty());
     EXPECT_EQ(qualifiedName(loadOld(bare(CN_KIND_LEVEL, "r", {bare(CN_KIND_MESH, "a")}))->getChildren().front()), "::a")
         << "a refused load leaves nothing behind";
+}
+
+TEST_F(LevelEntityRecord, NamesAreRightWhereALoadStops) {
+    F_MemoryFile file;
+    writeOldEntity(file, bare(CN_KIND_LEVEL, "r",
+                              {bare(CN_KIND_MESH, "Room", {bare(CN_KIND_MESH, "Box", {bare(CN_KIND_MESH, "Lid")})}),
+                               bare(CN_KIND_MESH, "Next", {bare(101, "odd")})}));
+    file.toRead();
+    int kind = 0;
+    file >> kind;
+    auto root = makeEntity(kind);
+    EXPECT_THAT(failureText([&] { root->load(file); }), HasSubstr("101"));
+    ASSERT_EQ(root->getChildren().size(), 1u);
+    const CN_LevelEntity* box = root->getChildren().front()->getChildren().front();
+    EXPECT_EQ(qualifiedName(box), "::Room::Box");
+    EXPECT_EQ(qualifiedName(box->getChildren().front()), "::Room::Box::Lid");
 }
 
 TEST_F(LevelEntityRecord, SavesWhatItLoadsAndNothingDeeper) {

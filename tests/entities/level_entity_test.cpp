@@ -3,12 +3,17 @@
 #include "cairn/entities/enemy.h"
 #include "cairn/entities/level_entity.h"
 #include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/prefab.h"
+#include "cairn/entities/prefab_content.h"
 #include "cairn/entities/visitors.h"
 #include "cairn/entities/waypoint.h"
 #include "cairn/fsm/fsm.h"
 #include "tests/entities/entity_tree.h"
+#include "tests/support/process_state_guard.h"
 
 #include <gmock/gmock.h>
+
+#include <set>
 
 namespace cairn::test {
 namespace {
@@ -56,6 +61,43 @@ TEST(LevelEntity, MovesChildrenAndTellsEachStep) {
     EXPECT_TRUE(w->isParent(root.get()));
     EXPECT_FALSE(root->isParent(w));
     EXPECT_EQ(root->getChildren().size(), 1u);
+}
+
+TEST(LevelEntity, WhatItTookOverStaysWhereACallbackThrows) {
+    struct Thrower : Listener {
+        void onEntityAdded(CN_LevelEntity* entity) override {
+            Listener::onEntityAdded(entity);
+            const auto* prefab = dynamic_cast<const CN_LevelEntityPrefab*>(entity->getParent());
+            EXPECT_TRUE(!prefab || prefab->getPrefabContent() == entity);
+            throw new F_Exception("told");
+        }
+    };
+    auto root = makeEntity(CN_KIND_LEVEL);
+    auto* prefab = dynamic_cast<CN_LevelEntityPrefab*>(addChild(*root, CN_KIND_PREFAB, "p"));
+    {
+        const Thrower listener;
+        EXPECT_EQ(failureText([&] { root->getNewMesh(); }), "told");
+        EXPECT_EQ(failureText([&] { prefab->createPrefabContent(); }), "told");
+    }
+    EXPECT_EQ(root->getChildren().size(), 2u);
+    ASSERT_EQ(prefab->getChildren().size(), 1u);
+    EXPECT_EQ(prefab->getPrefabContent(), prefab->getChildren().front());
+    auto refused = makeEntity(CN_KIND_MESH);
+    const CN_LevelEntity* gone = refused.get();
+    CN_LevelEntity* below = addChild(*refused, CN_KIND_MESH, "m");
+    below->addOwned(std::move(refused), false);
+    EXPECT_FALSE(CN_LevelEntity::isAlive(gone)) << "what would make a ring is not taken over";
+}
+
+TEST(LevelEntity, NeverHasTwoChildrenOfOneName) {
+    for (const char* name : {"a ", " a", "a 01 ", "\ta", " ", " this"}) {
+        auto root = makeEntity(CN_KIND_LEVEL);
+        std::set<std::string> names;
+        constexpr int COUNT = 40; // so many that the parent builds its look-up on the way
+        for (int i = 0; i < COUNT; ++i)
+            names.insert(addChild(*root, CN_KIND_MESH, name)->getName().str());
+        EXPECT_EQ(names.size(), std::size_t{COUNT}) << '"' << name << '"';
+    }
 }
 
 TEST(LevelEntity, KindsHoldWhatTheyMay) {

@@ -100,7 +100,7 @@ TEST(UISphereEntity, MeetsRaysAtItsBoundingSphere) {
         SCOPED_TRACE(c.what);
         Vector point;
         double distance = c.distance;
-        const bool hit = sphere.intersectRay(point, distance, c.origin, c.direction, true, c.local, true, nullptr);
+        const bool hit = sphere.intersectRay(point, distance, c.origin, c.direction, true, c.local, nullptr);
         ASSERT_EQ(hit, c.hit >= 0);
         EXPECT_EQ(distance, hit ? c.hit : c.distance);
         EXPECT_EQ(point, hit ? c.origin + c.direction * c.hit : Vector());
@@ -108,10 +108,10 @@ TEST(UISphereEntity, MeetsRaysAtItsBoundingSphere) {
     Vector point;
     double distance = 100;
     sphere.setVisible(false);
-    EXPECT_FALSE(sphere.intersectRay(point, distance, {}, {1, 0, 0}, false, false, false, nullptr));
+    EXPECT_FALSE(sphere.intersectRay(point, distance, {}, {1, 0, 0}, false, false, nullptr));
     sphere.setVisible(true);
     sphere.setRadius(0);
-    EXPECT_FALSE(sphere.intersectRay(point, distance, {}, {1, 0, 0}, false, false, false, nullptr));
+    EXPECT_FALSE(sphere.intersectRay(point, distance, {}, {1, 0, 0}, false, false, nullptr));
 }
 
 TEST(UISphereEntity, FollowsItsParentWhenInvisibleAndHandsForceOn) {

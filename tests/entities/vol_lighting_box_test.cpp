@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <numbers>
 
 using namespace cairn;
@@ -47,7 +49,7 @@ TEST(VolLightingBox, MeetsRaysAtItsTurnedFaces) {
         SCOPED_TRACE(c.what);
         Vector point;
         double distance = c.distance;
-        const bool hit = box.intersectRay(point, distance, c.origin, c.direction, false, false, false, nullptr);
+        const bool hit = box.intersectRay(point, distance, c.origin, c.direction, false, false, nullptr);
         ASSERT_EQ(hit, c.hit >= 0);
         if (hit) {
             EXPECT_NEAR(distance, c.hit, 1e-12);
@@ -57,7 +59,27 @@ TEST(VolLightingBox, MeetsRaysAtItsTurnedFaces) {
     box.setVisible(false);
     Vector point;
     double distance = 100;
-    EXPECT_FALSE(box.intersectRay(point, distance, {}, {1, 0, 0}, false, false, false, nullptr));
+    EXPECT_FALSE(box.intersectRay(point, distance, {}, {1, 0, 0}, false, false, nullptr));
+}
+
+TEST(VolLightingBox, IsNotMetWhereItHasNoPlaceOrNoSlabBoundsTheRay) {
+    struct Case {
+        const char* what;
+        Vector place;
+        Matrix rotation;
+        Vector direction;
+    } const cases[] = {
+        {"a place that is no number", {NAN, 0, 0}, {}, {1, 0, 0}},
+        {"an axis without length", {10, 0, 0}, {{0, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {1, 0, 0}},
+        {"a ray that goes nowhere", {}, {}, {}},
+    };
+    for (const Case& c : cases) {
+        CN_LevelEntityVolLightingBox box;
+        box.handleHierarchy(c.place, c.rotation, true);
+        Vector point;
+        double distance = std::numeric_limits<double>::infinity();
+        EXPECT_FALSE(box.intersectRay(point, distance, {}, c.direction, false, false, nullptr)) << c.what;
+    }
 }
 
 TEST(VolLightingBox, HoldsWhatLiesStrictlyInside) {

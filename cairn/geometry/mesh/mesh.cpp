@@ -46,8 +46,11 @@ void CN_Mesh::createFSM() {
 // Keyframes stand in the parent's space, so that a point of the mesh must land where it did at each of them.
 void CN_Mesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
     CN_Keyframes* const keyframes = m_dynamic ? accessKeyframes() : nullptr;
+    const M_Matrix4x3Template<double> fromOwn = M_Matrix4x3Template(m_rotation, m_position).inverse();
+    if (!m.rotation.inverse().isFinite() || (keyframes && !fromOwn.isFinite()))
+        return;
     if (keyframes) {
-        const auto toOldSpace = m * M_Matrix4x3Template<double>(m_rotation, m_position).inverse();
+        const auto toOldSpace = m * fromOwn;
         for (CN_Keyframe* keyframe = keyframes->getFirst(); keyframe; keyframe = keyframes->getNext())
             keyframe->setMatrix(toOldSpace * keyframe->getMatrix());
     }

@@ -17,7 +17,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     /// A machine, of a dynamic mesh with the handlers of dynamic meshes.
     void createFSM() override;
     /// Moves the origin while the children stay, then brings the subtree's world values and the bounding box up to
-    /// date.
+    /// date. Nothing changes where the rotation has no inverse, nor where a dynamic mesh has keyframes that its own
+    /// placement, without inverse, cannot bring along.
     void changeSpaceExplicit(const M_Matrix4x3Template<double>& m) override;
 
     void setDynamic(bool dynamic) override { m_dynamic = dynamic; }
@@ -36,6 +37,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     int findPolygonIndex(const CN_Polygon* polygon) const { return m_polygonList.indexOf(polygon); }
     /// True if a polygon leads into another mesh.
     bool hasExits() const;
+    /// True if the mesh has a trigger's settings: false, as no mesh holds any yet.
+    bool isTrigger() const { return false; }
     /// Renews the bounding box and radius; a mesh without polygons has the unset box and the radius 0.
     void calculateBoundingBox();
 

@@ -66,6 +66,53 @@ TEST(Mesh, KeyframesAndChildrenStayWhereTheyAreWhenTheOriginMoves) {
     EXPECT_NEAR((child->getWorldPosition() - childPlace).length(), 0, 1e-12);
     const Placement moved = mesh->getKeyframes()->getFirst()->getMatrix();
     EXPECT_NEAR((inNew * moved - inOld * key).length(), 0, 1e-12);
+
+    const CN_LevelEntity::Matrix flat({1, 0, 0}, {0, 1, 0}, {0, 0, 0});
+    mesh->changeSpaceExplicit({flat, {1, 1, 1}});
+    EXPECT_EQ(mesh->getKeyframes()->getFirst()->getMatrix(), moved) << "refused as a whole";
+    EXPECT_EQ(mesh->getPosition(), after.translation);
+    mesh->setRotation(flat);
+    mesh->changeSpaceExplicit(before);
+    EXPECT_EQ(mesh->getKeyframes()->getFirst()->getMatrix(), moved);
+    EXPECT_EQ(mesh->getRotation(), flat);
+}
+
+TEST(Mesh, KeyframesOfADynamicChildStayWhereTheyAre) {
+    struct Sized : CN_LevelEntityMesh {
+        Sized() { m_boundingRadius = 5; }
+    };
+    CN_Document document;
+    document.createCairnLevelEntities();
+    const auto addMesh = [&](CN_LevelEntityMesh* mesh, const Placement& placement) {
+        mesh->setDocument(&document);
+        document.accessLevel()->add(mesh, false);
+        mesh->setPosition(placement.translation);
+        mesh->setRotation(placement.rotation);
+        return mesh;
+    };
+    const Placement firstPlace(CN_LevelEntity::Matrix::rotationZ(1), {1, 2, 3});
+    const Placement secondPlace(CN_LevelEntity::Matrix::rotationX(2), {-4, 0, 9});
+    CN_LevelEntityMesh* const first = addMesh(new CN_LevelEntityMesh, firstPlace);
+    CN_LevelEntityMesh* const second = addMesh(new CN_LevelEntityMesh, secondPlace);
+    const Placement key(CN_LevelEntity::Matrix::rotationY(0.5), {4, 5, 6});
+    auto* const child = new Sized;
+    child->setDocument(&document);
+    child->setDynamic(true);
+    child->setKeyframes(new CN_Keyframes);
+    child->accessKeyframes()->insert("k", std::make_unique<CN_Keyframe>(key));
+    const auto keyIn = [&](const Placement& parent) {
+        return Vector(1, 2, 3) * child->getKeyframes()->getFirst()->getMatrix() * parent;
+    };
+
+    first->add(child, true);
+    EXPECT_EQ(child->getKeyframes()->getFirst()->getMatrix(), key) << "it came from no other space";
+    EXPECT_EQ(child->getBoundingRadius(), 0) << "the bounding volume is renewed";
+    const Vector point = keyIn(firstPlace);
+    second->add(child, true);
+    EXPECT_NEAR((keyIn(secondPlace) - point).length(), 0, 1e-12);
+    const Placement thirdPlace(CN_LevelEntity::Matrix::rotationY(3), {7, 7, 7});
+    second->changeSpaceExplicit(thirdPlace);
+    EXPECT_NEAR((keyIn(thirdPlace) - point).length(), 0, 1e-12);
 }
 
 TEST(PolygonValidator, NumbersPolygonsInTheTreesOrder) {
