@@ -29,6 +29,17 @@ ExitCode runCreate(const ContentOptions& options, Console&) {
     return ExitCode::DONE;
 }
 
+/// A name that is refused is an answer, no output that cannot be written.
+void addEntry(Y_SharedDBWriter& writer, Y_SharedDBKind kind, const std::string& name,
+              const Y_SharedDBEntryOptions& entry, const std::string& file) {
+    try {
+        writer.add(kind, name, entry);
+    } catch (Y_SharedDBWriter_Exception_Refused* e) {
+        const F_ExceptionGuard guard(e);
+        throw Failure(ExitCode::NO, file, e->getErrorMessage());
+    }
+}
+
 ExitCode runAdd(const ContentOptions& options, Console&) {
     refuseStandardStream("content add", options.file);
     Y_SharedDBEntryOptions entry;
@@ -37,12 +48,11 @@ ExitCode runAdd(const ContentOptions& options, Console&) {
     const Y_SharedDBKind kind = findSharedDBKind(options.kind)->kind;
     const auto writer =
         withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDBWriter>(options.file); });
-    // A name that is refused is an answer, no broken file.
-    withFailure(ExitCode::NO, options.file, [&] {
+    withFailure(ExitCode::OUTPUT, options.file, [&] {
         for (const std::string& name : options.names)
-            writer->add(kind, name, entry);
+            addEntry(*writer, kind, name, entry, options.file);
+        writer->commit();
     });
-    withFailure(ExitCode::OUTPUT, options.file, [&] { writer->commit(); });
     return ExitCode::DONE;
 }
 

@@ -1,3 +1,4 @@
+#include "cairn/content/shared_db_writer.h"
 #include "tests/host/program_run.h"
 #include "tests/support/test_data.h"
 
@@ -220,6 +221,10 @@ TEST_F(Program, KeepsAContentDatabase) {
     const ProgramRun twice = run({"content", "add", "c.db", "skin", "new", "RAT"});
     EXPECT_EQ(twice.code, 1);
     EXPECT_EQ(run({"content", "list", "c.db", "skin"}).output, "skin rat\nskin b\\xFF\n");
+
+    cairn::Y_SharedDBWriter other(path("c.db").string());
+    other.add(cairn::Y_SharedDBKind::SKIN, "wolf");
+    EXPECT_EQ(run({"content", "add", "c.db", "skin", "new"}).code, 4) << "another writer holds the file";
 }
 
 TEST_F(Program, Demonstrates) {
