@@ -204,9 +204,20 @@ TEST_F(Program, ForceGoesOnWithWhatWasRead) {
     EXPECT_LT(part["entities"], 22);
     const Json tree = json({"tree", "--force", "--json", "cut.cairn"}, 1);
     EXPECT_EQ(tree["children"][1]["position"], Json({0, 0, 1}));
-    EXPECT_EQ(json({"check", "--force", "--json", "cut.cairn"}, 1)["files"][0]["problems"][0]["code"], "unreadable");
     ASSERT_EQ(run({"save", "--force", "cut.cairn", "-o", "rest.cairn"}).code, 1);
     EXPECT_EQ(json({"info", "--json", "rest.cairn"})["entities"], part["entities"]);
+}
+
+TEST_F(Program, ForceKeepsATopLevelEntityWholeOrNotAtAll) {
+    ASSERT_EQ(run({"demo", "--out", "."}).code, 0);
+    const std::string whole = read("demo.cairn");
+    write("cut.cairn", whole.substr(0, whole.find("Gate")));
+    const Json problems = json({"check", "--force", "--json", "cut.cairn"}, 1)["files"][0]["problems"];
+    ASSERT_EQ(problems.size(), 1u) << problems;
+    EXPECT_EQ(problems[0]["code"], "unreadable");
+    const Json children = json({"tree", "--force", "--json", "cut.cairn"}, 1)["children"];
+    ASSERT_EQ(children.size(), 2u) << "Room2 is dropped with its child";
+    EXPECT_EQ(children[1]["children"][0]["qualified"], "::Room1::Guard");
 }
 
 TEST_F(Program, KeepsAContentDatabase) {
