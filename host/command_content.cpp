@@ -18,13 +18,7 @@ struct ContentOptions : CommonOptions {
     std::string draw = "yes";
 };
 
-void refuseStandardStream(const std::string& command, const std::string& file) {
-    if (file == "-")
-        throw Failure(ExitCode::COMMAND_LINE, command, "a content database cannot be standard input or output");
-}
-
 ExitCode runCreate(const ContentOptions& options, Console&) {
-    refuseStandardStream("content create", options.file);
     withFailure(ExitCode::OUTPUT, options.file, [&] { Y_SharedDBWriter::create(options.file); });
     return ExitCode::DONE;
 }
@@ -41,7 +35,6 @@ void addEntry(Y_SharedDBWriter& writer, Y_SharedDBKind kind, const std::string& 
 }
 
 ExitCode runAdd(const ContentOptions& options, Console&) {
-    refuseStandardStream("content add", options.file);
     Y_SharedDBEntryOptions entry;
     entry.skin = options.skin;
     entry.drawPolygons = options.draw == "yes";
@@ -57,7 +50,6 @@ ExitCode runAdd(const ContentOptions& options, Console&) {
 }
 
 ExitCode runList(const ContentOptions& options, Console& console) {
-    refuseStandardStream("content list", options.file);
     const auto content =
         withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDB>(options.file, true); });
     Json kinds = Json::object();
@@ -88,7 +80,7 @@ using Run = ExitCode (*)(const ContentOptions&, Console&);
 CLI::App* addCommand(CLI::App& content, const char* name, const char* description, Run run, Command& chosen,
                      const std::shared_ptr<ContentOptions>& options) {
     CLI::App* command = content.add_subcommand(name, description);
-    command->add_option("DB", options->file, "File of the content database")->required();
+    command->add_option("DB", options->file, "File of the content database")->required()->check(refuseStandardStream);
     options->addQuiet(*command);
     onChosen(*command, options, run, chosen);
     return command;

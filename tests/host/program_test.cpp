@@ -92,6 +92,8 @@ TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
         {{"import", "bad.map", "-o", "b.cairn", "--scale", "0"}, 2, "cairn: import: "},
         {{"content", "add", "c.db", "dragon", "x"}, 2, "cairn: content add: "},
         {{"content", "list", "-"}, 2, "cairn: content list: "},
+        {{"info", "a.cairn", "--content", "-"}, 2, "cairn: info: --content: "},
+        {{"demo", "--out", "-"}, 2, "cairn: demo: --out: "},
         {{"info", "missing\n.cairn"}, 3, "cairn: missing\\x0A.cairn: "},
         {{"info", "."}, 3, "cairn: .: "},
         {{"tree", "not.cairn"}, 3, "cairn: not.cairn: "},
@@ -117,7 +119,8 @@ TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
     }
     EXPECT_EQ(read("a.cairn"), before);
     EXPECT_EQ(read("not.db"), "this is no database");
-    EXPECT_FALSE(std::filesystem::exists(path("b.cairn")));
+    for (const char* name : {"b.cairn", "-"})
+        EXPECT_FALSE(std::filesystem::exists(path(name)));
 }
 
 TEST_F(Program, SurvivesStandardStreamsThatTakeNothing) {
