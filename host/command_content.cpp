@@ -92,7 +92,9 @@ void addContentCommand(CLI::App& app, Command& chosen) {
     CLI::App* content = app.add_subcommand("content", "Make, fill and list a content database");
     content->require_subcommand(1);
     const auto options = std::make_shared<ContentOptions>();
-    addCommand(*content, "create", "Make an empty content database", runCreate, chosen, options);
+    addCommand(*content, "create",
+               "Make an empty content database; replaces a content database, refuses any other file", runCreate, chosen,
+               options);
 
     CLI::App* add = addCommand(*content, "add", "Add names of one kind, all or none", runAdd, chosen, options);
     add->add_option("KIND", options->kind, "What the names are of: level-item, skin, flare, ...")
