@@ -54,10 +54,10 @@ class ProblemFinder {
         addFault();
         addReport();
         addMessages();
-        CN_LevelEntity* root = m_level.document->accessLevel();
-        if (root && (m_level.isWhole() || m_level.sealFault || force)) {
-            m_player = findPlayer(*root);
-            look(*root);
+        if (m_level.hasTree && (m_level.isWhole() || m_level.sealFault || force)) {
+            CN_LevelEntity& root = *m_level.document->accessLevel();
+            m_player = findPlayer(root);
+            look(root);
         }
         return std::move(m_problems);
     }
