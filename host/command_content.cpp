@@ -18,36 +18,38 @@ struct ContentOptions : CommonOptions {
     std::string draw = "yes";
 };
 
-void refuseStandardStream(const std::string& command, const std::string& file) {
-    if (file == "-")
-        throw Failure(ExitCode::COMMAND_LINE, command, "a content database cannot be standard input or output");
-}
-
 ExitCode runCreate(const ContentOptions& options, Console&) {
-    refuseStandardStream("content create", options.file);
     withFailure(ExitCode::OUTPUT, options.file, [&] { Y_SharedDBWriter::create(options.file); });
     return ExitCode::DONE;
 }
 
+/// A name that is refused is an answer, no output that cannot be written.
+void addEntry(Y_SharedDBWriter& writer, Y_SharedDBKind kind, const std::string& name,
+              const Y_SharedDBEntryOptions& entry, const std::string& file) {
+    try {
+        writer.add(kind, name, entry);
+    } catch (Y_SharedDBWriter_Exception_Refused* e) {
+        const F_ExceptionGuard guard(e);
+        throw Failure(ExitCode::NO, file, e->getErrorMessage());
+    }
+}
+
 ExitCode runAdd(const ContentOptions& options, Console&) {
-    refuseStandardStream("content add", options.file);
     Y_SharedDBEntryOptions entry;
     entry.skin = options.skin;
     entry.drawPolygons = options.draw == "yes";
     const Y_SharedDBKind kind = findSharedDBKind(options.kind)->kind;
     const auto writer =
         withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDBWriter>(options.file); });
-    // A name that is refused is an answer, no broken file.
-    withFailure(ExitCode::NO, options.file, [&] {
+    withFailure(ExitCode::OUTPUT, options.file, [&] {
         for (const std::string& name : options.names)
-            writer->add(kind, name, entry);
+            addEntry(*writer, kind, name, entry, options.file);
+        writer->commit();
     });
-    withFailure(ExitCode::OUTPUT, options.file, [&] { writer->commit(); });
     return ExitCode::DONE;
 }
 
 ExitCode runList(const ContentOptions& options, Console& console) {
-    refuseStandardStream("content list", options.file);
     const auto content =
         withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDB>(options.file, true); });
     Json kinds = Json::object();
@@ -78,7 +80,7 @@ using Run = ExitCode (*)(const ContentOptions&, Console&);
 CLI::App* addCommand(CLI::App& content, const char* name, const char* description, Run run, Command& chosen,
                      const std::shared_ptr<ContentOptions>& options) {
     CLI::App* command = content.add_subcommand(name, description);
-    command->add_option("DB", options->file, "File of the content database")->required();
+    command->add_option("DB", options->file, "File of the content database")->required()->check(refuseStandardStream);
     options->addQuiet(*command);
     onChosen(*command, options, run, chosen);
     return command;
@@ -90,7 +92,9 @@ void addContentCommand(CLI::App& app, Command& chosen) {
     CLI::App* content = app.add_subcommand("content", "Make, fill and list a content database");
     content->require_subcommand(1);
     const auto options = std::make_shared<ContentOptions>();
-    addCommand(*content, "create", "Make an empty content database", runCreate, chosen, options);
+    addCommand(*content, "create",
+               "Make an empty content database; replaces a content database, refuses any other file", runCreate, chosen,
+               options);
 
     CLI::App* add = addCommand(*content, "add", "Add names of one kind, all or none", runAdd, chosen, options);
     add->add_option("KIND", options->kind, "What the names are of: level-item, skin, flare, ...")

@@ -25,6 +25,9 @@ struct CommonOptions {
     /// @}
 };
 
+/// A check of an option: refuses "-", which names neither a database nor a folder.
+std::string refuseStandardStream(const std::string& path);
+
 /// Adds the option `-o OUT`, which must be given.
 void addOutput(CLI::App& command, std::string& output);
 

@@ -13,9 +13,6 @@ std::string qualifiedName(const CN_LevelEntity& entity) {
     return entity.getParent() ? toString(entity.getQualifiedName()) : std::string("::");
 }
 
-std::string plainName(const CN_LevelEntity& entity) {
-    // Reading a name is not const in the entity, though it changes nothing.
-    return const_cast<CN_LevelEntity&>(entity).getName().str();
-}
+std::string plainName(const CN_LevelEntity& entity) { return entity.getName().str(); }
 
 } // namespace cairn::host

@@ -18,8 +18,8 @@ enum class ExitCode : int {
 /// Ends a command before its end: what it is about (a file as the user named it, or a command) and what is wrong.
 class Failure : public std::runtime_error {
   public:
-    Failure(ExitCode code, std::string subject, const std::string& text)
-        : std::runtime_error(text), m_code(code), m_subject(std::move(subject)) {}
+    /// What `text` says about a file of the subject's name it says without the name.
+    Failure(ExitCode code, std::string subject, const std::string& text);
 
     ExitCode code() const { return m_code; }
     const std::string& subject() const { return m_subject; }

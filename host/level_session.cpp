@@ -51,6 +51,22 @@ std::unique_ptr<CN_Document> LevelSession::createDocument() const {
     return document;
 }
 
+/// Does for a tree that was read in part what the load does at its end. False where its qualified names would take more
+/// than a load allows.
+bool LevelSession::settle(CN_Document& document) {
+    constexpr std::size_t MOST_BYTES = std::size_t{64} << 20; // of all names, as for a whole load
+    document.accessLevel()->handleParenting(true);
+    std::size_t bytes = 0;
+    CN_PreIterator it = document.accessLevel()->createIterator();
+    for (it.begin(); !it.end(); ++it) {
+        (*it)->generateQualifiedName();
+        bytes += (*it)->getQualifiedName().size();
+        if (bytes > MOST_BYTES)
+            return false;
+    }
+    return true;
+}
+
 OpenedLevel LevelSession::open(const std::string& file) {
     OpenedLevel level;
     level.document = createDocument();
@@ -68,6 +84,7 @@ OpenedLevel LevelSession::open(const std::string& file) {
         level.sealFault = dynamic_cast<CN_LevelFile_Exception_Seal*>(e) != nullptr;
         level.formatFault = dynamic_cast<CN_Document_Exception_InvalidFileFormat*>(e) != nullptr;
     }
+    level.hasTree = level.document->getLevel() && (level.isWhole() || level.sealFault || settle(*level.document));
     level.messages.swap(s_messages);
     return level;
 }
@@ -76,11 +93,9 @@ OpenedLevel LevelSession::openForUse(const std::string& file, bool force) {
     OpenedLevel level = withFailure(ExitCode::INPUT, file, [&] { return open(file); });
     if (level.isWhole())
         return level;
-    if (!force || !level.document->getLevel())
+    if (!force || !level.hasTree)
         throw Failure(ExitCode::INPUT, file, level.fault + (level.formatFault ? " (at offset 0)" : ""));
     m_console.warn(file, "only what stands before the fault was read: " + level.fault);
-    if (!level.sealFault)
-        level.document->accessLevel()->handleParenting(true);
     return level;
 }
 

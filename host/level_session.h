@@ -20,6 +20,7 @@ struct OpenedLevel {
     std::string fault;                 ///< why the level is not whole, empty where it is
     bool sealFault = false;            ///< the fault is the seal's alone: the level itself was read whole
     bool formatFault = false;          ///< the fault is at the very start: these are no level's bytes
+    bool hasTree = false;              ///< there is a root, with as much below it as was read
 
     bool isWhole() const { return fault.empty(); }
 };
@@ -53,6 +54,7 @@ class LevelSession {
   private:
     static void collect(int severity, const CString& message);
     static CString& contentPath();
+    static bool settle(CN_Document& document);
 
     const Console& m_console;
     bool m_hasContent;

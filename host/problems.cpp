@@ -54,9 +54,11 @@ class ProblemFinder {
         addFault();
         addReport();
         addMessages();
-        CN_LevelEntity* root = m_level.document->accessLevel();
-        if (root && (m_level.isWhole() || m_level.sealFault || force))
-            look(*root);
+        if (m_level.hasTree && (m_level.isWhole() || m_level.sealFault || force)) {
+            CN_LevelEntity& root = *m_level.document->accessLevel();
+            m_player = findPlayer(root);
+            look(root);
+        }
         return std::move(m_problems);
     }
 
@@ -112,9 +114,15 @@ class ProblemFinder {
             look(*child);
     }
 
+    /// Where the load ended before it looked for the player, the one that it would have found.
+    const CN_LevelEntity* findPlayer(CN_LevelEntity& root) const {
+        const CN_LevelEntity* player = m_level.document->getPlayer();
+        return player ? player : root.hasChildNamed("player");
+    }
+
     void checkName(CN_LevelEntity& entity) {
         const CString name = entity.getName();
-        if (&entity == m_level.document->getPlayer() && name.CompareNoCase("player") == 0)
+        if (&entity == m_player && name.CompareNoCase("player") == 0)
             return;
         CN_NameValidator* validator = CN_NameValidator::instance();
         if (!validator->isValidEntityName(name))
@@ -158,8 +166,9 @@ class ProblemFinder {
 
     const OpenedLevel& m_level;
     bool m_checkContent;
-    bool m_brokenRotation = false;    ///< the report names the entities with broken rotations
-    std::set<std::string> m_reported; ///< texts of the load's report
+    const CN_LevelEntity* m_player = nullptr; ///< not owned
+    bool m_brokenRotation = false;            ///< the report names the entities with broken rotations
+    std::set<std::string> m_reported;         ///< texts of the load's report
     std::vector<Problem> m_problems;
 };
 

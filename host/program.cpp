@@ -93,10 +93,18 @@ void CommonOptions::addJson(CLI::App& command) {
     command.add_flag("--json", json, "One JSON document instead of text");
 }
 void CommonOptions::addForce(CLI::App& command) {
-    command.add_flag("--force", force, "Go on with what was read before a fault; the exit code is 1 then");
+    command.add_flag(
+        "--force", force,
+        "Go on with what was read before a fault, each child of the root whole or not at all; the exit code is 1 then");
 }
 void CommonOptions::addContent(CLI::App& command) {
-    command.add_option("--content", content, "Content database to check names against")->type_name("DB");
+    command.add_option("--content", content, "Content database to check names against")
+        ->type_name("DB")
+        ->check(refuseStandardStream);
+}
+
+std::string refuseStandardStream(const std::string& path) {
+    return path == "-" ? "it cannot be standard input or output" : "";
 }
 
 void addOutput(CLI::App& command, std::string& output) {

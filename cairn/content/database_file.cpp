@@ -22,9 +22,10 @@ constexpr std::int64_t LEAST_VALUE_LIMIT = 65'536;
 constexpr std::int64_t LONGEST_WRITTEN = 16 * 1024 * 1024; ///< room for a name that is added
 constexpr std::int64_t GREATEST_VALUE_LIMIT = 1'000'000'000;
 
-[[noreturn]] void failAt(const string& path, const string& reason) {
-    throw new F_Exception(fmt::format("Content database \"{}\": {}", path, reason));
+string describeAt(const string& path, const string& reason) {
+    return fmt::format("Content database \"{}\": {}", path, reason);
 }
+[[noreturn]] void failAt(const string& path, const string& reason) { throw new F_Exception(describeAt(path, reason)); }
 
 /// SQLite would take a path up to its first NUL, and would wait for ever at a pipe.
 std::int64_t checkedFileSize(const string& path) {
@@ -156,6 +157,8 @@ std::int64_t Y_DatabaseFile::getLastRow() const { return sqlite3_last_insert_row
 std::int64_t Y_DatabaseFile::getPageBytes() {
     return queryNumber("PRAGMA page_count") * queryNumber("PRAGMA page_size");
 }
+
+string Y_DatabaseFile::describe(const string& reason) const { return describeAt(m_path, reason); }
 
 void Y_DatabaseFile::fail(const string& reason) const { failAt(m_path, reason); }
 

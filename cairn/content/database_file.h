@@ -45,6 +45,8 @@ class Y_DatabaseFile {
     /// The bytes of all pages.
     std::int64_t getPageBytes();
 
+    /// `reason` as the text of a failure: with the path.
+    string describe(const string& reason) const;
     /// Throws an `F_Exception*` with the path and `reason`.
     [[noreturn]] void fail(const string& reason) const;
     /// Throws with SQLite's own words for what just failed.

@@ -1,7 +1,6 @@
 #include "cairn/content/shared_db_writer.h"
 
 #include "cairn/content/database_file.h"
-#include "cairn/foundation/exception.h"
 #include "cairn/foundation/file.h"
 
 #include <fmt/format.h>
@@ -49,13 +48,13 @@ void Y_SharedDBWriter::add(Y_SharedDBKind kind, const string& name, const Y_Shar
     F_withFoundationExceptions([&] {
         const Y_SharedDBKindInfo& info = getSharedDBKindInfo(kind);
         if (name.empty())
-            m_file->fail(fmt::format("the name of a {} must not be empty", info.name));
+            refuse(fmt::format("the name of a {} must not be empty", info.name));
         begin();
         const std::int64_t owner = selectOwner(info, options);
         Rows& rows = accessRows(info)[owner];
         const istring key = toIString(view(name));
         if (rows.contains(key))
-            m_file->fail(fmt::format("there is a {} \"{}\" already", info.name, name));
+            refuse(fmt::format("there is a {} \"{}\" already", info.name, name));
         rows.emplace(key, insert(info, owner, name, options.drawPolygons));
     });
 }
@@ -72,6 +71,10 @@ void Y_SharedDBWriter::commit() {
         }
         m_rows.clear();
     });
+}
+
+void Y_SharedDBWriter::refuse(const string& reason) const {
+    throw new Y_SharedDBWriter_Exception_Refused(m_file->describe(reason));
 }
 
 void Y_SharedDBWriter::begin() {
@@ -104,7 +107,7 @@ std::int64_t Y_SharedDBWriter::selectOwner(const Y_SharedDBKindInfo& info, const
         const Rows& owners = accessRows(ownerInfo)[NO_OWNER];
         const auto found = owners.find(toIString(view(wanted)));
         if (found == owners.end())
-            m_file->fail(fmt::format("there is no {} \"{}\"", ownerInfo.name, wanted));
+            refuse(fmt::format("there is no {} \"{}\"", ownerInfo.name, wanted));
         return found->second;
     }
     {
@@ -113,7 +116,7 @@ std::int64_t Y_SharedDBWriter::selectOwner(const Y_SharedDBKindInfo& info, const
             return first.takeNumber(0);
     }
     if (!bone)
-        m_file->fail("an animation belongs to a skin, and there is none yet");
+        refuse("an animation belongs to a skin, and there is none yet");
     const std::int64_t skeleton = insert(ownerInfo, NO_OWNER, FIRST_SKELETON, true);
     m_rows.erase(ownerInfo.kind);
     return skeleton;

@@ -1,3 +1,4 @@
+#include "cairn/content/shared_db_writer.h"
 #include "tests/host/program_run.h"
 #include "tests/support/test_data.h"
 
@@ -6,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 
 using namespace cairn::test;
 using Json = nlohmann::ordered_json;
@@ -91,16 +93,19 @@ TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
         {{"import", "bad.map", "-o", "b.cairn", "--scale", "0"}, 2, "cairn: import: "},
         {{"content", "add", "c.db", "dragon", "x"}, 2, "cairn: content add: "},
         {{"content", "list", "-"}, 2, "cairn: content list: "},
-        {{"info", "missing\n.cairn"}, 3, "cairn: missing\\x0A.cairn: "},
+        {{"info", "a.cairn", "--content", "-"}, 2, "cairn: info: --content: "},
+        {{"demo", "--out", "-"}, 2, "cairn: demo: --out: "},
+        {{"info", "missing\n.cairn"}, 3, "cairn: missing\\x0A.cairn: Cannot read: "},
+        {{"import", "missing.map", "-o", "b.cairn"}, 3, "cairn: missing.map: Cannot read: "},
         {{"info", "."}, 3, "cairn: .: "},
         {{"tree", "not.cairn"}, 3, "cairn: not.cairn: "},
         {{"info", "--force", "not.cairn"}, 3, "cairn: not.cairn: "},
         {{"import", "bad.map", "-o", "a.cairn"}, 3, "cairn: bad.map: line 4: a face's point expected, found"},
         {{"import", "far.map", "-o", "a.cairn"}, 3, "cairn: far.map: line 3: an origin must be three numbers"},
-        {{"info", "a.cairn", "--content", "not.db"}, 3, "cairn: not.db: "},
-        {{"content", "add", "missing.db", "skin", "x"}, 3, "cairn: missing.db: "},
+        {{"info", "a.cairn", "--content", "not.db"}, 3, "cairn: not.db: Content database: "},
+        {{"content", "add", "missing.db", "skin", "x"}, 3, "cairn: missing.db: Content database: "},
         {{"content", "list", "not.db"}, 3, "cairn: not.db: "},
-        {{"save", "a.cairn", "-o", "no/folder.cairn"}, 4, "cairn: no/folder.cairn: "},
+        {{"save", "a.cairn", "-o", "no/folder.cairn"}, 4, "cairn: no/folder.cairn: Cannot write: "},
         {{"save", "a.cairn", "-o", "/dev/full"}, 4, "cairn: /dev/full: "},
         {{"new", "."}, 4, "cairn: .: "},
         {{"demo", "--out", "a.cairn"}, 4, "cairn: a.cairn: "},
@@ -116,7 +121,8 @@ TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
     }
     EXPECT_EQ(read("a.cairn"), before);
     EXPECT_EQ(read("not.db"), "this is no database");
-    EXPECT_FALSE(std::filesystem::exists(path("b.cairn")));
+    for (const char* name : {"b.cairn", "-"})
+        EXPECT_FALSE(std::filesystem::exists(path(name)));
 }
 
 TEST_F(Program, SurvivesStandardStreamsThatTakeNothing) {
@@ -203,9 +209,50 @@ TEST_F(Program, ForceGoesOnWithWhatWasRead) {
     EXPECT_LT(part["entities"], 22);
     const Json tree = json({"tree", "--force", "--json", "cut.cairn"}, 1);
     EXPECT_EQ(tree["children"][1]["position"], Json({0, 0, 1}));
-    EXPECT_EQ(json({"check", "--force", "--json", "cut.cairn"}, 1)["files"][0]["problems"][0]["code"], "unreadable");
     ASSERT_EQ(run({"save", "--force", "cut.cairn", "-o", "rest.cairn"}).code, 1);
     EXPECT_EQ(json({"info", "--json", "rest.cairn"})["entities"], part["entities"]);
+}
+
+TEST_F(Program, ForceKeepsATopLevelEntityWholeOrNotAtAll) {
+    ASSERT_EQ(run({"demo", "--out", "."}).code, 0);
+    const std::string whole = read("demo.cairn");
+    write("cut.cairn", whole.substr(0, whole.find("Gate")));
+    const Json problems = json({"check", "--force", "--json", "cut.cairn"}, 1)["files"][0]["problems"];
+    ASSERT_EQ(problems.size(), 1u) << problems;
+    EXPECT_EQ(problems[0]["code"], "unreadable");
+    const Json children = json({"tree", "--force", "--json", "cut.cairn"}, 1)["children"];
+    ASSERT_EQ(children.size(), 2u) << "Room2 is dropped with its child";
+    EXPECT_EQ(children[1]["children"][0]["qualified"], "::Room1::Guard");
+}
+
+TEST_F(Program, AKillLeavesTheOldOutputOrTheNewOneWhole) {
+    std::string map;
+    for (int i = 0; i < 4000; ++i)
+        map += "{\"classname\" \"path_corner\" \"origin\" \"32 0 0\"}";
+    ASSERT_EQ(run({"import", "-", "--format", "map", "-o", "a.cairn"}, map).code, 0);
+    ASSERT_EQ(run({"save", "a.cairn", "-o", "new.cairn"}).code, 0);
+    ASSERT_EQ(run({"new", "old.cairn"}).code, 0);
+    const std::string before = read("old.cairn"), after = read("new.cairn");
+    const auto whole = static_cast<std::intmax_t>(after.size());
+
+    const std::function<bool()> moments[] = {
+        [] { return true; },
+        [&] { return sizeBeside() >= 0; },
+        [&] { return sizeBeside() > 0; },
+        [&] { return sizeBeside() == whole; },
+        [&] { return std::filesystem::file_size(path("out.cairn")) != before.size(); },
+    };
+    int killedAtWriting = 0;
+    for (const auto& isTime : moments)
+        for (int i = 0; i < 4; ++i) {
+            write("out.cairn", before);
+            const bool killed = runAndKill({"save", "a.cairn", "-o", "out.cairn"}, isTime);
+            killedAtWriting += killed && sizeBeside() >= 0 ? 1 : 0;
+            const std::string left = read("out.cairn");
+            EXPECT_TRUE(left == after || (killed && left == before)) << left.size();
+            clearBeside();
+        }
+    EXPECT_GT(killedAtWriting, 0);
 }
 
 TEST_F(Program, KeepsAContentDatabase) {
@@ -220,6 +267,10 @@ TEST_F(Program, KeepsAContentDatabase) {
     const ProgramRun twice = run({"content", "add", "c.db", "skin", "new", "RAT"});
     EXPECT_EQ(twice.code, 1);
     EXPECT_EQ(run({"content", "list", "c.db", "skin"}).output, "skin rat\nskin b\\xFF\n");
+
+    cairn::Y_SharedDBWriter other(path("c.db").string());
+    other.add(cairn::Y_SharedDBKind::SKIN, "wolf");
+    EXPECT_EQ(run({"content", "add", "c.db", "skin", "new"}).code, 4) << "another writer holds the file";
 }
 
 TEST_F(Program, Demonstrates) {
