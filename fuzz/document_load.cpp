@@ -1,4 +1,7 @@
 #include "cairn/document/document.h"
+#include "cairn/document/level_file.h"
+#include "cairn/document/level_file_library.h"
+#include "cairn/document/shared_db.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/memory_file.h"
 #include "cairn/fsm/change_manager.h"
@@ -22,9 +25,10 @@ void saveInto(CN_Document& document, F_MemoryFile& file) {
 
 void loadAndSaveTwice(const std::uint8_t* data, std::size_t size) {
     CN_Document document;
-    F_MemoryFile file(data, size, false);
     try {
-        document.load(file);
+        CN_LevelFile::load(document, {data, size});
+    } catch (CN_LevelFile_Exception_Seal* e) { // the level itself is whole
+        e->Delete();
     } catch (F_Exception* e) {
         e->Delete();
         return;
@@ -45,6 +49,10 @@ void loadAndSaveTwice(const std::uint8_t* data, std::size_t size) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     setMessageBoxHandler([](const CString&, unsigned) {});
     setProcessEndHandler([](int) { throw new F_Exception("the library ended the process"); });
+    // An empty content database, so that every kind is made and every name passes.
+    static CString inMemory;
+    CN_LevelFileLibrary::setSharedDBPathCallback([]() -> CString& { return inMemory; });
+    CN_SharedDB::createInstance();
     return 0;
 }
 

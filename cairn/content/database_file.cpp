@@ -129,9 +129,10 @@ void Y_DatabaseFile::verify() {
 }
 
 bool Y_DatabaseFile::hasTable(const Y_SharedDBKindInfo& info) {
-    Y_DatabaseStatement query(*this, fmt::format("SELECT type = 'table' AND rootpage > 0 FROM sqlite_schema "
-                                                 "WHERE name = '{}' COLLATE NOCASE",
-                                                 info.table));
+    Y_DatabaseStatement query(*this, "SELECT type = 'table' AND rootpage > 0 FROM sqlite_schema "
+                                     "WHERE name = CAST(?1 AS TEXT) COLLATE NOCASE");
+    const string table = info.table;
+    query.bindName(1, table);
     if (!query.step())
         return false;
     if (query.takeNumber(0) == 0)

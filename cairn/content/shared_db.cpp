@@ -117,7 +117,8 @@ class Y_SharedDBReader {
         if (!skin.m_animations)
             skin.m_animations = std::make_unique<Y_SharedDBAnimationContainer>();
         Y_SharedDBAnimationContainer::ReferenceMap& references = skin.m_animations->m_references;
-        // The pool refuses a text more than a short can number, so that the number of a reference fits too.
+        if (references.size() >= Y_SharedDBAnimationContainer::MAX_REFERENCES)
+            m_file.fail("a skin in it has more animations than a short can number");
         references.insert(Y_SharedDBAnimationContainer::sm_ReferenceNamePool.share(name),
                           static_cast<short>(references.size()));
     }

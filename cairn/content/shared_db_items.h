@@ -157,6 +157,8 @@ class Y_SharedDBAnimationContainer {
 
     /// The texts of all references of all databases of this process. It keeps what it has once held.
     static F_SharedStringPool sm_ReferenceNamePool;
+    /// Animations a skin may have: their numbers are of the type `short`.
+    static constexpr std::size_t MAX_REFERENCES = 0x8000;
 
   private:
     friend class Y_SharedDBReader;

@@ -55,6 +55,8 @@ void Y_SharedDBWriter::add(Y_SharedDBKind kind, const string& name, const Y_Shar
         const istring key = toIString(view(name));
         if (rows.contains(key))
             refuse(fmt::format("there is a {} \"{}\" already", info.name, name));
+        if (kind == Y_SharedDBKind::ANIMATION && rows.size() >= Y_SharedDBAnimationContainer::MAX_REFERENCES)
+            refuse("the skin has as many animations as a short can number");
         rows.emplace(key, insert(info, owner, name, options.drawPolygons));
     });
 }

@@ -118,10 +118,15 @@ void CN_Camera::changeFOV(double degrees) {
         storeFOV(fov);
 }
 
+/// A camera steered by angles in single precision looks straight up or down to within this sine.
+constexpr double VERTICAL = 1e-7;
+
 void CN_Camera::getHorizon(M_Vector2Template<double>& left, M_Vector2Template<double>& right) const {
     // The world's up as the camera sees it: the horizon's directions are those at a right angle to it.
     const Vector v = Vector(0.0, 1.0, 0.0) * m_invMatrix;
-    const auto height = [&](double x) { return v.y == 0.0 ? 0.0 : m_halfHeight * (-x * v.x - v.z * m_focal) / v.y; };
+    const auto height = [&](double x) {
+        return std::abs(v.y) < VERTICAL ? 0.0 : m_halfHeight * (-x * v.x - v.z * m_focal) / v.y;
+    };
     left = {static_cast<double>(-m_halfWidth), height(-1.0)};
     right = {static_cast<double>(m_halfWidth), height(1.0)};
 }

@@ -117,8 +117,10 @@ CN_Document::~CN_Document() {
 bool CN_Document::isAlive(const CN_Document* document) { return document && aliveDocuments().count(document) > 0; }
 
 void CN_Document::createCairnLevelEntities() {
-    deleteCairnLevelEntities();
-    resetGroups();
+    if (m_level) {
+        deleteCairnLevelEntities();
+        resetGroups();
+    }
     m_level = static_cast<CN_CairnLevel*>(createEntity(CN_KIND_LEVEL, this).release());
     m_level->setName("World_Group", false);
     addPlayer(true);
@@ -148,17 +150,36 @@ void CN_Document::deleteCairnLevelEntities() {
 
 void CN_Document::forgetEntity(const CN_LevelEntity* entity) {
     m_lastHidden.erase(const_cast<CN_LevelEntity*>(entity));
-    std::erase(m_brokenEntities, entity);
-    std::erase(m_brokenFSMs, entity);
+    m_brokenEntities.forget(entity);
+    m_brokenFSMs.forget(entity);
     if (m_player == entity)
         m_player = nullptr;
     if (m_level == entity)
         m_level = nullptr;
 }
 
+void CN_Document::RecordedEntities::add(const CN_LevelEntity* entity) {
+    get(); // an address may have belonged to one that died
+    m_list.push_back(entity);
+    m_alive.insert(entity);
+}
+
+void CN_Document::RecordedEntities::clear() {
+    m_list.clear();
+    m_alive.clear();
+    m_stale = false;
+}
+
+const CN_Document::EntityList& CN_Document::RecordedEntities::get() const {
+    if (m_stale)
+        std::erase_if(m_list, [this](const CN_LevelEntity* entity) { return !m_alive.contains(entity); });
+    m_stale = false;
+    return m_list;
+}
+
 void CN_Document::addBrokenEntity(const CN_LevelEntity* entity) {
     if (m_collectingBroken)
-        m_brokenEntities.push_back(entity);
+        m_brokenEntities.add(entity);
 }
 
 void CN_Document::showMessage(int severity, const CString& message) {
@@ -265,7 +286,7 @@ void CN_Document::reportBrokenEntities() {
     if (m_brokenEntities.empty())
         return;
     CString message = "The following entities have a broken rotation matrix! Contact a programmer immediately!!";
-    for (const CN_LevelEntity* entity : m_brokenEntities) {
+    for (const CN_LevelEntity* entity : m_brokenEntities.get()) {
         message += CString("\n" + CN_HierarchyUtils::makeFullyQualifiedName(entity));
         m_loadReport.add("broken-rotation", entity, -1, "The rotation is not orthonormal");
     }

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <unordered_set>
 #include <vector>
 
 namespace cairn {
@@ -49,6 +50,22 @@ class CN_Document_Exception_InvalidPrefabFormat : public F_Exception {
 /// A document is made empty; the host then calls `createCairnLevelEntities` or `load`, once. A failed load is not
 /// undone: the host discards the document.
 class CN_Document {
+    /// Entities in the order in which they were recorded, without those that have died since. One that dies costs
+    /// constant time: the list is thinned out when somebody asks for it.
+    class RecordedEntities {
+      public:
+        void add(const CN_LevelEntity* entity);
+        void forget(const CN_LevelEntity* entity) { m_stale |= m_alive.erase(entity) > 0; }
+        void clear();
+        bool empty() const { return m_alive.empty(); }
+        const std::vector<const CN_LevelEntity*>& get() const;
+
+      private:
+        mutable std::vector<const CN_LevelEntity*> m_list; ///< not owned
+        std::unordered_set<const CN_LevelEntity*> m_alive; ///< of m_list
+        mutable bool m_stale = false;                      ///< m_list holds some that have died
+    };
+
   public:
     using CursorCallback = void (*)(int);
     using ErrorCallback = void (*)(int severity, const CString& message);
@@ -124,8 +141,8 @@ class CN_Document {
     /// Records an entity with a broken rotation while a load collects them; nothing outside a load.
     void addBrokenEntity(const CN_LevelEntity* entity);
     /// Records an entity whose state machine has a broken default state, always.
-    void addBrokenFSMDefaultStateEntity(const CN_LevelEntity* entity) { m_brokenFSMs.push_back(entity); }
-    const EntityList& getBrokenFSMDefaultStateEntityList() const { return m_brokenFSMs; }
+    void addBrokenFSMDefaultStateEntity(const CN_LevelEntity* entity) { m_brokenFSMs.add(entity); }
+    const EntityList& getBrokenFSMDefaultStateEntityList() const { return m_brokenFSMs.get(); }
     void clearBrokenFSMDefaultStateEntityList() { m_brokenFSMs.clear(); }
     /// @}
 
@@ -180,9 +197,9 @@ class CN_Document {
     EntitySet m_lastHidden;             ///< not owned
     GroupMap m_groups;                  ///< AI character group to the number of enemies in it
     CN_LevelEntity* m_player = nullptr; ///< not owned: a child of the level
-    EntityList m_brokenEntities;        ///< not owned: filled and emptied by `load`
+    RecordedEntities m_brokenEntities;  ///< not owned: filled and emptied by `load`
     bool m_collectingBroken = false;    ///< true only while the tree is being read
-    EntityList m_brokenFSMs;            ///< not owned
+    RecordedEntities m_brokenFSMs;      ///< not owned
     CursorCallback m_cursorCallback = nullptr;
     ErrorCallback m_errorCallback = nullptr;
     CN_LoadReport m_loadReport;

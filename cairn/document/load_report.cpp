@@ -3,6 +3,8 @@
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/level_entity.h"
 
+#include <algorithm>
+#include <new>
 #include <utility>
 
 namespace cairn {
@@ -32,7 +34,18 @@ void CN_LoadReport::add(string code, const CN_LevelEntity* entity, int polygon, 
     m_entities.push_back(entity);
 }
 
-void CN_LoadReport::resolve() {
+/// It runs while an exception may be in flight: where memory for the names lacks, the rest is only counted.
+void CN_LoadReport::resolve() noexcept {
+    try {
+        nameEntities();
+    } catch (const std::bad_alloc&) {
+        for (CN_LoadFinding& finding : m_findings)
+            finding.hasEntity = finding.hasEntity && !finding.entity.empty();
+        std::fill(m_entities.begin(), m_entities.end(), nullptr);
+    }
+}
+
+void CN_LoadReport::nameEntities() {
     for (std::size_t i = 0; i < m_findings.size(); ++i) {
         const CN_LevelEntity* entity = std::exchange(m_entities[i], nullptr);
         CN_LoadFinding& finding = m_findings[i];

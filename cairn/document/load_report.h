@@ -24,13 +24,15 @@ class CN_LoadReport {
     /// Adds a finding; `entity` may be null. After very many findings further ones are only counted.
     void add(string code, const CN_LevelEntity* entity, int polygon, string text);
     /// Gives every finding of an entity that is still alive its full name.
-    void resolve();
+    void resolve() noexcept;
     void clear();
     const std::vector<CN_LoadFinding>& getFindings() const { return m_findings; }
     /// Findings beyond the number that is kept.
     std::size_t getDropped() const { return m_dropped; }
 
   private:
+    void nameEntities();
+
     std::vector<CN_LoadFinding> m_findings;
     std::vector<const CN_LevelEntity*> m_entities; ///< not owned: of the findings, null where named or none
     std::size_t m_dropped = 0;                     ///< findings beyond what is kept

@@ -3,7 +3,8 @@
 #include "cairn/fsm/change_manager.h"
 
 // What is made when the library is loaded, in this order, and unmade in reverse when it goes. Only within one file is
-// there an order: no other file has an object at its own scope that is made in the start-up or that needs one of these.
+// there an order: what other files make at their own scope (the content library's pool of names, the geometry's scratch)
+// needs none of these. The foundation and the mathematics have nothing to initialise.
 
 namespace cairn {
 

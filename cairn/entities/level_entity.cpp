@@ -159,8 +159,8 @@ void CN_LevelEntity::forEachEntity(CN_ForEachConst* forEach) const {
 bool CN_LevelEntity::canAdd(CN_LevelEntity* child) { return child && onCanAdd(child->getEntityId()); }
 
 void CN_LevelEntity::add(CN_LevelEntity* child, bool makeChild) {
-    if (!child || child == this || child->m_parent == this)
-        return;
+    if (!child || child == this || child->m_parent == this || child->m_entityId == CN_KIND_LEVEL)
+        return; // a level is its document's: nothing else may own it
     if (!child->m_children.empty() && isParent(child))
         return;
     CN_LevelEntity* oldParent = child->m_parent;

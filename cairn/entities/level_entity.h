@@ -168,7 +168,7 @@ class CN_LevelEntity {
     virtual bool canAdd(CN_LevelEntity* child);
     /// Takes the child (and its subtree) to the end of the children, away from its present parent; its name is made
     /// unique here. With `makeChild` it keeps its place in the world. Nothing happens for null, this entity, a child
-    /// that is already here, and an ancestor of this entity. It does not ask `canAdd`: callers do.
+    /// that is already here, an ancestor of this entity, and a level. It does not ask `canAdd`: callers do.
     virtual void add(CN_LevelEntity* child, bool makeChild);
     /// `add` of a child that the caller owns: it goes over to the tree as soon as it stands there, also where a host's
     /// callback then throws, and is deleted where it does not come to stand there.

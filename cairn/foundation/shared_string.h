@@ -15,20 +15,20 @@ class F_SharedString {
     constexpr F_SharedString() = default;
 
     /// The text's place in its pool, -1 for none.
-    constexpr short getShort() const { return m_index; }
+    constexpr int getIndex() const { return m_index; }
     /// Equal indices; of strings of one pool that is equal texts.
     constexpr bool operator==(const F_SharedString&) const = default;
 
   private:
     friend class F_SharedStringPool;
-    explicit constexpr F_SharedString(short index) : m_index(index) {}
-    short m_index = -1; ///< place in the pool
+    explicit constexpr F_SharedString(int index) : m_index(index) {}
+    int m_index = -1; ///< place in the pool
 };
 
 /// Orders shared strings of one pool by their index: the order in which the texts came into the pool.
 struct F_SharedStringShortLess {
     constexpr bool operator()(const F_SharedString& a, const F_SharedString& b) const {
-        return a.getShort() < b.getShort();
+        return a.getIndex() < b.getIndex();
     }
 };
 
@@ -40,7 +40,7 @@ class F_SharedStringPool {
     F_SharedStringPool& operator=(const F_SharedStringPool&) = delete;
 
     /// The shared form of `text`, which enters the pool if it is new; a hash look-up. Throws an `F_Exception*` where
-    /// the pool holds as many texts as a `short` can number.
+    /// the pool holds as many texts as an `int` can number.
     F_SharedString share(std::string_view text);
     /// The text of a string of this pool, empty for a string of no text; valid as long as the pool. Throws an
     /// `F_Exception*` for an index that the pool has not given.
@@ -49,8 +49,8 @@ class F_SharedStringPool {
     std::size_t size() const { return m_texts.size(); }
 
   private:
-    std::deque<string> m_texts;                            ///< by index; a deque, so that the texts stay in place
-    std::unordered_map<std::string_view, short> m_indices; ///< the keys view m_texts
+    std::deque<string> m_texts;                          ///< by index; a deque, so that the texts stay in place
+    std::unordered_map<std::string_view, int> m_indices; ///< the keys view m_texts
 };
 
 } // namespace cairn

@@ -98,6 +98,20 @@ TEST(SharedDBWriter, RefusesAndGoesOn) {
     EXPECT_THAT(database.getNames(Y_SharedDBKind::ANIMATION), ElementsAre("run"));
 }
 
+TEST(SharedDBWriter, GivesASkinNoMoreAnimationsThanCanBeRead) {
+    const ContentFolder folder;
+    const string path = folder.path("many.db");
+    Y_SharedDBWriter::create(path);
+    Y_SharedDBWriter writer(path);
+    writer.add(Y_SharedDBKind::SKIN, "guard");
+    for (std::size_t i = 0; i < Y_SharedDBAnimationContainer::MAX_REFERENCES; ++i)
+        writer.add(Y_SharedDBKind::ANIMATION, "use_" + std::to_string(i));
+    EXPECT_NE(failureText([&] { writer.add(Y_SharedDBKind::ANIMATION, "one more"); }).find("as many"), string::npos);
+    writer.commit();
+    EXPECT_EQ(Y_SharedDB(path, true).getNames(Y_SharedDBKind::ANIMATION).size(),
+              Y_SharedDBAnimationContainer::MAX_REFERENCES);
+}
+
 TEST(SharedDBWriter, LeavesTheFileAsItWasWithoutACommit) {
     const ContentFolder folder;
     const string path = folder.path("a.db");

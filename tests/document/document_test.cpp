@@ -156,6 +156,58 @@ TEST_F(DocumentTest, KeepsGroupNamesAndTheTwoDefaults) {
               (std::vector<string>{"=0", "guards=0", "PLAYER_GROUP=0", "Zombies=0"}));
 }
 
+/// The bytes of a file that `write` writes into.
+template <class Write> Bytes bytesOf(Write&& write) {
+    F_MemoryFile file;
+    write(file);
+    const auto* bytes = static_cast<const unsigned char*>(file.getAddress());
+    return {bytes, bytes + file.getSize()};
+}
+
+TEST_F(DocumentTest, WritesItsSectionsInTheirOrder) {
+    CN_Document document;
+    document.createCairnLevelEntities();
+    const Bytes head = bytesOf([&](F_MemoryFile& file) {
+        document.saveDocumentVersion(file);
+        file << document.accessTextures();
+        file << document.accessMaterials();
+        document.accessLightmaps()->save(file);
+        document.accessPreferences().saveDocumentPreferences(file);
+        file << static_cast<int>(CN_KIND_LEVEL);
+    });
+    const Bytes tail = bytesOf([&](F_MemoryFile& file) {
+        document.accessSelection()->save(file, &document);
+        document.accessCNCamera()->save(file);
+        file.createChunk(0, CAIRN_DOCUMENT_VERSION);
+        file << 2u << ""
+             << "PLAYER_GROUP";
+        file.closeChunk();
+    });
+    const Bytes saved = saveLevel(document);
+    EXPECT_TRUE(std::equal(head.begin(), head.end(), saved.begin()));
+    EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), saved.rbegin()));
+}
+
+TEST_F(DocumentTest, FindsThePlayerBeforeItTellsOfBrokenRotations) {
+    OldLevel level = levelOf({{.name = "Way"}});
+    level.root.children[0].rotation.row(0).x = 2;
+    level.selected = {1};
+    static CN_Document* s_document;
+    static bool s_playerStood;
+    static int s_selected;
+    CN_Document document;
+    s_document = &document;
+    const MessageBoxHandler before = setMessageBoxHandler([](const CString&, unsigned) {
+        s_playerStood = s_document->getPlayer() != nullptr;
+        s_selected = static_cast<int>(s_document->getSelection()->getCount());
+    });
+    loadLevel(document, makeLevel(level));
+    setMessageBoxHandler(before);
+    EXPECT_TRUE(s_playerStood);
+    EXPECT_EQ(s_selected, 0);
+    EXPECT_EQ(document.getSelection()->getCount(), 1);
+}
+
 TEST_F(DocumentTest, ShowsBrokenRotationsOnceAndKeepsThem) {
     OldLevel level = levelOf({{.kind = CN_KIND_VOL_LIGHTING_BOX,
                                .name = "Outer",
@@ -334,7 +386,9 @@ TEST_F(DocumentTest, ForgetsEntitiesThatDie) {
 
 TEST_F(DocumentTest, ANewLevelKnowsNothingOfTheOneBefore) {
     CN_Document document;
+    document.accessAICharacterGroups()["host"] = 0;
     document.createCairnLevelEntities();
+    EXPECT_TRUE(document.getAICharacterGroups().contains("host"));
     document.accessAICharacterGroups()["guards"] = 3;
     document.accessAICharacterGroups()["PLAYER_GROUP"] = 2;
     document.createCairnLevelEntities();

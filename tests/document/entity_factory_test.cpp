@@ -74,6 +74,34 @@ struct CountingRenderers : CN_EntityRendererFactory {
     int spheres = 0, lights = 0, meshes = 0, levels = 0, others = 0;
 };
 
+TEST(EntityFactory, MakesContentKindsWithADatabaseOnly) {
+    const test::ProcessStateGuard process;
+    static CString inMemory;
+    CN_EntityFactory* factory = CN_EntityFactory::instance();
+    for (const auto& [id, what] :
+         {std::pair{CN_KIND_ITEM, "level item"}, {CN_KIND_ENEMY, "enemy"}, {CN_KIND_FLARE, "flare"}}) {
+        // Another test may have made the prototype, with which no database is asked for any more.
+        CN_SharedDB::deleteInstance();
+        CN_LevelFileLibrary::setSharedDBPathCallback(nullptr);
+        const std::size_t before = process.boxes().size();
+        const std::unique_ptr<CN_LevelEntity> without(factory->createEntity(id, nullptr));
+        if (!without) {
+            ASSERT_EQ(process.boxes().size(), before + 2);
+            EXPECT_NE(process.boxes()[before].text.find("Unable to create shared database"), string::npos);
+            EXPECT_EQ(process.boxes()[before + 1].text,
+                      string("Can't create ") + what + ", because shared database is not set!");
+        }
+        CN_LevelFileLibrary::setSharedDBPathCallback([]() -> CString& { return inMemory; });
+        const std::unique_ptr<CN_LevelEntity> with(factory->createEntity(id, nullptr));
+        ASSERT_NE(with, nullptr);
+        CN_SharedDB::deleteInstance();
+        CN_LevelFileLibrary::setSharedDBPathCallback(nullptr);
+        const std::size_t quiet = process.boxes().size();
+        EXPECT_NE(std::unique_ptr<CN_LevelEntity>(factory->createEntity(id, nullptr)), nullptr);
+        EXPECT_EQ(process.boxes().size(), quiet);
+    }
+}
+
 TEST(EntityFactory, PrototypesAndEntitiesAskForRenderers) {
     CountingRenderers renderers;
     CN_LevelEntityWaypoint waypoint;

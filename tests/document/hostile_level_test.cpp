@@ -1,4 +1,10 @@
+#include "cairn/document/entity_factory.h"
 #include "cairn/document/level_file.h"
+#include "cairn/document/level_file_library.h"
+#include "cairn/document/shared_db.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/prefab.h"
+#include "cairn/foundation/file.h"
 #include "cairn/fsm/change_manager.h"
 #include "tests/support/hostile_bytes.h"
 #include "tests/support/level_bytes.h"
@@ -6,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 
 namespace cairn {
@@ -73,11 +81,48 @@ TEST(HostileLevel, EveryDamageIsRefusedOrLoads) {
     oldest.root.version = oldest.root.children[1].version = 1;
     oldest.selection = OldLevel::Selection::BARE;
     for (const OldLevel& level : {newest, oldest}) {
+        keepSeed(level.versionChunk ? "newest" : "oldest", test::makeLevel(level));
         const auto result = test::driveHostileBytes(test::makeLevel(level), loadAndSaveTwice);
         EXPECT_EQ(result.text(), "");
         EXPECT_GT(result.taken, 0u);
         EXPECT_GT(result.refused, 0u);
     }
+}
+
+/// A level with an entity of each kind that the other levels here lack, as this version saves it.
+Bytes levelOfFurtherKinds() {
+    static CString inMemory;
+    CN_LevelFileLibrary::setSharedDBPathCallback([]() -> CString& { return inMemory; });
+    CN_SharedDB::createInstance();
+    CN_Document document;
+    document.createCairnLevelEntities();
+    for (const int kind : {CN_KIND_JUMPPOINT, CN_KIND_ITEM, CN_KIND_ENEMY, CN_KIND_AI_NODE, CN_KIND_FLARE, CN_KIND_FSM,
+                           CN_KIND_TRIGGER, CN_KIND_TRIMESH, CN_KIND_MESH, CN_KIND_PREFAB}) {
+        CN_LevelEntity* entity = CN_EntityFactory::instance()->createEntity(kind, &document);
+        document.accessLevel()->add(entity, false);
+        if (auto* prefab = dynamic_cast<CN_LevelEntityPrefab*>(entity))
+            prefab->createPrefabContent();
+    }
+    return test::saveLevel(document);
+}
+
+/// Leaves a level as a seed for the fuzz target where a run of all tests asks for them.
+void keepSeed(const std::string& name, const Bytes& level) {
+    if (const char* folder = std::getenv("CAIRN_FUZZ_SEED_DIR")) {
+        const std::filesystem::path place = std::filesystem::path(folder) / "document_load";
+        std::filesystem::create_directories(place);
+        F_File::replace((place / name).string(), level);
+    }
+}
+
+TEST(HostileLevel, EveryDamageOfFurtherKindsIsRefusedOrLoads) {
+    const test::ProcessStateGuard process;
+    const Bytes level = levelOfFurtherKinds();
+    keepSeed("further_kinds", level);
+    const auto result = test::driveHostileBytes(level, loadAndSaveTwice);
+    EXPECT_EQ(result.text(), "");
+    EXPECT_GT(result.taken, 0u);
+    EXPECT_GT(result.refused, 0u);
 }
 
 TEST(HostileLevel, NestingEndsAtItsBound) {
