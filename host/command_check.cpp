@@ -110,7 +110,7 @@ std::string refuseUnknownCode(const std::string& code) {
 }
 
 std::string listOfCodes() {
-    std::string list = "Codes:";
+    std::string list = "A content database that cannot be read ends the command with exit code 3.\nCodes:";
     for (const ProblemKind& kind : problemKinds())
         list += fmt::format(" {}", kind.code);
     return list;

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 namespace cairn::host {
 
@@ -15,7 +16,7 @@ struct ContentOptions : CommonOptions {
     std::string kind; ///< a kind's word; empty for all
     std::vector<std::string> names;
     std::string skin;
-    std::string draw = "yes";
+    std::string draw; ///< empty: yes
 };
 
 ExitCode runCreate(const ContentOptions& options, Console&) {
@@ -34,13 +35,41 @@ void addEntry(Y_SharedDBWriter& writer, Y_SharedDBKind kind, const std::string& 
     }
 }
 
+/// Refuses an option that means nothing for the kind.
+void checkOptions(const ContentOptions& options, Y_SharedDBKind kind) {
+    const auto refuseFor = [&](const char* option, const std::string& value, Y_SharedDBKind owner) {
+        if (!value.empty() && kind != owner)
+            throw Failure(ExitCode::COMMAND_LINE, "content add",
+                          fmt::format("{} is for the kind {} alone", option, getSharedDBKindInfo(owner).name));
+    };
+    refuseFor("--skin", options.skin, Y_SharedDBKind::ANIMATION);
+    refuseFor("--draw", options.draw, Y_SharedDBKind::SURFACE_MATERIAL);
+}
+
+bool isReadable(const std::string& file) {
+    try {
+        const Y_SharedDB content(file, true);
+        return true;
+    } catch (F_Exception* e) {
+        const F_ExceptionGuard guard(e);
+        return false;
+    }
+}
+
+/// Opens the database to add to it. A sound one that may not be written is an output that cannot be written.
+std::unique_ptr<Y_SharedDBWriter> openWriter(const std::string& file) {
+    const bool readOnly = ::access(file.c_str(), W_OK) != 0 && isReadable(file);
+    return withFailure(readOnly ? ExitCode::OUTPUT : ExitCode::INPUT, file,
+                       [&] { return std::make_unique<Y_SharedDBWriter>(file); });
+}
+
 ExitCode runAdd(const ContentOptions& options, Console&) {
     Y_SharedDBEntryOptions entry;
     entry.skin = options.skin;
-    entry.drawPolygons = options.draw == "yes";
+    entry.drawPolygons = options.draw != "no";
     const Y_SharedDBKind kind = findSharedDBKind(options.kind)->kind;
-    const auto writer =
-        withFailure(ExitCode::INPUT, options.file, [&] { return std::make_unique<Y_SharedDBWriter>(options.file); });
+    checkOptions(options, kind);
+    const auto writer = openWriter(options.file);
     withFailure(ExitCode::OUTPUT, options.file, [&] {
         for (const std::string& name : options.names)
             addEntry(*writer, kind, name, entry, options.file);

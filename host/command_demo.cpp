@@ -127,9 +127,10 @@ class Demo {
 
     void tellWhatNext() {
         m_console.writeLine("Look at them next:");
-        for (const char* command : {"tree {}", "info --json {}", "check {}"})
-            m_console.writeLine("  cairn " + toShownText(fmt::format(fmt::runtime(command), path("demo.cairn"))));
-        m_console.writeLine("  cairn content list " + toShownText(path("content.db")));
+        const std::string level = path("demo.cairn"), content = path("content.db");
+        for (const std::string& words :
+             {"tree " + level, "info --json " + level, "check " + level, "content list " + content})
+            m_console.writeLine("  " + toShownText(m_console.program() + ' ' + words));
     }
 
     std::filesystem::path m_folder;

@@ -29,7 +29,8 @@ void requireMap(const ImportOptions& options) {
 }
 
 std::vector<unsigned char> readSource(const std::string& source) {
-    return source == "-" ? F_File::readAll(stdin, "standard input") : F_File::readAll(source);
+    const F_File::Bounds bounds{MAX_MAP_BYTES};
+    return source == "-" ? F_File::readAll(stdin, "standard input", bounds) : F_File::readAll(source, bounds);
 }
 
 ExitCode runImport(const ImportOptions& options, Console& console) {

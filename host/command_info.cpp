@@ -101,6 +101,7 @@ ExitCode runInfo(const InfoOptions& options, Console& console) {
         console.writeLine(toJsonText(info));
     else
         writeText(info, console);
+    session.warnOfFault(level, options.file, console);
     return level.isWhole() ? ExitCode::DONE : ExitCode::NO;
 }
 

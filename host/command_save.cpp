@@ -28,6 +28,7 @@ ExitCode runSave(const SaveOptions& options, Console& console) {
     const OpenedLevel level = session.openForUse(options.file, options.force);
     warnOfLoss(options, *level.document, console);
     session.save(*level.document, options.output, console);
+    session.warnOfFault(level, options.file, console);
     return level.isWhole() ? ExitCode::DONE : ExitCode::NO;
 }
 

@@ -88,6 +88,7 @@ ExitCode runTree(const TreeOptions& options, Console& console) {
         console.write("\n");
     } else
         writer.writeText(root, 0);
+    session.warnOfFault(level, options.file, console);
     return level.isWhole() ? ExitCode::DONE : ExitCode::NO;
 }
 

@@ -103,7 +103,8 @@ void Progress::show() {
 }
 
 void prepareStandardStreams() {
-    std::signal(SIGPIPE, SIG_IGN);
+    for (const int number : {SIGPIPE, SIGXFSZ})
+        std::signal(number, SIG_IGN);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         // Opened the wrong way round, so that using the stream still fails.
         if (::fcntl(stream, F_GETFD) < 0 && errno == EBADF)

@@ -12,6 +12,11 @@ namespace cairn::host {
 /// standard output empty.
 class Console {
   public:
+    /// `program` is the word that the program was started by.
+    explicit Console(std::string program = "cairn") : m_program(std::move(program)) {}
+
+    const std::string& program() const { return m_program; }
+
     /// Appends to the result: text or the bytes of a file.
     void write(std::string_view bytes) { m_result += bytes; }
     /// Appends a line to the result.
@@ -36,6 +41,7 @@ class Console {
     std::string colored(std::string_view text, bool error) const;
 
   private:
+    std::string m_program; ///< as the user named it
     std::string m_result;
     bool m_quiet = false; ///< no notes, no progress
 };
@@ -66,7 +72,7 @@ class Progress {
     Progress* m_outer;             ///< not owned: the current one before this
 };
 
-/// Makes a closed reader a failed write instead of a signal, and gives closed standard streams a place of their own, so
+/// Makes a closed reader and a file over the size limit a failed write instead of a signal, and gives closed standard streams a place of their own, so
 /// that no file the program opens takes it.
 void prepareStandardStreams();
 

@@ -1,9 +1,13 @@
 #include "host/level_session.h"
 
+#include "cairn/document/camera.h"
+#include "cairn/document/entity_factory.h"
 #include "cairn/document/level_file.h"
 #include "cairn/document/level_file_library.h"
 #include "cairn/document/shared_db.h"
 #include "cairn/entities/cairn_level.h"
+
+#include <cmath>
 
 namespace cairn::host {
 
@@ -51,10 +55,39 @@ std::unique_ptr<CN_Document> LevelSession::createDocument() const {
     return document;
 }
 
-/// Does for a tree that was read in part what the load does at its end. False where its qualified names would take more
-/// than a load allows.
+namespace {
+
+/// False where the root's own record has the fault: a record that cannot be had leaves no name, a place or a volume that
+/// are none stay.
+bool isRootRead(CN_CairnLevel& root) {
+    return !root.getName().IsEmpty() && root.getPosition().isFinite() && root.getBoundingMin().isFinite() &&
+           root.getBoundingMax().isFinite() && std::isfinite(root.getBoundingRadius());
+}
+
+void ensurePlayer(CN_Document& document) {
+    constexpr const char* NAME = "player";
+    CN_CairnLevel& root = *document.accessLevel();
+    if (root.hasChildNamed(NAME))
+        return;
+    std::unique_ptr<CN_LevelEntity> player(CN_EntityFactory::instance()->createEntity(CN_KIND_PLAYER, &document));
+    if (!player)
+        throw new F_Exception("The player cannot be made");
+    player->setName(NAME, false);
+    root.addOwned(std::move(player), false);
+}
+
+} // namespace
+
+/// Does for a tree that was read in part what the load does at its end, so that a save of it loads without repair. False
+/// where there is no root to go on with or its qualified names would take more than a load allows.
 bool LevelSession::settle(CN_Document& document) {
     constexpr std::size_t MOST_BYTES = std::size_t{64} << 20; // of all names, as for a whole load
+    if (!isRootRead(*document.accessLevel()))
+        return false;
+    ensurePlayer(document);
+    document.accessPreferences().repairNumbers();
+    if (!document.getCNCamera()->isFinite())
+        document.accessCNCamera()->reset();
     document.accessLevel()->handleParenting(true);
     std::size_t bytes = 0;
     CN_PreIterator it = document.accessLevel()->createIterator();
@@ -95,8 +128,14 @@ OpenedLevel LevelSession::openForUse(const std::string& file, bool force) {
         return level;
     if (!force || !level.hasTree)
         throw Failure(ExitCode::INPUT, file, level.fault + (level.formatFault ? " (at offset 0)" : ""));
-    m_console.warn(file, "only what stands before the fault was read: " + level.fault);
     return level;
+}
+
+void LevelSession::warnOfFault(const OpenedLevel& level, const std::string& file, Console& output) const {
+    if (level.isWhole())
+        return;
+    output.flush();
+    m_console.warn(file, "only what stands before the fault was read: " + level.fault);
 }
 
 void LevelSession::save(CN_Document& document, const std::string& file, Console& output) const {

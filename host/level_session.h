@@ -44,9 +44,12 @@ class LevelSession {
 
     /// Reads a level file, "-" for standard input. A fault stands in the result; only memory that cannot be had throws.
     OpenedLevel open(const std::string& file);
-    /// Reads a level for a command that works on it. A fault throws a `Failure`; with `force` it becomes a warning as
-    /// long as a root was read, and the result says that it is not whole.
+    /// Reads a level for a command that works on it. A fault throws a `Failure`, with `force` only where no root was
+    /// read; else the result says that it is not whole.
     OpenedLevel openForUse(const std::string& file, bool force);
+    /// Warns of the fault of a level that is not whole, once the result is out: for the end of a command, as one that
+    /// fails says nothing but why.
+    void warnOfFault(const OpenedLevel& level, const std::string& file, Console& output) const;
     /// Writes the level to a sealed file as a whole or not at all, or to the console's result for "-". Throws a
     /// `Failure`.
     void save(CN_Document& document, const std::string& file, Console& output) const;

@@ -37,6 +37,37 @@ std::string nameOfCommand(const CLI::App& app) {
     return inner.empty() ? chosen.front()->get_name() : chosen.front()->get_name() + " " + inner;
 }
 
+/// Stands ahead of a word that the parser would take apart: "[a,b]" is one word here, a list to the parser.
+constexpr char WORD_MARK = '\x01';
+
+std::string marked(std::string word) {
+    const bool special = !word.empty() && (word[0] == '[' || word[0] == WORD_MARK);
+    return special ? WORD_MARK + word : word;
+}
+
+std::string unmarked(std::string word) { return !word.empty() && word[0] == WORD_MARK ? word.substr(1) : word; }
+
+/// Makes all options of the program take their words as the user gave them.
+void unmarkWords(CLI::App& app) {
+    for (CLI::Option* option : app.get_options())
+        option->transform(unmarked);
+    for (CLI::App* command : app.get_subcommands({}))
+        unmarkWords(*command);
+}
+
+/// What is wrong with the command line, in terms of the words that the user gave.
+std::string textOf(const CLI::ParseError& error, const CLI::App& app) {
+    const CLI::App* inner = &app;
+    while (!inner->get_subcommands().empty())
+        inner = inner->get_subcommands().front();
+    const std::vector<std::string> left = inner->remaining();
+    const bool wantsCommand = inner->get_require_subcommand_min() > 0;
+    if (left.empty() || (!wantsCommand && error.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError)))
+        return error.what();
+    return fmt::format(fmt::runtime(wantsCommand ? "\"{}\" is no command" : "\"{}\" was not expected"),
+                       unmarked(left.front()));
+}
+
 ExitCode run(int argc, const char* const* argv, Console& console) {
     CLI::App app(DESCRIPTION, "cairn");
     app.footer(FOOTER);
@@ -44,8 +75,12 @@ ExitCode run(int argc, const char* const* argv, Console& console) {
     app.require_subcommand(1);
     Command chosen;
     addCommands(app, chosen);
+    unmarkWords(app);
+    std::vector<std::string> words; // the last word first, as the parser takes them
+    for (int i = argc - 1; i > 0; --i)
+        words.push_back(marked(argv[i]));
     try {
-        app.parse(argc, argv);
+        app.parse(std::move(words));
     } catch (const CLI::Success& request) { // --help and --version
         std::ostringstream text;
         app.exit(request, text, text);
@@ -54,7 +89,7 @@ ExitCode run(int argc, const char* const* argv, Console& console) {
         return ExitCode::DONE;
     } catch (const CLI::ParseError& error) {
         const std::string command = nameOfCommand(app);
-        throw Failure(ExitCode::COMMAND_LINE, command.empty() ? "command line" : command, error.what());
+        throw Failure(ExitCode::COMMAND_LINE, command.empty() ? "command line" : command, textOf(error, app));
     }
     const ExitCode code = chosen(console);
     console.flush();
@@ -71,7 +106,7 @@ int complain(ExitCode code, const std::string& subject, const std::string& text)
 int runProgram(int argc, const char* const* argv) {
     prepareStandardStreams();
     try {
-        Console console;
+        Console console(argc > 0 ? argv[0] : "cairn");
         return static_cast<int>(run(argc, argv, console));
     } catch (const Failure& failure) {
         return complain(failure.code(), failure.subject(), failure.what());

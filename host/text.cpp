@@ -13,6 +13,11 @@ namespace {
 /// The least number that a sequence of so many bytes may stand for: anything below has a shorter form.
 constexpr char32_t LEAST_OF_LENGTH[] = {0, 0, 0x80, 0x800, 0x10000};
 
+void appendEscape(std::string& out, unsigned char byte) {
+    constexpr const char* DIGITS = "0123456789ABCDEF";
+    out.append({'\\', 'x', DIGITS[byte >> 4], DIGITS[byte & 15]});
+}
+
 void appendJson(std::string& out, const Json& json) {
     switch (json.type()) {
     case Json::value_t::object: {
@@ -74,20 +79,22 @@ std::size_t utf8SequenceLength(std::string_view text) {
 
 std::string toShownText(std::string_view text) {
     std::string shown;
-    while (!text.empty()) {
-        const std::size_t length = utf8SequenceLength(text);
-        const auto byte = static_cast<unsigned char>(text[0]);
+    std::size_t begin = 0, end = 0; // of the run that is shown as it stands
+    while (end < text.size()) {
+        const std::size_t length = utf8SequenceLength(text.substr(end));
+        const auto byte = static_cast<unsigned char>(text[end]);
         // U+0080 to U+009F are control characters, too.
-        const bool control = byte < 0x20 || byte == 0x7F || (byte == 0xC2 && length == 2 && text[1] < '\xA0');
-        const std::size_t taken = length > 0 ? length : 1;
-        if (length > 0 && !control)
-            shown += text.substr(0, taken);
-        else
-            for (const char c : text.substr(0, taken))
-                shown += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
-        text.remove_prefix(taken);
+        const bool control = byte < 0x20 || byte == 0x7F || (byte == 0xC2 && length == 2 && text[end + 1] < '\xA0');
+        if (length > 0 && !control) {
+            end += length;
+            continue;
+        }
+        shown += text.substr(begin, end - begin);
+        begin = end + (length > 0 ? length : 1);
+        for (; end < begin; ++end)
+            appendEscape(shown, static_cast<unsigned char>(text[end]));
     }
-    return shown;
+    return shown += text.substr(begin);
 }
 
 std::string toJsonString(std::string_view text) {

@@ -45,10 +45,11 @@ class ProgramTest : public testing::Test {
         write(".in", input);
         return runInShell(words, "<.in");
     }
-    /// `redirection` is the shell's, and comes behind the program and its words.
-    ProgramRun runInShell(const std::string& words, const std::string& redirection) const {
-        const std::string script =
-            "cd " + quoted(m_folder.string()) + " && " + quoted(CAIRN_PROGRAM) + ' ' + words + ' ' + redirection;
+    /// `redirection` is the shell's, and comes behind the program and its words; `before` comes ahead of them.
+    ProgramRun runInShell(const std::string& words, const std::string& redirection,
+                          const std::string& before = "") const {
+        const std::string script = "cd " + quoted(m_folder.string()) + " && " + before + quoted(CAIRN_PROGRAM) + ' ' +
+                                   words + ' ' + redirection;
         const std::string command =
             "bash -c " + quoted(script) + " >" + quoted(path(".out").string()) + " 2>" + quoted(path(".err").string());
         const int status = std::system(command.c_str());
