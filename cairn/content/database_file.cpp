@@ -130,9 +130,8 @@ void Y_DatabaseFile::verify() {
 
 bool Y_DatabaseFile::hasTable(const Y_SharedDBKindInfo& info) {
     Y_DatabaseStatement query(*this, "SELECT type = 'table' AND rootpage > 0 FROM sqlite_schema "
-                                     "WHERE name = CAST(?1 AS TEXT) COLLATE NOCASE");
-    const string table = info.table;
-    query.bindName(1, table);
+                                     "WHERE name = ?1 COLLATE NOCASE");
+    query.bindText(1, info.table);
     if (!query.step())
         return false;
     if (query.takeNumber(0) == 0)
@@ -192,6 +191,12 @@ Y_DatabaseStatement::Y_DatabaseStatement(Y_DatabaseFile& file, const string& sql
 
 void Y_DatabaseStatement::bindName(int place, const string& name) {
     const int code = sqlite3_bind_blob64(m_statement.get(), place, name.data(), name.size(), nullptr);
+    if (code != SQLITE_OK)
+        m_file.failAsSqlite(code);
+}
+
+void Y_DatabaseStatement::bindText(int place, const char* text) {
+    const int code = sqlite3_bind_text(m_statement.get(), place, text, -1, nullptr);
     if (code != SQLITE_OK)
         m_file.failAsSqlite(code);
 }

@@ -76,6 +76,8 @@ class Y_DatabaseStatement {
     /// Values of the statement's places, counted from 1. The bytes of a name must outlive the steps.
     void bindName(int place, const string& name);
     void bindNumber(int place, std::int64_t number);
+    /// A text of our own, which lives as long as the program.
+    void bindText(int place, const char* text);
 
     /// Goes to the next row; false behind the last. Throws on any failure, and where there are more rows, or more
     /// bytes of names have been taken, than the pages of the file can hold.

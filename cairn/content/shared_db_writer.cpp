@@ -1,6 +1,7 @@
 #include "cairn/content/shared_db_writer.h"
 
 #include "cairn/content/database_file.h"
+#include "cairn/content/shared_db_items.h"
 #include "cairn/foundation/file.h"
 
 #include <fmt/format.h>

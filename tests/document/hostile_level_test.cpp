@@ -66,6 +66,15 @@ string loadFailure(const OldLevel& level) {
     });
 }
 
+/// Leaves a level as a seed for the fuzz target where a run of all tests asks for them.
+void keepSeed(const std::string& name, const Bytes& level) {
+    if (const char* folder = std::getenv("CAIRN_FUZZ_SEED_DIR")) {
+        const std::filesystem::path place = std::filesystem::path(folder) / "document_load";
+        std::filesystem::create_directories(place);
+        F_File::replace((place / name).string(), level);
+    }
+}
+
 TEST(HostileLevel, EveryDamageIsRefusedOrLoads) {
     const test::ProcessStateGuard process;
     OldLevel newest;
@@ -104,15 +113,6 @@ Bytes levelOfFurtherKinds() {
             prefab->createPrefabContent();
     }
     return test::saveLevel(document);
-}
-
-/// Leaves a level as a seed for the fuzz target where a run of all tests asks for them.
-void keepSeed(const std::string& name, const Bytes& level) {
-    if (const char* folder = std::getenv("CAIRN_FUZZ_SEED_DIR")) {
-        const std::filesystem::path place = std::filesystem::path(folder) / "document_load";
-        std::filesystem::create_directories(place);
-        F_File::replace((place / name).string(), level);
-    }
 }
 
 TEST(HostileLevel, EveryDamageOfFurtherKindsIsRefusedOrLoads) {
