@@ -159,7 +159,7 @@ void CN_DocumentPreferences::loadDocumentPreferences(F_MemoryFile& file) {
     file.skipChunk();
 
     read.parseTexts();
-    *this = std::move(read);
+    *this = read;
 }
 
 string CN_DocumentPreferences::repairNumbers() {

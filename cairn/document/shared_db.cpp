@@ -31,7 +31,7 @@ CN_SharedDB* CN_SharedDB::instance() { return m_pSharedDatabase; }
 
 CN_SharedDB* CN_SharedDB::createInstance() {
     // A copy: the host's string may change while the database is made.
-    const CString path = CN_LevelFileLibrary::instance()->accessSharedDBPath();
+    const CString path = CN_LevelFileLibrary::accessSharedDBPath();
     deleteInstance();
     File->setArchiveHandling(0);
     try {

@@ -62,7 +62,11 @@ const char* refusalBelow(const CN_LevelEntity* parent, int entityId) {
 }
 
 /// The entity for a text, whatever its name is.
-std::string shownPath(std::string path) { return path.empty() ? "::" : path; }
+std::string shownPath(std::string path) {
+    if (path.empty())
+        path = "::";
+    return path;
+}
 
 } // namespace
 

@@ -99,7 +99,7 @@ string followLinks(string fileName) {
 string makeBeside(const string& folder, ::mode_t mode, int& fd) {
     static unsigned counter = 0;
     for (int i = 0; i < MAX_NAME_ATTEMPTS; ++i) {
-        const string name = folder + formatText(".cairn-%ld-%u.tmp", static_cast<long>(::getpid()), ++counter);
+        string name = folder + formatText(".cairn-%ld-%u.tmp", static_cast<long>(::getpid()), ++counter);
         fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
         if (fd >= 0)
             return name;
