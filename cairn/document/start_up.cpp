@@ -3,7 +3,7 @@
 #include "cairn/fsm/change_manager.h"
 
 // What is made when the library is loaded, in this order, and unmade in reverse when it goes. Only within one file is
-// there an order: what other files make at their own scope (the content library's pool of names, the geometry's scratch)
+// there an order: what other files make at their own scope (the content library's pool of names)
 // needs none of these. The foundation and the mathematics have nothing to initialise.
 
 namespace cairn {
