@@ -1,14 +1,9 @@
 #include "cairn/foundation/file.h"
-#include "cairn/foundation/memory_file.h"
 #include "cairn/lighting/lightmap_pool.h"
-#include "tests/support/hostile_bytes.h"
-#include "tests/support/level_bytes.h"
 #include "tests/support/old_lighting.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
-
-#include <stdexcept>
 
 namespace cairn {
 namespace {
@@ -16,17 +11,8 @@ namespace {
 using test::Bytes;
 using test::failureText;
 using test::LightmapForm;
-
-Bytes save(CN_LightmapPool& pool) {
-    F_MemoryFile file;
-    pool.save(file);
-    return test::bytesOf(file);
-}
-
-void load(CN_LightmapPool& pool, std::span<const unsigned char> bytes) {
-    F_MemoryFile file(bytes.data(), bytes.size(), false);
-    pool.load(file);
-}
+using test::loadLight;
+using test::saveLight;
 
 /// Makes the stored files anew: for a form that is added. Those that are there must not change.
 TEST(StoredLighting, DISABLED_StoreEveryForm) {
@@ -83,7 +69,7 @@ TEST(LightmapPool, ReadsEveryForm) {
         CN_LightmapPool pool;
         pool.getLightmapCurve().set(1, 2, 3, 4);
         const Bytes bytes = test::makeLightmapPool(form);
-        load(pool, bytes);
+        loadLight(pool, bytes);
         ASSERT_EQ(pool.getLightmapCount(), 2u);
         for (const unsigned long id : {3ul, 7ul}) {
             const CN_Lightmap* const lightmap = pool.getLightmap(id);
@@ -97,10 +83,10 @@ TEST(LightmapPool, ReadsEveryForm) {
                 EXPECT_EQ(lightmap->getPixels()[i], test::oldLight(i));
         }
         EXPECT_EQ(pool.getLightmapCurve().getOutputMax(), form == LightmapForm::BARE ? 3 : 200);
-        const Bytes saved = save(pool);
+        const Bytes saved = saveLight(pool);
         EXPECT_EQ(saved == bytes, form == LightmapForm::NEWEST);
-        EXPECT_EQ(failureText([&] { load(pool, bytes); }).find("The pool has a lightmap of the id 3 already"), 0u);
-        EXPECT_EQ(save(pool), saved);
+        EXPECT_EQ(failureText([&] { loadLight(pool, bytes); }).find("The pool has a lightmap of the id 3 already"), 0u);
+        EXPECT_EQ(saveLight(pool), saved);
     }
 }
 
@@ -144,18 +130,9 @@ TEST(LightmapPool, DropsWhatNobodyUses) {
 }
 
 TEST(LightmapPool, EveryDamageIsRefusedOrLoads) {
-    for (const LightmapForm form : {LightmapForm::NEWEST, LightmapForm::VERSION_1, LightmapForm::BARE}) {
-        const auto result = test::driveHostileBytes(test::makeLightmapPool(form), [](auto bytes) {
-            CN_LightmapPool pool, again;
-            load(pool, bytes);
-            load(again, save(pool));
-            if (save(again) != save(pool))
-                throw std::logic_error("a pool that loads does not come back from its save as it was");
-        });
-        EXPECT_EQ(result.text(), "");
-        EXPECT_GT(result.taken, 0u);
-        EXPECT_GT(result.refused, 0u);
-    }
+    for (const LightmapForm form : {LightmapForm::NEWEST, LightmapForm::VERSION_1, LightmapForm::BARE})
+        test::expectDamageIsRefusedOrLoads<CN_LightmapPool>(test::makeLightmapPool(form),
+                                                            [](const CN_LightmapPool&) {});
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "tests/support/old_lighting.h"
 
-#include "cairn/foundation/memory_file.h"
-
 namespace cairn::test {
 
 namespace {

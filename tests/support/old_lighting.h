@@ -1,9 +1,14 @@
 #pragma once
 
+#include "cairn/foundation/memory_file.h"
 #include "cairn/imaging/image_template.h"
+#include "tests/support/hostile_bytes.h"
 #include "tests/support/old_records.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -30,5 +35,31 @@ struct StoredLighting {
 };
 std::vector<StoredLighting> storedLighting();
 std::filesystem::path storedLightingPath(const std::string& name);
+
+template <class Light> void loadLight(Light& light, std::span<const unsigned char> bytes) {
+    F_MemoryFile file(bytes.data(), bytes.size(), false);
+    light.load(file);
+}
+template <class Light> Bytes saveLight(Light& light) {
+    F_MemoryFile file;
+    light.save(file);
+    const auto* bytes = static_cast<const unsigned char*>(file.getAddress());
+    return {bytes, bytes + file.getSize()};
+}
+
+/// Expects that every damage of the record is refused, or loads and comes back from its save as it was.
+template <class Light, class Use> void expectDamageIsRefusedOrLoads(const Bytes& record, Use&& use) {
+    const auto result = driveHostileBytes(record, [&use](std::span<const unsigned char> bytes) {
+        Light light, again;
+        loadLight(light, bytes);
+        use(light);
+        loadLight(again, saveLight(light));
+        if (saveLight(again) != saveLight(light))
+            throw std::logic_error("what loads does not come back from its save as it was");
+    });
+    EXPECT_EQ(result.text(), "");
+    EXPECT_GT(result.taken, 0u);
+    EXPECT_GT(result.refused, 0u);
+}
 
 } // namespace cairn::test
