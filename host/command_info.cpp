@@ -61,6 +61,10 @@ Json describe(const InfoOptions& options, const OpenedLevel& level) {
     info["entities"] = counts.entities;
     info["kinds"] = std::move(kinds);
     info["depth"] = counts.depth;
+    info["materials"] = document.getMaterials().numMaterials();
+    info["categories"] = document.getMaterials().getCategories().count();
+    info["textures"] = document.getTextures().list().count();
+    info["texels"] = document.getTextures().totalTexels();
     info["lightmaps"] = document.getLightmaps()->getLightmapCount();
     info["fsms"] = counts.machines;
     info["handlers"] = counts.handlers;
