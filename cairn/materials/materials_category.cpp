@@ -60,6 +60,7 @@ void CN_MaterialsCategory::append(CN_Material* material) {
             enterName(material, at);
     } catch (...) {
         m_materials.erase(at);
+        material->m_indexedBy = nullptr;
         dropIndex();
         throw;
     }
