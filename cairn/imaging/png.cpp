@@ -44,7 +44,7 @@ I_DecodedImage decodePNG(I_FileBytes file) {
         checkImageSize(FORMAT, bigEndian32(file, 16), bigEndian32(file, 20)) * std::uint64_t{file[DEPTH_OFFSET]};
     if (bits / 8 / MOST_BYTES_A_BYTE > file.size())
         refuseImage(FORMAT, "it is too short for its size");
-    checkChunks(file);
+    checkChunks(file.subspan(SIGNATURE.size()));
     return decodeWithStb(FORMAT, file, false);
 }
 
