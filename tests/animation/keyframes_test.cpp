@@ -1,5 +1,6 @@
 #include "cairn/animation/animation.h"
 #include "cairn/animation/keyframes.h"
+#include "cairn/animation/mesh_animations.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,7 @@ using Placement = M_Matrix4x3Template<double>;
 
 namespace {
 
-std::unique_ptr<CN_Keyframe> at(double x) { return std::make_unique<CN_Keyframe>(Placement({}, {x, 0, 0})); }
+CN_Keyframe* at(double x) { return new CN_Keyframe(Placement({}, {x, 0, 0})); }
 
 double xOf(const CN_Keyframe* keyframe) { return keyframe->getMatrix().translation.x; }
 
@@ -18,10 +19,10 @@ double xOf(const CN_Keyframe* keyframe) { return keyframe->getMatrix().translati
 TEST(Keyframes, AreNamedWithCaseAndWalkedInOrder) {
     CN_Keyframes keyframes;
     EXPECT_EQ(keyframes.getFirst(), nullptr);
-    keyframes.insert("b", at(1));
-    keyframes.insert("B", at(2));
-    keyframes.insert("a", at(3));
-    keyframes.insert("a", at(4)); // the one there stays
+    EXPECT_TRUE(keyframes.insert("b", at(1)));
+    EXPECT_TRUE(keyframes.insert("B", at(2)));
+    EXPECT_TRUE(keyframes.insert("a", at(3)));
+    EXPECT_FALSE(keyframes.insert("a", keyframes.hold(at(4)))) << "the one there stays";
     EXPECT_EQ(keyframes.getCount(), 3);
     EXPECT_EQ(xOf(keyframes.find("a")), 3);
     EXPECT_EQ(keyframes.find("A"), nullptr);
@@ -36,7 +37,8 @@ TEST(Keyframes, AreNamedWithCaseAndWalkedInOrder) {
     EXPECT_EQ(keyframes.getNext(), nullptr);
 
     keyframes.getFirst();
-    EXPECT_EQ(xOf(keyframes.erase("B").get()), 2);
+    const CN_Keyframes::Held erased = keyframes.hold(keyframes.erase("B"));
+    EXPECT_EQ(xOf(erased.get()), 2);
     EXPECT_EQ(*keyframes.getCurrentKey(), "a");
     EXPECT_EQ(keyframes.erase("B"), nullptr);
     keyframes.killAll();
