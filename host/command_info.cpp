@@ -2,6 +2,7 @@
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/lighting/lightmap_pool_interface.h"
 #include "host/command_line.h"
 #include "host/entity_text.h"
 #include "host/level_session.h"
@@ -60,6 +61,11 @@ Json describe(const InfoOptions& options, const OpenedLevel& level) {
     info["entities"] = counts.entities;
     info["kinds"] = std::move(kinds);
     info["depth"] = counts.depth;
+    info["materials"] = document.getMaterials().numMaterials();
+    info["categories"] = document.getMaterials().getCategories().count();
+    info["textures"] = document.getTextures().list().count();
+    info["texels"] = document.getTextures().totalTexels();
+    info["lightmaps"] = document.getLightmaps()->getLightmapCount();
     info["fsms"] = counts.machines;
     info["handlers"] = counts.handlers;
     info["selected"] = document.getSelection()->getCount();

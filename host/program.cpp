@@ -26,6 +26,8 @@ void addCommands(CLI::App& app, Command& chosen) {
     addImportCommand(app, chosen);
     addSaveCommand(app, chosen);
     addImageCommand(app, chosen);
+    addTexturesCommand(app, chosen);
+    addThumbsCommand(app, chosen);
     addContentCommand(app, chosen);
 }
 

@@ -45,8 +45,8 @@ using I_PixelBuffer = std::unique_ptr<I_Color[], I_FreePixels>;
 /// A decoded picture: 32 bits a pixel, rows from the top, each from the left.
 class I_Image {
   public:
-    /// The formats of image files, by the numbers that level files store.
-    enum Format {
+    /// The formats of image files, by the numbers that level files store. A file may hold any number, which is kept.
+    enum Format : int {
         TGA = 0,
         PNG = 1, ///< read where a host names such a file
         SCX = 2,
