@@ -46,10 +46,6 @@ void CN_LevelEntityTriMesh::createFSM() {
         m_fsm->createDynamicMeshHandlers();
 }
 
-void CN_LevelEntityTriMesh::transformKeyframes(const M_Matrix4x3Template<double>& matrix) {
-    m_animation.transformKeyframes(matrix);
-}
-
 bool CN_LevelEntityTriMesh::onCanAdd(int entityId) { return CN_isOrdinaryChild(entityId); }
 
 } // namespace cairn

@@ -39,9 +39,11 @@ void checkChunks(I_FileBytes file) {
 I_DecodedImage decodePNG(I_FileBytes file) {
     if (file.size() <= DEPTH_OFFSET || !std::equal(SIGNATURE.begin(), SIGNATURE.end(), file.begin()))
         refuseImage(FORMAT, "it does not begin like one");
+    checkChunks(file.subspan(SIGNATURE.size()));
     // A pixel has at least one sample.
-    const std::uint64_t bits =
-        checkImageSize(FORMAT, bigEndian32(file, 16), bigEndian32(file, 20)) * std::uint64_t{file[DEPTH_OFFSET]};
+    const std::size_t pixels =
+        checkImageSize(FORMAT, bigEndian32(file, WIDTH_OFFSET), bigEndian32(file, HEIGHT_OFFSET));
+    const std::uint64_t bits = std::uint64_t{pixels} * file[DEPTH_OFFSET];
     if (bits / 8 / MOST_BYTES_A_BYTE > file.size())
         refuseImage(FORMAT, "it is too short for its size");
     checkChunks(file.subspan(SIGNATURE.size()));

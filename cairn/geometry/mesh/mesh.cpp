@@ -1,5 +1,6 @@
 #include "cairn/geometry/mesh/mesh.h"
 
+#include "cairn/animation/keyframes.h"
 #include "cairn/fsm/fsm.h"
 
 #include <limits>
@@ -58,8 +59,6 @@ void CN_Mesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
     handleOwnHierarchy();
     calculateBoundingBox();
 }
-
-void CN_Mesh::transformKeyframes(const M_Matrix4x3Template<double>& matrix) { m_animation.transformKeyframes(matrix); }
 
 CN_Polygon* CN_Mesh::addPolygon() { return &m_polygonList.emplace(this); }
 
