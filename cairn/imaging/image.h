@@ -39,8 +39,8 @@ struct I_SurfaceHeader {
 /// A decoded picture: 32 bits a pixel, rows from the top, each from the left.
 class I_Image {
   public:
-    /// The formats of image files, by the numbers that level files store.
-    enum Format {
+    /// The formats of image files, by the numbers that level files store. A file may hold any number, which is kept.
+    enum Format : int {
         TGA = 0,
         PNG = 1, ///< read where a host names such a file
         SCX = 2,
