@@ -6,6 +6,7 @@ set(CAIRN_MEDIA_ROOMS "imaging|content")
 find_package(fmt REQUIRED)
 find_package(xxHash REQUIRED)
 find_package(SQLite3 REQUIRED)
+find_package(stb REQUIRED)
 
 # cairn_split_by_library(<prefix> <folder> <files>...)
 #
@@ -47,7 +48,11 @@ cairn_add_library(cairn_base "${_headers_base}" "${_sources_base}")
 target_link_libraries(cairn_base PRIVATE fmt::fmt $<BUILD_INTERFACE:xxHash::xxhash>)
 
 cairn_add_library(cairn_media "${_headers_media}" "${_sources_media}")
-target_link_libraries(cairn_media PUBLIC cairn_base PRIVATE fmt::fmt SQLite::SQLite3)
+target_link_libraries(cairn_media PUBLIC cairn_base PRIVATE fmt::fmt SQLite::SQLite3 $<BUILD_INTERFACE:stb::stb>)
+# Damaged JPEG data leads stb_image beyond the range of its integers, which wrap round then; and into shifting a 0 by 32
+# bits or more, which is 0 on every machine though the language does not say so.
+set_source_files_properties(cairn/imaging/stb_decoder.cpp PROPERTIES
+    COMPILE_OPTIONS "-fwrapv;-fno-sanitize=shift-exponent")
 
 cairn_add_library(cairn "cairn/cairn.h;${_headers_model}" "${_sources_model}")
 target_link_libraries(cairn PUBLIC cairn_media cairn_base PRIVATE fmt::fmt)

@@ -97,11 +97,17 @@ class ProblemFinder {
     /// What the library showed and neither its report nor the fault says already.
     void addMessages() {
         for (const std::string& message : m_level.messages)
-            if (!m_reported.contains(message) && message != m_level.fault && !listsBrokenRotations(message))
+            if (!m_reported.contains(message) && message != m_level.fault && !listsBrokenRotations(message) &&
+                !tellsOfNamelessTexture(message))
                 add("message", message);
     }
     bool listsBrokenRotations(const std::string& message) const {
         return m_brokenRotation && message.find("broken rotation") != std::string::npos;
+    }
+
+    /// The report has the name that the texture got.
+    static bool tellsOfNamelessTexture(const std::string& message) {
+        return message.starts_with("Problems loading texture;");
     }
 
     /// Recursion is as deep as the tree, which a load bounds.

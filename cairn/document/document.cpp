@@ -96,6 +96,8 @@ CN_Document::CN_Document() {
         m_selection = std::make_unique<CN_Selection>();
         m_materials.construct();
         m_textures.construct();
+        m_textures.setLoadReport(&m_loadReport);
+        m_materials.setLoadReport(&m_loadReport);
         m_lightmaps = std::make_unique<CN_LightmapPool>();
         m_camera = std::make_unique<CN_Camera>();
         aliveDocuments().insert(this);

@@ -7,8 +7,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
-#include <vector>
 
 namespace cairn {
 
@@ -35,6 +35,12 @@ struct I_SurfaceHeader {
     /// True where the second capability word has a bit of 0xFE00 set.
     bool isCube() const { return (getCaps2() & 0xFE00u) != 0; }
 };
+
+/// Releases pixels of the C heap, where the decoders put them: so a picture is taken over instead of copied.
+struct I_FreePixels {
+    void operator()(I_Color* pixels) const { std::free(pixels); }
+};
+using I_PixelBuffer = std::unique_ptr<I_Color[], I_FreePixels>;
 
 /// A decoded picture: 32 bits a pixel, rows from the top, each from the left.
 class I_Image {
@@ -69,7 +75,7 @@ class I_Image {
     /// is none; the object is unchanged then. Sizes are checked before anything is allocated.
     void construct(Format format, const char* data, int size);
     /// The format by the file name's ending, in any case: ".tga", ".scx", ".pcx", ".jpg", ".jpeg", ".png", ".bmp".
-    /// Throws an `I_ImageException_UnknownImageFormat*` for another.
+    /// Throws an `I_ImageException_UnknownImageFormat*` for another and for null.
     static Format determineImageFormat(const char* fileName);
 
     int getWidth() const { return m_width; }
@@ -78,13 +84,14 @@ class I_Image {
     /// +Z, -Z; 0 without a picture.
     int getFaceCount() const { return m_faceCount; }
     /// The width times height pixels of a face, which must be there; valid until the image changes.
-    const I_Color* getPixels(int face = 0) const { return m_pixels.data() + faceOffset(face); }
-    I_Color* accessPixels(int face = 0) { return m_pixels.data() + faceOffset(face); }
+    const I_Color* getPixels(int face = 0) const { return m_pixels.get() + faceOffset(face); }
+    I_Color* accessPixels(int face = 0) { return m_pixels.get() + faceOffset(face); }
     /// The header of the file it came from, or null for a plain picture.
     const I_SurfaceHeader* getSurfaceHeader() const { return m_surfaceHeader.get(); }
     /// The bitmap that `makeDIB` made last, or null; the image owns it.
     HBITMAP getDIB() const { return m_bitmap.get(); }
-    /// Makes a bitmap of the first face as it is now, in place of the one before, and gives it.
+    /// Makes a bitmap of the first face as it is now, in place of the one before, and gives it; null, and none kept,
+    /// without a picture.
     HBITMAP makeDIB();
 
   private:
@@ -95,7 +102,7 @@ class I_Image {
     int m_width = 0;
     int m_height = 0;
     int m_faceCount = 0;
-    std::vector<I_Color> m_pixels;                    ///< face after face
+    I_PixelBuffer m_pixels;                           ///< face after face; null without a picture
     std::unique_ptr<I_SurfaceHeader> m_surfaceHeader; ///< null for a plain picture
     std::unique_ptr<Bitmap> m_bitmap;                 ///< null until `makeDIB`
 };

@@ -57,9 +57,6 @@ class CN_Material {
     /// diffuse texture without a name, which a message box tells, or a texture that is not to be had. Throws where the
     /// record is damaged. Either way the position stands behind the record unless the chunk itself is bad.
     bool load(F_MemoryFile& file);
-    /// Numbers of the record read last that could not be taken and have their initial values, as a text; empty where
-    /// there were none.
-    const string& getRepairedOnLoad() const { return m_repairedOnLoad; }
     /// @}
 
     /// @name Textures
@@ -168,8 +165,8 @@ class CN_Material {
     /// @name Fields
     /// @{
     const CString& name() const { return m_name; }
-    /// Null counts as empty. The category that holds the material finds it under the new name from now on.
-    void setName(const char* name);
+    /// The category that holds the material finds it under the new name from now on.
+    void setName(const CString& name);
     CN_TextureList* getList() const { return m_list; }
     /// Where textures come from; not owned, and must outlive the textures that the material holds.
     void setList(CN_TextureList* list) { m_list = list; }
@@ -201,8 +198,18 @@ class CN_Material {
 
   private:
     friend class CN_MaterialsCategory;
+    struct RecordNames;
 
+    void replaceDiffuseTextures(TextureVector textures);
+    void scaleDiffuse(const CN_Texture* texture);
     void defaultScaleOf(const CN_Texture& texture, double& u, double& v) const;
+    CN_Texture* findTexture(const CString& name) const;
+    void release(CN_Texture* texture);
+    void makeIcon(std::unique_ptr<I_Image>& icon, HBITMAP& bitmap, const I_Image& source, int size);
+    void readFields(F_MemoryFile& file, int version, RecordNames& names);
+    void repairNumbers();
+    bool takeTextures(const RecordNames& names);
+    void reportRepair(const string& text) const;
 
     double m_diffuseTileU = 1.0, m_diffuseTileV = 1.0; ///< scale of the diffuse layer
     double m_lightTileU = 1.0, m_lightTileV = 1.0;     ///< scale of the light layer
@@ -236,10 +243,9 @@ class CN_Material {
     int m_visibleFrame = 0; ///< index into m_diffuseTextures
     int m_framerate = 1;    ///< frames per second
     int m_useCount = 0;     ///< polygons and triangles with this material
-    string m_repairedOnLoad;
 
-    CN_MaterialsCategory* m_indexedBy = nullptr;    ///< not owned: the category whose index has this name
-    std::list<CN_Material*>::iterator m_place = {}; ///< in that category's list; valid where m_indexedBy is set
+    CN_MaterialsCategory* m_indexedBy = nullptr;          ///< not owned: the category whose index has this name
+    std::list<CN_Material*>::const_iterator m_place = {}; ///< in that category's list; valid where m_indexedBy is set
 };
 
 } // namespace cairn

@@ -7,7 +7,6 @@
 
 #include <list>
 #include <memory>
-#include <vector>
 
 namespace cairn {
 
@@ -55,8 +54,6 @@ class CN_MaterialsCategory {
     /// Reads a material, appends it and enters it into the image lists. Null, and the material gone, where it cannot be
     /// used.
     CN_Material* loadMaterial(F_MemoryFile& file);
-    /// What loading changed or dropped since `load` began, a text each.
-    const std::vector<string>& getLoadRepairs() const { return m_loadRepairs; }
     /// @}
 
     const CString& name() const { return m_name; }
@@ -81,7 +78,7 @@ class CN_MaterialsCategory {
     /// Null where there is none.
     CN_Material* getFirstMaterial() const { return m_materials.empty() ? nullptr : m_materials.front(); }
     /// The first material of that name without regard to case, or null. Constant time.
-    CN_Material* get(const char* name) const;
+    CN_Material* get(const char* name) const { return find(name ? name : ""); }
     /// Appends the material, which becomes owned; without one a new one with the default scale `scale`. Where
     /// `textureName` is not empty the material gets that texture of the list as diffuse texture, takes its name, made
     /// unique, and enters the image lists. Gives the material.
@@ -117,18 +114,25 @@ class CN_MaterialsCategory {
     friend class CN_MaterialWrapper;
     /// A place in the list, as the index of names keeps it.
     struct Place {
-        MaterialList::iterator at = {};
+        MaterialList::const_iterator at = {};
         bool operator==(const Place& other) const { return at == other.at; }
     };
 
     void takeFrom(CN_MaterialsCategory& other);
     void append(CN_Material* material);
-    void takeOut(CN_Material* material);
+    bool takeOut(CN_Material* material);
+    CN_Material* find(std::string_view name) const;
+    bool holds(const CN_Material* material) const;
+    CN_Material* findOther(std::string_view name, const CN_Material* material) const;
+    CN_Material* mergeOrName(CN_Material* material);
+    string makeUniqueName(const CString& name) const;
     void deleteMaterials();
     void indexNames() const;
     void dropIndex();
+    void enterName(CN_Material* material, MaterialList::const_iterator at) const;
     void renamed(CN_Material& material, std::string_view oldName);
     void createImageLists();
+    void reportRepair(const string& text) const;
 
     CString m_name;
     CN_TextureList* m_list = nullptr;        ///< not owned: where textures come from
@@ -137,7 +141,6 @@ class CN_MaterialsCategory {
     CImageList m_thumbImgList;               ///< 64 by 64
     bool m_constructed = true;               ///< in use
     CN_MaterialWrapper* m_wrapper = nullptr; ///< not owned: the one that holds this
-    std::vector<string> m_loadRepairs;
 
     mutable F_NameIndex<Place> m_index;                  ///< of the names, in list order
     mutable std::unique_ptr<CN_NumberedNames> m_numbers; ///< of the names; null until one must be made unique

@@ -4,6 +4,7 @@
 #include "cairn/materials/render_texture.h"
 #include "cairn/platform/string.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -72,9 +73,9 @@ class CN_Texture {
     void setSourceFormat(I_Image::Format format) { m_sourceFormat = format; }
     /// Takes over `size` bytes that came from `new unsigned char[]`, whose format was set before, and decodes them for
     /// the size. Bytes that are set while the format is `UNSUPPORTED` stay the caller's. Without `freeOld` the old bytes
-    /// go to the caller, who has their address from `getSource`. Null empties the source. What does not decode throws an
-    /// `I_ImageException*`: the texture has the bytes then, and the size 0. Throws for a negative size, and nothing
-    /// has changed.
+    /// go to the caller, who has their address from `getSource`. Null is no source, and the size in texels stays. What does
+    /// not decode throws an `I_ImageException*`: the texture has the bytes then, and is 0 x 0. Throws for a negative
+    /// size, and nothing has changed.
     void setSource(void* data, int size, bool freeOld);
     /// A freshly decoded image, the caller's. Throws an `I_ImageException*` where the source does not decode or is
     /// none. Costs a decode each time.
@@ -106,10 +107,9 @@ class CN_Texture {
     friend class CN_TextureList;
     friend F_MemoryFile& operator>>(F_MemoryFile& file, CN_Texture& texture);
 
-    void takeSource(std::unique_ptr<unsigned char[]> bytes, int size, I_Image::Format format);
+    void takeSource(std::unique_ptr<unsigned char[]> bytes, int size);
     void takeImage(const I_Image& image);
     void forgetImage();
-    void forgetSource();
     void createRenderTexture(const I_Image& image);
 
     bool m_constructed = true;                         ///< in use
@@ -127,7 +127,7 @@ class CN_Texture {
 
     CN_TextureList* m_holder = nullptr; ///< not owned: the list whose node this is, null for a texture by itself
     std::uint64_t m_stamp = 0;          ///< place in the holder's order
-    bool m_isIndexed = false;           ///< the holder finds it by its present name
+    std::size_t m_notIndexedAt = 0;     ///< where the holder keeps it among those that its index lacks
     bool m_isToBeRemoved = false;       ///< fell to no references while the holder puts removals off
 };
 

@@ -92,11 +92,13 @@ class CN_TextureList {
     CN_Texture* findIndexed(std::string_view name, const CN_Texture* texture) const;
     CString makeName();
     void nameWillChange(CN_Texture& texture);
-    void nameIsFree(std::string_view name) const;
+    void leaveIndex(CN_Texture& texture);
+    void makeRoomForNotIndexed();
+    void addNotIndexed(CN_Texture& texture);
     void updateIndex() const;
     void rebuildIndex() const;
     void removeDeferred();
-    bool loadTexture(F_MemoryFile& file);
+    bool loadTexture(F_MemoryFile& file, unsigned int number);
     void report(const char* code, string text) const;
 
     bool m_constructed = true;                 ///< in use
@@ -105,6 +107,7 @@ class CN_TextureList {
     std::unique_ptr<I_Image> m_animationImage; ///< null for none
     CN_LoadReport* m_loadReport = nullptr;     ///< not owned
 
+    // A removal allocates nothing: materials release their textures in their destructors.
     // A name may be changed behind the list (`editName`): a texture leaves the index then and comes back, under the name
     // it has by then, when the list is next asked.
     mutable F_NameIndex<CN_Texture*> m_index;      ///< not owned: textures of the list by name

@@ -25,7 +25,7 @@ class CImageList {
     bool isCreated() const { return m_width > 0; }
     int GetImageCount() const { return static_cast<int>(m_icons.size()); }
     /// Appends a copy of `image` and gives its index; -1 where there is no list, no bitmap, or one of another size.
-    /// `mask` says which pixels show where the icon has no alpha; one that is given must have the icon's size.
+    /// A `mask` that is given must have the icon's size; it hides nothing, as icons of 32 bits bring their alpha.
     int Add(HBITMAP image, HBITMAP mask);
     /// The icon at `index`, or null where there is none. Valid until the list changes.
     HBITMAP getIcon(int index) const;

@@ -1,8 +1,10 @@
 #include "tests/support/old_records.h"
 
 #include "cairn/foundation/memory_file.h"
+#include "tests/support/old_materials.h"
 
 #include <limits>
+#include <utility>
 
 namespace cairn::test {
 
@@ -164,8 +166,8 @@ void writeOldEntity(F_MemoryFile& file, const OldEntity& entity) {
 Bytes makeLevel(const OldLevel& level) {
     F_MemoryFile file;
     writeVersion(file, level);
-    writeNoTextures(file);
-    writeNoMaterials(file);
+    level.textures ? level.textures(file) : writeNoTextures(file);
+    level.materials ? level.materials(file) : writeNoMaterials(file);
     writeNoLightmaps(file, level.lightmapChunk);
     writeOldPreferences(file, level.preferencesVersion);
     writeOldEntity(file, level.root);
@@ -214,6 +216,8 @@ std::vector<StoredRecord> storedRecords() {
     add("selection_bare", [](OldLevel& level) { level.selection = OldLevel::Selection::BARE; });
     add("selection_nothing", [](OldLevel& level) { level.selection = OldLevel::Selection::NOTHING; });
     add("group_names_missing", [](OldLevel& level) { level.groupNames = false; });
+    for (StoredRecord& record : storedMaterialRecords(newest))
+        records.push_back(std::move(record));
     return records;
 }
 

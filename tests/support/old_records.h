@@ -41,7 +41,9 @@ struct OldLevel {
     std::string sentinel = "CAIRN1.1";
     int formatVersion = 3;
     std::string build = "Build 25";
-    bool lightmapChunk = true; ///< else the count stands bare, and no curve
+    std::function<void(F_MemoryFile&)> textures = {};  ///< the section of the textures; none where it is empty
+    std::function<void(F_MemoryFile&)> materials = {}; ///< likewise
+    bool lightmapChunk = true;                         ///< else the count stands bare, and no curve
     int preferencesVersion = CAIRN_DOC_PREFERENCES_VERSION;
     OldEntity root = {.kind = CN_KIND_LEVEL, .name = "World_Group"};
     Selection selection = Selection::CHUNK;
