@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 namespace cairn {
 
 class CN_Lightmap;
@@ -23,8 +25,8 @@ class CN_LightmapPoolInterface {
     virtual CN_Lightmap* getLightmap(unsigned long id) = 0;
     /// Counts one more user. Nothing for `NO_LIGHTMAP`; an id that is not there throws.
     virtual void referenceLightmap(unsigned long id) = 0;
-    /// Counts one user less; the last one takes the lightmap with it. Nothing for `NO_LIGHTMAP`; an id that is not
-    /// there throws.
+    /// Counts one user less; the last one takes the lightmap with it. Nothing for `NO_LIGHTMAP` and for a lightmap
+    /// that has no user; an id that is not there throws.
     virtual void dereferenceLightmap(unsigned long id) = 0;
     virtual const CN_LightmapCurve& getLightmapCurve() const = 0;
     virtual CN_LightmapCurve& getLightmapCurve() = 0;
@@ -32,6 +34,7 @@ class CN_LightmapPoolInterface {
     virtual void save(F_MemoryFile& file) = 0;
     /// Drops lightmaps that nobody uses and says so in a message box.
     virtual void debugCheck() = 0;
+    virtual std::size_t getLightmapCount() const = 0;
 };
 
 } // namespace cairn
