@@ -140,7 +140,7 @@ class CN_LevelEntity {
     virtual void saveEntitySpecificData(F_MemoryFile& file) = 0;
     /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
     /// subtree: what `save` does ahead of its first byte, and a document ahead of its own. Gives the entities of the
-    /// subtree in pre-order, this one first.
+    /// subtree in pre-order, this one first, without those that a save leaves out (`CN_VirtualNode::isLeftOut`).
     std::vector<CN_LevelEntity*> checkSavable();
     /// Why reading would refuse what `saveEntitySpecificData` writes, as the end of a sentence about the entity; empty
     /// where it would not. `checkSavable` asks it.
@@ -385,6 +385,7 @@ class CN_LevelEntity {
     const char* findNotFinite() const;
     void checkRotation();
     void reportUnread(std::size_t bytes) const;
+    void reportLeftOut(const CN_LevelEntity* child) const;
     std::string getLoadPath() const;
     bool isGameplayCritical_traverseUp() const;
     bool isGameplayCritical_traverseDown() const;
