@@ -1,8 +1,9 @@
 #include "tests/support/mesh_shelf.h"
 
-#include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/portal.h"
+#include "cairn/materials/material.h"
+#include "cairn/materials/materials_category.h"
 
 #include <cmath>
 #include <memory>
@@ -116,6 +117,11 @@ void makeExit(CN_Polygon& from, CN_Polygon& to) {
 }
 
 } // namespace
+
+ShelfDocument::ShelfDocument() {
+    createCairnLevelEntities();
+    accessMaterials().addCategory(&accessTextures(), "Default")->add(0, "", nullptr)->setName("plain");
+}
 
 CN_Polygon* fixturePolygon(CN_LevelEntityMesh& mesh, const std::vector<Loop>& loops) {
     CN_Polygon* const polygon = mesh.addPolygon();
@@ -232,8 +238,7 @@ CN_LevelEntityMesh* tPair(CN_Document& document) {
 }
 
 CN_LevelEntityMesh* duplicatedBox(CN_Document& document) {
-    CN_Document plan;
-    plan.createCairnLevelEntities();
+    ShelfDocument plan;
     const CN_LevelEntityMesh* const box = boxRoom(plan);
     CN_LevelEntityMesh* const mesh = addFixture(document, "Duplicated");
     int made = 0;

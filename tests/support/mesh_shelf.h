@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cairn/document/document.h"
 #include "cairn/entities/mesh_entity.h"
 
 #include <functional>
@@ -9,6 +10,11 @@
 /// Sample meshes that every test of geometry runs over. Coordinates are multiples of 1/8 where nothing else is told, room
 /// faces look inward, and volumes are exact.
 namespace cairn::test {
+
+/// A document with its root and player and a default material.
+struct ShelfDocument : CN_Document {
+    ShelfDocument();
+};
 
 /// The corners of a closed loop, as places in the mesh's vertex list.
 using Loop = std::vector<int>;
