@@ -334,6 +334,12 @@ class CN_LevelEntity {
     ///         setRenderer(factory->createMeshRenderer(this));
     CN_EntityRendererFactory* getFactoryOfMissingRenderer() const;
 
+    /// The two halves of `handleHierarchy`: this entity's world values from its parent's, then the children's from its own.
+    void placeInWorld(const Vector& parentPosition, const Matrix& parentRotation);
+    void placeChildrenInWorld(bool force);
+    /// The path of the entity that is being read, which is not attached to its ancestors yet.
+    std::string getLoadPath() const;
+
     void saveCommonEntityData(F_MemoryFile& file);
     void loadCommonEntityData(F_MemoryFile& file);
     void saveChildren(F_MemoryFile& file);
@@ -386,7 +392,6 @@ class CN_LevelEntity {
     void checkRotation();
     void reportUnread(std::size_t bytes) const;
     void reportLeftOut(const CN_LevelEntity* child) const;
-    std::string getLoadPath() const;
     bool isGameplayCritical_traverseUp() const;
     bool isGameplayCritical_traverseDown() const;
 

@@ -71,7 +71,6 @@ std::string shownPath(std::string path) {
 
 } // namespace
 
-/// The path of the entity that is being read, which is not attached to its ancestors yet.
 std::string CN_LevelEntity::getLoadPath() const {
     std::vector<const CN_LevelEntity*> entities;
     const LoadScope* scope = LoadScope::innermost();

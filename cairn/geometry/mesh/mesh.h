@@ -10,11 +10,11 @@
 #include "cairn/geometry/polygon/polygon.h"
 #include "cairn/geometry/vertex.h"
 #include "cairn/math/bbox.h"
+#include "cairn/platform/handlers.h"
 
 #include <memory>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace cairn {
@@ -25,7 +25,12 @@ class CN_LevelEntityPolygonGroup;
 inline constexpr int CAIRN_MESH_VERSION = 9;
 
 /// The place of a pointer in a list; -1 and a message that names `typeName` where it is not there.
-template <class T> int getPointerListIndex(const F_DLList<T*>& list, const T* pointer, const char* typeName);
+template <class T> int getPointerListIndex(const F_DLList<T*>& list, const T* pointer, const char* typeName) {
+    const int index = list.indexOfValue(const_cast<T*>(pointer));
+    if (index < 0)
+        AfxMessageBox(formatText("getPointerListIndex<%s>; item not found!", typeName));
+    return index;
+}
 
 /// An editable mesh: a level entity made of polygons over a list of vertices that they share.
 ///
@@ -40,8 +45,13 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
 
     /// @name Record (mesh_record.cpp)
     /// @{
+    /// Reads the record into this mesh in place of what it has, and repairs what it can (see the source and
+    /// `CN_Polygon::load`). Exits keep their partners' numbers until `CN_ExitDestinationPointerDeserializer` binds them.
+    /// Throws an `F_Exception*` on damage.
     void loadEntitySpecificData(F_MemoryFile& file) override;
+    /// Polygons without edges are left out.
     void saveEntitySpecificData(F_MemoryFile& file) override;
+    string findRecordFault() const override;
     /// @}
 
     /// @name Entity
@@ -78,10 +88,23 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
 
     /// @name Animation interface: the mesh's own `CN_Animation`
     /// @{
-    void transformKeyframes(const M_Matrix4x3Template<double>& matrix) override;
+    void gotoKeyframe(const string& name) override { m_animation.gotoKeyframe(this, name); }
+    bool addKeyframe(const string& name) override { return m_animation.addKeyframe(this, name); }
+    void transformKeyframes(const M_Matrix4x3Template<double>& matrix) override {
+        m_animation.transformKeyframes(matrix);
+    }
+    CN_MeshAnimations* accessAnimations() override { return m_animation.accessAnimations(); }
+    const CN_MeshAnimations* getAnimations() const override { return m_animation.getAnimations(); }
     CN_Keyframes* accessKeyframes() override { return m_animation.accessKeyframes(); }
     const CN_Keyframes* getKeyframes() const override { return m_animation.getKeyframes(); }
+    const string& getCurrentKeyframe() const override { return m_animation.getCurrentKeyframe(); }
+    const string& getDefaultKeyframe() const override { return m_animation.getDefaultKeyframe(); }
+    const string& getLightingKeyframe() const override { return m_animation.getLightingKeyframe(); }
     void setKeyframes(CN_Keyframes* keyframes) override { m_animation.setKeyframes(keyframes); }
+    void setAnimations(CN_MeshAnimations* animations) override { m_animation.setAnimations(animations); }
+    void setCurrentKeyframe(const string& name) override { m_animation.setCurrentKeyframe(name); }
+    void setDefaultKeyframe(const string& name) override { m_animation.setDefaultKeyframe(name); }
+    void setLightingKeyframe(const string& name) override { m_animation.setLightingKeyframe(name); }
     /// @}
 
     /// @name Vertices (mesh_vertices.cpp)
@@ -107,7 +130,10 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     bool deletePolygon(CN_Polygon* polygon);
     /// The place of the polygon in the list, or -1 for one that is not in it.
     int findPolygonIndex(const CN_Polygon* polygon) const { return m_polygonList.indexOf(polygon); }
-    /// The place that the polygon has among those that a save writes (those with edges), or -1.
+    /// The polygons that a save writes, those with edges, in their order.
+    std::vector<const CN_Polygon*> getWrittenPolygons() const;
+    /// The place that the polygon has among those, or -1. Costs a walk of the list: for many polygons use
+    /// `getWrittenPolygons`.
     int findWrittenIndex(const CN_Polygon* polygon) const;
     /// Gives every polygon that is no exit the material; with `applyTiles` their texture axes take the lengths of the
     /// material's tiles.
@@ -155,7 +181,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     const E_BBox<double>& getLocalBox() const { return m_boundingBox; }
     /// Renews the bounding boxes, the radius and the centre; a mesh without corners has the unset box and the radius 0.
     void calculateBoundingBox();
-    /// True if the entity may be moved below this mesh: it is no room and stands inside.
+    /// True if the entity may be moved below this mesh: it is no room and stands inside. A mesh entity stands where its
+    /// polygons' corners do on average.
     bool isParentableNonRoom(const CN_LevelEntity* entity);
     /// @}
 
@@ -168,7 +195,11 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
 
   private:
     void initializeMembers();
-    void adoptPolygons();
+    void copyGeometry(const CN_Mesh& other);
+    bool loadPolygons(F_MemoryFile& file);
+    void loadAnimation(F_MemoryFile& file);
+    void loadTrigger(F_MemoryFile& file, int version);
+    double findWindingNumber(const Vector& worldPoint) const;
 
     Vector m_centerOfArea;                                     ///< in the mesh's space
     VertexList m_vertexList;                                   ///< owned

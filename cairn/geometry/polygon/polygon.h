@@ -2,6 +2,7 @@
 
 #include "cairn/containers/dl_list.h"
 #include "cairn/containers/small_map.h"
+#include "cairn/foundation/strings.h"
 #include "cairn/geometry/edge.h"
 #include "cairn/geometry/triangle.h"
 #include "cairn/geometry/vertex.h"
@@ -9,7 +10,9 @@
 #include "cairn/math/planar_space3.h"
 #include "cairn/math/plane3.h"
 
+#include <cstdint>
 #include <limits>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -119,20 +122,24 @@ class CN_Polygon {
     /// @{
     const EdgeList& getEdgeList() const { return m_edgeList; }
     EdgeList& accessEdgeList() { return m_edgeList; }
-    const F_DLList<CN_Vertex*>& getVertexBuffer() const { return m_vertexBuffer; }
+    /// The corners that `constructEdges` will take.
+    const F_DLList<CN_Vertex*>& getVertexBuffer() const { return lists().vertexBuffer; }
     /// Collects a corner for `constructEdges` and counts it.
     void addVertex(CN_Vertex* vertex);
-    /// Makes the vertex in the mesh and collects it.
+    /// Makes the vertex in the mesh, which the polygon must have, and collects it.
     void addVertex(const Vector& point);
     void addVertex();
+    /// Collects and gives the first vertex of the mesh that is nearer than 1e-6 to a point of the world; where there is
+    /// none, one that is made at the point in both spaces.
+    CN_Vertex* addVertexCheck(const Vector& point);
     /// Drops the corner that was collected last. False where there is none.
     bool removeVertex();
-    /// Makes one closed loop of the collected corners, in place of the edges, and empties the buffer. Cost: constant for
-    /// each corner.
+    /// Makes one closed loop of the collected corners, in place of the edges, and empties the buffer. Throws, and nothing
+    /// has changed, where one is no vertex of the mesh. Cost: constant for each corner.
     void constructEdges();
     /// Appends an edge from the mesh's vertex `a` to its vertex `b`; nothing and null where they are the same.
     CN_Edge* addEdge(int a, int b, bool holeStart);
-    /// The same between two places in the mesh's space, whose vertices are found within 1e-6 or made.
+    /// The same between two places in the mesh's space, whose vertices are found within 1e-6 or made. Needs a mesh.
     CN_Edge* addEdge(const Vector& a, const Vector& b);
     /// Appends a pointer to each edge.
     void insertEdges(F_DLList<CN_Edge*>& list);
@@ -172,13 +179,15 @@ class CN_Polygon {
     /// True for a polygon that leads somewhere.
     bool isExitPolygon() const { return m_exitDestination != nullptr; }
     CN_Polygon* getExitDestination() const { return m_exitDestination; }
-    void setExitDestination(CN_Polygon* partner) { m_exitDestination = partner; }
+    /// Leads to `partner`, or with null nowhere. A partner that dies takes the exit with it.
+    void setExitDestination(CN_Polygon* partner);
     /// The mesh it leads into; null for a polygon that is no exit.
     CN_Mesh* getExitDestinationMesh() const;
     /// The number of the partner as a load read it, `NON_EXIT_INDEX` for none and once the partner is bound.
     int getExitDestinationIndex() const { return m_exitDestinationIndex; }
     void setExitDestinationIndex(int index) { m_exitDestinationIndex = index; }
-    /// Makes an exit a wall of that material, which may be null: nobody is led anywhere and no portal is attached.
+    /// Makes an exit a wall, of that material where it has none (null leaves it so): nobody is led anywhere and no
+    /// portal is attached.
     void sealExit(CN_Material* material);
     /// @}
 
@@ -224,11 +233,23 @@ class CN_Polygon {
 
     /// @name Texture spaces
     /// @{
-    /// Key 0 is the base texture's, key 2 the light layer's. Key 0 is always there.
+    /// More spaces than this are neither read nor written: two are in use.
+    static constexpr int MAX_UV_SPACES = 64;
+    /// Key 0 is the base texture's, key 2 the light layer's. Key 0 is always there unless a caller deletes it.
     const UVSpaces& getUVSpaces() const { return m_uvSpaces; }
     UVSpaces& accessUVSpaces() { return m_uvSpaces; }
-    /// The space of the key, or space 0 where there is none.
+    bool hasUVSpace(int key) const { return m_uvSpaces.contains(key); }
+    /// The space of the key, or space 0 where there is none; a default one where that is missing, too. Valid until the
+    /// spaces change.
     const PlanarSpace& getUVSpace(int key) const;
+    /// The space of the key for writing, a default one where there was none. Coordinates become stale.
+    PlanarSpace& editUVSpace(int key);
+    /// A copy of space 0 and its extent under a new key; nothing for a key that is there.
+    void addUVSpace(int key);
+    void deleteUVSpace(int key) { m_uvSpaces.erase(key); }
+    /// The key of the space that is shown: 2 where the document renders light layers and the material and this polygon
+    /// have one, else 0.
+    int getUVSpaceID() const;
     bool isUVDirty() const { return m_uvDirty; }
     void setUVDirty(bool dirty) { m_uvDirty = dirty; }
     bool isUVCalculated() const { return m_uvCalculated; }
@@ -250,8 +271,8 @@ class CN_Polygon {
     /// The running number in the document: what a file stores and messages print; `NO_INDEX` before one was given.
     unsigned int getPolygonIndex() const { return m_polygonIndex; }
     void setPolygonIndex(unsigned int index) { m_polygonIndex = index; }
-    const F_DLList<CN_Polygon*>& getSharedEdgeList() const { return m_sharedEdgeList; }
-    F_DLList<CN_Polygon*>& accessSharedEdgeList() { return m_sharedEdgeList; }
+    const F_DLList<CN_Polygon*>& getSharedEdgeList() const { return lists().sharedEdgeList; }
+    F_DLList<CN_Polygon*>& accessSharedEdgeList() { return accessLists().sharedEdgeList; }
     /// The host's, not owned.
     Vector* getAdditionalPoint() const { return m_additionalPoint; }
     void setAdditionalPoint(Vector* point) { m_additionalPoint = point; }
@@ -262,18 +283,34 @@ class CN_Polygon {
     /// @}
 
   private:
+    friend class CN_Mesh;
     class Reader;
 
+    /// What few polygons have at a time.
+    struct Lists {
+        F_DLList<CN_Vertex*> vertexBuffer;      ///< not owned: corners on the way to `constructEdges`
+        F_DLList<CN_Polygon*> sharedEdgeList;   ///< not owned: polygons of the mesh that touch along an edge
+        std::vector<CN_Polygon*> incomingExits; ///< not owned: polygons that lead here
+    };
+
+    static const Lists& noLists();
+    const Lists& lists() const { return m_lists ? *m_lists : noLists(); }
+    Lists& accessLists();
     CN_Document* getDocument() const;
+    CN_Mesh& requireMesh() const;
     void copyFields(const CN_Polygon& other);
     void adoptParts();
+    void forgetExits();
+    void saveExtraSpaces(F_MemoryFile& file) const;
+    CN_Polygon* findWrittenPartner() const;
+    string findRecordFault() const;
     void referenceLightmap();
     void dereferenceLightmap();
 
     CN_Polygon* m_exitDestination = nullptr;     ///< not owned: the partner, of an exit
     int m_exitDestinationIndex = NON_EXIT_INDEX; ///< the partner's number until a load has bound it
     CN_LevelEntity* m_attachedEntity = nullptr;  ///< not owned: a portal or radiosity light below the mesh
-    F_DLList<CN_Vertex*> m_vertexBuffer;         ///< not owned: corners on the way to `constructEdges`
+    std::unique_ptr<Lists> m_lists;              ///< null while all of them are empty
     Vector m_normal;                             ///< unit, in the mesh's space
     Vector m_worldNormal;        ///< unit, in the world; after a load `normal`, until the hierarchy is updated
     Vector m_referenceNormal;    ///< unit: what plane moves push along
@@ -282,17 +319,16 @@ class CN_Polygon {
     CN_Mesh* m_parent;           ///< not owned
     TriangleList m_triangleList; ///< the triangulation
     EdgeList m_edgeList;         ///< the boundary: closed loops, one after the other
-    F_DLList<CN_Polygon*> m_sharedEdgeList;        ///< not owned: polygons of the mesh that touch along an edge
     bool m_selected = false;                       ///< by the host
     bool m_visited = false;                        ///< transient mark of a walk
     bool m_uvCalculated = false;                   ///< the extents of the texture spaces hold
     bool m_uvDirty = true;                         ///< texture coordinates are stale
     bool m_mappingDirty = true;                    ///< the lightmap mapping is stale
-    bool m_lightmapCounted = false;                ///< the mapping's lightmap counts this polygon
     Vector m_pointOnPlane;                         ///< in the mesh's space
     Vector* m_additionalPoint = nullptr;           ///< not owned: the host's
     CN_Material* m_material = nullptr;             ///< counted: by use, not owned; null on an exit
     CN_LightmapMapping m_lightmapMapping;          ///< its place on its lightmap
+    std::uint32_t m_countedLightmap = NO_INDEX;    ///< counted: the id of the lightmap that counts this polygon
     unsigned int m_polygonIndex = NO_INDEX;        ///< running number in the document
     UVSpaces m_uvSpaces;                           ///< by key
     Groups m_groups;                               ///< not owned: those it belongs to
