@@ -32,16 +32,6 @@ const CN_Edge* findLongestEdge(const CN_Polygon& polygon) {
     return longest;
 }
 
-/// Gram-Schmidt, row by row.
-Matrix orthonormalized(Matrix m) {
-    m.row(0) = m.row(0).normalized();
-    m.row(1) = (m.row(1) - m.row(0) * m.row(0).dot(m.row(1))).normalized();
-    m.row(2) = (m.row(2) - m.row(0) * m.row(0).dot(m.row(2)) - m.row(1) * m.row(1).dot(m.row(2))).normalized();
-    return m;
-}
-
-bool canInvert(const Matrix& m) { return m.isFinite() && m.determinant() != 0 && m.inverse().isFinite(); }
-
 /// The size of a side that needs that many texels: the next power of two, in its limits. A need that is no number is none.
 int textureSize(double texels) {
     if (!(texels > MIN_SIZE)) // what is larger than the smallest size may go to the power
@@ -74,11 +64,11 @@ bool CN_LightmapMapping::determineLightmapSize(CN_Polygon* polygon, float resolu
     if (!longest)
         return false;
     const Vector along = longest->dir(), normal = polygon->getNormal();
-    Matrix rows = orthonormalized({along, normal.cross(along), normal});
+    Matrix rows = Matrix(along, normal.cross(along), normal).orthonormalized();
     // Left-handed against the normal, as all spaces of polygons are.
     rows.row(1) = rows.row(0).cross(rows.row(2));
-    rows = orthonormalized(rows);
-    if (!canInvert(rows))
+    rows = rows.orthonormalized();
+    if (!rows.isInvertible())
         return false;
     space.setMatrix(rows);
     space.setPoint(longest->getLocal(0));
@@ -117,7 +107,7 @@ void CN_LightmapMapping::initialFitLightmap(CN_Polygon* polygon, bool keepScale)
         Matrix rows = space.getMatrix();
         rows.row(0) = u * (2 * width * stepU / static_cast<double>(width));
         rows.row(1) = v * (2 * height * stepV / static_cast<double>(height));
-        if (!canInvert(rows))
+        if (!rows.isInvertible())
             return;
         space.setMatrix(rows);
     }
@@ -144,7 +134,7 @@ F_MemoryFile& operator>>(F_MemoryFile& file, CN_LightmapMapping& mapping) {
     Matrix rows;
     Point offset;
     file >> normal >> origin >> rows >> offset;
-    const bool sound = canInvert(rows) && origin.isFinite() && std::isfinite(offset.x) && std::isfinite(offset.y);
+    const bool sound = rows.isInvertible() && origin.isFinite() && std::isfinite(offset.x) && std::isfinite(offset.y);
     mapping.setLightmapping(sound ? CN_LightmapMapping::Space(rows, origin, offset) : CN_LightmapMapping::Space());
     file >> mapping.m_resolution >> mapping.m_lightmapValid >> mapping.m_lightmapID;
     if (!std::isfinite(mapping.m_resolution))
