@@ -113,8 +113,8 @@ TEST(OldMeshEntities, PortalsAndGroupsKeepDefaultsForWhatAVersionLacks) {
         EXPECT_EQ(group->getPolygonIndices(), (std::list<unsigned int>{2, 0}));
         group->generatePointersFromPolygonIndices();
         EXPECT_TRUE(group->getPolygonIndices().empty());
-        EXPECT_EQ(group->getSet(), (CN_LevelEntityPolygonGroup::PolygonSet{&mesh.accessPolygonList()[0],
-                                                                           &mesh.accessPolygonList()[2]}));
+        EXPECT_EQ(group->getSet(),
+                  (CN_LevelEntityPolygonGroup::PolygonSet{&mesh.accessPolygonList()[0], &mesh.accessPolygonList()[2]}));
         CN_PolygroupProperties expected;
         expected.smooth = expected.smoothGeometry = expected.freezeLightmaps = true;
         expected.maxAngle = 30;
@@ -165,8 +165,8 @@ TEST(OldMeshEntities, TriangleMeshesOfOldVersionsGetWhatTheirTimeMeant) {
 }
 
 TEST(OldMeshEntities, ADamagedTriangleMeshIsTakenOrRefused) {
-    const auto result = test::driveHostileBytes(
-        storedMeshEntities("trimesh").front().bytes, [](std::span<const unsigned char> bytes) {
+    const auto result =
+        test::driveHostileBytes(storedMeshEntities("trimesh").front().bytes, [](std::span<const unsigned char> bytes) {
             CN_LevelEntityTriMesh mesh;
             F_MemoryFile file(bytes.data(), bytes.size(), false);
             mesh.loadEntitySpecificData(file);

@@ -39,7 +39,8 @@ void writeTriangle(F_MemoryFile& file, int version) {
             file << 77;
     for (const float corner : {1.0f, 2.0f, 3.0f})
         file << M_Vector2Template<float>(corner, -corner);
-    file << "Old" << "Stone" << 42;
+    file << "Old"
+         << "Stone" << 42;
     file.closeChunk();
 }
 
@@ -101,7 +102,8 @@ void writeOldTriMesh(F_MemoryFile& file, int version, int triangleVersion) {
     file << COLLIDE_C << false << false << false << COLLIDE_B << false << COLLIDE_A << true << false << false;
     file << "" << false << false << "stone" << false << false;
     file.closeChunk();
-    file << "object" << "file.max" << false;
+    file << "object"
+         << "file.max" << false;
     file << 4u;
     for (const M_Vector3Template<double>& position : {M_Vector3Template<double>(), {0, 0, 1}, {1, 0, 0}, {0, 3, 4}})
         writeVertex(file, position);

@@ -10,8 +10,7 @@ inline CN_Polygon* addTriangles(CN_Mesh& mesh, int count) {
     for (int i = 0; i < count; ++i) {
         CN_Polygon* const polygon = mesh.addPolygon();
         const double x = i;
-        for (const M_Vector3Template<double>& corner :
-             {M_Vector3Template<double>(x, 0, 0), {x, 0, 1}, {x + 1, 0, 0}})
+        for (const M_Vector3Template<double>& corner : {M_Vector3Template<double>(x, 0, 0), {x, 0, 1}, {x + 1, 0, 0}})
             polygon->addVertex(corner);
         polygon->constructEdges();
         polygon->setNormal({0, 1, 0});
