@@ -135,8 +135,8 @@ void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) 
         throw new CN_ExitDestinationPointerDeserializationException(number);
     F_System::verbose("LevelLoader      : Sealed exit %d", number);
     F_System::verbose(" with name(%s)\n", toString(portal.getQualifiedName()).c_str());
-    F_System::verbose("CN_ExitDestinationPointerDeserializer::visit : portal@%8X polygon@%8X\n",
-                      shownAddress(&portal), shownAddress(exit));
+    F_System::verbose("CN_ExitDestinationPointerDeserializer::visit : portal@%8X polygon@%8X\n", shownAddress(&portal),
+                      shownAddress(exit));
     report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
     exit->sealExit(m_sealMaterial);
 }
@@ -180,10 +180,11 @@ void CN_ExitDestinationPointerDeserializer::bindOthers() {
             continue;
         const bool bound = bind(*exit);
         exit->setExitDestinationIndex(CN_Polygon::NON_EXIT_INDEX);
-        F_System::verbose("Exit %d without a portal %s polygon %d\n", own, bound ? "leads to" : "does not find", number);
+        F_System::verbose("Exit %d without a portal %s polygon %d\n", own, bound ? "leads to" : "does not find",
+                          number);
         if (!bound)
-            report(*exit, formatText("An exit without a portal leads nowhere: its partner, polygon %d, is not there",
-                                     number));
+            report(*exit,
+                   formatText("An exit without a portal leads nowhere: its partner, polygon %d, is not there", number));
     }
 }
 

@@ -23,21 +23,22 @@ class CN_LightmapMapping : public M_PlanarSpace3Template<double> {
     bool isLightmapValid() const { return m_lightmapValid; }
     /// The lightmap's id in the pool, `NO_LIGHTMAP` for none. Whoever holds the mapping counts the reference.
     unsigned long getLightmapID() const { return m_lightmapID; }
-    /// The point's coordinates in this space: texture coordinates once the space is fitted to scale.
+    /// The point's coordinates in this space.
     M_Vector2Template<float> getRenderingUV(const M_Vector3Template<double>& point) const;
 
     /// How large a lightmap the polygon needs at that resolution: powers of two from 4 to 256 a side. `space` becomes
     /// the polygon's space along its longest edge, `min` and `max` the extent of its corners there, all in the mesh's
-    /// space. False, and nothing changed, where the polygon has no edge that has a length.
+    /// space. False, and nothing changed, where the polygon has no edge that has a length or no normal across it.
     static bool determineLightmapSize(CN_Polygon* polygon, float resolution, int& width, int& height, Space& space,
                                       M_Vector2Template<double>& min, M_Vector2Template<double>& max);
     /// Fits the mapping to the polygon, so that the texels of its lightmap cover it with a margin. The lightmap stays
-    /// assigned by its id but is not valid any more. `keepScale` scales the space so that coordinates run from 0 to 1;
-    /// without it they are plain distances. A polygon without an edge that has a length leaves the space as it was.
+    /// assigned by its id but is not valid any more. With `keepScale` the coordinates count pairs of texels, without it
+    /// they are plain distances. A polygon that gives no space, or has no width for the scale, leaves it as it was.
     void initialFitLightmap(CN_Polygon* polygon, bool keepScale);
 
     friend F_MemoryFile& operator<<(F_MemoryFile& file, const CN_LightmapMapping& mapping);
-    /// Reads what `<<` wrote. A space that is singular or not finite becomes the default one; throws where the file ends.
+    /// Reads what `<<` wrote. A space that is singular or not finite becomes the default one, and so does a resolution
+    /// that is not finite; throws where the file ends.
     friend F_MemoryFile& operator>>(F_MemoryFile& file, CN_LightmapMapping& mapping);
 
   private:

@@ -1,4 +1,3 @@
-#include "cairn/animation/animation.h"
 #include "cairn/animation/keyframes.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +8,7 @@ using Placement = M_Matrix4x3Template<double>;
 
 namespace {
 
-std::unique_ptr<CN_Keyframe> at(double x) { return std::make_unique<CN_Keyframe>(Placement({}, {x, 0, 0})); }
+CN_Keyframe* at(double x) { return new CN_Keyframe(Placement({}, {x, 0, 0})); }
 
 double xOf(const CN_Keyframe* keyframe) { return keyframe->getMatrix().translation.x; }
 
@@ -18,10 +17,10 @@ double xOf(const CN_Keyframe* keyframe) { return keyframe->getMatrix().translati
 TEST(Keyframes, AreNamedWithCaseAndWalkedInOrder) {
     CN_Keyframes keyframes;
     EXPECT_EQ(keyframes.getFirst(), nullptr);
-    keyframes.insert("b", at(1));
-    keyframes.insert("B", at(2));
-    keyframes.insert("a", at(3));
-    keyframes.insert("a", at(4)); // the one there stays
+    EXPECT_TRUE(keyframes.insert("b", at(1)));
+    EXPECT_TRUE(keyframes.insert("B", at(2)));
+    EXPECT_TRUE(keyframes.insert("a", at(3)));
+    EXPECT_FALSE(keyframes.insert("a", keyframes.hold(at(4)))) << "the one there stays";
     EXPECT_EQ(keyframes.getCount(), 3);
     EXPECT_EQ(xOf(keyframes.find("a")), 3);
     EXPECT_EQ(keyframes.find("A"), nullptr);
@@ -36,7 +35,8 @@ TEST(Keyframes, AreNamedWithCaseAndWalkedInOrder) {
     EXPECT_EQ(keyframes.getNext(), nullptr);
 
     keyframes.getFirst();
-    EXPECT_EQ(xOf(keyframes.erase("B").get()), 2);
+    const CN_Keyframes::Held erased = keyframes.hold(keyframes.erase("B"));
+    EXPECT_EQ(xOf(erased.get()), 2);
     EXPECT_EQ(*keyframes.getCurrentKey(), "a");
     EXPECT_EQ(keyframes.erase("B"), nullptr);
     keyframes.killAll();
@@ -44,16 +44,38 @@ TEST(Keyframes, AreNamedWithCaseAndWalkedInOrder) {
     EXPECT_EQ(keyframes.getCurrentKey(), nullptr);
 }
 
-TEST(Animation, CopiesItsKeyframesDeeply) {
-    CN_Animation animation;
-    animation.setKeyframes(new CN_Keyframes);
-    animation.accessKeyframes()->insert("a", at(1));
-    CN_Animation copy(animation), assigned;
-    assigned = animation;
-    animation.transformKeyframes(Placement({}, {10, 0, 0}));
-    EXPECT_EQ(xOf(animation.getKeyframes()->find("a")), 11);
-    EXPECT_EQ(xOf(copy.getKeyframes()->find("a")), 1);
-    EXPECT_EQ(xOf(assigned.getKeyframes()->find("a")), 1);
-    animation.setKeyframes(nullptr);
-    EXPECT_EQ(animation.getKeyframes(), nullptr);
+TEST(Keyframes, ChangeTheirNames) {
+    CN_Keyframes keyframes;
+    string name;
+    for (int n = 0; n < 3; ++n) {
+        keyframes.getNextUniqueName(name, "Keyframe_");
+        keyframes.insert(name, at(n));
+    }
+    EXPECT_EQ(name, "Keyframe_2");
+    keyframes.free(keyframes.erase("Keyframe_1"));
+    keyframes.getNextUniqueName(name, "Keyframe_");
+    EXPECT_EQ(name, "Keyframe_1") << "the lowest free number";
+
+    keyframes.getFirst();
+    EXPECT_FALSE(keyframes.reindex("Keyframe_2", "Keyframe_0")) << "another has it";
+    EXPECT_FALSE(keyframes.reindex("a", "gone"));
+    EXPECT_TRUE(keyframes.reindex("z", "Keyframe_0"));
+    EXPECT_EQ(*keyframes.getCurrentKey(), "z");
+    EXPECT_EQ(xOf(keyframes.find("z")), 0);
+    EXPECT_EQ(xOf(keyframes.find("Keyframe_2")), 2);
+    EXPECT_EQ(keyframes.getCount(), 2);
+}
+
+TEST(Keyframes, AddWhatIsReadToWhatIsHeld) {
+    CN_Keyframes keyframes, other;
+    keyframes.insert("a", at(1));
+    other.insert("a", at(2));
+    other.insert("b", at(3));
+    F_MemoryFile file;
+    other.save(file);
+    EXPECT_EQ(file.getSize(), 4u + 2 * (4 + 1 + 96));
+    file.toRead();
+    keyframes.load(file);
+    EXPECT_EQ(xOf(keyframes.find("a")), 1);
+    EXPECT_EQ(xOf(keyframes.find("b")), 3);
 }

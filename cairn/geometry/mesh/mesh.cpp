@@ -12,15 +12,13 @@
 namespace cairn {
 
 CN_Mesh::CN_Mesh(int entityId, int imageIndex, CN_Document* document)
-    : CN_LevelEntity(entityId, imageIndex),
-      m_boundingBox({CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND},
-                    {-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}) {
+    : CN_LevelEntity(entityId, imageIndex), m_boundingBox({CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND},
+                                                          {-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}) {
     setDocument(document);
     initializeMembers();
 }
 
-CN_Mesh::CN_Mesh(const CN_Mesh& other)
-    : CN_LevelEntity(other), CN_MeshInterface(other), CN_AnimationInterface(other) {
+CN_Mesh::CN_Mesh(const CN_Mesh& other) : CN_LevelEntity(other), CN_MeshInterface(other), CN_AnimationInterface(other) {
     copyGeometry(other);
 }
 

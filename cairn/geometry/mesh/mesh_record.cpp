@@ -101,11 +101,11 @@ void CN_Mesh::loadAnimation(F_MemoryFile& file) {
             continue;
         const std::string name = getLoadPath();
         F_System::verbose("%s\n", name.c_str());
-        for (const Vector& row : {matrix.rotation.row(0), matrix.rotation.row(1), matrix.rotation.row(2),
-                                  matrix.translation})
+        for (const Vector& row :
+             {matrix.rotation.row(0), matrix.rotation.row(1), matrix.rotation.row(2), matrix.translation})
             F_System::verbose("(%7.3f %7.3f %7.3f)\n", row.x, row.y, row.z);
-        const std::string text = formatText(
-            "Entity : %s has a broken keyframe matrix! Contact a programmer immediately!!", name.c_str());
+        const std::string text =
+            formatText("Entity : %s has a broken keyframe matrix! Contact a programmer immediately!!", name.c_str());
         AfxMessageBox(text);
         if (document)
             document->accessLoadReport().add("broken-keyframe", this, -1, text);

@@ -7,7 +7,7 @@ namespace cairn {
 namespace {
 
 /// Takes a space along with the placement `change`; one that would have no inverse then stays.
-void changeSpace(CN_Polygon::PlanarSpace& space, const M_Matrix4x3Template<double>& change) {
+void takeAlong(CN_Polygon::PlanarSpace& space, const M_Matrix4x3Template<double>& change) {
     const M_Matrix3Template<double> matrix = space.getMatrix() * change.rotation;
     if (!matrix.isInvertible())
         return;
@@ -30,8 +30,8 @@ void CN_Mesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
         polygon.setNormal(polygon.getNormal() * change.rotation);
         polygon.setReferenceNormal(polygon.getReferenceNormal() * change.rotation);
         polygon.setPointOnPlane(polygon.getPointOnPlane() * change);
-        polygon.accessUVSpaces().forEach([&change](int, CN_UVSpace& space) { changeSpace(space.space, change); });
-        changeSpace(polygon.accessLightmapMapping().getPhysicalSpace(), change);
+        polygon.accessUVSpaces().forEach([&change](int, CN_UVSpace& space) { takeAlong(space.space, change); });
+        takeAlong(polygon.accessLightmapMapping().getPhysicalSpace(), change);
         polygon.markUVDirty();
     }
     if (keyframes) {

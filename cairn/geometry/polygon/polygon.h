@@ -312,22 +312,22 @@ class CN_Polygon {
     CN_LevelEntity* m_attachedEntity = nullptr;  ///< not owned: a portal or radiosity light below the mesh
     std::unique_ptr<Lists> m_lists;              ///< null while all of them are empty
     Vector m_normal;                             ///< unit, in the mesh's space
-    Vector m_worldNormal;        ///< unit, in the world; after a load `normal`, until the hierarchy is updated
-    Vector m_referenceNormal;    ///< unit: what plane moves push along
-    int m_numVertices = 0;       ///< corners
-    int m_numHoles = 0;          ///< loops of `edgeList` that are holes
-    CN_Mesh* m_parent;           ///< not owned
-    TriangleList m_triangleList; ///< the triangulation
-    EdgeList m_edgeList;         ///< the boundary: closed loops, one after the other
-    bool m_selected = false;                       ///< by the host
-    bool m_visited = false;                        ///< transient mark of a walk
-    bool m_uvCalculated = false;                   ///< the extents of the texture spaces hold
-    bool m_uvDirty = true;                         ///< texture coordinates are stale
-    bool m_mappingDirty = true;                    ///< the lightmap mapping is stale
-    Vector m_pointOnPlane;                         ///< in the mesh's space
-    Vector* m_additionalPoint = nullptr;           ///< not owned: the host's
-    CN_Material* m_material = nullptr;             ///< counted: by use, not owned; null on an exit
-    CN_LightmapMapping m_lightmapMapping;          ///< its place on its lightmap
+    Vector m_worldNormal;                 ///< unit, in the world; after a load `normal`, until the hierarchy is updated
+    Vector m_referenceNormal;             ///< unit: what plane moves push along
+    int m_numVertices = 0;                ///< corners
+    int m_numHoles = 0;                   ///< loops of `edgeList` that are holes
+    CN_Mesh* m_parent;                    ///< not owned
+    TriangleList m_triangleList;          ///< the triangulation
+    EdgeList m_edgeList;                  ///< the boundary: closed loops, one after the other
+    bool m_selected = false;              ///< by the host
+    bool m_visited = false;               ///< transient mark of a walk
+    bool m_uvCalculated = false;          ///< the extents of the texture spaces hold
+    bool m_uvDirty = true;                ///< texture coordinates are stale
+    bool m_mappingDirty = true;           ///< the lightmap mapping is stale
+    Vector m_pointOnPlane;                ///< in the mesh's space
+    Vector* m_additionalPoint = nullptr;  ///< not owned: the host's
+    CN_Material* m_material = nullptr;    ///< counted: by use, not owned; null on an exit
+    CN_LightmapMapping m_lightmapMapping; ///< its place on its lightmap
     std::uint32_t m_countedLightmap = NO_INDEX;    ///< counted: the id of the lightmap that counts this polygon
     unsigned int m_polygonIndex = NO_INDEX;        ///< running number in the document
     UVSpaces m_uvSpaces;                           ///< by key

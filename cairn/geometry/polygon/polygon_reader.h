@@ -33,13 +33,13 @@ class CN_Polygon::Reader {
     void repaired(const std::string& text) const;
 
     CN_Mesh& m_mesh;
-    CN_Document* m_document;                 ///< not owned: may be null
-    CN_Material* m_defaultMaterial;          ///< not owned: may be null
-    int m_vertexCount;                       ///< of the mesh
-    CString m_category, m_name;              ///< of the material named last
-    CString m_foundCategory, m_foundName;    ///< of the material looked up last
-    CN_Material* m_found = nullptr;          ///< not owned: what that look-up gave
-    bool m_hasFound = false;                 ///< a material was looked up
+    CN_Document* m_document;              ///< not owned: may be null
+    CN_Material* m_defaultMaterial;       ///< not owned: may be null
+    int m_vertexCount;                    ///< of the mesh
+    CString m_category, m_name;           ///< of the material named last
+    CString m_foundCategory, m_foundName; ///< of the material looked up last
+    CN_Material* m_found = nullptr;       ///< not owned: what that look-up gave
+    bool m_hasFound = false;              ///< a material was looked up
 
     CN_Polygon* m_polygon = nullptr; ///< not owned: the one that is being read
     F_MemoryFile* m_in = nullptr;    ///< not owned: the body of its chunk

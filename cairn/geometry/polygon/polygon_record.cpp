@@ -16,7 +16,6 @@ using Vector = M_Vector3Template<double>;
 using Matrix = M_Matrix3Template<double>;
 using PlanarSpace = M_PlanarSpace3Template<double>;
 
-constexpr std::size_t UV_SPACE_BYTES = 17 * sizeof(double);
 constexpr std::size_t EDGE_BYTES = 2 * sizeof(int);
 /// A normal in a file that is shorter was never set.
 constexpr double LEAST_NORMAL_LENGTH = 0.5;
@@ -300,10 +299,9 @@ void CN_Polygon::Reader::readMaterial() {
         m_polygon->setMaterial(material);
         return;
     }
-    const std::string text =
-        formatText("Poly %d in mesh %s : Material %s in category %s not found!",
-                   static_cast<int>(m_polygon->m_polygonIndex), m_mesh.getName().GetString(), m_name.GetString(),
-                   m_category.GetString());
+    const std::string text = formatText("Poly %d in mesh %s : Material %s in category %s not found!",
+                                        static_cast<int>(m_polygon->m_polygonIndex), m_mesh.getName().GetString(),
+                                        m_name.GetString(), m_category.GetString());
     AfxMessageBox(text, MB_TASKMODAL | MB_ICONEXCLAMATION);
     repaired(text);
     m_polygon->setMaterial(m_defaultMaterial);
@@ -330,16 +328,14 @@ void CN_Polygon::Reader::readEdges(int count) {
             fail(formatText("has an edge from vertex %d to vertex %d of %d", a, b, m_vertexCount));
         m_polygon->m_edgeList.emplace(a, b).setParent(m_polygon);
         if (a == b || vertices[a] == vertices[b])
-            AfxMessageBox(
-                formatText("Polygon %d has a null edge", static_cast<int>(m_polygon->m_polygonIndex)));
+            AfxMessageBox(formatText("Polygon %d has a null edge", static_cast<int>(m_polygon->m_polygonIndex)));
     }
 }
 
 void CN_Polygon::Reader::readTriangles() {
     const bool hasNormal = !(m_loadFeatures & PF_NO_TRIANGLE_NORMALS);
     const bool hasCount = m_loadFeatures & PF_TRIANGLE_CORNERS;
-    const std::size_t leastBytes =
-        (hasNormal ? 3 * sizeof(double) : 0) + (hasCount ? sizeof(int) : 3 * sizeof(int));
+    const std::size_t leastBytes = (hasNormal ? 3 * sizeof(double) : 0) + (hasCount ? sizeof(int) : 3 * sizeof(int));
     int count = 0;
     *m_in >> count;
     if (count < 0 || static_cast<std::size_t>(count) > m_in->getRemaining() / leastBytes)

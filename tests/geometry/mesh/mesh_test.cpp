@@ -1,3 +1,4 @@
+#include "cairn/animation/keyframes.h"
 #include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
@@ -54,7 +55,7 @@ TEST(Mesh, KeyframesAndChildrenStayWhereTheyAreWhenTheOriginMoves) {
     mesh->setDynamic(true);
     mesh->setKeyframes(new CN_Keyframes);
     const Placement key(CN_LevelEntity::Matrix::rotationY(0.5), {4, 5, 6});
-    mesh->accessKeyframes()->insert("k", std::make_unique<CN_Keyframe>(key));
+    mesh->accessKeyframes()->insert("k", new CN_Keyframe(key));
 
     // A point of the mesh, the same one in the old space and in the new one.
     const Placement before(mesh->getRotation(), mesh->getPosition());
@@ -99,7 +100,7 @@ TEST(Mesh, KeyframesOfADynamicChildStayWhereTheyAre) {
     child->setDocument(&document);
     child->setDynamic(true);
     child->setKeyframes(new CN_Keyframes);
-    child->accessKeyframes()->insert("k", std::make_unique<CN_Keyframe>(key));
+    child->accessKeyframes()->insert("k", new CN_Keyframe(key));
     const auto keyIn = [&](const Placement& parent) {
         return Vector(1, 2, 3) * child->getKeyframes()->getFirst()->getMatrix() * parent;
     };
