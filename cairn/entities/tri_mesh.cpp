@@ -281,6 +281,8 @@ void CN_LevelEntityTriMesh::makeDynamic(bool lit) {
 }
 
 void CN_LevelEntityTriMesh::makeStatic() {
+    if (!m_dynamic && !m_animation.getKeyframes())
+        return;
     m_animation.makeStatic(this);
     m_dynamic = false;
     deleteFSM();

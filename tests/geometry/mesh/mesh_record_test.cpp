@@ -1,3 +1,4 @@
+#include "cairn/animation/keyframes.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/foundation/file.h"
