@@ -77,10 +77,11 @@ TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
         test::loadLevel(document, test::makeLevel(level));
         EXPECT_EQ(exitsOf(document), c.exits);
         EXPECT_EQ(document.getLoadReport().getFindings().size(), c.findings + 1);
-        for (const CN_Polygon& polygon :
-             dynamic_cast<CN_LevelEntityMesh&>(*document.accessLevel()->getChildren().front()).getPolygonList())
-            if (polygon.getPolyMode() == PT_SOLID)
-                EXPECT_EQ(polygon.getMaterial(), document.getMaterials().getDefaultMaterial());
+        const auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(*document.accessLevel()->getChildren().front());
+        for (const CN_Polygon& polygon : mesh.getPolygonList()) {
+            const bool wall = polygon.getPolyMode() == PT_SOLID;
+            EXPECT_EQ(polygon.getMaterial(), wall ? document.getMaterials().getDefaultMaterial() : nullptr);
+        }
         const Bytes saved = test::saveLevel(document);
         CN_Document again;
         test::loadLevel(again, saved);
