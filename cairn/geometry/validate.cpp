@@ -1,6 +1,7 @@
 #include "cairn/geometry/validate.h"
 
 #include "cairn/animation/animation_interface.h"
+#include "cairn/animation/keyframes.h"
 #include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/polygon_group.h"
