@@ -89,7 +89,7 @@ int main(int argc, char** argv) {
         report.add("setUniqueName", "CN_MaterialsCategory", n, [level] { return makeUnique(*level); });
     }
     // What growth there is comes from the caches: names of a hundred thousand materials lie in memory.
-    constexpr double GROWTH = 0.35;
+    constexpr double GROWTH = 0.4;
     report.limitRatio("find", "CN_MaterialWrapper", 0.05, 1000, WALKED);
     report.limitGrowth("find", "CN_MaterialWrapper", GROWTH);
     report.limitGrowth("setUniqueName", "CN_MaterialsCategory", GROWTH);

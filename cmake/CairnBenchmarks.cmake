@@ -6,7 +6,7 @@ find_package(cereal QUIET)
 find_package(absl QUIET)
 
 add_library(cairn_bench_options INTERFACE)
-target_link_libraries(cairn_bench_options INTERFACE cairn::cairn fmt::fmt cairn_warnings)
+target_link_libraries(cairn_bench_options INTERFACE cairn::cairn fmt::fmt stb::stb cairn_warnings)
 if(cereal_FOUND)
     target_compile_definitions(cairn_bench_options INTERFACE CAIRN_BENCH_WITH_CEREAL)
     target_link_libraries(cairn_bench_options INTERFACE cereal::cereal)

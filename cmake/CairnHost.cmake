@@ -9,7 +9,7 @@ list(REMOVE_ITEM _host_sources host/main.cpp)
 if(_host_sources)
     add_library(cairn_host STATIC ${_host_sources})
     target_link_libraries(cairn_host PUBLIC cairn::cairn fmt::fmt nlohmann_json::nlohmann_json CLI11::CLI11
-                          PRIVATE cairn_warnings)
+                          PRIVATE stb::stb cairn_warnings)
 endif()
 
 if(EXISTS "${PROJECT_SOURCE_DIR}/host/main.cpp")

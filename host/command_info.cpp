@@ -5,6 +5,7 @@
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/tri_mesh.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/lighting/lightmap_pool_interface.h"
 #include "host/command_line.h"
 #include "host/entity_text.h"
 #include "host/level_session.h"
@@ -99,6 +100,11 @@ Json describe(const InfoOptions& options, const OpenedLevel& level) {
     info["exits"] = counts.exits;
     info["portals"] = counts.countOf(CN_KIND_PORTAL);
     info["polygon_groups"] = counts.countOf(CN_KIND_POLYGON_GROUP);
+    info["materials"] = document.getMaterials().numMaterials();
+    info["categories"] = document.getMaterials().getCategories().count();
+    info["textures"] = document.getTextures().list().count();
+    info["texels"] = document.getTextures().totalTexels();
+    info["lightmaps"] = document.getLightmaps()->getLightmapCount();
     info["fsms"] = counts.machines;
     info["handlers"] = counts.handlers;
     info["keyframes"] = counts.keyframes;

@@ -23,6 +23,9 @@ void addTreeCommand(CLI::App& app, Command& chosen);
 void addCheckCommand(CLI::App& app, Command& chosen);
 void addImportCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
+void addImageCommand(CLI::App& app, Command& chosen);
+void addTexturesCommand(CLI::App& app, Command& chosen);
+void addThumbsCommand(CLI::App& app, Command& chosen);
 void addContentCommand(CLI::App& app, Command& chosen);
 
 /// Runs the program with the arguments of `main` and gives its exit code. Nothing is thrown.

@@ -25,6 +25,9 @@ void addCommands(CLI::App& app, Command& chosen) {
     addCheckCommand(app, chosen);
     addImportCommand(app, chosen);
     addSaveCommand(app, chosen);
+    addImageCommand(app, chosen);
+    addTexturesCommand(app, chosen);
+    addThumbsCommand(app, chosen);
     addContentCommand(app, chosen);
 }
 

@@ -20,6 +20,8 @@ unsigned char toByte(float channel) {
 
 /// The hue's place on the circle in sectors: at or above 0 and below 6.
 float toSectors(float degrees) {
+    if (degrees >= 0.0f && degrees < 360.0f) // nearly every hue, and `fmod` takes as long as all the rest
+        return degrees / DEGREES_A_SECTOR;
     if (!std::isfinite(degrees))
         return 0.0f;
     float turned = std::fmod(degrees, 360.0f);
@@ -61,31 +63,18 @@ void I_FColor::HSVtoRGB() {
     const float saturation = green;
     const float full = blue * FULL;
 
-    const int sector = static_cast<int>(sectors);
+    const auto sector = static_cast<std::size_t>(sectors);
     const float part = sectors - static_cast<float>(sector);
-    const float least = full * (1.0f - saturation);
-    const float falling = full * (1.0f - saturation * part);
-    const float rising = full * (1.0f - saturation * (1.0f - part));
-    switch (sector) {
-    case 0:
-        red = full, green = rising, blue = least;
-        break;
-    case 1:
-        red = falling, green = full, blue = least;
-        break;
-    case 2:
-        red = least, green = full, blue = rising;
-        break;
-    case 3:
-        red = least, green = falling, blue = full;
-        break;
-    case 4:
-        red = rising, green = least, blue = full;
-        break;
-    default:
-        red = full, green = least, blue = falling;
-        break;
-    }
+    enum { FULL_CHANNEL, FALLING, RISING, LEAST };
+    const float levels[] = {full, full * (1.0f - saturation * part), full * (1.0f - saturation * (1.0f - part)),
+                            full * (1.0f - saturation)};
+    // Looked up, as no processor foretells the sector of the next colour.
+    static constexpr unsigned char RED[] = {FULL_CHANNEL, FALLING, LEAST, LEAST, RISING, FULL_CHANNEL};
+    static constexpr unsigned char GREEN[] = {RISING, FULL_CHANNEL, FULL_CHANNEL, FALLING, LEAST, LEAST};
+    static constexpr unsigned char BLUE[] = {LEAST, LEAST, RISING, FULL_CHANNEL, FULL_CHANNEL, FALLING};
+    red = levels[RED[sector]];
+    green = levels[GREEN[sector]];
+    blue = levels[BLUE[sector]];
 }
 
 void writeColor(F_MemoryFile& file, const I_Color& color) {

@@ -3,11 +3,13 @@
 #include "cairn/document/load_report.h"
 #include "cairn/foundation/memory_file.h"
 #include "cairn/foundation/system.h"
+#include "cairn/materials/numbered_names.h"
 
 #include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace cairn {
@@ -128,6 +130,7 @@ void CN_TextureList::remove(const char* name) {
 void CN_TextureList::removeAll() {
     m_index.clear();
     m_notIndexed.clear();
+    m_numbers.reset();
     m_indexIsStale = false;
     m_firstNoName = 0;
     m_hasDeferred = false;
@@ -167,12 +170,19 @@ void CN_TextureList::removeDeferred() {
 }
 
 void CN_TextureList::setUniqueName(CN_Texture* texture) {
-    const CString name = texture->name();
-    CString unique = name;
-    for (int number = 1; findOther(unique.view(), texture); ++number)
-        unique = CString(formatText("[%d]", number)) + name;
-    if (unique != name)
-        texture->editName() = unique;
+    if (findOther(texture->name().view(), texture))
+        texture->editName() = toCString(getNumbers().firstFree(texture->name().view()));
+}
+
+/// The numbers that names of the index have, which must be up to date.
+const CN_NumberedNames& CN_TextureList::getNumbers() {
+    if (!m_numbers) {
+        auto numbers = std::make_unique<CN_NumberedNames>();
+        for (const CN_Texture& texture : m_list)
+            numbers->add(texture.name().view());
+        m_numbers = std::move(numbers);
+    }
+    return *m_numbers;
 }
 
 /// A name for a texture that has none: the first of its kind that is free.
@@ -208,12 +218,26 @@ void CN_TextureList::nameWillChange(CN_Texture& texture) {
     addNotIndexed(texture);
 }
 
+/// Where memory lacks the numbers are made anew when they are next asked for.
+template <class Change> void CN_TextureList::changeNumbers(Change&& change) const {
+    try {
+        if (m_numbers)
+            change(*m_numbers);
+    } catch (const std::bad_alloc&) {
+        m_numbers.reset();
+    }
+}
+
 /// Takes a texture that is going to have no name, or another one, out of the index.
 void CN_TextureList::leaveIndex(CN_Texture& texture) {
     if (texture.m_notIndexedAt != INDEXED)
         return;
     m_firstNoName = std::min(m_firstNoName, numberOfNoName(texture.m_name.view()));
-    m_indexIsStale |= !m_index.erase(texture.m_name.view(), &texture);
+    if (!m_index.erase(texture.m_name.view(), &texture)) {
+        m_indexIsStale = true;
+        m_numbers.reset();
+    }
+    changeNumbers([&](CN_NumberedNames& numbers) { numbers.remove(texture.m_name.view()); });
 }
 
 void CN_TextureList::makeRoomForNotIndexed() {
@@ -235,6 +259,7 @@ void CN_TextureList::updateIndex() const {
         m_index.insert(texture->m_name.view(), texture, texture->m_stamp);
         texture->m_notIndexedAt = INDEXED;
         m_notIndexed.pop_back();
+        changeNumbers([&](CN_NumberedNames& numbers) { numbers.add(texture->m_name.view()); });
     }
 }
 
@@ -242,6 +267,7 @@ void CN_TextureList::rebuildIndex() const {
     m_indexIsStale = true;
     m_index.clear();
     m_notIndexed.clear();
+    m_numbers.reset();
     m_firstNoName = 0;
     for (const CN_Texture& each : m_list) {
         auto& texture = const_cast<CN_Texture&>(each);

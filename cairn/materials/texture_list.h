@@ -13,6 +13,7 @@
 namespace cairn {
 
 class CN_LoadReport;
+class CN_NumberedNames;
 class F_MemoryFile;
 
 /// Version of the chunk that holds a list of textures.
@@ -91,6 +92,8 @@ class CN_TextureList {
     CN_Texture* findOther(std::string_view name, const CN_Texture* texture) const;
     CN_Texture* findIndexed(std::string_view name, const CN_Texture* texture) const;
     CString makeName();
+    const CN_NumberedNames& getNumbers();
+    template <class Change> void changeNumbers(Change&& change) const;
     void nameWillChange(CN_Texture& texture);
     void leaveIndex(CN_Texture& texture);
     void makeRoomForNotIndexed();
@@ -110,13 +113,14 @@ class CN_TextureList {
     // A removal allocates nothing: materials release their textures in their destructors.
     // A name may be changed behind the list (`editName`): a texture leaves the index then and comes back, under the name
     // it has by then, when the list is next asked.
-    mutable F_NameIndex<CN_Texture*> m_index;      ///< not owned: textures of the list by name
-    mutable std::vector<CN_Texture*> m_notIndexed; ///< not owned: textures of the list that the index lacks
-    mutable bool m_indexIsStale = false;           ///< a name in the index is none of its texture's
-    mutable int m_firstNoName = 0;                 ///< below it no number is free for `makeName`
-    std::uint64_t m_nextStamp = 0;                 ///< place in the order of the next texture
-    int m_deferrals = 0;                           ///< living `DeferredRemoval`s
-    bool m_hasDeferred = false;                    ///< some texture is to be removed when the last of them goes
+    mutable F_NameIndex<CN_Texture*> m_index;            ///< not owned: textures of the list by name
+    mutable std::vector<CN_Texture*> m_notIndexed;       ///< not owned: textures of the list that the index lacks
+    mutable std::unique_ptr<CN_NumberedNames> m_numbers; ///< of the index; null until a name must be made unique
+    mutable bool m_indexIsStale = false;                 ///< a name in the index is none of its texture's
+    mutable int m_firstNoName = 0;                       ///< below it no number is free for `makeName`
+    std::uint64_t m_nextStamp = 0;                       ///< place in the order of the next texture
+    int m_deferrals = 0;                                 ///< living `DeferredRemoval`s
+    bool m_hasDeferred = false;                          ///< some texture is to be removed when the last of them goes
 };
 
 /// Puts off, for its life, the removal of textures that fall to no references, so that who drops the last one and who

@@ -1,4 +1,6 @@
 #include "cairn/content/shared_db_writer.h"
+#include "cairn/foundation/file.h"
+#include "cairn/imaging/image.h"
 #include "tests/host/program_run.h"
 #include "tests/support/test_data.h"
 
@@ -38,7 +40,10 @@ TEST_F(Program, MakesAndDescribesAFreshLevel) {
     const Json json = Json::parse(info.output);
     EXPECT_EQ(keysOf(json),
               (std::vector<std::string>{"file", "bytes", "sealed", "format_version", "build", "entities", "kinds",
-                                        "depth", "fsms", "handlers", "selected", "groups", "camera"}));
+                                        "depth", "meshes", "triangle_meshes", "rooms", "vertices", "polygons",
+                                        "triangles", "exits", "portals", "polygon_groups", "materials", "categories",
+                                        "textures", "texels", "lightmaps", "fsms", "handlers", "keyframes",
+                                        "animations", "selected", "groups", "camera"}));
     EXPECT_EQ(json["bytes"], std::filesystem::file_size(path("a.cairn")));
     EXPECT_EQ(json["sealed"], true);
     EXPECT_EQ(json["build"], "b\xEF\xBF\xBD\"7");
@@ -288,6 +293,49 @@ TEST_F(Program, AKillLeavesTheOldOutputOrTheNewOneWhole) {
             clearBeside();
         }
     EXPECT_GT(killedAtWriting, 0);
+}
+
+TEST_F(Program, TurnsImagesIntoPng) {
+    const std::string seeds = std::string(CAIRN_TEST_SOURCE_DIR) + "/../fuzz/seeds/image_decode/";
+    for (const char* name : {"runs.tga", "grid.jpg", "map.pcx", "cube.scx", "grid.png", "map.bmp"}) {
+        const ProgramRun done = run({"image", seeds + name, "-o", "a.png"});
+        ASSERT_EQ(done.code, 0) << done.error;
+        EXPECT_EQ(done.output, "");
+        EXPECT_EQ(done.error.find("the first of its 6 faces") != std::string::npos, std::string(name) == "cube.scx");
+        cairn::I_Image source, written;
+        for (auto& [image, file] : {std::pair(&source, seeds + name), std::pair(&written, path("a.png").string())}) {
+            const auto bytes = cairn::F_File::readAll(file);
+            image->construct(cairn::I_Image::determineImageFormat(file.c_str()),
+                             reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
+        }
+        ASSERT_EQ(written.getWidth(), source.getWidth());
+        ASSERT_EQ(written.getHeight(), source.getHeight());
+        EXPECT_TRUE(std::equal(written.getPixels(), written.getPixels() + written.getWidth() * written.getHeight(),
+                               source.getPixels()))
+            << name;
+    }
+    write("b.png", "before");
+    const ProgramRun streamed = run({"image", "-", "--format", "png", "-o", "-"}, read("a.png"));
+    EXPECT_EQ(streamed.output, read("a.png"));
+    const struct {
+        std::vector<std::string> arguments;
+        int code;
+        std::string error; ///< that standard error begins with
+    } cases[] = {
+        {{"image", "-", "-o", "b.png"}, 2, "cairn: image: --format is required"},
+        {{"image", "a.gif", "-o", "b.png"}, 2, "cairn: a.gif: "},
+        {{"image", "none.tga", "-o", "b.png"}, 3, "cairn: none.tga: "},
+        {{"image", "--format", "tga", "a.png", "-o", "b.png"}, 3, "cairn: a.png: TGA image: "},
+        {{"image", "a.png", "-o", "none/b.png"}, 4, "cairn: none/b.png: "},
+    };
+    for (const auto& wrong : cases) {
+        const ProgramRun done = run(wrong.arguments, "no image");
+        EXPECT_EQ(done.code, wrong.code) << wrong.error;
+        EXPECT_EQ(done.output, "");
+        EXPECT_EQ(done.error.substr(0, wrong.error.size()), wrong.error);
+        EXPECT_EQ(std::count(done.error.begin(), done.error.end(), '\n'), 1);
+    }
+    EXPECT_EQ(read("b.png"), "before");
 }
 
 TEST_F(Program, KeepsAContentDatabase) {

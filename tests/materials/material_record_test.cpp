@@ -191,12 +191,10 @@ TEST_F(MaterialRecordTest, CategoriesAreSortedAndTheirMaterialsKnowThem) {
 
 TEST_F(MaterialRecordTest, AnyBytesAreMaterialsOrAnException) {
     F_MemoryFile file;
-    test::writeTextures(file, {"wall.tga", "sky.tga"});
-    file << 2u;
-    test::writeOldCategory(file, "b", 2);
-    test::writeOldMaterial(file, 1, {});
-    test::writeOldMaterial(file, 5, {.diffuse = {"wall.tga", "sky.tga"}, .gloss = "sky.tga"});
-    test::writeOldCategory(file, "A", 0);
+    test::writeTextures(file, {"w.tga"});
+    file << 1u;
+    test::writeOldCategory(file, "A", 1);
+    test::writeOldMaterial(file, 5, {.name = "m", .diffuse = {"w.tga", "w.tga"}, .reflection = "W.tga", .gloss = ""});
     const auto result = test::driveHostileBytes(test::bytesOf(file), [](std::span<const unsigned char> bytes) {
         CN_TextureList textures;
         CN_MaterialWrapper materials;

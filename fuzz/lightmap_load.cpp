@@ -1,0 +1,69 @@
+#include "cairn/foundation/exception.h"
+#include "cairn/foundation/memory_file.h"
+#include "cairn/lighting/lightmap_pool.h"
+#include "cairn/lighting/volume_lighting.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+// Any bytes are a pool of lightmaps, grids of light, or an exception; what loads can be shown and sampled, and comes back
+// from its save as it was. Seeds are the stored record forms.
+
+namespace {
+
+using namespace cairn;
+
+/// False where the bytes are no such record.
+template <class Light> bool load(Light& light, const void* data, std::size_t size) {
+    F_MemoryFile file(data, size, false);
+    try {
+        F_withFoundationExceptions([&] { light.load(file); });
+    } catch (F_Exception* e) {
+        e->Delete();
+        return false;
+    }
+    return true;
+}
+
+template <class Light> void saveTwice(Light& light) {
+    F_MemoryFile saved, savedAgain;
+    light.save(saved);
+    Light again;
+    if (!load(again, saved.getAddress(), saved.getSize()))
+        std::abort();
+    again.save(savedAgain);
+    if (saved.getSize() != savedAgain.getSize() ||
+        std::memcmp(saved.getAddress(), savedAgain.getAddress(), saved.getSize()) != 0)
+        std::abort();
+}
+
+void mapPixels(const CN_LightmapPool& pool) {
+    I_Color out;
+    for (unsigned long id = 0; id < pool.getNextFreeID() && id < 16; ++id)
+        if (const CN_Lightmap* lightmap = pool.getLightmap(id))
+            for (std::size_t i = 0; i < lightmap->getPixelCount(); ++i)
+                pool.getLightmapCurve().mapColor(out, lightmap->getPixels()[i]);
+}
+
+void sampleAround(const CN_VolumeLighting& lighting) {
+    M_Vector3Template<float> ambient, directional, direction;
+    for (const float place : {-1e30f, -1.0f, 0.0f, 0.5f, 1.0f, 2.5f, 1e30f})
+        lighting.sample({place, place, place}, ambient, directional, direction);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    CN_LightmapPool pool;
+    if (load(pool, data, size)) {
+        mapPixels(pool);
+        saveTwice(pool);
+    }
+    CN_VolumeLighting lighting;
+    if (load(lighting, data, size)) {
+        sampleAround(lighting);
+        saveTwice(lighting);
+    }
+    return 0;
+}

@@ -1,0 +1,160 @@
+#include "cairn/foundation/file.h"
+#include "cairn/materials/texture_list.h"
+#include "host/command_line.h"
+#include "host/level_session.h"
+#include "host/safe_file_names.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+
+namespace cairn::host {
+
+namespace {
+
+struct TexturesOptions : CommonOptions {
+    std::string file;
+    std::string folder; ///< empty: nothing is extracted
+};
+
+/// A format's word and the ending of its files.
+struct FormatName {
+    const char* word;
+    const char* ending;
+};
+
+FormatName formatName(I_Image::Format format) {
+    switch (format) {
+    case I_Image::TGA:
+        return {"TGA", ".tga"};
+    case I_Image::PNG:
+        return {"PNG", ".png"};
+    case I_Image::SCX:
+        return {"SCX", ".scx"};
+    case I_Image::PCX:
+        return {"PCX", ".pcx"};
+    case I_Image::JPEG:
+        return {"JPEG", ".jpg"};
+    case I_Image::BMP:
+        return {"BMP", ".bmp"};
+    case I_Image::UNSUPPORTED:
+        break;
+    }
+    return {"UNSUPPORTED", ".bin"};
+}
+
+/// The ending that a file of the texture's bytes has: that of its name where it tells the format.
+std::string endingFor(const CN_Texture& texture) {
+    const std::string_view name = texture.name().view();
+    const bool tellsFormat = [&] {
+        try {
+            return I_Image::determineImageFormat(texture.name().GetString()) == texture.getSourceFormat();
+        } catch (I_ImageException* e) {
+            const F_ExceptionGuard guard(e);
+            return false;
+        }
+    }();
+    const std::size_t dot = name.rfind('.');
+    if (tellsFormat && dot != std::string_view::npos)
+        return std::string(name.substr(dot));
+    return formatName(texture.getSourceFormat()).ending;
+}
+
+std::span<const unsigned char> sourceOf(const CN_Texture& texture) {
+    return {static_cast<const unsigned char*>(texture.getSource()), static_cast<std::size_t>(texture.getSourceSize())};
+}
+
+/// Where each texture of the list goes, in its order.
+std::vector<std::filesystem::path> choosePlaces(const CN_TextureList& textures, const std::filesystem::path& folder) {
+    SafeFileNames names;
+    std::vector<std::filesystem::path> places;
+    for (const CN_Texture& texture : textures.list())
+        places.push_back(folder / names.make(texture.name().view(), endingFor(texture)));
+    return places;
+}
+
+/// Refuses what stands in the way of a file before any is written: a link could lead out of the folder.
+void checkPlace(const std::filesystem::path& place) {
+    std::error_code error;
+    const std::filesystem::file_type type = std::filesystem::symlink_status(place, error).type();
+    if (type != std::filesystem::file_type::not_found && type != std::filesystem::file_type::regular)
+        throw Failure(ExitCode::OUTPUT, place.string(), "something other than a plain file stands there");
+}
+
+void extract(const CN_TextureList& textures, const std::vector<std::filesystem::path>& places,
+             const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error)
+        throw Failure(ExitCode::OUTPUT, folder, error.message());
+    for (const std::filesystem::path& place : places)
+        checkPlace(place);
+    auto place = places.begin();
+    for (const CN_Texture& texture : textures.list()) {
+        withFailure(ExitCode::OUTPUT, place->string(), [&] { F_File::replace(place->string(), sourceOf(texture)); });
+        ++place;
+    }
+}
+
+Json describe(const CN_TextureList& textures) {
+    Json list = Json::array();
+    for (const CN_Texture& texture : textures.list()) {
+        Json& json = list.emplace_back();
+        json["name"] = texture.name().str();
+        json["format"] = formatName(texture.getSourceFormat()).word;
+        json["width"] = texture.getWidth();
+        json["height"] = texture.getHeight();
+        json["bytes"] = texture.getSourceSize();
+        json["refs"] = texture.getMaterialRefs();
+    }
+    return Json{{"textures", std::move(list)}};
+}
+
+void writeText(const CN_TextureList& textures, const std::vector<std::filesystem::path>& places, Console& console) {
+    std::size_t index = 0;
+    for (const CN_Texture& texture : textures.list()) {
+        console.writeLine(
+            fmt::format("\"{}\" {} {} x {}, {} bytes, {} references{}", toShownText(texture.name().view()),
+                        formatName(texture.getSourceFormat()).word, texture.getWidth(), texture.getHeight(),
+                        texture.getSourceSize(), texture.getMaterialRefs(),
+                        places.empty() ? "" : fmt::format(" -> {}", toShownText(places[index].string()))));
+        ++index;
+    }
+}
+
+ExitCode runTextures(const TexturesOptions& options, Console& console) {
+    LevelSession session(console, options.content);
+    const OpenedLevel level = session.openForUse(options.file, false);
+    const CN_TextureList& textures = level.document->getTextures();
+    std::vector<std::filesystem::path> places;
+    if (!options.folder.empty()) {
+        places = choosePlaces(textures, options.folder);
+        extract(textures, places, options.folder);
+        console.note(options.file, fmt::format("{} textures extracted to {}", places.size(), options.folder));
+    }
+    if (options.json)
+        console.writeLine(toJsonText(describe(textures)));
+    else
+        writeText(textures, places, console);
+    return ExitCode::DONE;
+}
+
+} // namespace
+
+void addTexturesCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<TexturesOptions>();
+    CLI::App* command = app.add_subcommand("textures", "List a level's textures, or extract their image files");
+    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
+    command
+        ->add_option("--extract", options->folder,
+                     "Write the image file of each texture, byte for byte, to a plain name in this folder")
+        ->check(refuseStandardStream);
+    options->addJson(*command);
+    options->addContent(*command);
+    options->addQuiet(*command);
+    onChosen(*command, options, runTextures, chosen);
+}
+
+} // namespace cairn::host

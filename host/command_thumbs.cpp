@@ -1,0 +1,138 @@
+#include "cairn/foundation/file.h"
+#include "cairn/materials/material.h"
+#include "cairn/materials/material_wrapper.h"
+#include "host/command_line.h"
+#include "host/label_font.h"
+#include "host/level_session.h"
+#include "host/png_writer.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace cairn::host {
+
+namespace {
+
+struct ThumbsOptions : CommonOptions {
+    std::string file;
+    std::string output;
+};
+
+constexpr I_Color BACKGROUND(32, 34, 38);
+constexpr I_Color MATERIAL_COLOR(226, 226, 226);
+constexpr I_Color CATEGORY_COLOR(255, 204, 102);
+constexpr I_Color MISSING_COLOR(176, 64, 64);
+
+constexpr int ICON = CN_Material::THUMB_SIZE;
+constexpr int GAP = 8;
+constexpr int CELL_WIDTH = 14 * LabelFont::WIDTH + GAP; ///< a label takes up to 14 characters
+constexpr int CELL_HEIGHT = ICON + LabelFont::HEIGHT + GAP;
+constexpr int HEADING_HEIGHT = LabelFont::HEIGHT + GAP;
+constexpr int MIN_COLUMNS = 8;
+
+/// One sheet of a level's materials: a heading for each category, its materials in rows below, each over its name.
+class ContactSheet {
+  public:
+    explicit ContactSheet(const CN_MaterialWrapper& materials)
+        : m_materials(materials), m_columns(chooseColumns(materials.numMaterials())),
+          m_picture(static_cast<unsigned>(GAP + m_columns * CELL_WIDTH), chooseHeight()) {}
+
+    const I_Image& draw() {
+        std::fill_n(m_picture.accessPixels(), std::ptrdiff_t{m_picture.getWidth()} * m_picture.getHeight(), BACKGROUND);
+        int y = GAP;
+        for (const CN_MaterialsCategory& category : m_materials.getCategories())
+            y = drawCategory(category, y);
+        if (m_materials.getCategories().empty())
+            LabelFont::draw(m_picture, GAP, y, "no materials", MATERIAL_COLOR);
+        return m_picture;
+    }
+
+  private:
+    /// Makes a sheet of very many about as wide as it is high.
+    static int chooseColumns(int materials) {
+        return std::max(MIN_COLUMNS, static_cast<int>(std::sqrt(static_cast<double>(materials))));
+    }
+    int rowsOf(const CN_MaterialsCategory& category) const {
+        return (category.numMaterials() + m_columns - 1) / m_columns;
+    }
+    unsigned chooseHeight() const {
+        std::int64_t height = GAP + (m_materials.getCategories().empty() ? HEADING_HEIGHT : 0);
+        for (const CN_MaterialsCategory& category : m_materials.getCategories())
+            height += HEADING_HEIGHT + std::int64_t{rowsOf(category)} * CELL_HEIGHT;
+        return static_cast<unsigned>(std::min<std::int64_t>(height, I_Image::MAX_PIXELS)); // beyond it none is made
+    }
+
+    int drawCategory(const CN_MaterialsCategory& category, int y) {
+        const int room = (m_picture.getWidth() - 2 * GAP) / LabelFont::WIDTH;
+        const std::string count = fmt::format(" ({})", category.numMaterials());
+        LabelFont::draw(m_picture, GAP, y,
+                        LabelFont::shorten(category.name().view(), room - static_cast<int>(count.size())) + count,
+                        CATEGORY_COLOR);
+        y += HEADING_HEIGHT;
+        int index = 0;
+        for (const CN_Material* material : category.getMaterials()) {
+            drawMaterial(*material, GAP + index % m_columns * CELL_WIDTH, y + index / m_columns * CELL_HEIGHT);
+            ++index;
+        }
+        return y + rowsOf(category) * CELL_HEIGHT;
+    }
+
+    void drawMaterial(const CN_Material& material, int x, int y) {
+        const std::string label = LabelFont::shorten(material.name().view(), (CELL_WIDTH - GAP) / LabelFont::WIDTH);
+        drawIcon(material.getThumbImage(), x, y);
+        LabelFont::draw(m_picture, x, y + ICON + 1, label, MATERIAL_COLOR);
+    }
+
+    /// The icon as the host's lists show it, or a crossed box where there is none.
+    void drawIcon(const I_Image* icon, int left, int top) {
+        const auto pixel = [&](int x, int y) {
+            const bool crossed = x == y || x == ICON - 1 - y || x % (ICON - 1) == 0 || y % (ICON - 1) == 0;
+            I_Color color = icon ? icon->getPixels()[y * ICON + x] : crossed ? MISSING_COLOR : BACKGROUND;
+            color.alpha = 255;
+            return color;
+        };
+        for (int y = 0; y < ICON; ++y)
+            for (int x = 0; x < ICON; ++x)
+                m_picture.accessPixels()[std::ptrdiff_t{top + y} * m_picture.getWidth() + left + x] = pixel(x, y);
+    }
+
+    const CN_MaterialWrapper& m_materials;
+    int m_columns;
+    I_Image m_picture;
+};
+
+ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
+    LevelSession session(console, options.content);
+    const OpenedLevel level = session.openForUse(options.file, false);
+    const CN_MaterialWrapper& materials = level.document->getMaterials();
+    const std::string subject = options.output == "-" ? "standard output" : options.output;
+    withFailure(ExitCode::OUTPUT, subject, [&] {
+        ContactSheet sheet(materials);
+        const I_Image& picture = sheet.draw();
+        const std::vector<unsigned char> png = encodePng(picture.getPixels(), picture.getWidth(), picture.getHeight());
+        if (options.output == "-")
+            console.write({reinterpret_cast<const char*>(png.data()), png.size()});
+        else
+            F_File::replace(options.output, png);
+    });
+    console.note(options.file, fmt::format("{} materials in {} categories", materials.numMaterials(),
+                                           materials.getCategories().count()));
+    return ExitCode::DONE;
+}
+
+} // namespace
+
+void addThumbsCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<ThumbsOptions>();
+    CLI::App* command = app.add_subcommand("thumbs", "Make one labelled sheet of all material thumbnails");
+    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
+    addOutput(*command, options->output);
+    options->addContent(*command);
+    options->addQuiet(*command);
+    onChosen(*command, options, runThumbs, chosen);
+}
+
+} // namespace cairn::host
