@@ -27,7 +27,7 @@ bool CN_VirtualNode::isLeftOut(const CN_LevelEntity* entity) {
     if (id < CN_KIND_POLYGON_GROUP || id > CN_KIND_PORTAL)
         return false;
     const auto* const node = dynamic_cast<const CN_VirtualNode*>(entity);
-    return node && !node->isStorable();
+    return node && !node->isStorable() && dynamic_cast<const CN_Mesh*>(node->getParent());
 }
 
 void CN_VirtualNode::forgetPolygon(const CN_Polygon* polygon) {

@@ -19,7 +19,8 @@ class CN_VirtualNode : public CN_LevelEntity {
     /// out a node that is not storable and all below it.
     virtual bool isStorable() const = 0;
 
-    /// True if the entity is a node that is not storable. Null counts as none.
+    /// True if the entity is a node below a mesh that is not storable. Null counts as none. (A node elsewhere is refused by
+    /// a save, not left out.)
     static bool isLeftOut(const CN_LevelEntity* entity);
     /// For the polygon's destructor: no portal and no light stands on it afterwards.
     static void forgetPolygon(const CN_Polygon* polygon);

@@ -39,16 +39,11 @@ std::unique_ptr<CN_VolumeLighting> lighting(bool grid) {
     return made;
 }
 
-/// A mesh whose chunk stands alone, as before there was a chunk around it.
-test::Bytes bareRecord(const test::Bytes& record) {
-    F_MemoryFile file(record.data(), record.size(), false);
-    F_MemoryFile::Chunk outer, inner;
-    file.openChunk(outer, 1);
-    F_MemoryFile& in = outer.getMemoryFile();
-    const auto* const begin = static_cast<const unsigned char*>(in.getAddress());
-    in.openChunk(inner, 0);
-    in.skipChunk();
-    return test::Bytes(begin, begin + (in.getSize() - in.getRemaining()));
+/// The record of a mesh without the chunk around it, as older versions wrote it.
+test::Bytes bareRecord(CN_LevelEntityMesh& mesh) {
+    F_MemoryFile file;
+    mesh.CN_Mesh::saveEntitySpecificData(file);
+    return test::bytesOf(file);
 }
 
 TEST(MeshEntity, KeepsVolumeLightingThatHasAGrid) {
@@ -74,8 +69,7 @@ TEST(MeshEntity, KeepsVolumeLightingThatHasAGrid) {
     EXPECT_EQ(savedRecord(lit), unlit);
     F_MemoryFile empty; // the flag is set, and no grid follows
     empty.createChunk(1, 0);
-    const test::Bytes bare = bareRecord(unlit);
-    empty.write(bare.data(), static_cast<int>(bare.size()));
+    mesh.CN_Mesh::saveEntitySpecificData(empty);
     empty << true;
     lighting(false)->save(empty);
     empty.closeChunk();
@@ -87,7 +81,7 @@ TEST(MeshEntity, ReadsTheRecordWithoutAChunkAround) {
     CN_LevelEntityMesh mesh, again;
     test::addTriangles(mesh, 2);
     again.replaceVolumeLighting(lighting(true).release());
-    loadRecord(again, bareRecord(savedRecord(mesh)));
+    loadRecord(again, bareRecord(mesh));
     EXPECT_EQ(again.getPolygonList().count(), 2);
     EXPECT_EQ(again.getVolumeLighting(), nullptr);
     EXPECT_EQ(savedRecord(again), savedRecord(mesh));

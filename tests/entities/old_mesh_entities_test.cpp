@@ -102,8 +102,9 @@ TEST(OldMeshEntities, PortalsAndGroupsKeepDefaultsForWhatAVersionLacks) {
         EXPECT_EQ(portal->getPortalPolygon(), &mesh.accessPolygonList()[1]);
         EXPECT_EQ(portal->isIgnoredInGIS(), stored.version > 1);
         EXPECT_EQ(portal->isAlwaysClosed(), stored.version > 2);
-        if (stored.version == CAIRN_LVL_ENTITY_PORTAL_VERSION)
+        if (stored.version == CAIRN_LVL_ENTITY_PORTAL_VERSION) {
             EXPECT_EQ(written([&](F_MemoryFile& file) { portal->saveEntitySpecificData(file); }), stored.bytes);
+        }
     }
     for (const StoredMeshEntity& stored : storedMeshEntities("polygroup")) {
         SCOPED_TRACE(stored.name);

@@ -64,7 +64,6 @@ TEST(VirtualNode, SavesThePlaceAmongThePolygonsThatAreWritten) {
     CN_Polygon* const second = &room.accessPolygonList()[1];
     CN_Polygon* const third = &room.accessPolygonList()[2];
     EXPECT_EQ(childNamed<CN_LevelEntityPortal>(room, "P")->getPortalPolygon(), second);
-    EXPECT_EQ(second->getAttachedEntity(), room.hasChildNamed("P"));
     EXPECT_EQ(childNamed<CN_LevelEntityRadiosityLight>(room, "L")->getRadiosityPolygon(), third);
     EXPECT_TRUE(third->isLight());
     EXPECT_EQ(childNamed<CN_LevelEntityPolygonGroup>(room, "G")->getSet(),

@@ -113,6 +113,42 @@ void writeOldTriMesh(F_MemoryFile& file, int version, int triangleVersion) {
     file.closeChunk();
 }
 
+void writeOwnRecordOfNew(F_MemoryFile& file, int kind) {
+    const auto writeProperties = [&file] {
+        file.createChunk(0, 6);
+        file << true << false << false << false << true << false << true << true << false << false;
+        file << "" << false << false << "" << false << false;
+        file.closeChunk();
+    };
+    switch (kind) {
+    case CN_KIND_MESH:
+        file.createChunk(1, 0);
+        file.createChunk(0, 9);
+        file << false << 0u << 0u << false;
+        writeProperties();
+        file << false;
+        file.closeChunk();
+        file << false;
+        file.closeChunk();
+        break;
+    case CN_KIND_TRIGGER:
+        file.createChunk(0, 1);
+        file << "" << 0.5;
+        file.closeChunk();
+        writeOldTriggerProperties(file, 3);
+        break;
+    case CN_KIND_TRIMESH:
+        file.createChunk(0, 3);
+        writeProperties();
+        file << ""
+             << "" << false << 0u << 0u << 0xFFFFFFFFul;
+        file.closeChunk();
+        break;
+    default:
+        break;
+    }
+}
+
 std::vector<StoredMeshEntity> storedMeshEntities(const std::string& record) {
     std::vector<StoredMeshEntity> stored;
     const auto add = [&](int first, int last, const std::function<void(F_MemoryFile&, int)>& write) {
