@@ -131,8 +131,7 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
          [](CN_LevelEntityMesh& m) {
              m.setKeyframes(new CN_Keyframes);
              const CN_LevelEntity::Matrix flat({1, 0, 0}, {0, 0, 0}, {0, 0, 1});
-             m.accessKeyframes()->insert("k",
-                                         std::make_unique<CN_Keyframe>(M_Matrix4x3Template<double>(flat, Vector())));
+             m.accessKeyframes()->insert("k", new CN_Keyframe(M_Matrix4x3Template<double>(flat, Vector())));
          }},
     };
     for (const Case& c : cases) {
