@@ -62,8 +62,11 @@ TEST(VirtualNode, SavesThePlaceAmongThePolygonsThatAreWritten) {
         group->addPolygon(level.polygon(i));
     const test::Bytes saved = test::saveLevel(level);
     EXPECT_TRUE(NodeLevel::s_messages.empty());
-    if (const char* folder = std::getenv("CAIRN_FUZZ_SEED_DIR"))
-        F_File::replace((std::filesystem::path(folder) / "document_load" / "mesh_nodes.cairn").string(), saved);
+    if (const char* folder = std::getenv("CAIRN_FUZZ_SEED_DIR")) {
+        const std::filesystem::path place = std::filesystem::path(folder) / "document_load";
+        std::filesystem::create_directories(place);
+        F_File::replace((place / "mesh_nodes.cairn").string(), saved);
+    }
 
     CN_Document again;
     test::loadLevel(again, saved);
