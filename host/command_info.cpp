@@ -1,6 +1,9 @@
+#include "cairn/animation/mesh_animations.h"
 #include "cairn/document/camera.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/tri_mesh.h"
 #include "cairn/fsm/fsm.h"
 #include "cairn/lighting/lightmap_pool_interface.h"
 #include "host/command_line.h"
@@ -24,7 +27,12 @@ struct InfoOptions : CommonOptions {
 /// What a walk over the tree counts.
 struct TreeCounts {
     std::size_t entities = 0, depth = 0, machines = 0, handlers = 0;
+    std::size_t meshes = 0, triangleMeshes = 0, rooms = 0;
+    std::size_t vertices = 0, polygons = 0, triangles = 0, exits = 0; ///< of editable meshes
+    std::size_t keyframes = 0, animations = 0;
     std::map<int, std::size_t> kinds; ///< by type id
+
+    std::size_t countOf(int kind) const { return kinds.contains(kind) ? kinds.at(kind) : 0; }
 
     /// Recursion is as deep as the tree, which a load bounds.
     void count(const CN_LevelEntity& entity, std::size_t level) {
@@ -35,8 +43,30 @@ struct TreeCounts {
             ++machines;
             handlers += static_cast<std::size_t>(machine->getMessageHandlerCount());
         }
+        if (const auto* mesh = dynamic_cast<const CN_LevelEntityMesh*>(&entity))
+            count(*mesh);
+        else if (dynamic_cast<const CN_LevelEntityTriMesh*>(&entity))
+            ++triangleMeshes;
+        if (const auto* animated = dynamic_cast<const CN_AnimationInterface*>(&entity))
+            count(*animated);
         for (const CN_LevelEntity* child : entity.getChildren())
             count(*child, level + 1);
+    }
+    void count(const CN_LevelEntityMesh& mesh) {
+        ++meshes;
+        rooms += mesh.isRoom() ? 1 : 0;
+        vertices += static_cast<std::size_t>(mesh.getVertexList().count());
+        polygons += static_cast<std::size_t>(mesh.getPolygonList().count());
+        for (const CN_Polygon& polygon : mesh.getPolygonList()) {
+            triangles += static_cast<std::size_t>(polygon.getTriangleList().count());
+            exits += polygon.isExitPolygon() ? 1 : 0;
+        }
+    }
+    void count(const CN_AnimationInterface& animated) {
+        if (const CN_Keyframes* held = animated.getKeyframes())
+            keyframes += static_cast<std::size_t>(held->getCount());
+        if (const CN_MeshAnimations* held = animated.getAnimations())
+            animations += static_cast<std::size_t>(held->getCount());
     }
 };
 
@@ -61,6 +91,15 @@ Json describe(const InfoOptions& options, const OpenedLevel& level) {
     info["entities"] = counts.entities;
     info["kinds"] = std::move(kinds);
     info["depth"] = counts.depth;
+    info["meshes"] = counts.meshes;
+    info["triangle_meshes"] = counts.triangleMeshes;
+    info["rooms"] = counts.rooms;
+    info["vertices"] = counts.vertices;
+    info["polygons"] = counts.polygons;
+    info["triangles"] = counts.triangles;
+    info["exits"] = counts.exits;
+    info["portals"] = counts.countOf(CN_KIND_PORTAL);
+    info["polygon_groups"] = counts.countOf(CN_KIND_POLYGON_GROUP);
     info["materials"] = document.getMaterials().numMaterials();
     info["categories"] = document.getMaterials().getCategories().count();
     info["textures"] = document.getTextures().list().count();
@@ -68,6 +107,8 @@ Json describe(const InfoOptions& options, const OpenedLevel& level) {
     info["lightmaps"] = document.getLightmaps()->getLightmapCount();
     info["fsms"] = counts.machines;
     info["handlers"] = counts.handlers;
+    info["keyframes"] = counts.keyframes;
+    info["animations"] = counts.animations;
     info["selected"] = document.getSelection()->getCount();
     info["groups"] = std::move(groups);
     info["camera"] = {{"position", {eye.x, eye.y, eye.z}}};

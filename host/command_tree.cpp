@@ -23,7 +23,8 @@ std::vector<std::string> flagsOf(const CN_LevelEntity& entity) {
         flags.emplace_back("room");
     if (const auto* mesh = dynamic_cast<const CN_MeshInterface*>(&entity); mesh && mesh->isDynamic())
         flags.emplace_back("dynamic");
-    if (entity.getEntityId() == CN_KIND_TRIGGER)
+    const auto* mesh = dynamic_cast<const CN_Mesh*>(&entity);
+    if (entity.getEntityId() == CN_KIND_TRIGGER || (mesh && mesh->isTrigger()))
         flags.emplace_back("trigger");
     return flags;
 }

@@ -4,6 +4,7 @@
 #include "cairn/document/shared_db.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/ui_sphere_entity.h"
+#include "cairn/geometry/validate.h"
 #include "host/entity_text.h"
 
 #include <fmt/format.h>
@@ -58,6 +59,7 @@ class ProblemFinder {
             CN_LevelEntity& root = *m_level.document->accessLevel();
             m_player = findPlayer(root);
             look(root);
+            addFindings();
         }
         return std::move(m_problems);
     }
@@ -85,6 +87,8 @@ class ProblemFinder {
         for (const CN_LoadFinding& finding : report.getFindings()) {
             m_reported.insert(finding.text);
             m_brokenRotation |= finding.code == "broken-rotation";
+            if (finding.code == "broken-keyframe") // the load tells of it, and nobody mends it
+                m_reportedCodes.emplace(finding.code, finding.entity);
             Problem& problem = add(finding.code, finding.text);
             if (finding.hasEntity)
                 problem.entity = finding.entity;
@@ -108,6 +112,21 @@ class ProblemFinder {
     /// The report has the name that the texture got.
     static bool tellsOfNamelessTexture(const std::string& message) {
         return message.starts_with("Problems loading texture;");
+    }
+
+    /// What a look at the geometry and all that it refers to finds. Of a level that was read in part much does not know
+    /// its partner, which is no fault.
+    void addFindings() {
+        const bool whole = m_level.isWhole() || m_level.sealFault;
+        for (const CN_Finding& finding : CN_validateDocument(*m_level.document, CN_LEVEL_TOLERANCE)) {
+            const std::string_view code = finding.code;
+            const std::string entity = qualifiedName(*finding.entity);
+            if ((!whole && (finding.internal || code.starts_with("exit-"))) || m_reportedCodes.contains({code, entity}))
+                continue;
+            Problem& problem = add(code, finding.message);
+            problem.entity = entity;
+            problem.polygon = finding.polygon;
+        }
     }
 
     /// Recursion is as deep as the tree, which a load bounds.
@@ -175,6 +194,8 @@ class ProblemFinder {
     const CN_LevelEntity* m_player = nullptr; ///< not owned
     bool m_brokenRotation = false;            ///< the report names the entities with broken rotations
     std::set<std::string> m_reported;         ///< texts of the load's report
+    std::set<std::pair<std::string_view, std::string>>
+        m_reportedCodes; ///< codes of its findings that last, and entities
     std::vector<Problem> m_problems;
 };
 

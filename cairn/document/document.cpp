@@ -7,6 +7,7 @@
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/exits.h"
+#include "cairn/geometry/polygon/polygon.h"
 #include "cairn/lighting/lightmap_pool.h"
 #include "cairn/platform/handlers.h"
 
@@ -50,6 +51,7 @@ class CN_Document::TreeReading {
   public:
     explicit TreeReading(CN_Document& document) : m_document(document) {
         resetShared();
+        CN_Polygon::m_suiRunningDocIndex = 0;
         m_document.m_collectingBroken = true;
         m_document.m_brokenEntities.clear();
         m_document.m_brokenFSMs.clear();
@@ -199,7 +201,7 @@ void CN_Document::save(F_MemoryFile& file) {
         // The tree is walked once: what only needs its entities goes along the list, which waits less for memory.
         const std::vector<CN_LevelEntity*> entities = m_level->checkSavable();
         const SaveNumbers numbers(entities);
-        CN_PolygonValidator::instance()->enumeratePolygons(entities, nullptr);
+        CN_PolygonValidator::instance()->enumerateWrittenPolygons(entities);
         file.reserve(entities.size() * COMMON_ENTITY_BYTES);
         saveSections(file);
     });

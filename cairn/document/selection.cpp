@@ -18,14 +18,16 @@ namespace {
 constexpr unsigned char MARKER_EMPTY = 0, MARKER_CHUNK = 2;
 
 /// Calls `visit(entity)` for the root and all below it in the order of their numbers, as long as it gives true: a
-/// parent ahead of its children, the last child first.
-template <class Visit> void forEachNumbered(CN_LevelEntity* root, Visit&& visit) {
+/// parent ahead of its children, the last child first. Without `all` those that a save leaves out have no number.
+template <class Visit> void forEachNumbered(CN_LevelEntity* root, bool all, Visit&& visit) {
     std::vector<CN_LevelEntity*> pending;
     if (root)
         pending.push_back(root);
     while (!pending.empty()) {
         CN_LevelEntity* const entity = pending.back();
         pending.pop_back();
+        if (!all && CN_VirtualNode::isLeftOut(entity))
+            continue;
         if (!visit(entity))
             return;
         pending.insert(pending.end(), entity->getChildren().begin(), entity->getChildren().end());
@@ -139,7 +141,7 @@ bool CN_Selection::areAllSelectedParantedToSelectedRoom() const {
 void CN_Selection::save(F_MemoryFile& file, CN_Document* document) const {
     std::vector<unsigned int> numbers;
     if (!m_selected.empty())
-        forEachNumbered(document->accessLevel(), [&, number = 0u](const CN_LevelEntity* entity) mutable {
+        forEachNumbered(document->accessLevel(), false, [&, number = 0u](const CN_LevelEntity* entity) mutable {
             if (isInSelection(entity))
                 numbers.push_back(number);
             ++number;
@@ -182,7 +184,7 @@ void CN_Selection::load(F_MemoryFile& file, CN_Document* document) {
 
     // The numbers rise as the walk does: one that does not is never met, and neither are those behind it.
     auto next = numbers.begin();
-    forEachNumbered(document->accessLevel(), [&, number = 0u](CN_LevelEntity* entity) mutable {
+    forEachNumbered(document->accessLevel(), true, [&, number = 0u](CN_LevelEntity* entity) mutable {
         if (next == numbers.end())
             return false;
         if (*next == number) {

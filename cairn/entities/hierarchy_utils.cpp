@@ -6,6 +6,7 @@
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/prefab_content.h"
+#include "cairn/entities/tri_mesh.h"
 
 #include <fmt/format.h>
 
@@ -193,9 +194,21 @@ int CN_HierarchyUtils::getEntityDepth(const CN_LevelEntity* entity) {
     return depth;
 }
 
-void CN_HierarchyUtils::calculateBoundingBoxLocal(const CN_MeshInterface*, Vector& min, Vector& max) {
+void CN_HierarchyUtils::calculateBoundingBoxLocal(const CN_MeshInterface* mesh, Vector& min, Vector& max) {
     min = Vector(CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND);
     max = -min;
+    if (const auto* const editable = dynamic_cast<const CN_Mesh*>(mesh)) {
+        for (const CN_Polygon& polygon : editable->getPolygonList()) {
+            for (const CN_Vertex* const vertex : polygon.getVertexBuffer())
+                CN_LevelEntity::checkBoundingBox(vertex->local, min, max);
+            if (polygon.getVertexBuffer().empty())
+                for (const CN_Edge& edge : polygon.getEdgeList())
+                    CN_LevelEntity::checkBoundingBox(edge.getLocal(0), min, max);
+        }
+    } else if (const auto* const triangles = dynamic_cast<const CN_LevelEntityTriMesh*>(mesh)) {
+        for (const CN_TMVertex& vertex : triangles->getVertices())
+            CN_LevelEntity::checkBoundingBox(vertex.position, min, max);
+    }
 }
 
 std::string CN_HierarchyUtils::makeFullyQualifiedName(const CN_LevelEntity* entity) {

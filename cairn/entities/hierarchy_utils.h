@@ -55,7 +55,8 @@ class CN_HierarchyUtils {
     static int getImageIndex(const CN_LevelEntity* entity, bool plain, int* overlay);
     /// The number of ancestors: 0 for the root.
     static int getEntityDepth(const CN_LevelEntity* entity);
-    /// The box of the vertices in the mesh's own space; the largest and least double where there is no vertex.
+    /// The box of the corners of all polygons, or of a triangle mesh's vertices, in the mesh's own space; the largest and
+    /// least double where there are none.
     static void calculateBoundingBoxLocal(const CN_MeshInterface* mesh, Vector& min, Vector& max);
     /// The path of live names from below the root, each led by "::"; empty for the root.
     static std::string makeFullyQualifiedName(const CN_LevelEntity* entity);

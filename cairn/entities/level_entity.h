@@ -140,7 +140,7 @@ class CN_LevelEntity {
     virtual void saveEntitySpecificData(F_MemoryFile& file) = 0;
     /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
     /// subtree: what `save` does ahead of its first byte, and a document ahead of its own. Gives the entities of the
-    /// subtree in pre-order, this one first.
+    /// subtree in pre-order, this one first, without those that a save leaves out (`CN_VirtualNode::isLeftOut`).
     std::vector<CN_LevelEntity*> checkSavable();
     /// Why reading would refuse what `saveEntitySpecificData` writes, as the end of a sentence about the entity; empty
     /// where it would not. `checkSavable` asks it.
@@ -334,6 +334,12 @@ class CN_LevelEntity {
     ///         setRenderer(factory->createMeshRenderer(this));
     CN_EntityRendererFactory* getFactoryOfMissingRenderer() const;
 
+    /// The two halves of `handleHierarchy`: this entity's world values from its parent's, then the children's from its own.
+    void placeInWorld(const Vector& parentPosition, const Matrix& parentRotation);
+    void placeChildrenInWorld(bool force);
+    /// The path of the entity that is being read, which is not attached to its ancestors yet.
+    std::string getLoadPath() const;
+
     void saveCommonEntityData(F_MemoryFile& file);
     void loadCommonEntityData(F_MemoryFile& file);
     void saveChildren(F_MemoryFile& file);
@@ -385,7 +391,7 @@ class CN_LevelEntity {
     const char* findNotFinite() const;
     void checkRotation();
     void reportUnread(std::size_t bytes) const;
-    std::string getLoadPath() const;
+    void reportLeftOut(const CN_LevelEntity* child) const;
     bool isGameplayCritical_traverseUp() const;
     bool isGameplayCritical_traverseDown() const;
 

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <vector>
 
 namespace cairn {
@@ -70,7 +71,6 @@ std::string shownPath(std::string path) {
 
 } // namespace
 
-/// The path of the entity that is being read, which is not attached to its ancestors yet.
 std::string CN_LevelEntity::getLoadPath() const {
     std::vector<const CN_LevelEntity*> entities;
     const LoadScope* scope = LoadScope::innermost();
@@ -208,9 +208,23 @@ void CN_LevelEntity::loadChildren(F_MemoryFile& file) {
 }
 
 void CN_LevelEntity::saveChildren(F_MemoryFile& file) {
-    file.writeCount(m_children.size());
+    const auto isStored = [](const CN_LevelEntity* child) { return !CN_VirtualNode::isLeftOut(child); };
+    file.writeCount(static_cast<std::size_t>(std::count_if(m_children.begin(), m_children.end(), isStored)));
+    std::optional<CN_VirtualNode::WrittenPlaces> places;
+    if (const auto* const mesh = m_children.empty() ? nullptr : dynamic_cast<const CN_Mesh*>(this))
+        places.emplace(*mesh);
     for (CN_LevelEntity* child : m_children)
-        child->save(file);
+        if (isStored(child))
+            child->save(file);
+        else
+            reportLeftOut(child);
+}
+
+/// Tells the user of a child that the record cannot hold.
+void CN_LevelEntity::reportLeftOut(const CN_LevelEntity* child) const {
+    if (CN_Document* document = getLivingDocument())
+        document->showMessage(2, CString(fmt::format("\"{}\" is not saved: it stands on no polygon that is saved",
+                                                     CN_HierarchyUtils::makeFullyQualifiedName(child))));
 }
 
 /// A new entity for the child that stands in the file; throws where there can be none.
@@ -299,6 +313,8 @@ std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() {
             refuse(entity, fault);
     };
 
+    constexpr std::size_t NONE_LEFT_OUT = CN_MAX_ENTITY_DEPTH + 1;
+    std::size_t leftOutDepth = NONE_LEFT_OUT; // of the entity that a save leaves out and in whose subtree the walk is
     checkRecord(this);
     std::vector<CN_LevelEntity*> entities{this};
     std::vector<std::size_t> nameBytes{0}; // of the qualified names above the entity that is looked at, by depth
@@ -307,6 +323,11 @@ std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() {
     for (it.begin(); !it.end(); ++it) {
         CN_LevelEntity* entity = *it;
         const std::size_t depth = it.getDepth() + 1;
+        if (depth > leftOutDepth)
+            continue;
+        leftOutDepth = CN_VirtualNode::isLeftOut(entity) ? depth : NONE_LEFT_OUT;
+        if (leftOutDepth == depth)
+            continue;
         if (depth >= CN_MAX_ENTITY_DEPTH)
             refuse(entity, fmt::format("it is nested deeper than {} levels", CN_MAX_ENTITY_DEPTH));
         if (const char* why = refusalBelow(entity->m_parent, entity->m_entityId))

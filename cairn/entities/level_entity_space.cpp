@@ -42,9 +42,17 @@ void CN_LevelEntity::checkBoundingBox(const Vector& v, Vector& min, Vector& max)
 void CN_LevelEntity::handleHierarchy(const Vector& parentPosition, const Matrix& parentRotation, bool force) {
     if (!force && !isVisible())
         return;
+    placeInWorld(parentPosition, parentRotation);
+    placeChildrenInWorld(force);
+}
+
+void CN_LevelEntity::placeInWorld(const Vector& parentPosition, const Matrix& parentRotation) {
     m_worldPosition = m_position * parentRotation + parentPosition;
     m_worldRotation = m_rotation * parentRotation;
     m_invWorldRotation = m_worldRotation.transposed();
+}
+
+void CN_LevelEntity::placeChildrenInWorld(bool force) {
     for (CN_LevelEntity* child : m_children)
         if (child)
             child->handleHierarchy(m_worldPosition, m_worldRotation, force);

@@ -2,6 +2,8 @@
 
 namespace cairn {
 
+class CN_MeshProperties;
+
 /// What editable meshes and triangle meshes have in common. Reach it from an entity by `dynamic_cast` only.
 class CN_MeshInterface {
   public:
@@ -10,6 +12,15 @@ class CN_MeshInterface {
     virtual void setDynamic(bool dynamic) = 0;
     /// True for a mesh that moves in the game.
     virtual bool isDynamic() const = 0;
+    /// Gives the mesh its first keyframe, a state machine with the handlers of dynamic meshes and the default physical
+    /// material, and marks it dynamic; `lit` says whether it is lit.
+    virtual void makeDynamic(bool lit) = 0;
+    /// Puts the mesh to its default keyframe and takes keyframes, animations and state machine away.
+    virtual void makeStatic() = 0;
+    virtual void setMeshProperties(const CN_MeshProperties& properties) = 0;
+    virtual const CN_MeshProperties& getMeshProperties() const = 0;
+    /// Counts the use of each surface's material once up, or down.
+    virtual void updateMaterialRefCounts(bool add) = 0;
 };
 
 } // namespace cairn

@@ -2,18 +2,32 @@
 
 #include "cairn/document/host_interfaces.h"
 #include "cairn/entities/visitors.h"
+#include "cairn/foundation/system.h"
+#include "cairn/geometry/mesh/mesh.h"
+
+#include <cstdint>
 
 namespace cairn {
 
-CN_LevelEntityPortal::CN_LevelEntityPortal() : CN_VirtualNode(CN_KIND_PORTAL, 5) {}
+namespace {
 
-CN_LevelEntityPortal::CN_LevelEntityPortal(const CN_LevelEntityPortal& other) : CN_VirtualNode(other) {
+/// An address as the log shows it: its lower half.
+unsigned int shown(const void* address) { return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(address)); }
+
+} // namespace
+
+CN_LevelEntityPortal::CN_LevelEntityPortal() : CN_PolygonNode(CN_KIND_PORTAL, 5, "PortalNode polyidx") {}
+
+CN_LevelEntityPortal::CN_LevelEntityPortal(const CN_LevelEntityPortal& other)
+    : CN_PolygonNode(other), m_ignoreInGIS(other.m_ignoreInGIS), m_alwaysClosed(other.m_alwaysClosed) {
     requestRenderer();
 }
 
 CN_LevelEntityPortal& CN_LevelEntityPortal::operator=(const CN_LevelEntityPortal& other) {
     if (this != &other) {
-        CN_VirtualNode::operator=(other);
+        CN_PolygonNode::operator=(other);
+        m_ignoreInGIS = other.m_ignoreInGIS;
+        m_alwaysClosed = other.m_alwaysClosed;
         requestRenderer();
     }
     return *this;
@@ -30,15 +44,45 @@ void CN_LevelEntityPortal::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
     CN_acceptAs<CN_PortalACVisitor>(visitor, *this);
 }
 
-void CN_LevelEntityPortal::loadEntitySpecificData(F_MemoryFile&) {}
+// Versions:
+//   3: always closed
+//   2: ignored in GIS
+//   1: the polygon's index
 
-void CN_LevelEntityPortal::saveEntitySpecificData(F_MemoryFile&) {}
+void CN_LevelEntityPortal::saveEntitySpecificData(F_MemoryFile& file) {
+    const unsigned int index = findRecordIndex();
+    file.createChunk(0, CAIRN_LVL_ENTITY_PORTAL_VERSION);
+    file << index;
+    file << m_ignoreInGIS;
+    file << m_alwaysClosed;
+    file.closeChunk();
+}
 
-// Without a record there are no indices to turn.
+void CN_LevelEntityPortal::loadEntitySpecificData(F_MemoryFile& file) {
+    F_MemoryFile::Chunk chunk;
+    file.openChunk(chunk, 0);
+    F_MemoryFile& in = chunk.getMemoryFile();
+    unsigned int index = 0;
+    bool ignoreInGIS = false, alwaysClosed = false;
+    in >> index;
+    if (chunk.getVersion() > 1)
+        in >> ignoreInGIS;
+    if (chunk.getVersion() > 2)
+        in >> alwaysClosed;
+    file.skipChunk();
+    setPolygonIndex(index);
+    m_ignoreInGIS = ignoreInGIS;
+    m_alwaysClosed = alwaysClosed;
+}
 
-void CN_LevelEntityPortal::generatePointersFromPolygonIndices() {}
-
-void CN_LevelEntityPortal::generatePolygonIndicesFromPointers() {}
+void CN_LevelEntityPortal::generatePolygonIndicesFromPointers() {
+    CN_PolygonNode::generatePolygonIndicesFromPointers();
+    const auto* const mesh = dynamic_cast<const CN_Mesh*>(getParent());
+    F_System::verbose(
+        "generatePolygonIndicesFromPointers 0x%08X : mesh 0x%08X polygon 0x%08X index 0x%08X (size 0x%08X)",
+        shown(this), shown(mesh), shown(getPortalPolygon()), getPolygonIndex(),
+        mesh ? static_cast<unsigned int>(mesh->getPolygonList().count()) : 0u);
+}
 
 bool CN_LevelEntityPortal::onCanAdd(int) { return false; }
 

@@ -30,23 +30,17 @@ class CN_RLightProperties {
 };
 
 /// Makes one polygon of its parent mesh a light.
-class CN_LevelEntityRadiosityLight : public CN_VirtualNode {
+class CN_LevelEntityRadiosityLight : public CN_PolygonNode {
   public:
     CN_LevelEntityRadiosityLight();
-    /// A copy stands on the same polygon, whose back pointer stays with the other light.
     CN_LevelEntityRadiosityLight(const CN_LevelEntityRadiosityLight& other);
     CN_LevelEntityRadiosityLight& operator=(const CN_LevelEntityRadiosityLight& other);
 
     CN_LevelEntity* clone() override;
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
     void loadEntitySpecificData(F_MemoryFile& file) override;
+    /// Throws where the light is not storable.
     void saveEntitySpecificData(F_MemoryFile& file) override;
-    /// A light below a mesh, always: the record of a mesh holds no polygons yet, so that no load finds the light's.
-    string findRecordFault() const override;
-    /// An index beyond the parent's polygons is told in a message box and ends the process. Throws without a mesh as
-    /// parent.
-    void generatePointersFromPolygonIndices() override;
-    void generatePolygonIndicesFromPointers() override;
 
     const CN_RLightProperties& getRLightProperties() const { return m_properties; }
     void setRLightProperties(const CN_RLightProperties& properties) { m_properties = properties; }
@@ -58,9 +52,9 @@ class CN_LevelEntityRadiosityLight : public CN_VirtualNode {
     void setHotspotAngle(float degrees) { m_properties.hotspotAngle = degrees; }
     float getFalloffAngle() const { return m_properties.falloffAngle; }
     void setFalloffAngle(float degrees) { m_properties.falloffAngle = degrees; }
-    CN_Polygon* getRadiosityPolygon() const { return m_radiosityPolygon; }
+    CN_Polygon* getRadiosityPolygon() const { return getPolygon(); }
     /// Stores the polygon, which may be null, and makes this its light.
-    void setRadiosityPolygon(CN_Polygon* polygon);
+    void setRadiosityPolygon(CN_Polygon* polygon) { setPolygon(polygon); }
 
     /// Settings that a host may change and use as a template; the library takes nothing from them.
     static CN_RLightProperties& getDefaultRLightProperties() { return m_sRDefaultLightProperties; }
@@ -72,9 +66,7 @@ class CN_LevelEntityRadiosityLight : public CN_VirtualNode {
   private:
     void requestRenderer();
 
-    CN_Polygon* m_radiosityPolygon = nullptr; ///< not owned: of the parent mesh, which owns it
-    unsigned int m_polygonIndex = 0;          ///< its place in the mesh when last read or counted
-    CN_RLightProperties m_properties;         ///< of the light
+    CN_RLightProperties m_properties; ///< of the light
 };
 
 } // namespace cairn

@@ -8,7 +8,8 @@ namespace cairn {
 
 CN_LevelEntityTrigger::CN_LevelEntityTrigger() : CN_UISphereEntity(CN_KIND_TRIGGER, 10) { initializeMembers(); }
 
-CN_LevelEntityTrigger::CN_LevelEntityTrigger(const CN_LevelEntityTrigger& other) : CN_UISphereEntity(other) {
+CN_LevelEntityTrigger::CN_LevelEntityTrigger(const CN_LevelEntityTrigger& other)
+    : CN_UISphereEntity(other), m_properties(other.m_properties) {
     createFSM();
     requestSphereRenderer();
 }
@@ -16,6 +17,7 @@ CN_LevelEntityTrigger::CN_LevelEntityTrigger(const CN_LevelEntityTrigger& other)
 CN_LevelEntityTrigger& CN_LevelEntityTrigger::operator=(const CN_LevelEntityTrigger& other) {
     if (this != &other) {
         CN_UISphereEntity::operator=(other);
+        m_properties = other.m_properties;
         createFSM();
         requestSphereRenderer();
     }
@@ -23,7 +25,8 @@ CN_LevelEntityTrigger& CN_LevelEntityTrigger::operator=(const CN_LevelEntityTrig
 }
 
 void CN_LevelEntityTrigger::initializeMembers() {
-    setRadius(0.5);
+    m_properties.initialize();
+    setRadius(m_properties.radius);
     createFSM();
 }
 
@@ -33,9 +36,28 @@ void CN_LevelEntityTrigger::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
     CN_acceptAs<CN_TriggerACVisitor>(visitor, *this);
 }
 
-void CN_LevelEntityTrigger::loadEntitySpecificData(F_MemoryFile&) {}
+// The record of the sphere, then that of the settings, which have their radius from the sphere.
 
-void CN_LevelEntityTrigger::saveEntitySpecificData(F_MemoryFile&) {}
+void CN_LevelEntityTrigger::saveEntitySpecificData(F_MemoryFile& file) {
+    CN_UISphereEntity::saveEntitySpecificData(file);
+    m_properties.save(file);
+}
+
+void CN_LevelEntityTrigger::loadEntitySpecificData(F_MemoryFile& file) {
+    CN_UISphereEntity::loadEntitySpecificData(file);
+    m_properties.load(file);
+    m_properties.radius = getRadius();
+}
+
+void CN_LevelEntityTrigger::setRadius(double radius) {
+    m_properties.radius = radius;
+    CN_UISphereEntity::setRadius(radius);
+}
+
+void CN_LevelEntityTrigger::setTriggerProperties(const CN_TriggerProperties& properties) {
+    m_properties = properties;
+    setRadius(properties.radius);
+}
 
 void CN_LevelEntityTrigger::createFSM() {
     CN_LevelEntity::createFSM();

@@ -2,9 +2,66 @@
 
 #include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/for_each.h"
+#include "cairn/entities/portal.h"
+#include "cairn/foundation/system.h"
 #include "cairn/geometry/mesh/mesh.h"
 
+#include <cstdint>
+
 namespace cairn {
+
+namespace {
+
+CN_Mesh* asMesh(CN_LevelEntity* entity) {
+    return entity->getEntityId() == CN_KIND_MESH ? dynamic_cast<CN_Mesh*>(entity) : nullptr;
+}
+
+void giveNumber(CN_Polygon& polygon) {
+    polygon.setPolygonIndex(CN_Polygon::m_suiRunningDocIndex++);
+    CN_Polygon::s_uiTriangleIndex += static_cast<unsigned int>(polygon.getTriangleList().count());
+}
+
+void resetCounts() { CN_Polygon::m_suiRunningDocIndex = CN_Polygon::s_uiTriangleIndex = 0; }
+
+/// Numbers the polygons of each mesh entity, and lists them.
+class ForEach_EnumeratePolygons : public CN_ForEach {
+  public:
+    explicit ForEach_EnumeratePolygons(std::vector<CN_Polygon*>* list) : m_list(list) {}
+    void operator()(CN_LevelEntity* entity) override {
+        CN_Mesh* const mesh = asMesh(entity);
+        if (!mesh)
+            return;
+        for (CN_Polygon& polygon : mesh->accessPolygonList()) {
+            giveNumber(polygon);
+            if (m_list)
+                m_list->push_back(&polygon);
+        }
+    }
+
+  private:
+    std::vector<CN_Polygon*>* m_list; ///< not owned: may be null
+};
+
+/// An address in the width that log lines have for it.
+unsigned int shownAddress(const void* address) {
+    return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(address));
+}
+
+/// Tells the load report of the exit's document.
+void report(const CN_Polygon& exit, const std::string& text) {
+    const CN_Mesh* const mesh = exit.getParent();
+    CN_Document* const document = mesh ? mesh->getDocument() : nullptr;
+    if (CN_Document::isAlive(document))
+        document->accessLoadReport().add("repaired", mesh, mesh->findPolygonIndex(&exit), text);
+}
+
+} // namespace
+
+CN_ExitDestinationPointerDeserializationException::CN_ExitDestinationPointerDeserializationException(int index)
+    : F_Exception(formatText("Exit destination pointer was serialized with an index %d.No such index was found during "
+                             "deserialisation!!",
+                             index)) {}
 
 CN_PolygonValidator* CN_PolygonValidator::instance() {
     static CN_PolygonValidator validator;
@@ -12,33 +69,123 @@ CN_PolygonValidator* CN_PolygonValidator::instance() {
 }
 
 void CN_PolygonValidator::enumeratePolygons(CN_Document* document, std::vector<CN_Polygon*>* list) {
+    resetCounts();
     CN_LevelEntity* const level = document ? document->accessLevel() : nullptr;
     if (!level)
         return;
-    std::vector<CN_LevelEntity*> entities;
-    CN_PreIterator it = level->createIterator();
-    for (it.begin(); !it.end(); ++it)
-        entities.push_back(*it);
-    enumeratePolygons(entities, list);
+    ForEach_EnumeratePolygons enumerate(list);
+    level->forEachEntity(&enumerate);
 }
 
-void CN_PolygonValidator::enumeratePolygons(std::span<CN_LevelEntity* const> entities, std::vector<CN_Polygon*>* list) {
-    int number = 0;
-    for (CN_LevelEntity* entity : entities) {
-        CN_Mesh* const mesh = entity->getEntityId() == CN_KIND_MESH ? dynamic_cast<CN_Mesh*>(entity) : nullptr;
-        if (!mesh)
-            continue;
-        for (CN_Polygon& polygon : mesh->accessPolygonList()) {
-            polygon.setPolygonIndex(number++);
-            if (list)
-                list->push_back(&polygon);
-        }
-    }
+void CN_PolygonValidator::enumerateWrittenPolygons(std::span<CN_LevelEntity* const> entities) {
+    resetCounts();
+    for (const bool written : {true, false})
+        for (CN_LevelEntity* const entity : entities)
+            if (CN_Mesh* const mesh = asMesh(entity))
+                for (CN_Polygon& polygon : mesh->accessPolygonList())
+                    if (polygon.getEdgeList().empty() != written)
+                        giveNumber(polygon);
 }
 
 CN_ExitDestinationPointerDeserializer* CN_ExitDestinationPointerDeserializer::instance() {
     static CN_ExitDestinationPointerDeserializer deserializer;
     return &deserializer;
+}
+
+void CN_ExitDestinationPointerDeserializer::addRelocatableExitPolygon(CN_Polygon* polygon) {
+    m_relocatablePolygons[static_cast<int>(polygon->getPolygonIndex())] = polygon;
+}
+
+void CN_ExitDestinationPointerDeserializer::forget(const CN_Polygon* polygon) {
+    const auto it = m_relocatablePolygons.find(static_cast<int>(polygon->getPolygonIndex()));
+    if (it != m_relocatablePolygons.end() && it->second == polygon)
+        m_relocatablePolygons.erase(it);
+}
+
+void CN_ExitDestinationPointerDeserializer::deserialize(CN_LevelEntity* root, CN_Material* material) {
+    CN_PreIterator it = root->createIterator();
+    deserialize(&it, material);
+}
+
+void CN_ExitDestinationPointerDeserializer::deserialize(CN_EntityIterator* it, CN_Material* material) {
+    struct Serving {
+        CN_ExitDestinationPointerDeserializer& deserializer;
+        ~Serving() {
+            deserializer.m_sealMaterial = nullptr;
+            deserializer.m_broken.clear();
+            deserializer.reset();
+        }
+    } const serving{*this};
+    m_sealMaterial = material;
+    findBroken();
+    for (it->begin(); !it->end(); ++*it)
+        if (CN_LevelEntity* const entity = **it)
+            entity->acceptACVisitor(*this);
+    bindOthers();
+}
+
+void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) {
+    CN_Polygon* const exit = portal.getPortalPolygon();
+    // A second portal on one exit finds it bound.
+    if (!exit || exit->isExitPolygon() || bind(*exit))
+        return;
+    const int number = exit->getExitDestinationIndex();
+    // An exit that never had a partner, or whose partner has lost its own, needs no material to become a wall.
+    if (!m_sealMaterial && number != CN_Polygon::NON_EXIT_INDEX && !m_relocatablePolygons.contains(number))
+        throw new CN_ExitDestinationPointerDeserializationException(number);
+    F_System::verbose("LevelLoader      : Sealed exit %d", number);
+    F_System::verbose(" with name(%s)\n", toString(portal.getQualifiedName()).c_str());
+    F_System::verbose("CN_ExitDestinationPointerDeserializer::visit : portal@%8X polygon@%8X\n", shownAddress(&portal),
+                      shownAddress(exit));
+    report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
+    exit->sealExit(m_sealMaterial);
+}
+
+/// Finds the exits without a partner, and those whose partner turns out to be none because of that, and so on.
+void CN_ExitDestinationPointerDeserializer::findBroken() {
+    std::multimap<int, CN_Polygon*> sources;
+    std::vector<CN_Polygon*> next;
+    for (const auto& [own, exit] : m_relocatablePolygons) {
+        sources.emplace(exit->getExitDestinationIndex(), exit);
+        if (!m_relocatablePolygons.contains(exit->getExitDestinationIndex()))
+            next.push_back(exit);
+    }
+    while (!next.empty()) {
+        CN_Polygon* const exit = next.back();
+        next.pop_back();
+        m_broken.insert(exit);
+        const auto [first, last] = sources.equal_range(static_cast<int>(exit->getPolygonIndex()));
+        for (auto it = first; it != last; ++it)
+            if (!m_broken.contains(it->second))
+                next.push_back(it->second);
+    }
+}
+
+/// Makes the exit lead to the polygon of its number; false where there is none.
+bool CN_ExitDestinationPointerDeserializer::bind(CN_Polygon& exit) {
+    const auto it = m_relocatablePolygons.find(exit.getExitDestinationIndex());
+    if (exit.getExitDestinationIndex() == CN_Polygon::NON_EXIT_INDEX || it == m_relocatablePolygons.end() ||
+        m_broken.contains(it->second))
+        return false;
+    exit.setExitDestination(it->second);
+    exit.setExitDestinationIndex(CN_Polygon::NON_EXIT_INDEX);
+    return true;
+}
+
+/// Binds the exits that no portal stands for.
+void CN_ExitDestinationPointerDeserializer::bindOthers() {
+    for (const auto& [own, exit] : m_relocatablePolygons) {
+        const int number = exit->getExitDestinationIndex();
+        if (number == CN_Polygon::NON_EXIT_INDEX)
+            continue;
+        const bool bound = bind(*exit);
+        exit->setExitDestinationIndex(CN_Polygon::NON_EXIT_INDEX);
+        F_System::verbose("Exit %d without a portal %s polygon %d\n", own, bound ? "leads to" : "does not find",
+                          number);
+        if (!bound)
+            report(*exit,
+                   formatText("An exit without a portal leads nowhere: its partner, polygon %d, is not there", number));
+    }
 }
 
 } // namespace cairn

@@ -1,14 +1,25 @@
 #pragma once
 
+#include "cairn/entities/visitors.h"
+#include "cairn/foundation/exception.h"
+
+#include <map>
+#include <set>
 #include <span>
 #include <vector>
 
 namespace cairn {
 
 class CN_Document;
-class CN_LevelEntity;
+class CN_EntityIterator;
 class CN_Material;
 class CN_Polygon;
+
+/// An exit whose partner is not in the file.
+class CN_ExitDestinationPointerDeserializationException : public F_Exception {
+  public:
+    explicit CN_ExitDestinationPointerDeserializationException(int index);
+};
 
 /// Numbers the polygons of a level.
 class CN_PolygonValidator {
@@ -17,31 +28,48 @@ class CN_PolygonValidator {
     CN_PolygonValidator(const CN_PolygonValidator&) = delete;
     CN_PolygonValidator& operator=(const CN_PolygonValidator&) = delete;
 
-    /// Gives the polygons of all mesh entities their numbers from 0, in pre-order and list order, and appends them to
-    /// `list`, which may be null. Nothing happens for a document that is null or has no level.
+    /// Gives the polygons of all mesh entities their numbers from 0, in pre-order and list order, counts their triangles
+    /// (`CN_Polygon::s_uiTriangleIndex`) and appends them to `list`, which may be null. For a document that is null or
+    /// has no level only the counts go back to 0.
     void enumeratePolygons(CN_Document* document, std::vector<CN_Polygon*>* list);
-    /// The same for entities that the caller gives in pre-order.
-    void enumeratePolygons(std::span<CN_LevelEntity* const> entities, std::vector<CN_Polygon*>* list);
+    /// What a save does, for entities that the caller gives in pre-order: the polygons that are written get the first
+    /// numbers, without a gap, those without edges the numbers behind them.
+    void enumerateWrittenPolygons(std::span<CN_LevelEntity* const> entities);
 
   private:
     CN_PolygonValidator() = default;
 };
 
-/// Turns the numbers by which exits name their partners in a file into pointers. No polygon has an exit yet, so that
-/// there is nothing to turn.
-class CN_ExitDestinationPointerDeserializer {
+/// Turns the numbers by which exits name their partners in a file into pointers. It serves one load at a time.
+class CN_ExitDestinationPointerDeserializer : public CN_AcyclicLevelVisitor, public CN_PortalACVisitor {
   public:
     static CN_ExitDestinationPointerDeserializer* instance();
     CN_ExitDestinationPointerDeserializer(const CN_ExitDestinationPointerDeserializer&) = delete;
     CN_ExitDestinationPointerDeserializer& operator=(const CN_ExitDestinationPointerDeserializer&) = delete;
 
     /// Forgets all polygons that were registered.
-    void reset() {}
-    /// Binds the exits below `root`; one whose partner is missing is sealed with the material.
-    void deserialize(CN_LevelEntity*, CN_Material*) {}
+    void reset() { m_relocatablePolygons.clear(); }
+    /// Enters an exit polygon under its number; one that had the number is forgotten.
+    void addRelocatableExitPolygon(CN_Polygon* polygon);
+    /// Forgets a polygon that dies.
+    void forget(const CN_Polygon* polygon);
+    /// Binds the exits of all portals below `root`; one whose partner is missing is sealed with the material. Exits that no
+    /// portal stands for are bound, too, and lead nowhere where the partner is missing. Forgets all polygons afterwards.
+    /// Throws a `CN_ExitDestinationPointerDeserializationException*` where a partner is missing and the material is null.
+    void deserialize(CN_LevelEntity* root, CN_Material* material);
+    /// The same for the portals that the iterator, which may be at any place, walks over.
+    void deserialize(CN_EntityIterator* it, CN_Material* material);
 
   private:
     CN_ExitDestinationPointerDeserializer() = default;
+    void visit(CN_LevelEntityPortal& portal) override;
+    void findBroken();
+    bool bind(CN_Polygon& exit);
+    void bindOthers();
+
+    std::map<int, CN_Polygon*> m_relocatablePolygons; ///< not owned: exit polygons read, by their number
+    std::set<const CN_Polygon*> m_broken;             ///< not owned: those of them that lead to no exit that stays one
+    CN_Material* m_sealMaterial = nullptr;            ///< not owned: for exits whose partner is missing
 };
 
 } // namespace cairn

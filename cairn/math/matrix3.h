@@ -47,6 +47,16 @@ template <class T> struct M_Matrix3Template {
     /// True where no element is infinite or NaN.
     bool isFinite() const { return rows[0].isFinite() && rows[1].isFinite() && rows[2].isFinite(); }
 
+    /// True where the matrix and its inverse are finite.
+    bool isInvertible() const { return isFinite() && determinant() != T(0) && inverse().isFinite(); }
+    /// The rows made unit and perpendicular to one another, in their order (Gram-Schmidt); one that depends on those
+    /// before it becomes zero.
+    M_Matrix3Template orthonormalized() const {
+        const M_Vector3Template<T> a = rows[0].normalized();
+        const M_Vector3Template<T> b = (rows[1] - a * a.dot(rows[1])).normalized();
+        return {a, b, (rows[2] - a * a.dot(rows[2]) - b * b.dot(rows[2])).normalized()};
+    }
+
     /// The rotation by `angle` radians about the x axis: rows (1,0,0), (0,c,s), (0,-s,c).
     static M_Matrix3Template rotationX(T angle) {
         const T c = std::cos(angle), s = std::sin(angle);

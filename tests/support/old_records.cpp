@@ -2,6 +2,7 @@
 
 #include "cairn/foundation/memory_file.h"
 #include "tests/support/old_materials.h"
+#include "tests/support/old_mesh_entities.h"
 
 #include <limits>
 #include <utility>
@@ -158,6 +159,8 @@ void writeOldEntity(F_MemoryFile& file, const OldEntity& entity) {
     file.closeChunk();
     if (entity.ownRecord)
         entity.ownRecord(file);
+    else
+        writeOwnRecordOfNew(file, entity.kind);
     file.writeCount(entity.children.size());
     for (const OldEntity& child : entity.children)
         writeOldEntity(file, child);

@@ -25,7 +25,7 @@ struct OldEntity {
     bool visible = true, excluded = false, reserved = false;
     bool exportRegrouping = false;                     ///< stored above version 2
     bool critical = true;                              ///< stored above version 3
-    std::function<void(F_MemoryFile&)> ownRecord = {}; ///< the kind's record; nothing where it is empty
+    std::function<void(F_MemoryFile&)> ownRecord = {}; ///< the kind's record; else a new one's
     std::vector<OldEntity> children = {};
 };
 

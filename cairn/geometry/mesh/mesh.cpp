@@ -1,76 +1,260 @@
 #include "cairn/geometry/mesh/mesh.h"
 
 #include "cairn/animation/keyframes.h"
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/polygon_group.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/materials/material.h"
 
-#include <limits>
+#include <cmath>
+#include <utility>
 
 namespace cairn {
 
-CN_Mesh::CN_Mesh(int entityId, int imageIndex, CN_Document* document) : CN_LevelEntity(entityId, imageIndex) {
+CN_Mesh::CN_Mesh(int entityId, int imageIndex, CN_Document* document)
+    : CN_LevelEntity(entityId, imageIndex), m_boundingBox({CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND},
+                                                          {-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}) {
     setDocument(document);
     initializeMembers();
 }
 
-CN_Mesh::CN_Mesh(const CN_Mesh& other)
-    : CN_LevelEntity(other), CN_MeshInterface(other), CN_AnimationInterface(other), m_polygonList(other.m_polygonList),
-      m_dynamic(other.m_dynamic), m_animation(other.m_animation) {
-    adoptPolygons();
+CN_Mesh::CN_Mesh(const CN_Mesh& other) : CN_LevelEntity(other), CN_MeshInterface(other), CN_AnimationInterface(other) {
+    copyGeometry(other);
 }
 
 CN_Mesh& CN_Mesh::operator=(const CN_Mesh& other) {
     if (this != &other) {
         CN_LevelEntity::operator=(other);
-        m_polygonList = other.m_polygonList;
-        m_dynamic = other.m_dynamic;
-        m_animation = other.m_animation;
-        adoptPolygons();
+        updateMaterialRefCounts(false);
+        copyGeometry(other);
     }
     return *this;
 }
 
+// What stands on polygons dies with the children, after them.
+CN_Mesh::~CN_Mesh() = default;
+
 void CN_Mesh::initializeMembers() { m_generalProperties.setGameplayCritical(false); }
 
-void CN_Mesh::adoptPolygons() {
+/// All that this class adds to the entity but the groups, which are children. The copied polygons count on their
+/// materials.
+void CN_Mesh::copyGeometry(const CN_Mesh& other) {
+    m_centerOfArea = other.m_centerOfArea;
+    m_vertexList = other.m_vertexList;
+    m_polygonList = other.m_polygonList;
     for (CN_Polygon& polygon : m_polygonList)
         polygon.setParent(this);
+    updateMaterialRefCounts(true);
+    m_geometryDirty = m_bspDirty = true;
+    m_uvDirty = other.m_uvDirty;
+    m_mappingDirty = true;
+    m_facesFlipped = other.m_facesFlipped;
+    m_lastHitPolygon = nullptr;
+    m_meshProperties = other.m_meshProperties;
+    m_dynamic = other.m_dynamic;
+    setTriggerProperties(other.m_triggerProperties.get());
+    m_animation = other.m_animation;
+    m_boundingBox = other.m_boundingBox;
 }
 
 bool CN_Mesh::onCanAdd(int) { return false; }
+
+void CN_Mesh::add(CN_LevelEntity* child, bool makeChild) {
+    auto* const group = dynamic_cast<CN_LevelEntityPolygonGroup*>(child);
+    if (!group) {
+        CN_LevelEntity::add(child, makeChild);
+        return;
+    }
+    // The group may be refused, and a host's callback may throw when it stands in the tree already.
+    struct Joining {
+        CN_Mesh& mesh;
+        CN_LevelEntityPolygonGroup* group;
+        ~Joining() {
+            if (group->getParent() != &mesh)
+                mesh.m_polygonGroups.erase(group);
+        }
+    } const joining{*this, group};
+    m_polygonGroups.insert(group);
+    CN_LevelEntity::add(child, makeChild);
+}
+
+void CN_Mesh::remove(CN_LevelEntity* child) {
+    if (child && child->getParent() == this)
+        if (auto* const group = dynamic_cast<CN_LevelEntityPolygonGroup*>(child))
+            m_polygonGroups.erase(group);
+    CN_LevelEntity::remove(child);
+}
+
+void CN_Mesh::handleHierarchy(const Vector& parentPosition, const Matrix& parentRotation, bool force) {
+    if (!force && !isVisible())
+        return;
+    placeInWorld(parentPosition, parentRotation);
+    for (CN_Polygon& polygon : m_polygonList)
+        polygon.setWorldNormal(polygon.getNormal() * m_worldRotation);
+    transform();
+    placeChildrenInWorld(force);
+}
+
+void CN_Mesh::invalidateObject(bool deep) {
+    if (deep)
+        setGeometryDirty();
+    CN_LevelEntity::invalidateObject(deep);
+}
+
+void CN_Mesh::invalidateMapping() {
+    m_uvDirty = m_mappingDirty = true;
+    for (CN_Polygon& polygon : m_polygonList) {
+        polygon.setUVDirty(true);
+        polygon.setMappingDirty(true);
+    }
+    CN_LevelEntity::invalidateMapping();
+}
 
 void CN_Mesh::createFSM() {
     CN_LevelEntity::createFSM();
     if (isDynamic())
         m_fsm->createDynamicMeshHandlers();
+    else if (isTrigger())
+        m_fsm->createMessageHandler("T_Activate");
 }
 
-// Keyframes stand in the parent's space, so that a point of the mesh must land where it did at each of them.
-void CN_Mesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
-    CN_Keyframes* const keyframes = m_dynamic ? accessKeyframes() : nullptr;
-    const M_Matrix4x3Template<double> fromOwn = M_Matrix4x3Template(m_rotation, m_position).inverse();
-    if (!m.rotation.inverse().isFinite() || (keyframes && !fromOwn.isFinite()))
+void CN_Mesh::makeDynamic(bool lit) {
+    m_dynamic = true;
+    m_animation.makeDynamic(this);
+    m_meshProperties.lightDynamic = lit;
+    m_meshProperties.setDefaultPhysicalMaterial();
+    createFSM();
+    invalidateObject(true);
+}
+
+void CN_Mesh::makeStatic() {
+    if (!m_dynamic && !m_animation.getKeyframes())
         return;
-    if (keyframes) {
-        const auto toOldSpace = m * fromOwn;
-        for (CN_Keyframe* keyframe = keyframes->getFirst(); keyframe; keyframe = keyframes->getNext())
-            keyframe->setMatrix(toOldSpace * keyframe->getMatrix());
-    }
-    CN_LevelEntity::changeSpaceExplicit(m);
-    handleOwnHierarchy();
-    calculateBoundingBox();
+    m_animation.makeStatic(this);
+    m_dynamic = false;
+    deleteFSM();
+    invalidateObject(true);
 }
 
-CN_Polygon* CN_Mesh::addPolygon() { return &m_polygonList.emplace(this); }
+void CN_Mesh::updateMaterialRefCounts(bool add) {
+    for (const CN_Polygon& polygon : m_polygonList) {
+        CN_Material* const material = polygon.getMaterial();
+        if (material && add)
+            material->incrementUseCount();
+        else if (material)
+            material->decrementUseCount();
+    }
+}
 
-// No polygon leads anywhere: polygons have no exits in this version.
-bool CN_Mesh::hasExits() const { return false; }
+CN_Polygon* CN_Mesh::addPolygon() {
+    CN_Polygon& polygon = m_polygonList.emplace(this);
+    setGeometryDirty();
+    return &polygon;
+}
 
-// Polygons have no corners in this version that could widen the box.
-void CN_Mesh::calculateBoundingBox() {
-    constexpr double largest = std::numeric_limits<double>::max();
-    m_boundingMin = Vector(largest, largest, largest);
-    m_boundingMax = Vector(-largest, -largest, -largest);
-    m_boundingRadius = 0;
+bool CN_Mesh::deletePolygon(CN_Polygon* polygon) {
+    if (m_lastHitPolygon == polygon)
+        m_lastHitPolygon = nullptr;
+    m_polygonList.remove(polygon);
+    if (m_polygonList.empty())
+        return false;
+    invalidateObject(true);
+    return true;
+}
+
+std::vector<const CN_Polygon*> CN_Mesh::getWrittenPolygons() const {
+    std::vector<const CN_Polygon*> written;
+    written.reserve(static_cast<std::size_t>(m_polygonList.count()));
+    for (const CN_Polygon& polygon : m_polygonList)
+        if (!polygon.getEdgeList().empty())
+            written.push_back(&polygon);
+    return written;
+}
+
+int CN_Mesh::findWrittenIndex(const CN_Polygon* polygon) const {
+    int place = 0;
+    for (const CN_Polygon& other : m_polygonList) {
+        if (other.getEdgeList().empty())
+            continue;
+        if (&other == polygon)
+            return place;
+        ++place;
+    }
+    return -1;
+}
+
+void CN_Mesh::texturize(CN_Material* material, bool applyTiles) {
+    for (CN_Polygon& polygon : m_polygonList) {
+        if (polygon.getPolyMode() == PT_EXIT)
+            continue;
+        polygon.setMaterial(material);
+        if (!applyTiles || !material)
+            continue;
+        const int key = polygon.getUVSpaceID();
+        double u = 0, v = 0;
+        material->getTiles(u, v, key == 0);
+        CN_Polygon::PlanarSpace& space = polygon.editUVSpace(key);
+        Matrix matrix = space.getMatrix();
+        matrix.row(0) = matrix.row(0).normalized() * u;
+        matrix.row(1) = matrix.row(1).normalized() * v;
+        // A tile without extent leaves the axes as they are.
+        if (matrix.isInvertible())
+            space.setMatrix(matrix);
+    }
+}
+
+CN_LevelEntityPolygonGroup* CN_Mesh::addNewPolygroup(const CN_LevelEntityPolygonGroup* group, bool copyMembers) {
+    auto owned = std::make_unique<CN_LevelEntityPolygonGroup>(*group);
+    CN_LevelEntityPolygonGroup* const copy = owned.get();
+    copy->setDocument(getDocument());
+    if (copyMembers)
+        for (CN_Polygon* const polygon : group->getSet())
+            copy->addPolygon(polygon);
+    addOwned(std::move(owned), true);
+    return copy;
+}
+
+void CN_Mesh::setTriggerProperties(const CN_TriggerProperties* properties) {
+    m_triggerProperties = properties ? std::make_unique<CN_TriggerProperties>(*properties) : nullptr;
+}
+
+bool CN_Mesh::isParentableNonRoom(const CN_LevelEntity* entity) {
+    const auto* const other = dynamic_cast<const CN_LevelEntityMesh*>(entity);
+    if (!entity || (other && other->isRoom()))
+        return false;
+    Vector point = entity->getWorldPosition();
+    if (other) {
+        Vector sum;
+        int corners = 0;
+        for (const CN_Polygon& polygon : other->getPolygonList())
+            for (const CN_Edge& edge : polygon.getEdgeList()) {
+                sum += edge.getWorld(0);
+                ++corners;
+            }
+        if (corners > 0)
+            point = sum / static_cast<double>(corners);
+    }
+    constexpr double HALF_TURN = 0.5; // inside a closed mesh it is one turn, outside none
+    return std::abs(findWindingNumber(point)) > HALF_TURN;
+}
+
+/// How often the mesh's surface goes round the point: the solid angles of the polygons' edges with a point of their plane
+/// (A. van Oosterom and J. Strackee, The Solid Angle of a Plane Triangle, 1983).
+double CN_Mesh::findWindingNumber(const Vector& worldPoint) const {
+    constexpr double PI = 3.141592653589793;
+    const Vector point = worldToObject(worldPoint);
+    double turns = 0;
+    for (const CN_Polygon& polygon : m_polygonList) {
+        const Vector c = polygon.getPointOnPlane() - point;
+        for (const CN_Edge& edge : polygon.getEdgeList()) {
+            const Vector a = edge.getLocal(0) - point, b = edge.getLocal(1) - point;
+            const double la = a.length(), lb = b.length(), lc = c.length();
+            const double across = a.dot(b.cross(c));
+            const double along = la * lb * lc + a.dot(b) * lc + b.dot(c) * la + c.dot(a) * lb;
+            turns += std::atan2(across, along) / (2 * PI);
+        }
+    }
+    return turns;
 }
 
 } // namespace cairn

@@ -5,25 +5,89 @@
 #include "cairn/containers/dl_list.h"
 #include "cairn/entities/level_entity.h"
 #include "cairn/entities/mesh_interface.h"
+#include "cairn/entities/mesh_properties.h"
+#include "cairn/entities/trigger_properties.h"
 #include "cairn/geometry/polygon/polygon.h"
+#include "cairn/geometry/vertex.h"
+#include "cairn/math/bbox.h"
+#include "cairn/platform/handlers.h"
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace cairn {
 
-/// An editable mesh: a level entity made of polygons.
+class CN_LevelEntityPolygonGroup;
+
+/// Version of the chunk that holds a mesh.
+inline constexpr int CAIRN_MESH_VERSION = 9;
+
+/// The place of a pointer in a list; -1 and a message that names `typeName` where it is not there.
+template <class T> int getPointerListIndex(const F_DLList<T*>& list, const T* pointer, const char* typeName) {
+    const int index = list.indexOfValue(const_cast<T*>(pointer));
+    if (index < 0)
+        AfxMessageBox(formatText("getPointerListIndex<%s>; item not found!", typeName));
+    return index;
+}
+
+/// An editable mesh: a level entity made of polygons over a list of vertices that they share.
+///
+/// Vertices and polygons keep their addresses as long as they are in the mesh. A vertex is named by its place in the list.
 class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_AnimationInterface {
   public:
+    using VertexList = F_DLListInit<CN_Vertex>;
     using PolygonList = F_DLListInit<CN_Polygon>;
+    using PolygonGroups = std::set<CN_LevelEntityPolygonGroup*>;
 
-    /// A machine, of a dynamic mesh with the handlers of dynamic meshes.
-    void createFSM() override;
+    ~CN_Mesh() override;
+
+    /// @name Record (mesh_record.cpp)
+    /// @{
+    /// Reads the record into this mesh in place of what it has, and repairs what it can (see the source and
+    /// `CN_Polygon::load`). Exits keep their partners' numbers until `CN_ExitDestinationPointerDeserializer` binds them.
+    /// Throws an `F_Exception*` on damage.
+    void loadEntitySpecificData(F_MemoryFile& file) override;
+    /// Polygons without edges are left out.
+    void saveEntitySpecificData(F_MemoryFile& file) override;
+    string findRecordFault() const override;
+    /// @}
+
+    /// @name Entity
+    /// @{
+    /// A polygon group also joins the mesh's groups.
+    void add(CN_LevelEntity* child, bool makeChild) override;
+    void remove(CN_LevelEntity* child) override;
+    /// Also turns the polygons' world normals and brings the vertices' world places up to date.
+    void handleHierarchy(const Vector& parentPosition, const Matrix& parentRotation, bool force) override;
     /// Moves the origin while the children stay, then brings the subtree's world values and the bounding box up to
     /// date. Nothing changes where the rotation has no inverse, nor where a dynamic mesh has keyframes that its own
     /// placement, without inverse, cannot bring along.
     void changeSpaceExplicit(const M_Matrix4x3Template<double>& m) override;
+    /// With `deep` the geometry is marked as changed.
+    void invalidateObject(bool deep) override;
+    /// Marks coordinates and lightmap mapping of all polygons as stale.
+    void invalidateMapping() override;
+    /// A machine with the handlers of what the mesh is: of dynamic meshes, or of triggers. They are added to a machine that
+    /// is there already.
+    void createFSM() override;
+    /// @}
 
+    /// @name Mesh interface
+    /// @{
     void setDynamic(bool dynamic) override { m_dynamic = dynamic; }
     bool isDynamic() const override { return m_dynamic; }
+    void makeDynamic(bool lit) override;
+    void makeStatic() override;
+    void setMeshProperties(const CN_MeshProperties& properties) override { m_meshProperties = properties; }
+    const CN_MeshProperties& getMeshProperties() const override { return m_meshProperties; }
+    CN_MeshProperties& accessMeshProperties() { return m_meshProperties; }
+    void updateMaterialRefCounts(bool add) override;
+    /// @}
 
+    /// @name Animation interface: the mesh's own `CN_Animation`
+    /// @{
     void gotoKeyframe(const string& name) override { m_animation.gotoKeyframe(this, name); }
     bool addKeyframe(const string& name) override { return m_animation.addKeyframe(this, name); }
     void transformKeyframes(const M_Matrix4x3Template<double>& matrix) override {
@@ -41,34 +105,117 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     void setCurrentKeyframe(const string& name) override { m_animation.setCurrentKeyframe(name); }
     void setDefaultKeyframe(const string& name) override { m_animation.setDefaultKeyframe(name); }
     void setLightingKeyframe(const string& name) override { m_animation.setLightingKeyframe(name); }
+    /// @}
 
+    /// @name Vertices (mesh_vertices.cpp)
+    /// @{
+    const VertexList& getVertexList() const { return m_vertexList; }
+    VertexList& accessVertexList() { return m_vertexList; }
+    /// A new vertex at the end of the list: empty, or at a point of both spaces, which widens the entity's box.
+    CN_Vertex* addVertex();
+    CN_Vertex* addVertex(const Vector& point);
+    /// The first vertex nearer to the point of the mesh's space than `tolerance`, or a new one there.
+    CN_Vertex* addVertexCheck(const Vector& point, double tolerance);
+    /// Every vertex's world place from its local one.
+    void transform();
+    /// @}
+
+    /// @name Polygons
+    /// @{
     const PolygonList& getPolygonList() const { return m_polygonList; }
     PolygonList& accessPolygonList() { return m_polygonList; }
     /// A new polygon of this mesh at the end of its list; valid until it is removed.
     CN_Polygon* addPolygon();
+    /// Destroys the polygon; its vertices stay. False where the mesh has no polygon left.
+    bool deletePolygon(CN_Polygon* polygon);
     /// The place of the polygon in the list, or -1 for one that is not in it.
     int findPolygonIndex(const CN_Polygon* polygon) const { return m_polygonList.indexOf(polygon); }
+    /// The polygons that a save writes, those with edges, in their order.
+    std::vector<const CN_Polygon*> getWrittenPolygons() const;
+    /// The place that the polygon has among those, or -1. Costs a walk of the list: for many polygons use
+    /// `getWrittenPolygons`.
+    int findWrittenIndex(const CN_Polygon* polygon) const;
+    /// Gives every polygon that is no exit the material; with `applyTiles` their texture axes take the lengths of the
+    /// material's tiles.
+    void texturize(CN_Material* material, bool applyTiles);
+    /// @}
+
+    /// @name Groups
+    /// @{
+    const PolygonGroups& getPolygonGroups() const { return m_polygonGroups; }
+    /// A child with the settings of `group`, which may be of another mesh; with `copyMembers` it takes the group's polygons
+    /// in.
+    CN_LevelEntityPolygonGroup* addNewPolygroup(const CN_LevelEntityPolygonGroup* group, bool copyMembers);
+    /// @}
+
+    /// @name Exits (mesh_exits.cpp)
+    /// @{
     /// True if a polygon leads into another mesh.
     bool hasExits() const;
-    /// True if the mesh has a trigger's settings: false, as no mesh holds any yet.
-    bool isTrigger() const { return false; }
-    /// Renews the bounding box and radius; a mesh without polygons has the unset box and the radius 0.
+    /// All exit polygons in list order, those that lead into this mesh too.
+    std::vector<const CN_Polygon*> getExitList() const;
+    /// @}
+
+    /// @name State
+    /// @{
+    bool isTrigger() const { return m_triggerProperties != nullptr; }
+    const CN_TriggerProperties* getTriggerProperties() const { return m_triggerProperties.get(); }
+    CN_TriggerProperties* accessTriggerProperties() { return m_triggerProperties.get(); }
+    /// A copy of the settings makes the mesh a trigger, null makes it none.
+    void setTriggerProperties(const CN_TriggerProperties* properties);
+    bool areFacesFlipped() const { return m_facesFlipped; }
+    void setFacesFlipped(bool flipped) { m_facesFlipped = flipped; }
+    bool isGeometryDirty() const { return m_geometryDirty; }
+    bool isBSPDirty() const { return m_bspDirty; }
+    /// Marks geometry and BSP tree.
+    void setGeometryDirty() { m_geometryDirty = m_bspDirty = true; }
+    void clearGeometryDirty() { m_geometryDirty = false; }
+    bool isUVDirty() const { return m_uvDirty; }
+    void setUVDirty(bool dirty) { m_uvDirty = dirty; }
+    bool isMappingDirty() const { return m_mappingDirty; }
+    void setMappingDirty(bool dirty) { m_mappingDirty = dirty; }
+    const CN_Polygon* getLastHitPolygon() const { return m_lastHitPolygon; }
+    /// The middle of the bounding box in the mesh's space, of the last `calculateBoundingBox`.
+    const Vector& getCenterOfArea() const { return m_centerOfArea; }
+    /// The box of the last `calculateBoundingBox` in the mesh's space.
+    const E_BBox<double>& getLocalBox() const { return m_boundingBox; }
+    /// Renews the bounding boxes, the radius and the centre; a mesh without corners has the unset box and the radius 0.
     void calculateBoundingBox();
+    /// True if the entity may be moved below this mesh: it is no room and stands inside. A mesh entity stands where its
+    /// polygons' corners do on average.
+    bool isParentableNonRoom(const CN_LevelEntity* entity);
+    /// @}
 
   protected:
     CN_Mesh(int entityId, int imageIndex, CN_Document* document);
-    /// A copy has copies of the polygons, keyframes and animations.
+    /// A copy has copies of vertices, polygons, keyframes and trigger settings; it is in no group.
     CN_Mesh(const CN_Mesh& other);
     CN_Mesh& operator=(const CN_Mesh& other);
     bool onCanAdd(int entityId) override;
 
   private:
     void initializeMembers();
-    void adoptPolygons();
+    void copyGeometry(const CN_Mesh& other);
+    bool loadPolygons(F_MemoryFile& file);
+    void loadAnimation(F_MemoryFile& file);
+    void loadTrigger(F_MemoryFile& file, int version);
+    double findWindingNumber(const Vector& worldPoint) const;
 
-    PolygonList m_polygonList; ///< owned
-    bool m_dynamic = false;    ///< moves in the game
-    CN_Animation m_animation;  ///< keyframes and animations
+    Vector m_centerOfArea;                                     ///< in the mesh's space
+    VertexList m_vertexList;                                   ///< owned
+    PolygonList m_polygonList;                                 ///< owned
+    bool m_geometryDirty = true;                               ///< the geometry has changed
+    bool m_uvDirty = true;                                     ///< some polygon's coordinates are stale
+    bool m_mappingDirty = true;                                ///< some polygon's lightmap mapping is stale
+    bool m_facesFlipped = false;                               ///< stored in the file
+    CN_Polygon* m_lastHitPolygon = nullptr;                    ///< not owned: of the last ray
+    bool m_bspDirty = true;                                    ///< the tree is older than the geometry
+    CN_MeshProperties m_meshProperties;                        ///< for the game
+    PolygonGroups m_polygonGroups;                             ///< not owned: those among the children
+    bool m_dynamic = false;                                    ///< moves in the game
+    std::unique_ptr<CN_TriggerProperties> m_triggerProperties; ///< null for a mesh that is no trigger
+    CN_Animation m_animation;                                  ///< its keyframes and animations
+    E_BBox<double> m_boundingBox;                              ///< in the mesh's space
 };
 
 } // namespace cairn

@@ -1,12 +1,263 @@
 #include "cairn/geometry/polygon/polygon.h"
 
+#include "cairn/content/shared_db_items.h"
+#include "cairn/document/document.h"
+#include "cairn/entities/polygon_group.h"
+#include "cairn/entities/portal.h"
 #include "cairn/entities/radiosity_light.h"
+#include "cairn/geometry/exits.h"
+#include "cairn/geometry/mesh/mesh.h"
+#include "cairn/materials/material.h"
+
+#include <algorithm>
 
 namespace cairn {
+
+const int CN_Polygon::CAIRN_POLYGON_VERSION;
+const int CN_Polygon::NON_EXIT_INDEX;
+double CN_Polygon::s_dEdgeThickness = 0.0001;
+double CN_Polygon::s_dSplitTolerance = 0.0005;
+bool CN_Polygon::s_bLightmapIDsAreValidAtLoadTime = true;
+unsigned int CN_Polygon::m_saveFeatures = 0x36DFF;
+unsigned int CN_Polygon::m_loadFeatures = 0x36DFF;
+unsigned int CN_Polygon::m_suiRunningDocIndex = 0;
+unsigned int CN_Polygon::s_uiTriangleIndex = 0;
+
+CN_Polygon::CN_Polygon(CN_Mesh* parent) : m_parent(parent) {
+    PlanarSpace& space = m_uvSpaces[0].space;
+    const CN_Document* const document = getDocument();
+    const double scale = document ? document->getPreferences().getDefaultUVScale() : 1;
+    if (scale != 1 && scale != 0) {
+        M_Matrix3Template<double> matrix = space.getMatrix();
+        matrix.row(0) *= scale;
+        matrix.row(1) *= scale;
+        space.setMatrix(matrix);
+    }
+    if (m_parent)
+        m_parent->setUVDirty(true);
+}
+
+CN_Polygon::CN_Polygon(const CN_Polygon& other) : m_parent(other.m_parent) {
+    copyFields(other);
+    if (other.m_countedLightmap == m_lightmapMapping.getLightmapID())
+        referenceLightmap();
+}
+
+CN_Polygon& CN_Polygon::operator=(const CN_Polygon& other) {
+    if (this == &other)
+        return *this;
+    m_parent = other.m_parent;
+    const std::uint32_t before = std::exchange(m_countedLightmap, NO_INDEX);
+    copyFields(other);
+    if (other.m_countedLightmap == m_lightmapMapping.getLightmapID())
+        referenceLightmap();
+    // The new reference is taken first, so that a lightmap of both lives on.
+    const std::uint32_t now = std::exchange(m_countedLightmap, before);
+    dereferenceLightmap();
+    m_countedLightmap = now;
+    return *this;
+}
+
+CN_Polygon::~CN_Polygon() {
+    if (m_exitDestinationIndex != NON_EXIT_INDEX)
+        CN_ExitDestinationPointerDeserializer::instance()->forget(this);
+    forgetExits();
+    CN_VirtualNode::forgetPolygon(this);
+    for (CN_LevelEntityPolygonGroup* const group : Groups(m_groups))
+        group->removePolygon(this);
+    dereferenceLightmap();
+}
+
+/// All but the parent, the groups, the marks of walks and loads, and the lightmap's reference.
+void CN_Polygon::copyFields(const CN_Polygon& other) {
+    setExitDestination(other.m_exitDestination);
+    m_attachedEntity = other.m_attachedEntity;
+    if (m_lists || other.m_lists) {
+        accessLists().vertexBuffer = other.lists().vertexBuffer;
+        accessLists().sharedEdgeList = other.lists().sharedEdgeList;
+    }
+    m_normal = other.m_normal;
+    m_worldNormal = other.m_worldNormal;
+    m_referenceNormal = other.m_referenceNormal;
+    m_numVertices = other.m_numVertices;
+    m_numHoles = other.m_numHoles;
+    m_triangleList = other.m_triangleList;
+    m_edgeList = other.m_edgeList;
+    adoptParts();
+    m_selected = other.m_selected;
+    m_visited = false;
+    m_uvCalculated = other.m_uvCalculated;
+    m_uvDirty = other.m_uvDirty;
+    m_mappingDirty = other.m_mappingDirty;
+    m_pointOnPlane = other.m_pointOnPlane;
+    m_additionalPoint = other.m_additionalPoint;
+    m_material = other.m_material;
+    m_lightmapMapping = other.m_lightmapMapping;
+    m_polygonIndex = other.m_polygonIndex;
+    m_uvSpaces = other.m_uvSpaces;
+    m_polyMode = other.m_polyMode;
+    m_renderMaterial = other.m_renderMaterial;
+    std::copy(std::begin(other.m_renderTextures), std::end(other.m_renderTextures), m_renderTextures);
+}
+
+void CN_Polygon::adoptParts() {
+    for (CN_Edge& edge : m_edgeList)
+        edge.setParent(this);
+    for (CN_Triangle& triangle : m_triangleList)
+        triangle.setParent(this);
+}
+
+const CN_Polygon::Lists& CN_Polygon::noLists() {
+    static const Lists none;
+    return none;
+}
+
+CN_Polygon::Lists& CN_Polygon::accessLists() {
+    if (!m_lists)
+        m_lists = std::make_unique<Lists>();
+    return *m_lists;
+}
+
+/// The document of the mesh; null for a mesh of none, and where it has died.
+CN_Document* CN_Polygon::getDocument() const {
+    CN_Document* const document = m_parent ? m_parent->getDocument() : nullptr;
+    return CN_Document::isAlive(document) ? document : nullptr;
+}
+
+CN_Mesh& CN_Polygon::requireMesh() const {
+    if (!m_parent)
+        throw new F_Exception("A polygon of no mesh has no corners");
+    return *m_parent;
+}
+
+void CN_Polygon::setExitDestination(CN_Polygon* partner) {
+    if (partner == m_exitDestination)
+        return;
+    if (partner)
+        partner->accessLists().incomingExits.push_back(this);
+    if (m_exitDestination) {
+        std::vector<CN_Polygon*>& incoming = m_exitDestination->accessLists().incomingExits;
+        std::swap(*std::find(incoming.begin(), incoming.end(), this), incoming.back());
+        incoming.pop_back();
+    }
+    m_exitDestination = partner;
+}
+
+void CN_Polygon::forgetExits() {
+    setExitDestination(nullptr);
+    if (!m_lists)
+        return;
+    for (CN_Polygon* const other : m_lists->incomingExits)
+        other->m_exitDestination = nullptr;
+    m_lists->incomingExits.clear();
+}
+
+CN_Mesh* CN_Polygon::getExitDestinationMesh() const {
+    return m_exitDestination ? m_exitDestination->getParent() : nullptr;
+}
+
+void CN_Polygon::sealExit(CN_Material* material) {
+    m_polyMode = PT_SOLID;
+    if (material) {
+        if (!m_material)
+            setMaterial(material);
+        markMappingDirty();
+    }
+    setExitDestination(nullptr);
+    m_exitDestinationIndex = NON_EXIT_INDEX;
+    m_attachedEntity = nullptr;
+}
 
 CN_LevelEntityRadiosityLight* CN_Polygon::getRadiosityLight() const {
     return CN_LevelEntity::isAlive(m_attachedEntity) ? dynamic_cast<CN_LevelEntityRadiosityLight*>(m_attachedEntity)
                                                      : nullptr;
+}
+
+CN_LevelEntityPortal* CN_Polygon::getLevelEntityPortal() const {
+    return isExitPolygon() && CN_LevelEntity::isAlive(m_attachedEntity)
+               ? dynamic_cast<CN_LevelEntityPortal*>(m_attachedEntity)
+               : nullptr;
+}
+
+bool CN_Polygon::isSmoothed() const {
+    return std::any_of(m_groups.begin(), m_groups.end(),
+                       [](const CN_LevelEntityPolygonGroup* group) { return group->isSmooth(); });
+}
+
+bool CN_Polygon::isFrozenLightmap() const {
+    return std::any_of(m_groups.begin(), m_groups.end(),
+                       [](const CN_LevelEntityPolygonGroup* group) { return group->isFreezeLightmaps(); });
+}
+
+void CN_Polygon::setMaterial(CN_Material* material) {
+    if (material == m_material)
+        return;
+    if (m_material)
+        m_material->decrementUseCount();
+    m_material = material;
+    if (m_material) {
+        if (m_material->hasLightLayer())
+            addUVSpace(2);
+        else
+            deleteUVSpace(2);
+        m_material->incrementUseCount();
+        markMappingDirty();
+    }
+    markUVDirty();
+}
+
+void CN_Polygon::setLightmap(unsigned long id) {
+    CN_Document* const document = getDocument();
+    if (id != NO_LIGHTMAP && !document)
+        throw new F_Exception("A polygon of no document has no lightmap");
+    if (document)
+        document->accessLightmaps()->referenceLightmap(id);
+    dereferenceLightmap();
+    m_countedLightmap = static_cast<std::uint32_t>(id);
+    m_lightmapMapping.setValidLightmapID(id);
+    if (id == NO_LIGHTMAP)
+        m_lightmapMapping.m_lightmapValid = false;
+}
+
+/// Counts this polygon on the mapping's lightmap, where the document's pool has it.
+void CN_Polygon::referenceLightmap() {
+    const unsigned long id = m_lightmapMapping.getLightmapID();
+    CN_Document* const document = getDocument();
+    if (id == NO_LIGHTMAP || !document || !document->getLightmaps()->getLightmap(id))
+        return;
+    document->accessLightmaps()->referenceLightmap(id);
+    m_countedLightmap = static_cast<std::uint32_t>(id);
+}
+
+void CN_Polygon::dereferenceLightmap() {
+    const unsigned long id = std::exchange(m_countedLightmap, NO_INDEX);
+    if (id == NO_LIGHTMAP)
+        return;
+    CN_Document* const document = getDocument();
+    // The host may have deleted the lightmap whoever used it.
+    if (document && document->getLightmaps() && document->getLightmaps()->getLightmap(id))
+        document->accessLightmaps()->dereferenceLightmap(id);
+}
+
+bool CN_Polygon::needsToBeLit() const {
+    if (!m_material || !m_parent || m_polyMode != PT_SOLID || !m_parent->isVisible())
+        return false;
+    if (m_parent->isDynamic() && !m_parent->getMeshProperties().lightDynamic)
+        return false;
+    const Y_SharedDBSurfaceMaterial* const surface = m_material->getY_SharedDBSurfaceMaterial();
+    return !surface || surface->drawPolygons();
+}
+
+void CN_Polygon::markUVDirty() {
+    m_uvDirty = true;
+    if (m_parent)
+        m_parent->setUVDirty(true);
+}
+
+void CN_Polygon::markMappingDirty() {
+    m_mappingDirty = true;
+    if (m_parent)
+        m_parent->setMappingDirty(true);
 }
 
 } // namespace cairn

@@ -1,22 +1,198 @@
 #pragma once
 
+#include "cairn/containers/dl_list.h"
+#include "cairn/containers/small_map.h"
+#include "cairn/foundation/strings.h"
+#include "cairn/geometry/edge.h"
+#include "cairn/geometry/triangle.h"
+#include "cairn/geometry/vertex.h"
+#include "cairn/lighting/lightmap_mapping.h"
+#include "cairn/math/planar_space3.h"
+#include "cairn/math/plane3.h"
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
 namespace cairn {
 
+class CN_Document;
 class CN_LevelEntity;
+class CN_LevelEntityPolygonGroup;
+class CN_LevelEntityPortal;
 class CN_LevelEntityRadiosityLight;
+class CN_Material;
 class CN_Mesh;
+class CN_RenderMaterial;
+class CN_RenderTexture;
+class F_MemoryFile;
 
-/// A polygon of a mesh.
+/// How a polygon is drawn.
+enum CN_PolyMode : unsigned int {
+    PT_SOLID = 0, ///< the only mode that is lit
+    PT_ADD = 1,
+    PT_MUL = 2,
+    PT_ALPHAMAP = 3,
+    PT_EXIT = 4, ///< leads to another room, and has no material
+    PT_PHONG = 5,
+    PT_ENVMAP = 6,
+};
+
+/// The bits of `CN_Polygon::m_saveFeatures` and `m_loadFeatures` that mean something.
+enum CN_PolygonFeature : unsigned int {
+    PF_EDGES = 0x8,                  ///< edges come from the file; clear: they are constructed on load
+    PF_NO_TRIANGLE_NORMALS = 0x1000, ///< triangles have no normal; clear: three doubles ahead of the corners
+    PF_TRIANGLE_CORNERS = 0x2000,    ///< triangles have a count of corners; clear on load: three, no count
+    PF_UV_SPACES = 0x4000,           ///< the extra texture spaces follow the triangles
+    PF_OLD_EXTENT = 0x10000,         ///< version 2 and lower: four floats at the end
+    PF_UV_SPACE_KEYS = 0x20000,      ///< extra texture spaces have their key; clear: they are 1 and 2
+};
+
+/// A texture space of a polygon and the extent of the polygon's coordinates in it.
+struct CN_UVSpace {
+    M_PlanarSpace3Template<double> space;
+    M_Vector2Template<float> min{std::numeric_limits<float>::max(), std::numeric_limits<float>::max()};
+    M_Vector2Template<float> max{-std::numeric_limits<float>::max(), -std::numeric_limits<float>::max()};
+};
+
+/// A face of a mesh: one or more closed loops of edges in a plane, with its material, its texture spaces, its place on a
+/// lightmap and its triangulation. It owns no vertices: edges and triangles name them by their place in the mesh's list.
+///
+/// Seen from the side that `normal` points to, the outer loop runs counter-clockwise and holes clockwise. A polygon lives in
+/// its mesh's list and never moves; what is a polygon of no mesh has no corners to speak of.
 class CN_Polygon {
   public:
-    explicit CN_Polygon(CN_Mesh* parent) : m_parent(parent) {}
-    /// A copy is of the same mesh and has no entity attached and no number.
-    CN_Polygon(const CN_Polygon& other) : m_parent(other.m_parent) {}
-    CN_Polygon& operator=(const CN_Polygon&) = delete;
+    using Vector = M_Vector3Template<double>;
+    using PlanarSpace = M_PlanarSpace3Template<double>;
+    using UVSpaces = F_SmallMap<CN_UVSpace>;
+    using EdgeList = F_DLListInit<CN_Edge>;
+    using TriangleList = F_DLListInit<CN_Triangle>;
+    using Groups = std::set<CN_LevelEntityPolygonGroup*>;
+    using Lasso = std::vector<CN_Edge*>;
+
+    /// Version of the chunk that holds a polygon.
+    static const int CAIRN_POLYGON_VERSION = 3;
+    /// What a file has for the partner of a polygon that is no exit.
+    static const int NON_EXIT_INDEX = -1;
+    /// The number of a polygon that has none.
+    static constexpr unsigned int NO_INDEX = 0xFFFFFFFFu;
+    /// Half the width of an edge in tests of points.
+    static double s_dEdgeThickness;
+    /// A tuning value for hosts; the library does not read it.
+    static double s_dSplitTolerance;
+    /// Whether lightmap ids in files are those of the document's pool, so that loaded polygons count references.
+    static bool s_bLightmapIDsAreValidAtLoadTime;
+    /// The layout of records on saving and on loading: `CN_PolygonFeature` bits. The library never changes them.
+    static unsigned int m_saveFeatures;
+    static unsigned int m_loadFeatures;
+    /// The next running number of a polygon and the triangles so far, of `enumeratePolygons` and of loads.
+    static unsigned int m_suiRunningDocIndex;
+    static unsigned int s_uiTriangleIndex;
+
+    /// Of a mesh, or of none (null). A polygon of a mesh has a first texture space to the scale of the document's
+    /// preferences, where there is a document.
+    explicit CN_Polygon(CN_Mesh* parent);
+    /// A copy of the same mesh: edges and triangles are the copy's own, the material's use is not counted, a lightmap
+    /// that is counted is counted once more. The copy is in no group and not visited.
+    CN_Polygon(const CN_Polygon& other);
+    CN_Polygon& operator=(const CN_Polygon& other);
+    /// Leaves its groups, frees the attached entity from it and gives the lightmap's reference back. The material's use
+    /// count is `CN_Mesh::updateMaterialRefCounts`'s.
+    ~CN_Polygon();
 
     CN_Mesh* getParent() const { return m_parent; }
+    CN_Mesh* accessParent() { return m_parent; }
     /// For the mesh, which takes over the polygons of a copy.
     void setParent(CN_Mesh* parent) { m_parent = parent; }
+
+    /// @name Record (polygon_record.cpp)
+    /// @{
+    /// Reads the record into this polygon, which must be in its mesh's list with the mesh's vertices read; repairs what
+    /// it can (see the source) and says so in the document's load report. Throws an `F_Exception*` on damage; an index
+    /// beyond the mesh's vertices names the polygon.
+    void load(F_MemoryFile& file);
+    /// Writes the record. Polygon numbers must be current (`CN_PolygonValidator::enumeratePolygons`).
+    void save(F_MemoryFile& file) const;
+    /// @}
+
+    /// @name Boundary (polygon_edges.cpp)
+    /// @{
+    const EdgeList& getEdgeList() const { return m_edgeList; }
+    EdgeList& accessEdgeList() { return m_edgeList; }
+    /// The corners that `constructEdges` will take.
+    const F_DLList<CN_Vertex*>& getVertexBuffer() const { return lists().vertexBuffer; }
+    /// Collects a corner for `constructEdges` and counts it.
+    void addVertex(CN_Vertex* vertex);
+    /// Makes the vertex in the mesh, which the polygon must have, and collects it.
+    void addVertex(const Vector& point);
+    void addVertex();
+    /// Collects and gives the first vertex of the mesh that is nearer than 1e-6 to a point of the world; where there is
+    /// none, one that is made at the point in both spaces.
+    CN_Vertex* addVertexCheck(const Vector& point);
+    /// Drops the corner that was collected last. False where there is none.
+    bool removeVertex();
+    /// Makes one closed loop of the collected corners, in place of the edges, and empties the buffer. Throws, and nothing
+    /// has changed, where one is no vertex of the mesh. Cost: constant for each corner.
+    void constructEdges();
+    /// Appends an edge from the mesh's vertex `a` to its vertex `b`; nothing and null where they are the same.
+    CN_Edge* addEdge(int a, int b, bool holeStart);
+    /// The same between two places in the mesh's space, whose vertices are found within 1e-6 or made. Needs a mesh.
+    CN_Edge* addEdge(const Vector& a, const Vector& b);
+    /// Appends a pointer to each edge.
+    void insertEdges(F_DLList<CN_Edge*>& list);
+    /// The loops of edges, cut where neighbours in the list do not meet; the first row is the loop that comes first.
+    std::vector<Lasso> getLassos();
+    /// The count of corners: kept by `addVertex`, loaded as the count of edges, and set by who builds a polygon of edges.
+    int numVertices() const { return m_numVertices; }
+    void setNumVertices(int count) { m_numVertices = count; }
+    int getNumHoles() const { return m_numHoles; }
+    void setNumHoles(int count) { m_numHoles = count; }
+    /// @}
+
+    /// @name Triangulation
+    /// @{
+    const TriangleList& getTriangleList() const { return m_triangleList; }
+    TriangleList& accessTriangleList() { return m_triangleList; }
+    /// @}
+
+    /// @name Plane (polygon_plane.cpp)
+    /// @{
+    const Vector& getNormal() const { return m_normal; }
+    void setNormal(const Vector& normal) { m_normal = normal; }
+    const Vector& getWorldNormal() const { return m_worldNormal; }
+    void setWorldNormal(const Vector& normal) { m_worldNormal = normal; }
+    const Vector& getReferenceNormal() const { return m_referenceNormal; }
+    void setReferenceNormal(const Vector& normal) { m_referenceNormal = normal; }
+    const Vector& getPointOnPlane() const { return m_pointOnPlane; }
+    void setPointOnPlane(const Vector& point) { m_pointOnPlane = point; }
+    /// The point becomes the average of the edges' start points; it stays without edges.
+    void updatePointOnPlane();
+    /// The plane of `getNormal` through `getPointOnPlane`, in the mesh's space.
+    M_Plane3Template<double> getPlane() const;
+    /// @}
+
+    /// @name Exit (see geometry/exits.h)
+    /// @{
+    /// True for a polygon that leads somewhere.
+    bool isExitPolygon() const { return m_exitDestination != nullptr; }
+    CN_Polygon* getExitDestination() const { return m_exitDestination; }
+    /// Leads to `partner`, or with null nowhere. A partner that dies takes the exit with it.
+    void setExitDestination(CN_Polygon* partner);
+    /// The mesh it leads into; null for a polygon that is no exit.
+    CN_Mesh* getExitDestinationMesh() const;
+    /// The number of the partner as a load read it, `NON_EXIT_INDEX` for none and once the partner is bound.
+    int getExitDestinationIndex() const { return m_exitDestinationIndex; }
+    void setExitDestinationIndex(int index) { m_exitDestinationIndex = index; }
+    /// Makes an exit a wall, of that material where it has none (null leaves it so): nobody is led anywhere and no
+    /// portal is attached.
+    void sealExit(CN_Material* material);
+    /// @}
+
+    /// @name What stands on the polygon
+    /// @{
     /// The portal or radiosity light that stands for this polygon, or null.
     CN_LevelEntity* getAttachedEntity() const { return m_attachedEntity; }
     void setAttachedEntity(CN_LevelEntity* entity) { m_attachedEntity = entity; }
@@ -24,14 +200,141 @@ class CN_Polygon {
     bool isLight() const { return getRadiosityLight() != nullptr; }
     /// That light, or null. An attached entity that is no longer alive counts as none.
     CN_LevelEntityRadiosityLight* getRadiosityLight() const;
-    /// The number that `CN_PolygonValidator::enumeratePolygons` gave it; -1 before.
-    int getPolygonIndex() const { return m_polygonIndex; }
-    void setPolygonIndex(int index) { m_polygonIndex = index; }
+    /// The portal of an exit polygon, or null.
+    CN_LevelEntityPortal* getLevelEntityPortal() const;
+    const Groups& getGroups() const { return m_groups; }
+    /// For the group, which keeps both sides.
+    void joinGroup(CN_LevelEntityPolygonGroup* group) { m_groups.insert(group); }
+    void leaveGroup(CN_LevelEntityPolygonGroup* group) { m_groups.erase(group); }
+    /// True if one of its groups is smooth.
+    bool isSmoothed() const;
+    /// True if one of its groups has frozen lightmaps.
+    bool isFrozenLightmap() const;
+    /// @}
+
+    /// @name Material and light
+    /// @{
+    CN_Material* getMaterial() const { return m_material; }
+    /// Takes the material, which may be null, and counts its use instead of the old one's. A material with a light layer
+    /// brings the texture space 2, one without takes it away; coordinates and mapping become stale. Nothing happens for
+    /// the same one.
+    void setMaterial(CN_Material* material);
+    unsigned int getPolyMode() const { return m_polyMode; }
+    void setPolyMode(unsigned int mode) { m_polyMode = mode; }
+    const CN_LightmapMapping& getLightmapMapping() const { return m_lightmapMapping; }
+    CN_LightmapMapping& accessLightmapMapping() { return m_lightmapMapping; }
+    /// Assigns a lightmap of the document's pool, or none for `NO_LIGHTMAP`, and counts references: the new one first.
+    /// Throws for an id that the pool lacks; nothing has changed then.
+    void setLightmap(unsigned long id);
+    /// True if light is to be computed for it: it has a material whose surface is drawn, is solid, and its mesh is
+    /// visible and either stands still or is lit while dynamic.
+    bool needsToBeLit() const;
+    /// @}
+
+    /// @name Texture spaces
+    /// @{
+    /// More spaces than this are neither read nor written: two are in use.
+    static constexpr int MAX_UV_SPACES = 64;
+    /// Key 0 is the base texture's, key 2 the light layer's. Key 0 is always there unless a caller deletes it.
+    const UVSpaces& getUVSpaces() const { return m_uvSpaces; }
+    UVSpaces& accessUVSpaces() { return m_uvSpaces; }
+    bool hasUVSpace(int key) const { return m_uvSpaces.contains(key); }
+    /// The space of the key, or space 0 where there is none; a default one where that is missing, too. Valid until the
+    /// spaces change.
+    const PlanarSpace& getUVSpace(int key) const;
+    /// The space of the key for writing, a default one where there was none. Coordinates become stale.
+    PlanarSpace& editUVSpace(int key);
+    /// A copy of space 0 and its extent under a new key; nothing for a key that is there.
+    void addUVSpace(int key);
+    void deleteUVSpace(int key) { m_uvSpaces.erase(key); }
+    /// The key of the space that is shown: 2 where the document renders light layers and the material and this polygon
+    /// have one, else 0.
+    int getUVSpaceID() const;
+    bool isUVDirty() const { return m_uvDirty; }
+    void setUVDirty(bool dirty) { m_uvDirty = dirty; }
+    bool isUVCalculated() const { return m_uvCalculated; }
+    void setUVCalculated(bool calculated) { m_uvCalculated = calculated; }
+    bool isMappingDirty() const { return m_mappingDirty; }
+    void setMappingDirty(bool dirty) { m_mappingDirty = dirty; }
+    /// Marks the polygon and its mesh.
+    void markUVDirty();
+    void markMappingDirty();
+    /// @}
+
+    /// @name Marks
+    /// @{
+    void select() { m_selected = true; }
+    void deSelect() { m_selected = false; }
+    bool selected() const { return m_selected; }
+    bool isVisited() const { return m_visited; }
+    void setVisited(bool visited) { m_visited = visited; }
+    /// The running number in the document: what a file stores and messages print; `NO_INDEX` before one was given.
+    unsigned int getPolygonIndex() const { return m_polygonIndex; }
+    void setPolygonIndex(unsigned int index) { m_polygonIndex = index; }
+    const F_DLList<CN_Polygon*>& getSharedEdgeList() const { return lists().sharedEdgeList; }
+    F_DLList<CN_Polygon*>& accessSharedEdgeList() { return accessLists().sharedEdgeList; }
+    /// The host's, not owned.
+    Vector* getAdditionalPoint() const { return m_additionalPoint; }
+    void setAdditionalPoint(Vector* point) { m_additionalPoint = point; }
+    CN_RenderMaterial* getRenderMaterial() const { return m_renderMaterial; }
+    void setRenderMaterial(CN_RenderMaterial* material) { m_renderMaterial = material; }
+    CN_RenderTexture* getRenderTexture(int i) const { return m_renderTextures[i]; }
+    void setRenderTexture(int i, CN_RenderTexture* texture) { m_renderTextures[i] = texture; }
+    /// @}
 
   private:
-    CN_Mesh* m_parent;                          ///< not owned: the mesh it is of
-    CN_LevelEntity* m_attachedEntity = nullptr; ///< not owned: a child of the mesh
-    int m_polygonIndex = -1;                    ///< in the whole level, in the save under way
+    friend class CN_Mesh;
+    class Reader;
+
+    /// What few polygons have at a time.
+    struct Lists {
+        F_DLList<CN_Vertex*> vertexBuffer;      ///< not owned: corners on the way to `constructEdges`
+        F_DLList<CN_Polygon*> sharedEdgeList;   ///< not owned: polygons of the mesh that touch along an edge
+        std::vector<CN_Polygon*> incomingExits; ///< not owned: polygons that lead here
+    };
+
+    static const Lists& noLists();
+    const Lists& lists() const { return m_lists ? *m_lists : noLists(); }
+    Lists& accessLists();
+    CN_Document* getDocument() const;
+    CN_Mesh& requireMesh() const;
+    void copyFields(const CN_Polygon& other);
+    void adoptParts();
+    void forgetExits();
+    void saveExtraSpaces(F_MemoryFile& file) const;
+    CN_Polygon* findWrittenPartner() const;
+    string findRecordFault() const;
+    void referenceLightmap();
+    void dereferenceLightmap();
+
+    CN_Polygon* m_exitDestination = nullptr;     ///< not owned: the partner, of an exit
+    int m_exitDestinationIndex = NON_EXIT_INDEX; ///< the partner's number until a load has bound it
+    CN_LevelEntity* m_attachedEntity = nullptr;  ///< not owned: a portal or radiosity light below the mesh
+    std::unique_ptr<Lists> m_lists;              ///< null while all of them are empty
+    Vector m_normal;                             ///< unit, in the mesh's space
+    Vector m_worldNormal;                 ///< unit, in the world; after a load `normal`, until the hierarchy is updated
+    Vector m_referenceNormal;             ///< unit: what plane moves push along
+    int m_numVertices = 0;                ///< corners
+    int m_numHoles = 0;                   ///< loops of `edgeList` that are holes
+    CN_Mesh* m_parent;                    ///< not owned
+    TriangleList m_triangleList;          ///< the triangulation
+    EdgeList m_edgeList;                  ///< the boundary: closed loops, one after the other
+    bool m_selected = false;              ///< by the host
+    bool m_visited = false;               ///< transient mark of a walk
+    bool m_uvCalculated = false;          ///< the extents of the texture spaces hold
+    bool m_uvDirty = true;                ///< texture coordinates are stale
+    bool m_mappingDirty = true;           ///< the lightmap mapping is stale
+    Vector m_pointOnPlane;                ///< in the mesh's space
+    Vector* m_additionalPoint = nullptr;  ///< not owned: the host's
+    CN_Material* m_material = nullptr;    ///< counted: by use, not owned; null on an exit
+    CN_LightmapMapping m_lightmapMapping; ///< its place on its lightmap
+    std::uint32_t m_countedLightmap = NO_INDEX;    ///< counted: the id of the lightmap that counts this polygon
+    unsigned int m_polygonIndex = NO_INDEX;        ///< running number in the document
+    UVSpaces m_uvSpaces;                           ///< by key
+    Groups m_groups;                               ///< not owned: those it belongs to
+    unsigned int m_polyMode = PT_SOLID;            ///< a `CN_PolyMode`, as the file has it
+    CN_RenderMaterial* m_renderMaterial = nullptr; ///< not owned: the host renderer's
+    CN_RenderTexture* m_renderTextures[4] = {};    ///< not owned: the host renderer's
 };
 
 } // namespace cairn

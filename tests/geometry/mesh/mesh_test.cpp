@@ -2,44 +2,160 @@
 #include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/polygon_group.h"
+#include "cairn/entities/portal.h"
 #include "cairn/entities/waypoint.h"
 #include "cairn/fsm/fsm.h"
-#include "cairn/geometry/exits.h"
-#include "cairn/geometry/mesh/mesh.h"
+#include "cairn/materials/material.h"
+#include "cairn/materials/materials_category.h"
+#include "tests/support/mesh_shelf.h"
 
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 using namespace cairn;
 
 using Vector = CN_LevelEntity::Vector;
+using Matrix = CN_LevelEntity::Matrix;
 using Placement = M_Matrix4x3Template<double>;
 
-TEST(Mesh, ACopyOwnsCopiesOfThePolygons) {
-    CN_LevelEntityMesh mesh, assigned;
-    mesh.setDynamic(true);
-    CN_Polygon* const polygon = mesh.addPolygon();
-    polygon->setPolygonIndex(7);
-    CN_LevelEntityMesh copy(mesh);
+TEST(Mesh, ACopyOwnsCopiesOfItsGeometry) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::boxRoom(document);
+    mesh.makeDynamic(true);
+    const CN_TriggerProperties trigger;
+    mesh.setTriggerProperties(&trigger);
+    mesh.setFacesFlipped(true);
+    CN_LevelEntityPolygonGroup settings;
+    mesh.addNewPolygroup(&settings, false)->addPolygon(&mesh.accessPolygonList()[0]);
+    const CN_Material* const material = document.getMaterials().getDefaultMaterial();
+    CN_LevelEntityMesh copy(mesh), assigned;
     assigned = mesh;
+    assigned = copy;
+    EXPECT_EQ(material->getUseCount(), 18) << "each mesh's polygons count once";
     for (CN_LevelEntityMesh* const other : {&copy, &assigned}) {
-        ASSERT_EQ(other->getPolygonList().count(), 1);
+        ASSERT_EQ(other->getPolygonList().count(), 6);
+        EXPECT_EQ(other->getVertexList().count(), 8);
         CN_Polygon& own = other->accessPolygonList()[0];
         EXPECT_EQ(own.getParent(), other);
-        EXPECT_EQ(own.getPolygonIndex(), -1);
-        EXPECT_EQ(other->findPolygonIndex(&own), 0);
-        EXPECT_EQ(other->findPolygonIndex(polygon), -1);
-        EXPECT_TRUE(other->isDynamic());
+        EXPECT_TRUE(own.getGroups().empty());
+        EXPECT_EQ(own.getEdgeList()[0].getParent(), &own);
+        EXPECT_EQ(&own.getEdgeList()[0].getLocal(0), &other->getVertexList()[0].local);
+        EXPECT_EQ(other->findPolygonIndex(&mesh.getPolygonList()[0]), -1);
+        EXPECT_TRUE(other->isDynamic() && other->isTrigger() && other->areFacesFlipped());
+        EXPECT_EQ(other->getKeyframes()->getCount(), 1);
+        EXPECT_TRUE(other->getPolygonGroups().empty());
     }
 }
 
-TEST(Mesh, ADynamicOneHasItsHandlers) {
+TEST(Mesh, HasTheHandlersOfWhatItIs) {
     CN_LevelEntityMesh mesh;
     mesh.createFSM();
     EXPECT_EQ(mesh.getFSM()->getMessageHandlerCount(), 1);
-    mesh.setDynamic(true);
+    const CN_TriggerProperties trigger;
+    mesh.setTriggerProperties(&trigger);
     mesh.createFSM();
-    EXPECT_EQ(mesh.getFSM()->getMessageHandlerCount(), 5);
+    EXPECT_TRUE(mesh.getFSM()->hasMessageHandler("T_Activate"));
+    mesh.makeStatic();
+    EXPECT_TRUE(mesh.hasFSM()) << "it stood still before";
+    mesh.makeDynamic(true);
     EXPECT_TRUE(mesh.getFSM()->hasMessageHandler("DO_OnDeath"));
+    EXPECT_TRUE(mesh.getMeshProperties().lightDynamic);
+    mesh.makeStatic();
+    EXPECT_FALSE(mesh.hasFSM() || mesh.isDynamic() || mesh.getKeyframes());
+}
+
+TEST(Mesh, BoxesHoldTheCornersInBothSpaces) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::boxRoom(document);
+    mesh.addVertex({100, 100, 100}); // of no polygon
+    mesh.setPosition({0, 10, 0});
+    mesh.calculateBoundingBox();
+    EXPECT_EQ(mesh.getBoundingMin(), Vector(0, 10, 0));
+    EXPECT_EQ(mesh.getBoundingMax(), Vector(8, 14, 6));
+    EXPECT_EQ(mesh.getLocalBox().maxY, 4);
+    EXPECT_EQ(mesh.getCenterOfArea(), Vector(4, 2, 3));
+    EXPECT_EQ(mesh.getBoundingRadius(), static_cast<double>(std::sqrt(116.0f)));
+    mesh.addPolygon()->addVertex(Vector(-1, 0, 0));
+    mesh.calculateBoundingBox();
+    EXPECT_EQ(mesh.getLocalBox().minX, -1) << "a corner on its way to an edge";
+
+    CN_LevelEntityMesh& empty = *test::emptyMesh(document);
+    empty.calculateBoundingBox();
+    EXPECT_EQ(empty.getBoundingMin().x, CN_UNSET_BOUND);
+    EXPECT_EQ(empty.getLocalBox().maxZ, -CN_UNSET_BOUND);
+    EXPECT_EQ(empty.getBoundingRadius(), 0);
+}
+
+TEST(Mesh, PolygonsThatDieLeaveNobodyBehind) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::twoRooms(document);
+    CN_Polygon* const exit = &mesh.accessPolygonList()[4];
+    CN_Polygon* const partner = exit->getExitDestination();
+    CN_LevelEntityPortal* const portal = exit->getLevelEntityPortal();
+    CN_LevelEntityPolygonGroup settings;
+    settings.setSmooth(true);
+    CN_LevelEntityPolygonGroup* const group = mesh.addNewPolygroup(&settings, false);
+    group->addPolygon(exit);
+    EXPECT_TRUE(exit->isSmoothed());
+    EXPECT_FALSE(exit->isFrozenLightmap());
+    EXPECT_EQ(mesh.getExitList(), std::vector<const CN_Polygon*>{exit});
+    EXPECT_TRUE(mesh.hasExits());
+    mesh.clearGeometryDirty();
+    EXPECT_TRUE(mesh.deletePolygon(exit));
+    EXPECT_TRUE(mesh.isGeometryDirty());
+    EXPECT_EQ(partner->getExitDestination(), nullptr);
+    EXPECT_EQ(portal->getPortalPolygon(), nullptr);
+    EXPECT_TRUE(group->getSet().empty());
+
+    CN_LevelEntityPolygonGroup* const copy = mesh.addNewPolygroup(group, true);
+    EXPECT_EQ(mesh.getPolygonGroups().size(), 2u);
+    mesh.remove(copy);
+    EXPECT_EQ(mesh.getPolygonGroups(), CN_Mesh::PolygonGroups{group});
+    delete copy;
+    CN_LevelEntityMesh& floor = *test::unitFloor(document);
+    EXPECT_FALSE(floor.deletePolygon(floor.accessPolygonList().first()));
+}
+
+TEST(Mesh, TexturizesWhatIsNoExit) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::twoRooms(document);
+    CN_Material* const material = document.accessMaterials().find("Default")->add(0, "", nullptr);
+    material->setTiles(2, 3, true);
+    mesh.texturize(material, true);
+    EXPECT_EQ(mesh.getPolygonList()[4].getMaterial(), nullptr);
+    EXPECT_EQ(material->getUseCount(), 5);
+    const Matrix& rows = mesh.getPolygonList()[0].getUVSpace(0).getMatrix();
+    EXPECT_DOUBLE_EQ(rows.row(0).length(), 2);
+    EXPECT_DOUBLE_EQ(rows.row(1).length(), 3);
+}
+
+TEST(Mesh, TakesInWhatStandsInside) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& room = *test::lRoom(document);
+    auto* const way = new CN_LevelEntityWaypoint;
+    way->setDocument(&document);
+    document.accessLevel()->add(way, false);
+    for (const auto& [place, inside] : {std::pair(Vector(1, 1, 7), true), std::pair(Vector(7, 1, 7), false)}) {
+        way->setPosition(place);
+        EXPECT_EQ(room.isParentableNonRoom(way), inside);
+    }
+    EXPECT_TRUE(test::pillarRoom(document)->isParentableNonRoom(test::unitFloor(document)) == false) << "on its floor";
+    EXPECT_FALSE(room.isParentableNonRoom(test::twoRooms(document)));
+    EXPECT_FALSE(room.isParentableNonRoom(nullptr));
+}
+
+TEST(Mesh, GeometryStaysWhereItIsWhenTheOriginMoves) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::rotatedRoom(document);
+    mesh.handleOwnHierarchy();
+    const Vector corner = mesh.getVertexList()[5].world, normal = mesh.getPolygonList()[2].getWorldNormal();
+    const auto uv = mesh.getPolygonList()[2].getUVSpace(0).toUV(mesh.getVertexList()[5].local);
+    mesh.changeSpaceExplicit({Matrix::rotationX(0.25), {0, 0, 7}});
+    EXPECT_NEAR((mesh.getVertexList()[5].world - corner).length(), 0, 1e-12);
+    EXPECT_NEAR((mesh.getPolygonList()[2].getWorldNormal() - normal).length(), 0, 1e-12);
+    EXPECT_NEAR((mesh.getPolygonList()[2].getUVSpace(0).toUV(mesh.getVertexList()[5].local) - uv).length(), 0, 1e-12);
 }
 
 TEST(Mesh, KeyframesAndChildrenStayWhereTheyAreWhenTheOriginMoves) {
@@ -114,24 +230,4 @@ TEST(Mesh, KeyframesOfADynamicChildStayWhereTheyAre) {
     const Placement thirdPlace(CN_LevelEntity::Matrix::rotationY(3), {7, 7, 7});
     second->changeSpaceExplicit(thirdPlace);
     EXPECT_NEAR((keyIn(thirdPlace) - point).length(), 0, 1e-12);
-}
-
-TEST(PolygonValidator, NumbersPolygonsInTheTreesOrder) {
-    CN_Document document;
-    document.createCairnLevelEntities();
-    auto* const outer = new CN_LevelEntityMesh;
-    auto* const inner = new CN_LevelEntityMesh;
-    auto* const last = new CN_LevelEntityMesh;
-    document.accessLevel()->add(outer, false);
-    document.accessLevel()->add(last, false);
-    outer->add(inner, false);
-    const std::vector<CN_Polygon*> expected{outer->addPolygon(), outer->addPolygon(), inner->addPolygon(),
-                                            last->addPolygon()};
-    std::vector<CN_Polygon*> numbered;
-    CN_PolygonValidator::instance()->enumeratePolygons(&document, &numbered);
-    EXPECT_EQ(numbered, expected);
-    for (std::size_t i = 0; i < expected.size(); ++i)
-        EXPECT_EQ(expected[i]->getPolygonIndex(), static_cast<int>(i));
-    CN_PolygonValidator::instance()->enumeratePolygons(nullptr, &numbered);
-    EXPECT_EQ(numbered.size(), expected.size());
 }

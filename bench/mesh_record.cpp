@@ -1,0 +1,258 @@
+// Saving and loading meshes of quads that share their corners, beside cereal's binary archive over plain structs of the
+// same fields; and the memory that a loaded polygon takes.
+#include "bench/support/report.h"
+#include "cairn/document/document.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/foundation/memory_file.h"
+#include "cairn/materials/material.h"
+#include "cairn/materials/materials_category.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+#ifdef CAIRN_BENCH_WITH_CEREAL
+#include <cereal/archives/binary.hpp>
+#include <cereal/types/array.hpp>
+#include <cereal/types/string.hpp>
+#include <cereal/types/vector.hpp>
+
+#include <array>
+#include <sstream>
+#endif
+
+namespace cairn {
+namespace {
+
+constexpr const char* CATEGORY = "Masonry";
+constexpr int MATERIALS = 100;
+
+/// A floor of about `count` quads in a grid, of which each neighbour of sixteen has another material.
+CN_LevelEntityMesh* addFloor(CN_Document& document, int count) {
+    CN_MaterialsCategory* const category = document.accessMaterials().addCategory(&document.accessTextures(), CATEGORY);
+    std::vector<CN_Material*> materials;
+    for (int i = 0; i < MATERIALS; ++i) {
+        materials.push_back(category->add(0, "", nullptr));
+        materials.back()->setName(("weathered brick " + std::to_string(i)).c_str());
+    }
+    auto owned = std::make_unique<CN_LevelEntityMesh>();
+    CN_LevelEntityMesh* const mesh = owned.get();
+    mesh->setDocument(&document);
+    const int columns = static_cast<int>(std::sqrt(count)), rows = count / columns;
+    for (int z = 0; z <= rows; ++z)
+        for (int x = 0; x <= columns; ++x)
+            mesh->addVertex({x * 0.5, 0.0, z * 0.5});
+    for (int i = 0; i < rows * columns; ++i) {
+        const int first = i / columns * (columns + 1) + i % columns;
+        const int corners[] = {first, first + columns + 1, first + columns + 2, first + 1};
+        CN_Polygon* const polygon = mesh->addPolygon();
+        for (int k = 0; k < 4; ++k)
+            polygon->addEdge(corners[k], corners[(k + 1) % 4], false);
+        for (const int second : {1, 2}) {
+            CN_Triangle& triangle = polygon->accessTriangleList().addNew();
+            triangle.setParent(polygon);
+            triangle.accessVertices() = {corners[0], corners[second], corners[second + 1]};
+        }
+        polygon->setNormal({0, 1, 0});
+        polygon->setReferenceNormal({0, 1, 0});
+        polygon->setNumVertices(4);
+        polygon->updatePointOnPlane();
+        polygon->setPolygonIndex(static_cast<unsigned int>(i));
+        polygon->setMaterial(materials[static_cast<std::size_t>(i / 16 % MATERIALS)]);
+    }
+    document.accessLevel()->addOwned(std::move(owned), false);
+    return mesh;
+}
+
+#ifdef CAIRN_BENCH_WITH_CEREAL
+using Numbers3 = std::array<double, 3>;
+
+struct PlainSpace {
+    Numbers3 normal, origin;
+    std::array<double, 9> matrix;
+    std::array<double, 2> offset;
+    template <class Archive> void serialize(Archive& archive) { archive(normal, origin, matrix, offset); }
+};
+
+struct PlainTriangle {
+    Numbers3 normal;
+    std::vector<int> corners;
+    template <class Archive> void serialize(Archive& archive) { archive(normal, corners); }
+};
+
+struct PlainPolygon {
+    unsigned int index, mode;
+    Numbers3 normal, referenceNormal, pointOnPlane;
+    std::array<double, 9> legacy;
+    PlainSpace space, lightmapSpace;
+    int holes, exit;
+    float resolution;
+    bool lightmapValid;
+    unsigned int lightmap;
+    std::string category, material;
+    std::vector<std::array<int, 2>> edges;
+    std::vector<PlainTriangle> triangles;
+    std::vector<PlainSpace> extraSpaces;
+    template <class Archive> void serialize(Archive& archive) {
+        archive(index, mode, normal, referenceNormal, pointOnPlane, legacy, space, lightmapSpace, holes, exit,
+                resolution, lightmapValid, lightmap, category, material, edges, triangles, extraSpaces);
+    }
+};
+
+struct PlainMesh {
+    bool facesFlipped;
+    std::vector<Numbers3> vertices;
+    std::vector<PlainPolygon> polygons;
+    template <class Archive> void serialize(Archive& archive) { archive(facesFlipped, vertices, polygons); }
+};
+
+Numbers3 plain(const M_Vector3Template<double>& v) { return {v.x, v.y, v.z}; }
+
+PlainSpace plain(const M_PlanarSpace3Template<double>& space) {
+    const auto& [a, b, c] = space.getMatrix().rows;
+    return {plain(space.getNormal()),
+            plain(space.getPoint()),
+            {a.x, a.y, a.z, b.x, b.y, b.z, c.x, c.y, c.z},
+            {space.getOffset().x, space.getOffset().y}};
+}
+
+PlainMesh plain(const CN_LevelEntityMesh& mesh) {
+    PlainMesh out{mesh.areFacesFlipped(), {}, {}};
+    for (const CN_Vertex& vertex : mesh.getVertexList())
+        out.vertices.push_back(plain(vertex.local));
+    for (const CN_Polygon& p : mesh.getPolygonList()) {
+        const CN_LightmapMapping& mapping = p.getLightmapMapping();
+        out.polygons.push_back({p.getPolygonIndex(),
+                                p.getPolyMode(),
+                                plain(p.getNormal()),
+                                plain(p.getReferenceNormal()),
+                                plain(p.getPointOnPlane()),
+                                {1, 0, 0, 0, 1, 0, 0, 0, 1},
+                                plain(p.getUVSpace(0)),
+                                plain(mapping.getPhysicalSpace()),
+                                p.getNumHoles(),
+                                -1,
+                                mapping.getResolution(),
+                                mapping.isLightmapValid(),
+                                static_cast<unsigned int>(mapping.getLightmapID()),
+                                CATEGORY,
+                                p.getMaterial()->name().str(),
+                                {},
+                                {},
+                                {}});
+        for (const CN_Edge& edge : p.getEdgeList())
+            out.polygons.back().edges.push_back({edge.index(0), edge.index(1)});
+        for (const CN_Triangle& triangle : p.getTriangleList())
+            out.polygons.back().triangles.push_back({plain(p.getWorldNormal()), triangle.getVertices()});
+    }
+    return out;
+}
+#endif
+
+/// What the rows of one size work on.
+struct Shelf {
+    CN_Document document;
+    CN_LevelEntityMesh* mesh;
+    F_MemoryFile file;
+#ifdef CAIRN_BENCH_WITH_CEREAL
+    PlainMesh plainMesh;
+    std::string archive;
+#endif
+
+    explicit Shelf(int n) {
+        document.createCairnLevelEntities();
+        mesh = addFloor(document, n);
+        mesh->saveEntitySpecificData(file);
+        file.toRead();
+#ifdef CAIRN_BENCH_WITH_CEREAL
+        plainMesh = plain(*mesh);
+        std::ostringstream out;
+        cereal::BinaryOutputArchive{out}(plainMesh);
+        archive = std::move(out).str();
+#endif
+    }
+};
+
+void addScenes(bench::Report& report, int n) {
+    const auto shelf = std::make_shared<Shelf>(n);
+#ifdef CAIRN_BENCH_WITH_CEREAL
+    report.add("save", "cereal", n, [shelf] {
+        std::ostringstream out;
+        cereal::BinaryOutputArchive{out}(shelf->plainMesh);
+        return out.tellp() > 0 ? shelf->mesh->getPolygonList().count() : 0;
+    });
+#endif
+    report.add("save", "cairn", n, [shelf] {
+        F_MemoryFile file;
+        shelf->mesh->checkSavable();
+        shelf->mesh->saveEntitySpecificData(file);
+        return file.getSize() > 0 ? shelf->mesh->getPolygonList().count() : 0;
+    });
+#ifdef CAIRN_BENCH_WITH_CEREAL
+    report.addTimed("load", "cereal", n, [shelf](bench::Watch& watch) {
+        std::istringstream in(shelf->archive);
+        PlainMesh loaded;
+        watch.timed([&] { cereal::BinaryInputArchive{in}(loaded); });
+        return loaded.polygons.size();
+    });
+#endif
+    report.addTimed("load", "cairn", n, [shelf](bench::Watch& watch) {
+        CN_LevelEntityMesh loaded;
+        loaded.setDocument(&shelf->document);
+        F_MemoryFile file(shelf->file.getAddress(), shelf->file.getSize(), false);
+        watch.timed([&] { loaded.loadEntitySpecificData(file); });
+        loaded.updateMaterialRefCounts(false);
+        return static_cast<std::size_t>(loaded.getPolygonList().count());
+    });
+}
+
+/// Prints what a loaded mesh takes, by the allocator's own count.
+void reportMemory(int n) {
+#ifdef __GLIBC__
+    Shelf shelf(n);
+    CN_LevelEntityMesh loaded;
+    loaded.setDocument(&shelf.document);
+    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    F_MemoryFile file(shelf.file.getAddress(), shelf.file.getSize(), false);
+    loaded.loadEntitySpecificData(file);
+    const std::size_t taken = mallinfo2().uordblks + mallinfo2().hblkhd - before;
+    const auto polygons = static_cast<std::size_t>(loaded.getPolygonList().count());
+    fmt::print(
+        "memory of a loaded mesh of {} quads: {} bytes a polygon, of which {} are the polygon itself; its record has "
+        "{} bytes a polygon\n",
+        polygons, taken / polygons, sizeof(CN_Polygon), shelf.file.getSize() / polygons);
+#endif
+}
+
+/// Keeps freed memory in the process: otherwise every iteration of the large sizes, and of these alone, has the kernel
+/// fault its pages in anew, which costs many times what is measured here.
+void keepFreedMemory() {
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+#endif
+}
+
+} // namespace
+} // namespace cairn
+
+int main(int argc, char** argv) {
+    cairn::keepFreedMemory();
+    cairn::bench::Report report("mesh_record");
+    for (const int n : cairn::bench::sizes({1000, 10000, 100000}))
+        cairn::addScenes(report, n);
+    report.limitRatio("save", "cairn", 0.5);
+    report.limitRatio("load", "cairn", 2);
+    for (const char* scene : {"save", "load"})
+        report.limitGrowth(scene, "cairn", 1.1);
+    const int result = report.run(argc, argv);
+    cairn::reportMemory(10000);
+    return result;
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "cairn/math/vector3.h"
+
+#include <utility>
+
+namespace cairn {
+
+class CN_Polygon;
+struct CN_Vertex;
+
+/// A side of a polygon, directed from its end 0 to its end 1: two places in the vertex list of the polygon's mesh.
+class CN_Edge {
+  public:
+    using Vector = M_Vector3Template<double>;
+
+    CN_Edge() = default;
+    CN_Edge(int a, int b) : m_index{a, b} {}
+    /// A copy begins no hole.
+    CN_Edge(const CN_Edge& other) : m_parent(other.m_parent), m_index{other.m_index[0], other.m_index[1]} {}
+    /// Copies all but `isHoleStart`, which stays.
+    CN_Edge& operator=(const CN_Edge& other) {
+        m_parent = other.m_parent;
+        m_index[0] = other.m_index[0];
+        m_index[1] = other.m_index[1];
+        return *this;
+    }
+    ~CN_Edge() = default;
+
+    CN_Polygon* getParent() const { return m_parent; }
+    void setParent(CN_Polygon* parent) { m_parent = parent; }
+    void set(int a, int b) { m_index[0] = a, m_index[1] = b; }
+    /// The place of end `i` (0 or 1) in the mesh's vertex list, -1 for none.
+    int& index(int i) { return m_index[i]; }
+    int index(int i) const { return m_index[i]; }
+    /// Exchanges the ends.
+    void swap() { std::swap(m_index[0], m_index[1]); }
+    /// True for the first edge of a loop that was added as a hole; no file keeps it.
+    bool isHoleStart() const { return m_holeStart; }
+    void setHoleStart(bool holeStart) { m_holeStart = holeStart; }
+
+    /// @name Corners: the edge needs a polygon of a mesh, and indices that are in its list (else they throw)
+    /// @{
+    const CN_Vertex& getVertex(int i) const;
+    /// The place of end `i` in the mesh's space; valid until the mesh loses the vertex.
+    const Vector& getLocal(int i) const;
+    const Vector& getWorld(int i) const;
+    /// End 1 minus end 0 in the mesh's space, not normalised.
+    Vector dir() const;
+    Vector dirWorld() const;
+    /// The end that is nearer to a point of the world: 0 or 1, 0 where both are as near.
+    int findSelectedVertex(const Vector& point) const;
+    /// @}
+
+  private:
+    CN_Polygon* m_parent = nullptr; ///< not owned: the polygon whose boundary it is in
+    int m_index[2] = {-1, -1};      ///< of the ends in the mesh's vertex list
+    bool m_holeStart = false;       ///< first edge of a hole's loop
+};
+
+} // namespace cairn

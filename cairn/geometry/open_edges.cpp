@@ -1,0 +1,332 @@
+#include "cairn/geometry/open_edges.h"
+
+#include "cairn/geometry/mesh/mesh.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <compare>
+#include <cstdint>
+#include <limits>
+#include <unordered_map>
+#include <utility>
+
+namespace cairn {
+
+namespace {
+
+using Vector = M_Vector3Template<double>;
+
+/// Makes one point of corners that lie within a distance of each other: the one that comes first.
+class CornerWeld {
+  public:
+    explicit CornerWeld(double radius) : m_radius(radius) {}
+
+    const std::vector<Vector>& points() const { return m_points; }
+
+    /// The number of the point at that place, a new one where there is none yet.
+    int pointAt(const Vector& place) {
+        const Cell cell{along(place.x), along(place.y), along(place.z)};
+        int nearest = findIn(cell, place);
+        for (int i = 0; i < 27 && nearest < 0; ++i)
+            nearest = findIn({neighbor(cell.x, i % 3), neighbor(cell.y, i / 3 % 3), neighbor(cell.z, i / 9)}, place);
+        if (nearest >= 0)
+            return nearest;
+        const int made = static_cast<int>(m_points.size());
+        m_points.push_back(place);
+        const auto [first, isNew] = m_cells.try_emplace(cell, made);
+        m_nextInCell.push_back(isNew ? -1 : std::exchange(first->second, made));
+        return made;
+    }
+
+  private:
+    struct Cell {
+        std::uint64_t x, y, z;
+        bool operator==(const Cell&) const = default;
+    };
+    struct CellHash {
+        std::size_t operator()(const Cell& c) const {
+            std::uint64_t h = c.x;
+            h = (h ^ (h >> 32)) * 0x9E3779B97F4A7C15u + c.y;
+            h = (h ^ (h >> 29)) * 0xBF58476D1CE4E5B9u + c.z;
+            return static_cast<std::size_t>((h ^ (h >> 32)) * 0x94D049BB133111EBu);
+        }
+    };
+
+    /// The number of the cell along an axis. Beyond what doubles resolve only equal coordinates are near, and each has a
+    /// cell of its own.
+    std::uint64_t along(double coordinate) const {
+        constexpr double RESOLVED = 4503599627370496; // 2^52
+        const double cell = std::floor(coordinate / m_radius);
+        return std::abs(cell) < RESOLVED ? static_cast<std::uint64_t>(static_cast<std::int64_t>(cell))
+                                         : std::bit_cast<std::uint64_t>(coordinate);
+    }
+    static std::uint64_t neighbor(std::uint64_t cell, int step) { return cell + static_cast<std::uint64_t>(step) - 1; }
+
+    int findIn(const Cell& cell, const Vector& place) const {
+        const auto found = m_cells.find(cell);
+        int point = found == m_cells.end() ? -1 : found->second;
+        while (point >= 0 && !((m_points[static_cast<std::size_t>(point)] - place).length() <= m_radius))
+            point = m_nextInCell[static_cast<std::size_t>(point)];
+        return point;
+    }
+
+    double m_radius;
+    std::vector<Vector> m_points;
+    std::unordered_map<Cell, int, CellHash> m_cells; ///< the point of the cell that was made last
+    std::vector<int> m_nextInCell;                   ///< for each point the one before it in its cell, -1 for none
+};
+
+/// Finds points near a line between two others: a tree of boxes, halved at the median along the longest side.
+class PointTree {
+  public:
+    /// Of the points with those numbers; `points` must outlive it.
+    PointTree(const std::vector<Vector>& points, std::vector<int> numbers)
+        : m_points(points), m_numbers(std::move(numbers)) {
+        if (!m_numbers.empty())
+            build(0, m_numbers.size());
+    }
+
+    /// Calls `visit(number, t)` for each point within `radius` of the line, t from 0 at `from` to 1 at `to`.
+    template <class Visit> void visitNear(const Vector& from, const Vector& to, double radius, Visit&& visit) const {
+        const Vector line = to - from;
+        std::vector<std::size_t> open;
+        if (!m_nodes.empty())
+            open.push_back(0);
+        while (!open.empty()) {
+            const Node& node = m_nodes[open.back()];
+            open.pop_back();
+            if (!meets(node, from, line, radius))
+                continue;
+            if (node.left != 0) {
+                open.push_back(node.left);
+                open.push_back(node.right);
+                continue;
+            }
+            for (std::size_t i = node.begin; i < node.end; ++i) {
+                const Vector& point = m_points[static_cast<std::size_t>(m_numbers[i])];
+                const double t = (point - from).dot(line) / line.dot(line);
+                if (t > 0 && t < 1 && (from + line * t - point).length() <= radius)
+                    visit(m_numbers[i], t);
+            }
+        }
+    }
+
+  private:
+    struct Node {
+        Vector min, max;
+        std::size_t begin, end;          ///< of its points in m_numbers
+        std::size_t left = 0, right = 0; ///< 0 for a leaf
+    };
+    static constexpr std::size_t LEAF_POINTS = 8;
+
+    /// Recursion is as deep as the logarithm of the number of points.
+    std::size_t build(std::size_t begin, std::size_t end) {
+        Node node{at(begin), at(begin), begin, end};
+        for (std::size_t i = begin; i < end; ++i)
+            for (int axis = 0; axis < 3; ++axis) {
+                node.min[axis] = std::min(node.min[axis], at(i)[axis]);
+                node.max[axis] = std::max(node.max[axis], at(i)[axis]);
+            }
+        const std::size_t made = m_nodes.size();
+        m_nodes.push_back(node);
+        if (end - begin <= LEAF_POINTS)
+            return made;
+        const Vector size = node.max * 0.5 - node.min * 0.5;
+        const int axis = size.x >= size.y && size.x >= size.z ? 0 : size.y >= size.z ? 1 : 2;
+        const std::size_t middle = begin + (end - begin) / 2;
+        const auto numberAt = [this](std::size_t i) { return m_numbers.begin() + static_cast<std::ptrdiff_t>(i); };
+        std::nth_element(numberAt(begin), numberAt(middle), numberAt(end), [this, axis](int a, int b) {
+            return m_points[static_cast<std::size_t>(a)][axis] < m_points[static_cast<std::size_t>(b)][axis];
+        });
+        const std::size_t left = build(begin, middle), right = build(middle, end);
+        m_nodes[made].left = left;
+        m_nodes[made].right = right;
+        return made;
+    }
+    const Vector& at(std::size_t i) const { return m_points[static_cast<std::size_t>(m_numbers[i])]; }
+
+    /// True where the line meets the box widened by the radius.
+    static bool meets(const Node& node, const Vector& from, const Vector& line, double radius) {
+        double entry = 0, leave = 1;
+        for (int axis = 0; axis < 3; ++axis) {
+            const double low = node.min[axis] - radius - from[axis], high = node.max[axis] + radius - from[axis];
+            if (line[axis] == 0) {
+                if (low > 0 || high < 0)
+                    return false;
+                continue;
+            }
+            const double a = low / line[axis], b = high / line[axis];
+            entry = std::max(entry, std::min(a, b));
+            leave = std::min(leave, std::max(a, b));
+        }
+        return entry <= leave;
+    }
+
+    const std::vector<Vector>& m_points;
+    std::vector<int> m_numbers; ///< of the points, as the nodes divide them
+    std::vector<Node> m_nodes;  ///< the root first
+};
+
+/// An edge, or a piece of one, between two welded points.
+struct Side {
+    int from, to;
+    int polygon; ///< its place in the mesh's list
+    auto operator<=>(const Side&) const = default;
+};
+
+/// Counts sides by their ends.
+class SideTable {
+  public:
+    explicit SideTable(std::vector<Side> sides) : m_sides(std::move(sides)) {
+        std::sort(m_sides.begin(), m_sides.end());
+    }
+
+    /// How many sides of other polygons run back along it.
+    std::ptrdiff_t countPartners(const Side& side) const {
+        return count(side.to, side.from, FIRST, LAST) - count(side.to, side.from, side.polygon, side.polygon);
+    }
+    /// True where it has exactly one partner, and that one has it alone.
+    bool isPaired(const Side& side) const {
+        return countPartners(side) == 1 && count(side.from, side.to, FIRST, LAST) == 1 &&
+               count(side.to, side.from, FIRST, LAST) == 1;
+    }
+
+  private:
+    static constexpr int FIRST = 0, LAST = std::numeric_limits<int>::max(); // of all polygons
+
+    /// The sides between those ends of the polygons from `first` to `last`.
+    std::ptrdiff_t count(int from, int to, int first, int last) const {
+        return std::upper_bound(m_sides.begin(), m_sides.end(), Side{from, to, last}) -
+               std::lower_bound(m_sides.begin(), m_sides.end(), Side{from, to, first});
+    }
+
+    std::vector<Side> m_sides; ///< sorted
+};
+
+/// The working sets of one search.
+class OpenEdgeSearch {
+  public:
+    OpenEdgeSearch(const CN_Mesh& mesh, double slack)
+        : m_mesh(mesh), m_scale(findScale(mesh)), m_slack(std::max(slack * m_scale, LEAST_SLACK)), m_weld(m_slack) {}
+
+    std::vector<CN_OpenEdge> find() {
+        std::vector<Side> sides = collect();
+        // Nearly all sides of a sound mesh run from corner to corner as their partners do.
+        const SideTable whole(sides);
+        std::erase_if(sides, [&](const Side& side) { return whole.isPaired(side); });
+        // The others may still be met by several that lie along them.
+        const std::vector<Side> pieces = cut(sides);
+        const SideTable table(pieces);
+        for (const Side& piece : pieces)
+            if (const auto partners = static_cast<int>(table.countPartners(piece)); partners != 1)
+                add(piece, partners);
+        return std::move(m_open);
+    }
+
+  private:
+    static constexpr double LEAST_SLACK = 1e-12;  // cells of corners need a size
+    static constexpr double STRAIGHT = 1 - 1e-9;  // cosine between pieces of one line
+    static constexpr double LARGE_PLACE = 1e+100; // the squares of places below are numbers
+
+    /// What places are multiplied by, a power of two: 1 but for places so large that their squares are infinite.
+    static double findScale(const CN_Mesh& mesh) {
+        double largest = 0;
+        for (const CN_Vertex& vertex : mesh.getVertexList())
+            for (int axis = 0; axis < 3; ++axis)
+                largest = std::max(largest, std::abs(vertex.local[axis]));
+        return largest < LARGE_PLACE ? 1.0 : std::ldexp(1.0, -std::ilogb(largest));
+    }
+
+    std::vector<Side> collect() {
+        std::vector<Side> sides;
+        const CN_Mesh::VertexList& vertices = m_mesh.getVertexList();
+        std::vector<int> points(static_cast<std::size_t>(vertices.count()), -1); // of the vertices that are in use
+        const auto pointOf = [&](int index) {
+            int& point = points[static_cast<std::size_t>(index)];
+            if (point < 0)
+                point = m_weld.pointAt(vertices[index].local * m_scale);
+            return point;
+        };
+        const auto isThere = [&](int index) { return index >= 0 && index < vertices.count(); };
+        int place = 0;
+        for (const CN_Polygon& polygon : m_mesh.getPolygonList()) {
+            for (const CN_Edge& edge : polygon.getEdgeList())
+                if (isThere(edge.index(0)) && isThere(edge.index(1))) {
+                    const Side side{pointOf(edge.index(0)), pointOf(edge.index(1)), place};
+                    if (side.from != side.to)
+                        sides.push_back(side);
+                }
+            ++place;
+        }
+        return sides;
+    }
+
+    /// Cuts sides where ends of others lie on them. In a closed mesh no stretch belongs to more than two of them, so that
+    /// the pieces are few: beyond that number sides stay whole.
+    std::vector<Side> cut(const std::vector<Side>& sides) const {
+        std::vector<int> ends;
+        for (const Side& side : sides) {
+            ends.push_back(side.from);
+            ends.push_back(side.to);
+        }
+        std::sort(ends.begin(), ends.end());
+        ends.erase(std::unique(ends.begin(), ends.end()), ends.end());
+        const PointTree tree(m_weld.points(), std::move(ends));
+
+        constexpr std::size_t PIECES_A_SIDE = 16;
+        std::size_t piecesLeft = PIECES_A_SIDE * sides.size();
+        std::vector<Side> pieces;
+        std::vector<std::pair<double, int>> cuts;
+        for (const Side& side : sides) {
+            cuts.clear();
+            if (piecesLeft > 0)
+                tree.visitNear(place(side.from), place(side.to), m_slack, [&](int point, double t) {
+                    if (point != side.from && point != side.to)
+                        cuts.emplace_back(t, point);
+                });
+            if (cuts.size() > piecesLeft)
+                cuts.clear();
+            piecesLeft -= std::min(piecesLeft, cuts.size() + 1);
+            std::sort(cuts.begin(), cuts.end());
+            int from = side.from;
+            for (const auto& [t, point] : cuts) {
+                pieces.push_back({from, point, side.polygon});
+                from = point;
+            }
+            pieces.push_back({from, side.to, side.polygon});
+        }
+        return pieces;
+    }
+
+    /// Pieces of one side that follow each other and have as many partners are one stretch.
+    void add(const Side& piece, int partners) {
+        const CN_Polygon* const polygon = &m_mesh.getPolygonList()[piece.polygon];
+        const Vector from = place(piece.from) / m_scale, to = place(piece.to) / m_scale;
+        if (!m_open.empty()) {
+            CN_OpenEdge& last = m_open.back();
+            const Vector before = (last.to - last.from).normalized(), next = (to - from).normalized();
+            if (last.polygon == polygon && last.partners == partners && last.to == from &&
+                before.dot(next) >= STRAIGHT) {
+                last.to = to;
+                return;
+            }
+        }
+        m_open.push_back({polygon, from, to, partners});
+    }
+    const Vector& place(int point) const { return m_weld.points()[static_cast<std::size_t>(point)]; }
+
+    const CN_Mesh& m_mesh;
+    double m_scale; ///< of the welded points
+    double m_slack; ///< of the welded points
+    CornerWeld m_weld;
+    std::vector<CN_OpenEdge> m_open;
+};
+
+} // namespace
+
+std::vector<CN_OpenEdge> CN_findOpenEdges(const CN_Mesh& mesh, double slack) {
+    return OpenEdgeSearch(mesh, slack).find();
+}
+
+} // namespace cairn

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "cairn/math/vector2.h"
+#include "cairn/math/vector3.h"
+
+#include <vector>
+
+namespace cairn {
+
+class CN_Polygon;
+
+/// A piece of a polygon's triangulation: a triangle, or a convex fan of more corners.
+class CN_Triangle {
+  public:
+    using Vector = M_Vector3Template<double>;
+    using Coordinates = std::vector<M_Vector2Template<float>>;
+
+    CN_Polygon* getParent() const { return m_parent; }
+    void setParent(CN_Polygon* parent) { m_parent = parent; }
+    /// The corners in order round the piece, as places in the mesh's vertex list.
+    const std::vector<int>& getVertices() const { return m_vertices; }
+    std::vector<int>& accessVertices() { return m_vertices; }
+    /// Coordinates of the base texture, the lightmap and the detail texture: one for each corner, or none.
+    const Coordinates& getUV() const { return m_uv; }
+    Coordinates& accessUV() { return m_uv; }
+    const Coordinates& getLightmapUV() const { return m_lightmapUV; }
+    Coordinates& accessLightmapUV() { return m_lightmapUV; }
+    const Coordinates& getDetailUV() const { return m_detailUV; }
+    Coordinates& accessDetailUV() { return m_detailUV; }
+
+    /// The parent's normal in the world: a piece has none of its own.
+    const Vector& getNormal() const;
+    /// The place of corner `i` in the world. Throws for a corner that is not there.
+    const Vector& getVertex(int i) const;
+    /// The same in the mesh's space.
+    const Vector& getVertexLocal(int i) const;
+    /// The corner that stands on the mesh's vertex `index`, or -1.
+    int hasVertex(int index) const;
+    /// Turns the piece round: corners, texture and lightmap coordinates in reverse.
+    void flip();
+    /// True if an edge of this piece, from its corner `a` to its corner `b`, is one of the other from end to start.
+    bool sharesEdge(const CN_Triangle& other, int* a, int* b) const;
+
+  private:
+    std::vector<int> m_vertices;    ///< places in the mesh's vertex list
+    Coordinates m_uv;               ///< a corner each
+    Coordinates m_lightmapUV;       ///< a corner each
+    Coordinates m_detailUV;         ///< a corner each; empty but for a material with a detail texture
+    CN_Polygon* m_parent = nullptr; ///< not owned
+};
+
+} // namespace cairn
