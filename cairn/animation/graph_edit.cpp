@@ -4,10 +4,19 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
+#include <utility>
 
 namespace cairn {
 
 namespace {
+
+/// Sorts the few values of one sample; by hand, as the library's sort is made for many.
+void sortAscending(std::span<float> values) {
+    for (std::size_t i = 1; i < values.size(); ++i)
+        for (std::size_t j = i; j > 0 && values[j] < values[j - 1]; --j)
+            std::swap(values[j], values[j - 1]);
+}
 
 enum RecordMagic : int { NODE_MAGIC = 0x70, GRAPH_MAGIC = 0x71 };
 
@@ -166,7 +175,7 @@ U_Graph U_GraphEdit::sampled() const {
         for (int layer = 0; layer < m_layers; ++layer)
             here[static_cast<std::size_t>(layer)] = evaluateFrom(node, x, layer);
         if (m_sortLayers)
-            std::sort(here.begin(), here.begin() + m_layers);
+            sortAscending(std::span(here).first(layers));
         for (std::size_t layer = 0; layer < layers; ++layer)
             values[layer][static_cast<std::size_t>(sample)] = here[layer];
     }

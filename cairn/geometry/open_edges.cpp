@@ -207,7 +207,8 @@ class SideTable {
 /// The working sets of one search.
 class OpenEdgeSearch {
   public:
-    OpenEdgeSearch(const CN_Mesh& mesh, double slack) : m_mesh(mesh), m_slack(slack), m_weld(slack) {}
+    OpenEdgeSearch(const CN_Mesh& mesh, double slack)
+        : m_mesh(mesh), m_scale(findScale(mesh)), m_slack(std::max(slack * m_scale, LEAST_SLACK)), m_weld(m_slack) {}
 
     std::vector<CN_OpenEdge> find() {
         std::vector<Side> sides = collect();
@@ -224,6 +225,19 @@ class OpenEdgeSearch {
     }
 
   private:
+    static constexpr double LEAST_SLACK = 1e-12;  // cells of corners need a size
+    static constexpr double STRAIGHT = 1 - 1e-9;  // cosine between pieces of one line
+    static constexpr double LARGE_PLACE = 1e+100; // the squares of places below are numbers
+
+    /// What places are multiplied by, a power of two: 1 but for places so large that their squares are infinite.
+    static double findScale(const CN_Mesh& mesh) {
+        double largest = 0;
+        for (const CN_Vertex& vertex : mesh.getVertexList())
+            for (int axis = 0; axis < 3; ++axis)
+                largest = std::max(largest, std::abs(vertex.local[axis]));
+        return largest < LARGE_PLACE ? 1.0 : std::ldexp(1.0, -std::ilogb(largest));
+    }
+
     std::vector<Side> collect() {
         std::vector<Side> sides;
         const CN_Mesh::VertexList& vertices = m_mesh.getVertexList();
@@ -231,7 +245,7 @@ class OpenEdgeSearch {
         const auto pointOf = [&](int index) {
             int& point = points[static_cast<std::size_t>(index)];
             if (point < 0)
-                point = m_weld.pointAt(vertices[index].local);
+                point = m_weld.pointAt(vertices[index].local * m_scale);
             return point;
         };
         const auto isThere = [&](int index) { return index >= 0 && index < vertices.count(); };
@@ -288,12 +302,12 @@ class OpenEdgeSearch {
     /// Pieces of one side that follow each other and have as many partners are one stretch.
     void add(const Side& piece, int partners) {
         const CN_Polygon* const polygon = &m_mesh.getPolygonList()[piece.polygon];
-        const Vector &from = place(piece.from), &to = place(piece.to);
+        const Vector from = place(piece.from) / m_scale, to = place(piece.to) / m_scale;
         if (!m_open.empty()) {
             CN_OpenEdge& last = m_open.back();
-            const double between = (to - from).dot(last.to - last.from);
+            const Vector before = (last.to - last.from).normalized(), next = (to - from).normalized();
             if (last.polygon == polygon && last.partners == partners && last.to == from &&
-                between >= STRAIGHT * (to - from).length() * (last.to - last.from).length()) {
+                before.dot(next) >= STRAIGHT) {
                 last.to = to;
                 return;
             }
@@ -302,10 +316,9 @@ class OpenEdgeSearch {
     }
     const Vector& place(int point) const { return m_weld.points()[static_cast<std::size_t>(point)]; }
 
-    static constexpr double STRAIGHT = 1 - 1e-9; ///< cosine between pieces of one line
-
     const CN_Mesh& m_mesh;
-    double m_slack;
+    double m_scale; ///< of the welded points
+    double m_slack; ///< of the welded points
     CornerWeld m_weld;
     std::vector<CN_OpenEdge> m_open;
 };
@@ -313,8 +326,7 @@ class OpenEdgeSearch {
 } // namespace
 
 std::vector<CN_OpenEdge> CN_findOpenEdges(const CN_Mesh& mesh, double slack) {
-    constexpr double LEAST_SLACK = 1e-12; // cells of corners need a size
-    return OpenEdgeSearch(mesh, std::max(slack, LEAST_SLACK)).find();
+    return OpenEdgeSearch(mesh, slack).find();
 }
 
 } // namespace cairn

@@ -110,29 +110,30 @@ class MeshValidator {
     void addInternal(const char* code, string message) { m_findings.addInternal(code, m_place, std::move(message)); }
 
     void checkPolygon(const CN_Polygon& polygon) {
-        checkParents(polygon);
         checkReferences(polygon);
         checkSpaces(polygon);
         if (!polygon.isExitPolygon() && !polygon.getMaterial())
             add("material-missing", "The polygon has no material");
         if (polygon.isExitPolygon() && !polygon.getLevelEntityPortal())
             add("exit-no-portal", "The exit has no portal");
-        if (!hasVertices(polygon))
-            return;
-        if (isDegenerate(polygon))
-            return;
-        checkPlane(polygon);
+        if (hasParents(polygon) && hasVertices(polygon) && !isDegenerate(polygon))
+            checkPlane(polygon);
     }
 
-    void checkParents(const CN_Polygon& polygon) {
+    bool hasParents(const CN_Polygon& polygon) {
+        const auto isOther = [&polygon](const auto& part) { return part.getParent() != &polygon; };
+        const auto& edges = polygon.getEdgeList();
+        const auto& pieces = polygon.getTriangleList();
+        const char* fault = nullptr;
         if (polygon.getParent() != &m_mesh)
-            addInternal("polygon-parent", "The polygon names another mesh");
-        for (const CN_Edge& edge : polygon.getEdgeList())
-            if (edge.getParent() != &polygon)
-                return addInternal("polygon-parent", "An edge names another polygon");
-        for (const CN_Triangle& piece : polygon.getTriangleList())
-            if (piece.getParent() != &polygon)
-                return addInternal("polygon-parent", "A piece of the triangulation names another polygon");
+            fault = "The polygon names another mesh";
+        else if (std::any_of(edges.begin(), edges.end(), isOther))
+            fault = "An edge names another polygon";
+        else if (std::any_of(pieces.begin(), pieces.end(), isOther))
+            fault = "A piece of the triangulation names another polygon";
+        if (fault)
+            addInternal("polygon-parent", fault);
+        return !fault;
     }
 
     bool isVertex(int index) const { return index >= 0 && index < m_mesh.getVertexList().count(); }

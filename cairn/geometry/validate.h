@@ -44,7 +44,7 @@ inline constexpr double CN_LEVEL_TOLERANCE = 0.001;
 /// | polygon-attached     | internal: a portal or light and a polygon that do not know each other                 |
 /// | polygon-group        | internal: a group and a polygon or the mesh that do not know each other               |
 ///
-/// Of a polygon whose indices are wrong nothing more is looked at. Cost: n log n for n edges.
+/// Of a polygon whose parents or indices are wrong the shape is not looked at. Cost: n log n for n edges.
 std::vector<CN_Finding> CN_validateMesh(const CN_Mesh& mesh, double tolerance);
 
 /// The same for every mesh of the document's level in pre-order, and what holds between them:
@@ -63,7 +63,7 @@ std::vector<CN_Finding> CN_validateMesh(const CN_Mesh& mesh, double tolerance);
 std::vector<CN_Finding> CN_validateDocument(const CN_Document& document, double tolerance);
 
 /// The polygon's area along the direction from which its outer loop runs counter-clockwise, holes taken away. M. Newell's
-/// method, in the mesh's space.
+/// method, in the mesh's space. Parents and indices must be right.
 M_Vector3Template<double> CN_areaVector(const CN_Polygon& polygon);
 /// The volume inside a closed mesh, negative where its faces look outward; in the mesh's space. Of a mesh that is not
 /// closed it is a number without meaning.

@@ -101,7 +101,7 @@ I_DecodedImage decodeBMP(I_FileBytes file) {
         file = whole;
     } else if (header.bits != 16 && header.bits != 24 && header.bits != 32)
         refuseImage(FORMAT, "its pixels have an unknown size");
-    return decodeWithStb(FORMAT, file, false);
+    return decodeWithStb(FORMAT, file);
 }
 
 } // namespace cairn

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -48,7 +49,9 @@ std::uint32_t I_SurfaceHeader::word(std::size_t offset) const { return fileWord3
 I_Image::I_Image(unsigned width, unsigned height) {
     if (width == 0 || height == 0)
         return;
-    m_pixels = allocatePixels(checkImageSize("Blank", width, height));
+    const std::size_t count = checkImageSize("Blank", width, height);
+    m_pixels = allocatePixels(count);
+    std::fill_n(m_pixels.get(), count, I_Color(0, 0, 0, 0));
     m_width = static_cast<int>(width);
     m_height = static_cast<int>(height);
     m_faceCount = 1;
@@ -118,7 +121,7 @@ std::size_t checkImageSize(const char* format, std::uint64_t width, std::uint64_
 }
 
 I_PixelBuffer allocatePixels(std::size_t count) {
-    I_PixelBuffer pixels(static_cast<I_Color*>(std::calloc(count, sizeof(I_Color))));
+    I_PixelBuffer pixels(static_cast<I_Color*>(std::malloc(count * sizeof(I_Color))));
     if (!pixels)
         throw new F_MemoryException_Allocation();
     return pixels;

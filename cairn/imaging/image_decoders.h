@@ -36,7 +36,7 @@ I_DecodedImage decodeSCX(I_FileBytes file);
 /// The pixels of that many pictures of that size. Throws an `I_ImageException*` where a side is 0 or where there are more
 /// than `I_Image::MAX_PIXELS`.
 std::size_t checkImageSize(const char* format, std::uint64_t width, std::uint64_t height, unsigned faces = 1);
-/// That many pixels, black and transparent.
+/// Room for that many pixels, which the caller writes.
 I_PixelBuffer allocatePixels(std::size_t count);
 
 /// The little-endian number at `offset`, which the file must have.

@@ -1,6 +1,6 @@
 #include "cairn/imaging/stb_decoder.h"
 
-#include <algorithm>
+#include <bitset>
 #include <cstring>
 
 // JPEG. stb_image decodes it; here the segments are walked ahead for what it takes on trust: that the file is whole, the
@@ -26,30 +26,39 @@ enum Marker : unsigned char {
     START = 0xD8,
     END = 0xD9,
     SCAN = 0xDA,
+    RESTARTS = 0xDD,
 };
 
+/// Goes through the segments of a file.
 class Walk {
   public:
     explicit Walk(I_FileBytes file) : m_file(file) {}
+
+    /// True where the one scan must write every sample, or the decoder fails: where it cannot give up at a restart, and no
+    /// component is left out.
+    bool writesAll() const { return m_scans == 1 && m_scanIsWhole && !m_isProgressive && !m_hasRestarts; }
 
     void check() {
         if (m_file.size() < 2 || m_file[0] != 0xFF || m_file[1] != START)
             refuseImage(FORMAT, "it does not begin like one");
         m_at = 2;
-        int scans = 0;
         for (unsigned char marker = nextMarker(); marker != END; marker = nextMarker()) {
             const I_FileBytes segment = takeSegment();
             if (marker == HUFFMAN_TABLES)
                 checkTables(segment);
             else if (marker == BASELINE || marker == EXTENDED || marker == PROGRESSIVE)
                 checkFrame(segment);
+            else if (marker == RESTARTS)
+                m_hasRestarts = true;
             else if (marker == SCAN) {
-                if (++scans > MOST_SCANS)
+                if (++m_scans > MOST_SCANS)
                     refuseImage(FORMAT, "it has too many scans");
+                m_scanIsWhole = hasAllComponents(segment);
                 passScanData();
             }
+            m_isProgressive |= marker == PROGRESSIVE;
         }
-        if (scans == 0)
+        if (m_scans == 0)
             refuseImage(FORMAT, "it has no picture");
     }
 
@@ -95,14 +104,25 @@ class Walk {
         }
     }
 
-    void checkFrame(I_FileBytes segment) const {
-        if (segment.size() < 5)
+    void checkFrame(I_FileBytes segment) {
+        if (segment.size() < 6)
             refuseImage(FORMAT, "its frame is cut off");
         const std::uint64_t height = segment[1] * 256u + segment[2];
         const std::uint64_t width = segment[3] * 256u + segment[4];
         checkImageSize(FORMAT, width, height);
         if (width * height > m_file.size() * MOST_PIXELS_A_BYTE)
             refuseImage(FORMAT, "it is too short for its size");
+        m_components = segment[5];
+    }
+
+    /// True where a scan names as many components as the frame has, each another.
+    bool hasAllComponents(I_FileBytes segment) const {
+        if (segment.empty() || segment[0] != m_components || segment.size() < 1 + 2 * m_components)
+            return false;
+        std::bitset<256> named;
+        for (std::size_t i = 0; i < m_components; ++i)
+            named.set(segment[1 + 2 * i]);
+        return named.count() == m_components;
     }
 
     /// Passes the data of a scan: up to a marker that is neither a stuffed byte nor a restart.
@@ -127,13 +147,18 @@ class Walk {
 
     I_FileBytes m_file;
     std::size_t m_at = 0;
+    std::size_t m_components = 0; ///< of the frame
+    int m_scans = 0;
+    bool m_scanIsWhole = false; ///< the last one has all components
+    bool m_isProgressive = false, m_hasRestarts = false;
 };
 
 } // namespace
 
 I_DecodedImage decodeJPEG(I_FileBytes file) {
-    Walk(file).check();
-    return decodeWithStb(FORMAT, file, true);
+    Walk walk(file);
+    walk.check();
+    return decodeJPEGWithStb(FORMAT, file, !walk.writesAll());
 }
 
 } // namespace cairn

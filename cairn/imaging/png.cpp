@@ -46,8 +46,7 @@ I_DecodedImage decodePNG(I_FileBytes file) {
     const std::uint64_t bits = std::uint64_t{pixels} * file[DEPTH_OFFSET];
     if (bits / 8 / MOST_BYTES_A_BYTE > file.size())
         refuseImage(FORMAT, "it is too short for its size");
-    checkChunks(file.subspan(SIGNATURE.size()));
-    return decodeWithStb(FORMAT, file, false);
+    return decodeWithStb(FORMAT, file);
 }
 
 } // namespace cairn

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace cairn {
 
@@ -63,9 +64,8 @@ namespace cairn {
 namespace {
 
 /// Turns red, green, blue, alpha in memory into our order. On whole words, so that it becomes vector instructions.
-void swapRedAndBlue(I_Color* pixels, std::size_t count) {
+void swapRedAndBlue(stbi_uc* bytes, std::size_t count) {
     static_assert(std::endian::native == std::endian::little);
-    auto* bytes = reinterpret_cast<unsigned char*>(pixels);
     for (std::size_t i = 0; i < count; ++i, bytes += sizeof(I_Color)) {
         std::uint32_t word;
         std::memcpy(&word, bytes, sizeof word);
@@ -81,33 +81,76 @@ void swapRedAndBlue(I_Color* pixels, std::size_t count) {
     refuseImage(format, reason ? reason : "it cannot be decoded");
 }
 
-} // namespace
+/// The length as stb_image counts.
+int lengthOf(I_FileBytes file) { return static_cast<int>(file.size()); }
 
-I_DecodedImage decodeWithStb(const char* format, I_FileBytes file, bool clear) {
+/// Asks for the size and opens the heap for a picture of it. Gives the picture, which has its size and no pixels yet.
+I_DecodedImage announce(const char* format, I_FileBytes file, bool clear) {
     if (file.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
         refuseImage(format, "it is too long");
-    const int size = static_cast<int>(file.size());
     t_heap = {TABLES, clear, false};
     int width = 0, height = 0, channels = 0;
-    if (!stbi_info_from_memory(file.data(), size, &width, &height, &channels))
+    if (!stbi_info_from_memory(file.data(), lengthOf(file), &width, &height, &channels))
         fail(format);
     // A picture whose rows run from the top may have a negative height.
     const std::int64_t tall = std::abs(std::int64_t{height});
-    const std::size_t count =
-        checkImageSize(format, static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(tall));
-
+    checkImageSize(format, static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(tall));
     // At most 8 bytes a pixel, of whole coding units of 32 x 32 pixels, and a colour map or the file's own bytes, which
     // are gathered in blocks of twice the size.
     const auto padded = [](std::int64_t side) { return static_cast<std::size_t>(side) + 32; };
     t_heap.largest = 8 * padded(width) * padded(tall) + 2 * file.size() + 4 * TABLES;
     I_DecodedImage image;
-    void* decoded = stbi_load_from_memory(file.data(), size, &image.width, &image.height, &channels, STBI_rgb_alpha);
+    image.width = width;
+    image.height = static_cast<int>(tall);
+    return image;
+}
+
+/// Takes over the pixels that were decoded, and puts their channels in our order where they are not.
+void take(I_DecodedImage& image, const char* format, stbi_uc* decoded, int width, int height, bool isInOurOrder) {
     if (!decoded)
         fail(format);
-    image.pixels.reset(static_cast<I_Color*>(decoded));
-    if (image.width != width || image.height != tall)
+    image.pixels.reset(reinterpret_cast<I_Color*>(decoded));
+    if (image.width != width || image.height != height)
         refuseImage(format, "it has two sizes");
-    swapRedAndBlue(image.pixels.get(), count);
+    if (!isInOurOrder)
+        swapRedAndBlue(decoded, static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+}
+
+thread_local decltype(stbi__jpeg::YCbCr_to_RGB_kernel) t_convertRow = nullptr; ///< stb_image's own
+thread_local bool t_hasConverted = false;
+
+/// Puts a row's channels in our order while the cache still has them.
+void convertRow(stbi_uc* out, const stbi_uc* y, const stbi_uc* cb, const stbi_uc* cr, int count, int step) {
+    t_convertRow(out, y, cb, cr, count, step);
+    swapRedAndBlue(out, static_cast<std::size_t>(count));
+    t_hasConverted = true;
+}
+
+} // namespace
+
+I_DecodedImage decodeWithStb(const char* format, I_FileBytes file, bool isInOurOrder) {
+    I_DecodedImage image = announce(format, file, false);
+    int width = 0, height = 0, channels = 0;
+    stbi_uc* decoded = stbi_load_from_memory(file.data(), lengthOf(file), &width, &height, &channels, STBI_rgb_alpha);
+    take(image, format, decoded, width, height, isInOurOrder);
+    return image;
+}
+
+I_DecodedImage decodeJPEGWithStb(const char* format, I_FileBytes file, bool clear) {
+    I_DecodedImage image = announce(format, file, clear);
+    stbi__context context;
+    stbi__start_mem(&context, file.data(), lengthOf(file));
+    const std::unique_ptr<stbi__jpeg, decltype(&std::free)> jpeg(static_cast<stbi__jpeg*>(allocate(sizeof(stbi__jpeg))),
+                                                                 &std::free);
+    if (!jpeg)
+        fail(format);
+    jpeg->s = &context;
+    stbi__setup_jpeg(jpeg.get());
+    t_convertRow = std::exchange(jpeg->YCbCr_to_RGB_kernel, &convertRow);
+    t_hasConverted = false;
+    int width = 0, height = 0, channels = 0;
+    stbi_uc* decoded = load_jpeg_image(jpeg.get(), &width, &height, &channels, STBI_rgb_alpha);
+    take(image, format, decoded, width, height, t_hasConverted);
     return image;
 }
 

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-// Truevision TGA. stb_image decodes it; here stands what it takes on trust or reads wrong: that the data is as long as
-// the size says, colour maps that do not begin at 0 or that no pixel uses, and rows that run from the right.
+// Truevision TGA. True colours of 24 and 32 bits stand in the file in our own order and are copied. stb_image decodes the
+// other kinds; for those here stands what it takes on trust or reads wrong: that the data is as long as the size says, and
+// colour maps that do not begin at 0 or that no pixel uses. It does not know rows that run from the right either.
 namespace cairn {
 
 namespace {
@@ -22,7 +23,7 @@ struct Header {
     bool isRunLength;
     std::size_t mapStart, mapLength, mapBits;
     std::size_t width, height, depth;
-    bool fromRight;
+    bool fromRight, fromTop;
 
     std::size_t bytesAPixel() const { return (depth + 7) / 8; }
     std::size_t bytesAnEntry() const { return (mapBits + 7) / 8; }
@@ -46,6 +47,7 @@ Header readHeader(I_FileBytes file) {
     header.height = fileWord16(file, 14);
     header.depth = file[16];
     header.fromRight = (file[17] & 0x10u) != 0;
+    header.fromTop = (file[17] & 0x20u) != 0;
     if (file[1] > 1 || type > 15)
         refuseImage(FORMAT, "its type is unknown");
     return header;
@@ -75,28 +77,76 @@ void checkKind(const Header& header) {
     refuseImage(FORMAT, "its type is unknown");
 }
 
-/// Walks the packets, whose runs may go on from row to row but not beyond the image.
-void checkRuns(I_FileBytes data, std::size_t pixels, std::size_t bytesAPixel) {
-    std::size_t at = 0, done = 0;
-    while (done < pixels && at < data.size()) {
-        const std::size_t run = (data[at] & 0x7Fu) + 1;
-        at += 1 + ((data[at] & 0x80u) ? bytesAPixel : run * bytesAPixel);
-        done += run;
-    }
-    if (done < pixels || at > data.size())
-        refuseImage(FORMAT, "its data is cut off");
-    if (done > pixels)
-        refuseImage(FORMAT, "a run goes beyond its last pixel");
-}
+[[noreturn]] void refuseCut() { refuseImage(FORMAT, "its data is cut off"); }
 
-void checkData(const Header& header, I_FileBytes file, std::size_t pixels) {
+/// The bytes of the pixels, which are long enough for a raw image and not hopelessly short for packets.
+I_FileBytes takeData(const Header& header, I_FileBytes file, std::size_t pixels) {
+    constexpr std::size_t LONGEST_RUN = 128;
     if (header.dataOffset() > file.size())
         refuseImage(FORMAT, "it ends ahead of its data");
     const I_FileBytes data = file.subspan(header.dataOffset());
-    if (header.isRunLength)
-        checkRuns(data, pixels, header.bytesAPixel());
-    else if (data.size() / header.bytesAPixel() < pixels)
-        refuseImage(FORMAT, "its data is cut off");
+    const std::size_t most = header.isRunLength ? data.size() / (1 + header.bytesAPixel()) * LONGEST_RUN
+                                                : data.size() / header.bytesAPixel();
+    if (most < pixels)
+        refuseCut();
+    return data;
+}
+
+/// Walks the packets, whose runs may go on from row to row but not beyond the image. `onPacket` gets each packet's first
+/// pixel, the number of pixels, whether they are one pixel repeated, and its data.
+template <class OnPacket>
+void walkPackets(I_FileBytes data, std::size_t pixels, std::size_t bytesAPixel, OnPacket onPacket) {
+    const unsigned char *at = data.data(), *const end = at + data.size();
+    for (std::size_t done = 0; done < pixels;) {
+        if (at == end)
+            refuseCut();
+        const std::size_t count = (*at & 0x7Fu) + 1;
+        const bool isRepeated = (*at++ & 0x80u) != 0;
+        const std::size_t bytes = isRepeated ? bytesAPixel : count * bytesAPixel;
+        if (bytes > static_cast<std::size_t>(end - at))
+            refuseCut();
+        if (count > pixels - done)
+            refuseImage(FORMAT, "a run goes beyond its last pixel");
+        onPacket(done, count, isRepeated, at);
+        at += bytes;
+        done += count;
+    }
+}
+
+bool isCopied(const Header& header) { return header.kind == COLOURS && header.depth >= 24; }
+
+template <std::size_t BYTES> I_Color colourAt(const unsigned char* in) {
+    return I_Color(in[2], in[1], in[0], BYTES == 4 ? in[3] : static_cast<unsigned char>(255));
+}
+
+template <std::size_t BYTES> void copyColours(const unsigned char* in, I_Color* out, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = colourAt<BYTES>(in + i * BYTES);
+}
+
+template <std::size_t BYTES> I_DecodedImage readColours(const Header& header, I_FileBytes data) {
+    I_DecodedImage image;
+    image.width = static_cast<int>(header.width);
+    image.height = static_cast<int>(header.height);
+    const std::size_t pixels = header.width * header.height;
+    image.pixels = allocatePixels(pixels);
+    I_Color* out = image.pixels.get();
+    const auto rowOf = [&](std::size_t y) { return out + (header.fromTop ? y : header.height - 1 - y) * header.width; };
+    if (!header.isRunLength) {
+        for (std::size_t y = 0; y < header.height; ++y)
+            copyColours<BYTES>(data.data() + y * header.width * BYTES, rowOf(y), header.width);
+        return image;
+    }
+    walkPackets(data, pixels, BYTES, [out](std::size_t first, std::size_t count, bool isRepeated, const auto* in) {
+        if (isRepeated)
+            std::fill_n(out + first, count, colourAt<BYTES>(in));
+        else
+            copyColours<BYTES>(in, out + first, count);
+    });
+    if (!header.fromTop)
+        for (std::size_t y = 0; y < header.height / 2; ++y)
+            std::swap_ranges(out + y * header.width, out + (y + 1) * header.width, rowOf(y));
+    return image;
 }
 
 void setWord16(std::vector<unsigned char>& bytes, std::size_t offset, std::size_t value) {
@@ -104,27 +154,35 @@ void setWord16(std::vector<unsigned char>& bytes, std::size_t offset, std::size_
     bytes[offset + 1] = static_cast<unsigned char>(value >> 8);
 }
 
-/// The same image with a map that begins at 0, or without one where no pixel uses it. The entries ahead of the first are
-/// like it: an index that the map does not have shows its first colour, on whichever side it is missing.
-std::vector<unsigned char> withPlainMap(const Header& header, I_FileBytes file) {
+/// A map's entry with red and blue in each other's place.
+void appendSwapped(std::vector<unsigned char>& bytes, I_FileBytes entry) {
+    if (entry.size() == 2) { // five bits each, red highest
+        const unsigned word = fileWord16(entry, 0);
+        bytes.resize(bytes.size() + 2);
+        setWord16(bytes, bytes.size() - 2, (word & 0x83E0u) | (word >> 10 & 0x1Fu) | (word & 0x1Fu) << 10);
+        return;
+    }
+    bytes.insert(bytes.end(), {entry[2], entry[1], entry[0]});
+    bytes.insert(bytes.end(), entry.begin() + 3, entry.end());
+}
+
+/// The same image with a map that begins at 0 and makes the decoder's colours ours, or without one where no pixel uses
+/// it. The entries ahead of the first are like it: an index that the map does not have shows its first colour, on whichever
+/// side it is missing.
+std::vector<unsigned char> withPlainMap(const Header& header, I_FileBytes file, I_FileBytes data) {
     constexpr std::size_t MOST_ENTRIES = 0xFFFF;
-    const bool keepMap = header.kind == MAPPED;
-    const std::size_t entries = keepMap ? std::min(header.mapStart + header.mapLength, MOST_ENTRIES) : 0;
-    const std::size_t kept = entries > header.mapStart ? entries - header.mapStart : 0;
-    const I_FileBytes map = file.subspan(header.mapOffset(), header.mapLength * header.bytesAnEntry());
-    const I_FileBytes data = file.subspan(header.dataOffset());
+    const std::size_t size = header.bytesAnEntry();
+    const std::size_t entries = header.kind == MAPPED ? std::min(header.mapStart + header.mapLength, MOST_ENTRIES) : 0;
+    const I_FileBytes map = file.subspan(header.mapOffset(), header.mapLength * size);
 
     std::vector<unsigned char> plain(file.begin(), file.begin() + HEADER_SIZE);
-    plain.reserve(HEADER_SIZE + entries * header.bytesAnEntry() + data.size());
+    plain.reserve(HEADER_SIZE + entries * size + data.size());
     plain[0] = 0;
-    plain[1] = keepMap;
+    plain[1] = header.kind == MAPPED;
     setWord16(plain, 3, 0);
     setWord16(plain, 5, entries);
-    const I_FileBytes first = map.first(keepMap ? header.bytesAnEntry() : 0);
-    for (std::size_t i = kept; i < entries; ++i)
-        plain.insert(plain.end(), first.begin(), first.end());
-    const I_FileBytes own = map.first(kept * header.bytesAnEntry());
-    plain.insert(plain.end(), own.begin(), own.end());
+    for (std::size_t i = 0; i < entries; ++i)
+        appendSwapped(plain, map.subspan(i < header.mapStart ? 0 : (i - header.mapStart) * size, size));
     plain.insert(plain.end(), data.begin(), data.end());
     return plain;
 }
@@ -136,18 +194,29 @@ void mirrorRows(I_DecodedImage& image) {
     }
 }
 
+I_DecodedImage decodeOthers(const Header& header, I_FileBytes file, I_FileBytes data, std::size_t pixels) {
+    if (header.isRunLength)
+        walkPackets(data, pixels, header.bytesAPixel(), [](auto...) {});
+    std::vector<unsigned char> plain;
+    if (header.hasMap) {
+        plain = withPlainMap(header, file, data);
+        file = plain;
+    }
+    return decodeWithStb(FORMAT, file, header.kind != COLOURS);
+}
+
 } // namespace
 
 I_DecodedImage decodeTGA(I_FileBytes file) {
     const Header header = readHeader(file);
     checkKind(header);
-    checkData(header, file, checkImageSize(FORMAT, header.width, header.height));
-    std::vector<unsigned char> plain;
-    if (header.hasMap && (header.mapStart != 0 || header.kind != MAPPED)) {
-        plain = withPlainMap(header, file);
-        file = plain;
-    }
-    I_DecodedImage image = decodeWithStb(FORMAT, file, false);
+    const std::size_t pixels = checkImageSize(FORMAT, header.width, header.height);
+    const I_FileBytes data = takeData(header, file, pixels);
+    I_DecodedImage image;
+    if (isCopied(header))
+        image = header.depth == 24 ? readColours<3>(header, data) : readColours<4>(header, data);
+    else
+        image = decodeOthers(header, file, data, pixels);
     if (header.fromRight)
         mirrorRows(image);
     return image;

@@ -25,7 +25,7 @@ class MeshAnimation : public testing::Test {
         between("a", "b");
     }
     void put(const string& name, const Placement& placement) {
-        keyframes.erase(name);
+        keyframes.free(keyframes.erase(name));
         keyframes.insert(name, new CN_Keyframe(placement));
     }
     void between(const string& start, const string& end) {

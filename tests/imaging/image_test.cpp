@@ -27,6 +27,17 @@ void construct(I_Image& image, const fs::path& file) {
     construct(image, I_Image::determineImageFormat(file.c_str()), F_File::readAll(file.string()));
 }
 
+/// True where `work` throws that exception.
+template <class Exception = I_ImageException, class Work> bool isRefused(Work&& work) {
+    try {
+        work();
+    } catch (Exception* e) {
+        e->Delete();
+        return true;
+    }
+    return false;
+}
+
 /// Red, green, blue, alpha of each pixel, face after face.
 string channelsOf(const I_Image& image) {
     string channels;
@@ -84,7 +95,7 @@ TEST(Image, DecodesImagesOfOtherPrograms) {
         const string name = entry.path().filename().string();
         if (entry.is_regular_file() && !listed.contains(name)) {
             I_Image image;
-            EXPECT_THROW(construct(image, entry.path()), I_ImageException*) << name;
+            EXPECT_TRUE(isRefused([&] { construct(image, entry.path()); })) << name;
         }
     }
 }
@@ -181,9 +192,8 @@ TEST(Image, RefusesEveryCutAndSurvivesEveryChange) {
         const std::size_t needed = entry.path().filename() == "cube.scx" ? file.size() - 4 : file.size();
         for (std::size_t size = 0; size < needed; ++size) {
             I_Image image;
-            EXPECT_THROW(construct(image, format, Bytes(file.begin(), file.begin() + static_cast<long>(size))),
-                         I_ImageException*)
-                << entry.path() << " cut at " << size;
+            const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size));
+            EXPECT_TRUE(isRefused([&] { construct(image, format, cut); })) << entry.path() << " cut at " << size;
         }
         const auto result = test::driveHostileBytes(file, [format](std::span<const unsigned char> bytes) {
             I_Image image;
@@ -208,11 +218,11 @@ TEST(Image, AllocatesNothingForSizesThatAFileCannotHold) {
                 file[at] = file[at + 1] = static_cast<unsigned char>(huge);
             const test::AllocationMeter meter;
             I_Image image;
-            EXPECT_THROW(construct(image, I_Image::determineImageFormat(claim.seed), file), I_ImageException*)
+            EXPECT_TRUE(isRefused([&] { construct(image, I_Image::determineImageFormat(claim.seed), file); }))
                 << claim.seed;
             EXPECT_LT(meter.peak(), std::size_t{1} << 20) << claim.seed;
         }
-    EXPECT_THROW(I_Image(1u << 16, 1u << 16), I_ImageException*);
+    EXPECT_TRUE(isRefused([] { I_Image(1u << 16, 1u << 16); }));
 }
 
 TEST(Image, KeepsWhatItHeldWhereDecodingFails) {
@@ -222,9 +232,9 @@ TEST(Image, KeepsWhatItHeldWhereDecodingFails) {
     HBITMAP bitmap = image.makeDIB();
     const char bytes[] = "no image at all";
     for (const int format : {0, 1, 2, 3, 4, 5, 6, 7, -1})
-        EXPECT_THROW(image.construct(static_cast<I_Image::Format>(format), bytes, sizeof bytes), I_ImageException*);
-    EXPECT_THROW(image.construct(I_Image::TGA, nullptr, 0), I_ImageException*);
-    EXPECT_THROW(image.construct(I_Image::TGA, bytes, -1), I_ImageException*);
+        EXPECT_TRUE(isRefused([&] { image.construct(static_cast<I_Image::Format>(format), bytes, sizeof bytes); }));
+    EXPECT_TRUE(isRefused([&] { image.construct(I_Image::TGA, nullptr, 0); }));
+    EXPECT_TRUE(isRefused([&] { image.construct(I_Image::TGA, bytes, -1); }));
     EXPECT_EQ(image.getPixels()[1], I_Color(1, 2, 3));
     ASSERT_EQ(image.getDIB(), bitmap);
     EXPECT_EQ(bitmap->pixels, (Bytes{0, 0, 0, 0, 3, 2, 1, 255}));
@@ -239,7 +249,7 @@ TEST(Image, TellsFormatsByTheEndingInAnyCase) {
     EXPECT_EQ(I_Image::determineImageFormat("a.tga.jpeg"), I_Image::JPEG);
     EXPECT_EQ(I_Image::determineImageFormat("\xFF.SCX"), I_Image::SCX);
     for (const char* name : {"", "tga", "a.tga ", "a.gif", static_cast<const char*>(nullptr)})
-        EXPECT_THROW(I_Image::determineImageFormat(name), I_ImageException_UnknownImageFormat*);
+        EXPECT_TRUE(isRefused<I_ImageException_UnknownImageFormat>([&] { I_Image::determineImageFormat(name); }));
 }
 
 } // namespace

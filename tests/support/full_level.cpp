@@ -38,7 +38,7 @@ void addMaterials(CN_Document& document) {
     textures.toRead();
     textures >> document.accessTextures();
     CN_MaterialsCategory* const category = document.accessMaterials().addCategory(&document.accessTextures(), "Walls");
-    category->add(0, "wall.tga", nullptr);
+    category->add(0, "wall.tga", nullptr)->setName("wall");
     CN_Material* const lit = category->add(0, "wall.tga", nullptr);
     lit->setName("lit");
     lit->setLightTexture(document.accessTextures().get("lamp.tga"));

@@ -16,12 +16,13 @@ constexpr std::size_t ALLOCATION_FACTOR = 8, ALLOCATION_BASE = 16 << 20; ///< by
 
 class Drive {
   public:
-    Drive(std::span<const unsigned char> image, const HostileReader& reader) : m_image(image), m_reader(reader) {}
+    Drive(std::span<const unsigned char> image, const HostileReader& reader, std::size_t step)
+        : m_image(image), m_reader(reader), m_step(step) {}
 
     HostileBytesResult run() {
-        for (std::size_t size = 0; size < m_image.size(); ++size)
+        for (std::size_t size = 0; size < m_image.size(); size += m_step)
             read(m_image.first(size), formatText("cut at %zu", size));
-        for (std::size_t at = 0; at < m_image.size(); ++at)
+        for (std::size_t at = 0; at < m_image.size(); at += m_step)
             change(at);
         return std::move(m_result);
     }
@@ -72,6 +73,7 @@ class Drive {
 
     std::span<const unsigned char> m_image;
     const HostileReader& m_reader;
+    std::size_t m_step; ///< from one damaged byte to the next
     HostileBytesResult m_result;
 };
 
@@ -84,8 +86,9 @@ std::string HostileBytesResult::text() const {
     return all;
 }
 
-HostileBytesResult driveHostileBytes(std::span<const unsigned char> image, const HostileReader& reader) {
-    return Drive(image, reader).run();
+HostileBytesResult driveHostileBytes(std::span<const unsigned char> image, const HostileReader& reader,
+                                     std::size_t step) {
+    return Drive(image, reader, step).run();
 }
 
 } // namespace cairn::test

@@ -25,7 +25,8 @@ struct HostileBytesResult {
 /// Hands `reader` every cut of `image` and the image with every byte set to 0, 255, ^1, ^128 and +1, each change as it
 /// is and once more with the chunks' checksums made right. Each comes in a block of exactly its size. Failures are other
 /// exceptions and an allocation, or a sum of live ones, beyond 8 times the input plus 16 MiB.
-/// About 10 runs a byte.
-HostileBytesResult driveHostileBytes(std::span<const unsigned char> image, const HostileReader& reader);
+/// About 10 runs a byte; of an image that is too large for that only each `step`-th byte is cut at and changed.
+HostileBytesResult driveHostileBytes(std::span<const unsigned char> image, const HostileReader& reader,
+                                     std::size_t step = 1);
 
 } // namespace cairn::test
