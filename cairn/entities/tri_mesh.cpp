@@ -158,10 +158,13 @@ void CN_LevelEntityTriMesh::loadEntitySpecificData(F_MemoryFile& file) {
     for (CN_TMVertex& vertex : m_vertices)
         vertex.load(in);
     m_triangles.resize(in.readCount(MIN_TRIANGLE_RECORD));
+    std::size_t withoutMaterial = 0;
     for (CN_TMTriangle& triangle : m_triangles) {
         triangle.setParent(this);
-        triangle.load(in);
+        if (!triangle.load(in))
+            ++withoutMaterial;
     }
+    reportMissingMaterials(withoutMaterial);
     in >> m_lightmapID;
     if (CN_Polygon::s_bLightmapIDsAreValidAtLoadTime)
         referenceLightmap();
@@ -171,6 +174,14 @@ void CN_LevelEntityTriMesh::loadEntitySpecificData(F_MemoryFile& file) {
     if (chunk.getVersion() <= 2 && !m_dynamic)
         m_meshProperties.initStaticMeshCollisionFlags();
     file.skipChunk();
+}
+
+/// Tells the document of triangles that name a material which it lacks.
+void CN_LevelEntityTriMesh::reportMissingMaterials(std::size_t triangles) const {
+    if (CN_Document* const document = getDocument(); triangles > 0 && CN_Document::isAlive(document))
+        document->accessLoadReport().add(
+            "repaired", this, -1,
+            fmt::format("{} triangles name a material that is not there: they have the default one", triangles));
 }
 
 /// Counts the lightmap. A number that the pool lacks is kept: it may be another file's.

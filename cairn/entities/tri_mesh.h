@@ -120,6 +120,7 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
     void adoptTriangles();
     void dropTriangles();
     void referenceLightmap() const;
+    void reportMissingMaterials(std::size_t triangles) const;
 
     Vector m_localMin{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};    ///< in the mesh's own space
     Vector m_localMax{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}; ///< in the mesh's own space

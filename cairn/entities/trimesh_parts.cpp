@@ -52,7 +52,7 @@ void CN_TMTriangle::save(F_MemoryFile& file) const {
     file.closeChunk();
 }
 
-void CN_TMTriangle::load(F_MemoryFile& file) {
+bool CN_TMTriangle::load(F_MemoryFile& file) {
     constexpr int DROPPED_NUMBERS = 6;
     F_MemoryFile::Chunk chunk;
     file.openChunk(chunk, 0);
@@ -71,10 +71,11 @@ void CN_TMTriangle::load(F_MemoryFile& file) {
 
     CN_Document* const document = m_parent ? m_parent->getDocument() : nullptr;
     if (!CN_Document::isAlive(document))
-        return;
+        return true;
     const CN_MaterialWrapper& materials = document->getMaterials();
     CN_Material* const material = materials.find(category, name);
     setMaterial(material ? material : materials.getDefaultMaterial());
+    return material || name.view().empty();
 }
 
 void CN_TMTriangle::setMaterial(CN_Material* material) {

@@ -50,8 +50,9 @@ class CN_TMTriangle {
     /// @name Record
     /// @{
     void save(F_MemoryFile& file) const;
-    /// Takes the material from the document of the parent, which must be set: its default one where it lacks it.
-    void load(F_MemoryFile& file);
+    /// Takes the material from the document of the parent, which must be set: its default one where it lacks it. False
+    /// where the record names a material that it lacks.
+    bool load(F_MemoryFile& file);
     /// @}
 
     int getVertex(int corner) const { return m_vertices[corner]; }

@@ -217,6 +217,13 @@ TEST(TriMesh, CountsMaterialsAndTheLightmapThatALoadFinds) {
     EXPECT_EQ(stone->getUseCount(), 2);
     EXPECT_EQ(standard->getUseCount(), 2);
 
+    EXPECT_EQ(test::reportCodes(level), "");
+    stone->setName("Brick"); // the record's name is not there any more
+    file.toRead();
+    level.mesh.loadEntitySpecificData(file);
+    EXPECT_EQ(level.mesh.getTriangles()[0].getMaterial(), standard);
+    EXPECT_EQ(test::reportCodes(level), "repaired");
+
     copy.setLightmapID(6); // the pool lacks it: it stays as a number
     F_MemoryFile unknown;
     copy.saveEntitySpecificData(unknown);

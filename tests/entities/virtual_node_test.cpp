@@ -4,6 +4,7 @@
 #include "cairn/entities/portal.h"
 #include "cairn/entities/radiosity_light.h"
 #include "cairn/entities/virtual_node.h"
+#include "cairn/foundation/file.h"
 #include "tests/entities/entity_tree.h"
 #include "tests/support/level_bytes.h"
 #include "tests/support/old_mesh_entities.h"
@@ -11,6 +12,9 @@
 #include "tests/support/sample_mesh.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
 
 namespace cairn {
 namespace {
@@ -51,11 +55,15 @@ TEST(VirtualNode, SavesThePlaceAmongThePolygonsThatAreWritten) {
     NodeLevel level;
     level.addPortal("P")->setPortalPolygon(level.polygon(2));
     level.addLight("L")->setRadiosityPolygon(level.polygon(3));
+    test::addChild(level.room, CN_KIND_TRIMESH, "T");
+    test::addChild(level.room, CN_KIND_TRIGGER, "S");
     CN_LevelEntityPolygonGroup* const group = level.addGroup("G");
     for (const int i : {3, 1, 0})
         group->addPolygon(level.polygon(i));
     const test::Bytes saved = test::saveLevel(level);
     EXPECT_TRUE(NodeLevel::s_messages.empty());
+    if (const char* folder = std::getenv("CAIRN_FUZZ_SEED_DIR"))
+        F_File::replace((std::filesystem::path(folder) / "document_load" / "mesh_nodes.cairn").string(), saved);
 
     CN_Document again;
     test::loadLevel(again, saved);
