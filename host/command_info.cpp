@@ -1,3 +1,4 @@
+#include "cairn/animation/keyframes.h"
 #include "cairn/animation/mesh_animations.h"
 #include "cairn/document/camera.h"
 #include "cairn/document/selection.h"
@@ -54,12 +55,12 @@ struct TreeCounts {
     }
     void count(const CN_LevelEntityMesh& mesh) {
         ++meshes;
-        rooms += mesh.isRoom() ? 1 : 0;
+        rooms += static_cast<std::size_t>(mesh.isRoom());
         vertices += static_cast<std::size_t>(mesh.getVertexList().count());
         polygons += static_cast<std::size_t>(mesh.getPolygonList().count());
         for (const CN_Polygon& polygon : mesh.getPolygonList()) {
             triangles += static_cast<std::size_t>(polygon.getTriangleList().count());
-            exits += polygon.isExitPolygon() ? 1 : 0;
+            exits += static_cast<std::size_t>(polygon.isExitPolygon());
         }
     }
     void count(const CN_AnimationInterface& animated) {

@@ -7,10 +7,10 @@
 
 namespace cairn::host {
 
-/// A small font for the labels of pictures: printable ASCII in cells of 6 by 9 pixels.
+/// A small font for the labels of pictures: printable ASCII in cells of 6 by 10 pixels.
 class LabelFont {
   public:
-    static constexpr int WIDTH = 6, HEIGHT = 9;
+    static constexpr int WIDTH = 6, HEIGHT = 10;
 
     /// Draws a line of text with its upper left corner there; what lies outside of the picture is left out. Every
     /// character beyond ASCII is one box.

@@ -31,7 +31,7 @@ OldLevel levelOfExits(const std::vector<int>& partners, const std::vector<unsign
     for (const unsigned int polygon : portals)
         level.root.children[0].children.push_back(
             {.kind = CN_KIND_PORTAL,
-             .name = "Portal " + std::to_string(polygon),
+             .name = "Portal " + std::to_string(level.root.children[0].children.size()),
              .ownRecord = [polygon](F_MemoryFile& file) { test::writeOldPortal(file, 3, polygon); }});
     return level;
 }

@@ -130,7 +130,8 @@ TEST(Image, TakesOrRefusesWhatAFuzzerMade) {
 Bytes tga(unsigned char type, unsigned char width, unsigned char height, unsigned char depth, unsigned char descriptor,
           const Bytes& data, unsigned char mapLength = 0) {
     Bytes file{0, mapLength > 0, type, 0, 0, mapLength, 0, 24, 0, 0, 0, 0, width, 0, height, 0, depth, descriptor};
-    file.insert(file.end(), data.begin(), data.end());
+    for (const unsigned char byte : data)
+        file.push_back(byte);
     return file;
 }
 

@@ -9,15 +9,18 @@ namespace cairn::test {
 
 /// An uncompressed TGA of 24 bits a pixel, all of one colour.
 inline Bytes makeTga(int width, int height, unsigned char red, unsigned char green, unsigned char blue) {
-    Bytes file(18);
+    Bytes file(18 + static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
     file[2] = 2;
     file[12] = static_cast<unsigned char>(width & 255);
     file[13] = static_cast<unsigned char>(width >> 8);
     file[14] = static_cast<unsigned char>(height & 255);
     file[15] = static_cast<unsigned char>(height >> 8);
     file[16] = 24;
-    for (int i = 0; i < width * height; ++i)
-        file.insert(file.end(), {blue, green, red});
+    for (std::size_t at = 18; at < file.size(); at += 3) {
+        file[at] = blue;
+        file[at + 1] = green;
+        file[at + 2] = red;
+    }
     return file;
 }
 

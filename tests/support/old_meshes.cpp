@@ -14,7 +14,7 @@ void writeSpace(F_MemoryFile& file, const OldSpace& space) {
     file << space.matrix.row(2) << space.origin << space.matrix << space.offset;
 }
 
-int countOr(int told, std::size_t count) { return told < 0 ? static_cast<int>(count) : told; }
+int countOr(int told, std::size_t count) { return told == -1 ? static_cast<int>(count) : told; }
 
 void writeExtraSpaces(F_MemoryFile& file, const OldMesh& mesh, const OldPolygon& polygon) {
     file << static_cast<unsigned int>(polygon.spaces.size() + 1);

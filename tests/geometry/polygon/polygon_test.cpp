@@ -110,7 +110,8 @@ TEST(Polygon, IsBuiltOfCorners) {
     for (const CN_Polygon::Lasso& lasso : polygon.getLassos())
         loops.push_back(lasso.size());
     EXPECT_EQ(loops, (std::vector<std::size_t>{3, 2}));
-    EXPECT_EQ(floor.mesh.addVertexCheck({1, 0, 1}, 0), floor.mesh.getVertexList().last());
+    const CN_Vertex* const made = floor.mesh.addVertexCheck({1, 0, 1}, 0);
+    EXPECT_EQ(made, floor.mesh.getVertexList().last());
 }
 
 TEST(Polygon, FirstSpaceHasTheDocumentsScale) {

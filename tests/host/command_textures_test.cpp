@@ -38,7 +38,7 @@ TEST(SafeFileNames, NameOneFileInTheFolder) {
         {".hidden.tga", ".tga", "_.hidden.tga"},
         {"NUL.tga", ".tga", "_NUL.tga"},
         {"com1.old.tga", ".tga", "_com1.old.tga"},
-        {std::string("a\0b\n\x7F?*\xFF.tga", 11), ".tga", "a_b______.tga"},
+        {std::string("a\0b\n\x7F?*\xFF.tga", 12), ".tga", "a_b_____.tga"},
         {"gr\xC3\xBCn.tga", ".tga", "gr\xC3\xBCn.tga"},
         {"trailing. ", "", "trailing._"},
     };
