@@ -83,6 +83,7 @@
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/open_edges.h"
+#include "cairn/geometry/planar_space_record.h"
 #include "cairn/geometry/polygon/polygon.h"
 #include "cairn/geometry/triangle.h"
 #include "cairn/geometry/validate.h"

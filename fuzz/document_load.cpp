@@ -5,13 +5,14 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/memory_file.h"
 #include "cairn/fsm/change_manager.h"
+#include "cairn/geometry/validate.h"
 #include "cairn/platform/handlers.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
-// Any bytes are a level or an exception; a level comes back from its save as it was. Seeds are the stored record forms.
+// Any bytes are a level or an exception; a level is consistent and comes back from its save as it was. Seeds are the stored record forms.
 
 namespace {
 
@@ -33,6 +34,8 @@ void loadAndSaveTwice(const std::uint8_t* data, std::size_t size) {
         e->Delete();
         return;
     }
+    if (!CN_isConsistent(document))
+        std::abort();
     F_MemoryFile saved, savedAgain;
     saveInto(document, saved);
     CN_Document again;

@@ -8,9 +8,11 @@
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/polygon/polygon.h"
+#include "cairn/geometry/validate.h"
 #include "cairn/lighting/lightmap_pool.h"
 #include "cairn/platform/handlers.h"
 
+#include <cassert>
 #include <span>
 #include <unordered_set>
 #include <utility>
@@ -233,6 +235,7 @@ void CN_Document::load(F_MemoryFile& file) {
     }
     m_loading = false;
     m_loadReport.resolve();
+    assert(CN_isConsistent(*this));
 }
 
 void CN_Document::loadSections(F_MemoryFile& file) {

@@ -385,6 +385,8 @@ class DocumentValidator {
     }
 
     void checkLightmaps() {
+        if (!CN_Polygon::s_bLightmapIDsAreValidAtLoadTime)
+            return;
         for (const auto& [id, users] : m_lightmapUsers) {
             const unsigned int counted = m_document.getLightmaps()->getLightmap(id)->getRefCount();
             // A triangle mesh leaves its reference behind, and a copy of one takes none.
@@ -416,6 +418,11 @@ std::vector<CN_Finding> CN_validateMesh(const CN_Mesh& mesh, double tolerance) {
 
 std::vector<CN_Finding> CN_validateDocument(const CN_Document& document, double tolerance) {
     return DocumentValidator(document, tolerance).validate();
+}
+
+bool CN_isConsistent(const CN_Document& document) {
+    const std::vector<CN_Finding> findings = CN_validateDocument(document, CN_LEVEL_TOLERANCE);
+    return std::none_of(findings.begin(), findings.end(), [](const CN_Finding& finding) { return finding.internal; });
 }
 
 M_Vector3Template<double> CN_areaVector(const CN_Polygon& polygon) {

@@ -57,10 +57,13 @@ std::vector<CN_Finding> CN_validateMesh(const CN_Mesh& mesh, double tolerance);
 /// | triangle-parent      | internal: a triangle of a triangle mesh names another one                             |
 /// | material-unknown     | internal: a material that the document does not have                                  |
 /// | material-count       | internal: a material's use count is not the number of its users                       |
-/// | lightmap-count       | internal: a lightmap's references are not the number of its users                     |
+/// | lightmap-count       | internal: a lightmap's references are not the number of its users, where ids that     |
+/// |                      | polygons load are valid at all                                                        |
 ///
 /// Users outside the level (copies that a host keeps) are not seen: a document to be validated has none.
 std::vector<CN_Finding> CN_validateDocument(const CN_Document& document, double tolerance);
+/// True where nothing internal is found in the document: for assertions and fuzzing.
+bool CN_isConsistent(const CN_Document& document);
 
 /// The polygon's area along the direction from which its outer loop runs counter-clockwise, holes taken away. M. Newell's
 /// method, in the mesh's space. Parents and indices must be right.

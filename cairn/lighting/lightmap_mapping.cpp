@@ -1,6 +1,6 @@
 #include "cairn/lighting/lightmap_mapping.h"
 
-#include "cairn/foundation/memory_file.h"
+#include "cairn/geometry/planar_space_record.h"
 #include "cairn/geometry/polygon/polygon.h"
 
 #include <algorithm>
@@ -121,21 +121,17 @@ void CN_LightmapMapping::setValidLightmapID(unsigned long id) {
 
 void CN_LightmapMapping::setLightmapping(const Space& space) { getPhysicalSpace() = space; }
 
-// No chunk, one form: the space (3 double normal, 3 double origin, 9 double rows U V N, 2 double offset), float resolution,
-// bool valid, unsigned long id.
+// No chunk, one form: the space, float resolution, bool valid, unsigned long id.
 
 F_MemoryFile& operator<<(F_MemoryFile& file, const CN_LightmapMapping& mapping) {
-    file << mapping.getNormal() << mapping.getPoint() << mapping.getMatrix() << mapping.getOffset();
+    CN_savePlanarSpace(file, mapping);
     return file << mapping.m_resolution << mapping.m_lightmapValid << mapping.m_lightmapID;
 }
 
 F_MemoryFile& operator>>(F_MemoryFile& file, CN_LightmapMapping& mapping) {
-    Vector normal, origin; // the normal is the third row's
-    Matrix rows;
-    Point offset;
-    file >> normal >> origin >> rows >> offset;
-    const bool sound = rows.isInvertible() && origin.isFinite() && std::isfinite(offset.x) && std::isfinite(offset.y);
-    mapping.setLightmapping(sound ? CN_LightmapMapping::Space(rows, origin, offset) : CN_LightmapMapping::Space());
+    CN_LightmapMapping::Space space;
+    CN_loadPlanarSpace(file, space);
+    mapping.setLightmapping(space);
     file >> mapping.m_resolution >> mapping.m_lightmapValid >> mapping.m_lightmapID;
     if (!std::isfinite(mapping.m_resolution))
         mapping.m_resolution = CN_LightmapMapping().m_resolution;

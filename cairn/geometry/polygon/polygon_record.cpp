@@ -1,6 +1,7 @@
 #include "cairn/document/document.h"
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/geometry/planar_space_record.h"
 #include "cairn/geometry/polygon/polygon_reader.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
@@ -26,25 +27,6 @@ constexpr double SAME_PLANE = 0.9999;
 /// A shorter row of a texture matrix is none, and gets an x of `ROW_SUBSTITUTE`.
 constexpr double LEAST_ROW_LENGTH = 0.0001;
 constexpr double ROW_SUBSTITUTE = 0.001;
-
-// A texture space, without a chunk: 3 double normal, 3 double origin, 9 double rows U V N, 2 double offset. The normal is
-// the third row's.
-
-void saveSpace(F_MemoryFile& file, const PlanarSpace& space) {
-    file << space.getNormal() << space.getPoint() << space.getMatrix() << space.getOffset();
-}
-
-/// Reads a space; false, and `space` as it was, where no point would have finite coordinates in it.
-bool loadSpace(F_MemoryFile& file, PlanarSpace& space) {
-    Vector normal, origin;
-    Matrix matrix;
-    M_Vector2Template<double> offset;
-    file >> normal >> origin >> matrix >> offset;
-    if (!matrix.isInvertible() || !origin.isFinite() || !std::isfinite(offset.x) || !std::isfinite(offset.y))
-        return false;
-    space = PlanarSpace(matrix, origin, offset);
-    return true;
-}
 
 /// A texture matrix in the plane of `normal` with its first row along `direction`, or along the plane where the direction
 /// is none; the default one without a normal.
@@ -95,7 +77,7 @@ void CN_Polygon::save(F_MemoryFile& file) const {
     file.createChunk(0, CAIRN_POLYGON_VERSION);
     file << m_polygonIndex << m_edgeList.count();
     file << m_normal << m_referenceNormal << Matrix();
-    saveSpace(file, getUVSpace(0));
+    CN_savePlanarSpace(file, getUVSpace(0));
     file << m_pointOnPlane << m_numHoles << m_lightmapMapping << m_polyMode;
     const CN_Polygon* const partner = findWrittenPartner();
     file << (partner ? static_cast<int>(partner->m_polygonIndex) : NON_EXIT_INDEX);
@@ -122,8 +104,8 @@ void CN_Polygon::save(F_MemoryFile& file) const {
 void CN_Polygon::saveExtraSpaces(F_MemoryFile& file) const {
     if (!(m_saveFeatures & PF_UV_SPACE_KEYS)) {
         file << 3u;
-        saveSpace(file, getUVSpace(1));
-        saveSpace(file, getUVSpace(2));
+        CN_savePlanarSpace(file, getUVSpace(1));
+        CN_savePlanarSpace(file, getUVSpace(2));
         return;
     }
     file << static_cast<unsigned int>(m_uvSpaces.size() + (hasUVSpace(0) ? 0 : 1));
@@ -131,7 +113,7 @@ void CN_Polygon::saveExtraSpaces(F_MemoryFile& file) const {
         if (key == 0)
             return;
         file << key;
-        saveSpace(file, space.space);
+        CN_savePlanarSpace(file, space.space);
     });
 }
 
@@ -241,7 +223,7 @@ void CN_Polygon::Reader::repairReferenceNormal() {
 void CN_Polygon::Reader::readBaseSpace() {
     Matrix legacy;
     *m_in >> legacy;
-    m_spacesInvalid = !loadSpace(*m_in, m_polygon->m_uvSpaces[0].space);
+    m_spacesInvalid = !CN_loadPlanarSpace(*m_in, m_polygon->m_uvSpaces[0].space);
     if (!m_spacesInvalid)
         return;
     const std::string text = formatText("Polygon %d has an invalid texture space. Resetting...",
@@ -374,7 +356,7 @@ void CN_Polygon::Reader::readExtraSpaces() {
         if (hasKeys)
             *m_in >> key;
         PlanarSpace space;
-        const bool sound = loadSpace(*m_in, space);
+        const bool sound = CN_loadPlanarSpace(*m_in, space);
         if (!sound)
             repaired(formatText("The texture space %d was invalid; it is that of the base texture now", key));
         // What has drifted from the polygon's plane goes without a word.
