@@ -196,8 +196,8 @@ CN_LevelEntityMesh* twoRooms(CN_Document& document) {
     CN_Polygon& back = second->accessPolygonList()[2];
     makeExit(there, back);
     makeExit(back, there);
-    addPortal(*first, there, "To Second");
-    addPortal(*second, back, "To First");
+    addPortal(*first, there, "ToSecond");
+    addPortal(*second, back, "ToFirst");
     return first;
 }
 
