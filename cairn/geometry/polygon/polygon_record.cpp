@@ -309,8 +309,11 @@ void CN_Polygon::Reader::readEdges(int count) {
         if (!isVertex(a) || !isVertex(b))
             fail(formatText("has an edge from vertex %d to vertex %d of %d", a, b, m_vertexCount));
         m_polygon->m_edgeList.emplace(a, b).setParent(m_polygon);
-        if (a == b || vertices[a] == vertices[b])
-            AfxMessageBox(formatText("Polygon %d has a null edge", static_cast<int>(m_polygon->m_polygonIndex)));
+        if (a == b || vertices[a] == vertices[b]) {
+            const string text = formatText("Polygon %d has a null edge", static_cast<int>(m_polygon->m_polygonIndex));
+            AfxMessageBox(text.c_str());
+            report("polygon-degenerate", text);
+        }
     }
 }
 
@@ -405,12 +408,14 @@ void CN_Polygon::Reader::fail(const string& what) const {
                toString(m_mesh.getName()) + "\" " + what);
 }
 
-void CN_Polygon::Reader::repaired(const std::string& text) const {
+void CN_Polygon::Reader::repaired(const std::string& text) const { report("repaired", text); }
+
+void CN_Polygon::Reader::report(const char* code, const std::string& text) const {
     if (!m_document)
         return;
     const CN_Mesh::PolygonList& polygons = m_mesh.getPolygonList();
     const int place = polygons.last() == m_polygon ? polygons.count() - 1 : polygons.indexOf(m_polygon);
-    m_document->accessLoadReport().add("repaired", &m_mesh, place, text);
+    m_document->accessLoadReport().add(code, &m_mesh, place, text);
 }
 
 } // namespace cairn
