@@ -115,7 +115,7 @@ void CN_LightmapMapping::initialFitLightmap(CN_Polygon* polygon, bool keepScale)
 }
 
 void CN_LightmapMapping::setValidLightmapID(unsigned long id) {
-    m_lightmapID = id;
+    m_lightmapID = id & NO_LIGHTMAP;
     m_lightmapValid = true;
 }
 

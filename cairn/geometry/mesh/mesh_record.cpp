@@ -54,6 +54,8 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     const int version = chunk.getVersion();
 
     in >> m_facesFlipped;
+    updateMaterialRefCounts(false);
+    m_lastHitPolygon = nullptr;
     m_polygonList.clear();
     m_vertexList.clear();
     for (std::size_t left = in.readCount(VERTEX_BYTES); left > 0; --left)
@@ -62,6 +64,8 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     in >> m_dynamic;
     if (m_dynamic)
         loadAnimation(in);
+    else
+        m_animation = CN_Animation();
     m_meshProperties.load(in, version);
     if (m_dynamic)
         m_meshProperties.setAndCheckPhysicalMaterial();
