@@ -209,7 +209,7 @@ std::unique_ptr<aiScene> sceneOf(const CN_LevelEntityMesh& mesh, bool triangles)
 /// What the rows of one size work on.
 struct Shelf {
     CN_Document document;
-    CN_LevelEntityMesh* mesh;
+    CN_LevelEntityMesh* mesh; ///< as it came from a file
     F_MemoryFile file;
 #ifdef CAIRN_BENCH_WITH_CEREAL
     PlainMesh plainMesh;
@@ -221,6 +221,7 @@ struct Shelf {
         mesh = addFloor(document, n);
         mesh->saveEntitySpecificData(file);
         file.toRead();
+        mesh->loadEntitySpecificData(file);
 #ifdef CAIRN_BENCH_WITH_CEREAL
         plainMesh = plain(*mesh);
         std::ostringstream out;
