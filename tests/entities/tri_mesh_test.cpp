@@ -98,13 +98,18 @@ TEST(TriMesh, IsNotMetWhereTheFilterTakesTheMaterialOrAnIndexIsBeyondTheVertices
     level.mesh.accessTriangles()[2].setMaterial(level.addMaterial(""));
     level.mesh.accessTriangles()[3].setMaterial(nullptr);
     s_hidden = level.mesh.getTriangles()[2].getMaterial();
+    static bool s_dynamic;
     const CN_RayFilter filter = [](const CN_Polygon* polygon, const CN_Material* material, bool dynamic) {
         EXPECT_EQ(polygon, nullptr);
-        EXPECT_FALSE(dynamic);
+        EXPECT_EQ(dynamic, s_dynamic);
         return material == s_hidden;
     };
-    EXPECT_EQ(cast(level.mesh, {0.5, 5, 1.5}, {0, -1, 0}, true, false, filter).distance, 5);
-    EXPECT_EQ(level.mesh.getLastHitTriangle(), &level.mesh.getTriangles()[0]);
+    for (const bool dynamic : {true, false}) {
+        s_dynamic = dynamic;
+        level.mesh.setDynamic(dynamic);
+        EXPECT_EQ(cast(level.mesh, {0.5, 5, 1.5}, {0, -1, 0}, true, false, filter).distance, 5);
+        EXPECT_EQ(level.mesh.getLastHitTriangle(), &level.mesh.getTriangles()[0]);
+    }
 
     CN_TMTriangle& triangle = level.mesh.accessTriangles()[2];
     for (const int index : {-1, 8, std::numeric_limits<int>::max()}) {
@@ -116,6 +121,13 @@ TEST(TriMesh, IsNotMetWhereTheFilterTakesTheMaterialOrAnIndexIsBeyondTheVertices
         EXPECT_EQ(out, Vector(7, 7, 7));
         EXPECT_EQ(triangle.getClosestEdge({}), std::pair(-1, -1));
     }
+    level.mesh.setGeometryDirty(false);
+    level.mesh.discardGeometry(false); // the triangles stay, without corners
+    EXPECT_TRUE(level.mesh.isGeometryDirty());
+    EXPECT_EQ(level.mesh.getTriangles().size(), 4u);
+    EXPECT_EQ(s_hidden->getUseCount(), 1);
+    EXPECT_FALSE(cast(level.mesh, {0.5, 5, 1.5}, {0, -1, 0}).met);
+    EXPECT_EQ(level.mesh.getRenderer(), nullptr) << "there is no factory";
     level.mesh.discardGeometry(true);
     EXPECT_EQ(level.mesh.getLastHitTriangle(), nullptr);
     EXPECT_EQ(s_hidden->getUseCount(), 0);

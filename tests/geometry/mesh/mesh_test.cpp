@@ -100,6 +100,8 @@ TEST(Mesh, PolygonsThatDieLeaveNobodyBehind) {
     group->addPolygon(exit);
     EXPECT_TRUE(exit->isSmoothed());
     EXPECT_FALSE(exit->isFrozenLightmap());
+    group->setFreezeLightmaps(true);
+    EXPECT_TRUE(exit->isFrozenLightmap());
     EXPECT_EQ(mesh.getExitList(), std::vector<const CN_Polygon*>{exit});
     EXPECT_TRUE(mesh.hasExits());
     mesh.clearGeometryDirty();
@@ -166,13 +168,50 @@ TEST(Mesh, TexturizesWhatIsNoExit) {
     test::ShelfDocument document;
     CN_LevelEntityMesh& mesh = *test::twoRooms(document);
     CN_Material* const material = document.accessMaterials().find("Default")->add(0, "", nullptr);
-    material->setTiles(2, 3, true);
-    mesh.texturize(material, true);
-    EXPECT_EQ(mesh.getPolygonList()[4].getMaterial(), nullptr);
-    EXPECT_EQ(material->getUseCount(), 5);
-    const Matrix& rows = mesh.getPolygonList()[0].getUVSpace(0).getMatrix();
-    EXPECT_DOUBLE_EQ(rows.row(0).length(), 2);
-    EXPECT_DOUBLE_EQ(rows.row(1).length(), 3);
+    const struct {
+        const char* what;
+        CN_Material* given;
+        bool applyTiles;
+        double u, v;       ///< of the material
+        double hasU, hasV; ///< of the polygon then
+        bool changes;
+    } cases[] = {
+        {"a new one", material, true, 2, 3, 2, 3, true},
+        {"the same with other tiles", material, true, 4, 5, 4, 5, true},
+        {"without them", material, false, 6, 7, 4, 5, false},
+        {"a tile without length", material, true, 0, 7, 4, 5, true},
+        {"none", nullptr, true, 6, 7, 4, 5, true},
+    };
+    CN_Polygon& floor = mesh.accessPolygonList()[0];
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        floor.setUVDirty(false);
+        mesh.setUVDirty(false);
+        material->setTiles(c.u, c.v, true);
+        mesh.texturize(c.given, c.applyTiles);
+        EXPECT_EQ(floor.getMaterial(), c.given);
+        EXPECT_EQ(mesh.getPolygonList()[4].getMaterial(), nullptr);
+        EXPECT_EQ(material->getUseCount(), c.given ? 5 : 0);
+        const Matrix& rows = floor.getUVSpace(0).getMatrix();
+        EXPECT_DOUBLE_EQ(rows.row(0).length(), c.hasU);
+        EXPECT_DOUBLE_EQ(rows.row(1).length(), c.hasV);
+        EXPECT_EQ(floor.isUVDirty(), c.changes);
+        EXPECT_EQ(mesh.isUVDirty(), c.changes);
+    }
+}
+
+TEST(Mesh, HiddenMeshesArePlacedByForceOnly) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::boxRoom(document);
+    mesh.setVisible(false);
+    const Matrix halfTurn({-1, 0, 0}, {0, 1, 0}, {0, 0, -1});
+    for (const bool force : {false, true}) {
+        mesh.handleHierarchy({1, 2, 3}, halfTurn, force);
+        const Vector place = force ? Vector(1, 2, 3) : Vector();
+        EXPECT_EQ(mesh.getWorldPosition(), place);
+        EXPECT_EQ(mesh.getVertexList()[0].world, place);
+        EXPECT_EQ(mesh.getPolygonList()[2].getWorldNormal(), Vector(force ? -1 : 1, 0, 0));
+    }
 }
 
 TEST(Mesh, TakesInWhatStandsInside) {
