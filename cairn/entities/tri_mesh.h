@@ -120,7 +120,7 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
     void copyFields(const CN_LevelEntityTriMesh& other);
     void dropTriangles();
     void referenceLightmap() const;
-    void reportMissingMaterials(std::size_t triangles) const;
+    void reportRepair(const string& text) const;
 
     Vector m_localMin{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};    ///< in the mesh's own space
     Vector m_localMax{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}; ///< in the mesh's own space
