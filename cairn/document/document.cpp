@@ -112,6 +112,7 @@ CN_Document::CN_Document() {
         m_textures.setLoadReport(&m_loadReport);
         m_materials.setLoadReport(&m_loadReport);
         m_lightmaps = std::make_unique<CN_LightmapPool>();
+        m_lightmaps->construct();
         m_camera = std::make_unique<CN_Camera>();
         aliveDocuments().insert(this);
     });

@@ -12,8 +12,7 @@ namespace {
 
 constexpr std::size_t LEAST_LIGHTMAP_BYTES = 12; ///< an id and the size of a lightmap without pixels
 
-/// Also all bits of a longer number.
-bool isNone(unsigned long id) { return (id & NO_LIGHTMAP) == NO_LIGHTMAP; }
+bool isNone(unsigned long id) { return CN_lightmapID(id) == NO_LIGHTMAP; }
 
 } // namespace
 
@@ -60,7 +59,7 @@ void CN_LightmapPool::dereferenceLightmap(unsigned long id) {
 }
 
 CN_Lightmap* CN_LightmapPool::allocateNew(unsigned long id) {
-    if (isNone(id) || id > NO_LIGHTMAP)
+    if (isNone(id))
         throw new F_Exception(formatText("No lightmap can have the id %lu", id));
     const auto [place, isNew] = m_lightmaps.try_emplace(id);
     if (!isNew)

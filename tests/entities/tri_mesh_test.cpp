@@ -7,6 +7,7 @@
 #include "cairn/materials/material.h"
 #include "tests/entities/entity_tree.h"
 #include "tests/support/level_bytes.h"
+#include "tests/support/old_animations.h"
 #include "tests/support/old_mesh_entities.h"
 #include "tests/support/process_state_guard.h"
 
@@ -230,6 +231,7 @@ TEST(TriMesh, CountsMaterialsAndTheLightmapThatALoadFinds) {
     EXPECT_EQ(stone->getUseCount(), 1);
     copy.setLightmapID(static_cast<unsigned long>(-1));
     EXPECT_EQ(copy.getLightmapID(), NO_LIGHTMAP);
+    EXPECT_NE(test::failureText([&] { copy.setLightmapID(NO_LIGHTMAP + 6); }), "(nothing thrown)");
 
     EXPECT_EQ(test::reportCodes(level), "");
     stone->setName("Brick"); // the record's name is not there any more
@@ -245,6 +247,22 @@ TEST(TriMesh, CountsMaterialsAndTheLightmapThatALoadFinds) {
     level.mesh.loadEntitySpecificData(unknown);
     EXPECT_EQ(level.mesh.getLightmapID(), 6u);
     EXPECT_NE(process.log().find("the lightmap 6, which is not there"), std::string::npos);
+}
+
+TEST(TriMesh, TellsOfAnimationsThatALoadDrops) {
+    FloorLevel level;
+    F_MemoryFile file;
+    file.createChunk(0, CAIRN_LVL_ENTITY_TRIMESH_VERSION);
+    level.mesh.getMeshProperties().save(file);
+    file << ""
+         << "" << true;
+    test::writeOldAnimations(file, {.twice = true});
+    file << 0u << 0u << NO_LIGHTMAP;
+    file.closeChunk();
+    file.toRead();
+    level.mesh.loadEntitySpecificData(file);
+    EXPECT_EQ(level.mesh.getKeyframes()->getCount(), 2);
+    EXPECT_EQ(test::reportCodes(level), "repaired");
 }
 
 TEST(TriMesh, RefusesPlacesThatAreNotFinite) {

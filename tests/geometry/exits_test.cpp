@@ -107,9 +107,11 @@ TEST(Exits, OnesThatDieBeforeTheyAreBoundAreForgotten) {
     {
         CN_LevelEntityMesh mesh;
         F_MemoryFile file;
-        test::writeOldMesh(file, {.polygons = {{.exit = 5}}});
+        test::writeOldMesh(file, {.polygons = {{.exit = 5}, {.index = 1, .exit = 5}}});
         file.toRead();
         mesh.loadEntitySpecificData(file);
+        CN_Polygon unnumbered(&mesh);
+        mesh.accessPolygonList()[1] = unnumbered; // which takes the number away that it is known by
     }
     deserializer->deserialize(document.accessLevel(), nullptr); // would follow what is gone
     EXPECT_EQ(process.log(), "");

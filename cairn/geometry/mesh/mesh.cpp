@@ -24,8 +24,8 @@ CN_Mesh::CN_Mesh(const CN_Mesh& other) : CN_LevelEntity(other), CN_MeshInterface
 
 CN_Mesh& CN_Mesh::operator=(const CN_Mesh& other) {
     if (this != &other) {
+        dropPolygons(); // which count on what their own document has
         CN_LevelEntity::operator=(other);
-        updateMaterialRefCounts(false);
         copyGeometry(other);
     }
     return *this;
@@ -35,6 +35,12 @@ CN_Mesh& CN_Mesh::operator=(const CN_Mesh& other) {
 CN_Mesh::~CN_Mesh() = default;
 
 void CN_Mesh::initializeMembers() { m_generalProperties.setGameplayCritical(false); }
+
+void CN_Mesh::dropPolygons() {
+    updateMaterialRefCounts(false);
+    m_lastHitPolygon = nullptr;
+    m_polygonList.clear();
+}
 
 /// All that this class adds to the entity but the groups, which are children, as is what stands on the polygons: copied
 /// children are bound by `CN_VirtualNode`. The copied polygons count on their materials.

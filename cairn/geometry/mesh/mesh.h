@@ -195,6 +195,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
 
   private:
     void initializeMembers();
+    void dropPolygons();
     void copyGeometry(const CN_Mesh& other);
     bool loadPolygons(F_MemoryFile& file);
     void loadAnimation(F_MemoryFile& file);

@@ -57,9 +57,7 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     const int version = chunk.getVersion();
 
     in >> m_facesFlipped;
-    updateMaterialRefCounts(false);
-    m_lastHitPolygon = nullptr;
-    m_polygonList.clear();
+    dropPolygons();
     m_vertexList.clear();
     const std::size_t vertices = in.readCount(VERTEX_BYTES);
     m_vertexList.reserve(static_cast<int>(vertices));
@@ -105,6 +103,8 @@ bool CN_Mesh::loadPolygons(F_MemoryFile& file) {
 void CN_Mesh::loadAnimation(F_MemoryFile& file) {
     m_animation.loadAnimations(file);
     CN_Document* const document = CN_Document::isAlive(getDocument()) ? getDocument() : nullptr;
+    if (const string repairs = m_animation.describeLoadRepairs(); document && !repairs.empty())
+        document->accessLoadReport().add("repaired", this, -1, repairs);
     const CN_Keyframes& keyframes = *m_animation.getKeyframes();
     for (const CN_Keyframe* keyframe = keyframes.getFirst(); keyframe; keyframe = keyframes.getNext()) {
         const M_Matrix4x3Template<double>& matrix = keyframe->getMatrix();

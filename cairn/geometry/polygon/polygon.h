@@ -223,8 +223,8 @@ class CN_Polygon {
     void setPolyMode(unsigned int mode) { m_polyMode = mode; }
     const CN_LightmapMapping& getLightmapMapping() const { return m_lightmapMapping; }
     CN_LightmapMapping& accessLightmapMapping() { return m_lightmapMapping; }
-    /// Assigns a lightmap of the document's pool, or none for `NO_LIGHTMAP`, and counts references: the new one first.
-    /// Throws for an id that the pool lacks; nothing has changed then.
+    /// Assigns a lightmap of the document's pool, or none for `NO_LIGHTMAP` and -1, and counts references: the new one
+    /// first. Throws an `F_Exception*` for an id that the pool lacks; nothing has changed then.
     void setLightmap(unsigned long id);
     /// True if light is to be computed for it: it has a material whose surface is drawn, is solid, and its mesh is
     /// visible and either stands still or is lit while dynamic.
@@ -305,8 +305,9 @@ class CN_Polygon {
     void saveExtraSpaces(F_MemoryFile& file) const;
     CN_Polygon* findWrittenPartner() const;
     string findRecordFault() const;
+    void leaveDeserializer();
     void referenceLightmap();
-    void dereferenceLightmap();
+    static void dereferenceLightmap(CN_Document* document, unsigned long id);
 
     CN_Polygon* m_exitDestination = nullptr;     ///< not owned: the partner, of an exit
     int m_exitDestinationIndex = NON_EXIT_INDEX; ///< the partner's number until a load has bound it

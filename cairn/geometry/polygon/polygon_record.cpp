@@ -246,14 +246,17 @@ void CN_Polygon::Reader::readLightmap() {
         fail("has a point on its plane that is not finite");
     if (m_polygon->m_numHoles < 0 || m_polygon->m_numHoles > m_polygon->m_numVertices)
         fail(formatText("has %d holes", m_polygon->m_numHoles));
-    *m_in >> m_polygon->m_lightmapMapping;
+    if (!m_polygon->m_lightmapMapping.load(*m_in))
+        repaired("The lightmap's space or resolution was invalid; it is the default one now");
     if (!s_bLightmapIDsAreValidAtLoadTime)
         return;
     m_polygon->referenceLightmap();
     const unsigned long id = m_polygon->m_lightmapMapping.getLightmapID();
-    if (id != m_polygon->m_countedLightmap)
-        writeVerbose(formatText("Polygon %d names the lightmap %lu, which is not there\n",
-                                static_cast<int>(m_polygon->m_polygonIndex), id));
+    if (id == m_polygon->m_countedLightmap)
+        return;
+    m_polygon->m_lightmapMapping.m_lightmapValid = false;
+    writeVerbose(formatText("Polygon %d names the lightmap %lu, which is not there\n",
+                            static_cast<int>(m_polygon->m_polygonIndex), id));
 }
 
 void CN_Polygon::Reader::readExit() {

@@ -213,9 +213,18 @@ TEST(PolygonRecord, RepairsWhatItCan) {
         {"a lightmap that is not there", [](OldPolygon& p) { p.lightmap = 12; },
          [](const CN_Polygon& p, Shelf& shelf) {
              EXPECT_EQ(p.getLightmapMapping().getLightmapID(), 12u) << "kept as a number";
+             EXPECT_FALSE(p.getLightmapMapping().isLightmapValid());
              EXPECT_NE(shelf.process.log().find("lightmap 12"), std::string::npos);
          },
          "", 0},
+        {"a singular space on the lightmap", [&](OldPolygon& p) { p.lightmapSpace = singular; },
+         [](const CN_Polygon& p, Shelf&) {
+             EXPECT_EQ(p.getLightmapMapping().getMatrix(), CN_LightmapMapping().getMatrix());
+         },
+         "", 1},
+        {"a resolution that is no number",
+         [](OldPolygon& p) { p.lightmapResolution = std::numeric_limits<float>::quiet_NaN(); },
+         [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getLightmapMapping().getResolution(), 4); }, "", 1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -379,6 +388,30 @@ TEST(MeshRecord, ABrokenKeyframeIsTold) {
               "Entity : ::Room has a broken keyframe matrix! Contact a programmer immediately!!");
     EXPECT_EQ(test::reportCodes(again), "broken-keyframe");
     EXPECT_NE(shelf.process.log().find("(  4.000   5.000   6.000)"), std::string::npos);
+}
+
+TEST(MeshRecord, WhatAnAnimationLosesIsTold) {
+    const std::pair<test::OldAnimations, std::string> cases[] = {
+        {{}, ""},
+        {{.twice = true},
+         "Keyframes dropped, as there was one of their name: 2; Animations dropped, as there was one of their name: 1"},
+        {{.samples = 1025}, "Animations with a curve that could not stay as it was: 1"},
+    };
+    for (const auto& [animations, text] : cases) {
+        Shelf shelf;
+        shelf.load(OldMesh{.dynamic = true, .animations = animations});
+        std::string told;
+        for (const CN_LoadFinding& finding : shelf.document.getLoadReport().getFindings())
+            if (finding.text.find("no FSM was stored") == std::string::npos)
+                told += finding.text;
+        EXPECT_EQ(told, text);
+        const Bytes saved = shelf.save();
+        Shelf again;
+        again.load(saved);
+        EXPECT_EQ(again.mesh->getKeyframes()->getCount(), 2);
+        EXPECT_EQ(again.document.getLoadReport().getFindings().size(), 1u) << "once";
+        EXPECT_EQ(again.save(), saved);
+    }
 }
 
 TEST(MeshRecord, EveryDamageIsRefusedOrLoads) {
