@@ -133,8 +133,8 @@ bool CN_Material::takeTextures(const RecordNames& names) {
     if (hasNameless) {
         AfxMessageBox("Invalid material found, ignoring...", MB_ICONEXCLAMATION);
         reportRepair("was dropped: one of its diffuse textures has no name");
-        replaceDiffuseTextures(
-            std::move(frames)); // they lose a reference with the material, as those of any that is dropped
+        // They lose this reference with the material, as those of any that is dropped.
+        replaceDiffuseTextures(std::move(frames));
         return false;
     }
     m_diffuseScaled = true;
