@@ -218,6 +218,8 @@ void CN_Document::save(F_MemoryFile& file) {
     F_withFoundationExceptions([&] {
         // The tree is walked once: what only needs its entities goes along the list, which waits less for memory.
         const std::vector<CN_LevelEntity*> entities = m_level->checkSavable();
+        m_textures.checkSavable();
+        m_materials.checkSavable();
         const SaveNumbers numbers(entities);
         CN_PolygonValidator::instance()->enumerateWrittenPolygons(entities);
         file.reserve(entities.size() * COMMON_ENTITY_BYTES);

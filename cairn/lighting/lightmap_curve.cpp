@@ -53,8 +53,7 @@ void CN_LightmapCurve::mapColor(I_Color& out, const II::ColorF& in) const {
     float& saturation = color.green;
     float& value = color.blue;
     value = mapColorExponential(value * FULL) / FULL;
-    if (saturation > 1.0f)
-        saturation = 1.0f;
+    saturation = saturation > 1.0f ? 1.0f : saturation < 0.0f ? 0.0f : saturation;
     if (value > m_outputMax / FULL)
         value = m_outputMax / FULL;
     color.HSVtoRGB();
