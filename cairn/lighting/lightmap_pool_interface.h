@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 namespace cairn {
 
@@ -35,6 +36,8 @@ class CN_LightmapPoolInterface {
     /// Drops lightmaps that nobody uses and says so in a message box.
     virtual void debugCheck() = 0;
     virtual std::size_t getLightmapCount() const = 0;
+    /// The ids of all lightmaps, ascending.
+    virtual std::vector<unsigned long> getLightmapIDs() const = 0;
 };
 
 } // namespace cairn
