@@ -56,6 +56,7 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     in >> m_facesFlipped;
     updateMaterialRefCounts(false);
     m_lastHitPolygon = nullptr;
+    m_triggerProperties.reset();
     m_polygonList.clear();
     m_vertexList.clear();
     for (std::size_t left = in.readCount(VERTEX_BYTES); left > 0; --left)
@@ -82,14 +83,12 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     file.skipChunk();
 }
 
-/// Gives whether one of the polygons is an exit.
+/// Gives whether one of the polygons is an exit, with edges or without.
 bool CN_Mesh::loadPolygons(F_MemoryFile& file) {
     bool hasExit = false;
     CN_Polygon::Reader reader(*this);
     for (std::size_t left = file.readCount(LEAST_POLYGON_BYTES); left > 0; --left) {
-        CN_Polygon* const polygon = addPolygon();
-        reader.read(*polygon, file);
-        hasExit |= polygon->getExitDestinationIndex() != CN_Polygon::NON_EXIT_INDEX;
+        hasExit |= reader.read(*addPolygon(), file);
     }
     setGeometryDirty();
     return hasExit;
@@ -129,7 +128,6 @@ void CN_Mesh::loadAnimation(F_MemoryFile& file) {
 void CN_Mesh::loadTrigger(F_MemoryFile& file, int version) {
     bool trigger = false;
     file >> trigger;
-    m_triggerProperties.reset();
     if (!trigger)
         return;
     m_triggerProperties = std::make_unique<CN_TriggerProperties>();
