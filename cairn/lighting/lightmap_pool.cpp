@@ -35,6 +35,14 @@ CN_Lightmap* CN_LightmapPool::getLightmap(unsigned long id) {
     return const_cast<CN_Lightmap*>(std::as_const(*this).getLightmap(id));
 }
 
+std::vector<unsigned long> CN_LightmapPool::getLightmapIDs() const {
+    std::vector<unsigned long> ids;
+    ids.reserve(m_lightmaps.size());
+    for (const auto& [id, lightmap] : m_lightmaps)
+        ids.push_back(id);
+    return ids;
+}
+
 CN_Lightmap& CN_LightmapPool::requireLightmap(unsigned long id) {
     CN_Lightmap* const lightmap = getLightmap(id);
     if (!lightmap)

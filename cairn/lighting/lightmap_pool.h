@@ -33,6 +33,7 @@ class CN_LightmapPool : public CN_LightmapPoolInterface {
     void save(F_MemoryFile& file) override;
     void debugCheck() override;
     std::size_t getLightmapCount() const override { return m_lightmaps.size(); }
+    std::vector<unsigned long> getLightmapIDs() const override;
 
     /// A new lightmap without pixels and users, owned by the pool. Throws an `F_Exception*` where the id is in use or
     /// none.

@@ -3,6 +3,7 @@
 #include "cairn/foundation/exception.h"
 
 #include <cstddef>
+#include <vector>
 
 namespace cairn {
 
@@ -52,6 +53,8 @@ class CN_LightmapPoolInterface {
     virtual void debugCheck() = 0;
     /// How many lightmaps there are, with users or without.
     virtual std::size_t getLightmapCount() const = 0;
+    /// The ids of all lightmaps, ascending.
+    virtual std::vector<unsigned long> getLightmapIDs() const = 0;
 };
 
 } // namespace cairn

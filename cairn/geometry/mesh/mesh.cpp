@@ -48,10 +48,8 @@ void CN_Mesh::copyGeometry(const CN_Mesh& other) {
     m_centerOfArea = other.m_centerOfArea;
     m_vertexList = other.m_vertexList;
     m_polygonList = other.m_polygonList;
-    for (CN_Polygon& polygon : m_polygonList) {
-        polygon.setParent(this);
-        polygon.setAttachedEntity(nullptr);
-    }
+    for (CN_Polygon& polygon : m_polygonList)
+        adopt(polygon, other);
     updateMaterialRefCounts(true);
     m_geometryDirty = m_bspDirty = true;
     m_uvDirty = other.m_uvDirty;
@@ -63,6 +61,30 @@ void CN_Mesh::copyGeometry(const CN_Mesh& other) {
     setTriggerProperties(other.m_triggerProperties.get());
     m_animation = other.m_animation;
     m_boundingBox = other.m_boundingBox;
+}
+
+/// Makes a polygon that was copied from `other` one of this mesh: nothing in it points into the original any more.
+void CN_Mesh::adopt(CN_Polygon& polygon, const CN_Mesh& other) {
+    polygon.setParent(this);
+    polygon.setAttachedEntity(nullptr);
+    polygon.setAdditionalPoint(nullptr);
+    polygon.deSelect();
+    polygon.setRenderMaterial(nullptr);
+    for (CN_RenderTexture*& texture : polygon.m_renderTextures)
+        texture = nullptr;
+    if (!polygon.m_lists)
+        return;
+    polygon.m_lists->sharedEdgeList.clear();
+    F_DLList<CN_Vertex*>& corners = polygon.m_lists->vertexBuffer;
+    for (CN_Vertex*& corner : corners) {
+        const int index = other.m_vertexList.indexOf(corner);
+        if (index >= 0) {
+            corner = &m_vertexList[index];
+            continue;
+        }
+        corners.remove(&corner); // it was no vertex of the original's either
+        --polygon.m_numVertices;
+    }
 }
 
 bool CN_Mesh::onCanAdd(int) { return false; }
@@ -163,6 +185,7 @@ CN_Polygon* CN_Mesh::addPolygon() {
 bool CN_Mesh::deletePolygon(CN_Polygon* polygon) {
     if (m_lastHitPolygon == polygon)
         m_lastHitPolygon = nullptr;
+    polygon->setMaterial(nullptr);
     m_polygonList.remove(polygon);
     if (m_polygonList.empty())
         return false;

@@ -58,6 +58,7 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
 
     in >> m_facesFlipped;
     dropPolygons();
+    m_triggerProperties.reset();
     m_vertexList.clear();
     const std::size_t vertices = in.readCount(VERTEX_BYTES);
     m_vertexList.reserve(static_cast<int>(vertices));
@@ -85,16 +86,14 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     file.skipChunk();
 }
 
-/// Gives whether one of the polygons is an exit.
+/// Gives whether one of the polygons is an exit, with edges or without.
 bool CN_Mesh::loadPolygons(F_MemoryFile& file) {
     bool hasExit = false;
     CN_Polygon::Reader reader(*this);
     const std::size_t count = file.readCount(LEAST_POLYGON_BYTES);
     m_polygonList.reserve(static_cast<int>(count));
     for (std::size_t left = count; left > 0; --left) {
-        CN_Polygon* const polygon = addPolygon();
-        reader.read(*polygon, file);
-        hasExit |= polygon->getExitDestinationIndex() != CN_Polygon::NON_EXIT_INDEX;
+        hasExit |= reader.read(*addPolygon(), file);
     }
     setGeometryDirty();
     return hasExit;
@@ -136,7 +135,6 @@ void CN_Mesh::loadAnimation(F_MemoryFile& file) {
 void CN_Mesh::loadTrigger(F_MemoryFile& file, int version) {
     bool trigger = false;
     file >> trigger;
-    m_triggerProperties.reset();
     if (!trigger)
         return;
     m_triggerProperties = std::make_unique<CN_TriggerProperties>();

@@ -8,6 +8,7 @@
 #include "cairn/platform/handlers.h"
 
 #include <cmath>
+#include <utility>
 
 namespace cairn {
 
@@ -38,6 +39,9 @@ Matrix matrixOnPlane(const Vector& normal, const Vector& direction) {
             return matrix;
     return PlanarSpace().getMatrix();
 }
+
+/// True for the keys of spaces that textures use: where space 0 is none, none of them is kept.
+bool isRebuilt(int key) { return key >= 0 && key <= 2; }
 
 enum class Mended { SOUND, CHANGED, BROKEN };
 
@@ -165,14 +169,15 @@ CN_Polygon::Reader::Reader(CN_Mesh& mesh)
       m_defaultMaterial(m_document ? m_document->getMaterials().getDefaultMaterial() : nullptr),
       m_vertexCount(mesh.getVertexList().count()) {}
 
-void CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
+bool CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
     F_MemoryFile::Chunk chunk;
     file.openChunk(chunk, 0);
     m_polygon = &polygon;
     m_in = &chunk.getMemoryFile();
     m_version = chunk.getVersion();
-    m_spacesInvalid = false;
+    m_namesPartner = m_spacesInvalid = false;
 
+    forgetExit();
     // The repairs build on one another: their order is part of the format.
     const int edges = readHead();
     repairReferenceNormal();
@@ -185,10 +190,10 @@ void CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
     if (!(m_loadFeatures & PF_EDGES))
         polygon.constructEdges();
     polygon.m_worldNormal = polygon.m_normal;
-    if (m_loadFeatures & PF_UV_SPACES)
-        readExtraSpaces();
     if (m_spacesInvalid)
         rebuildSpaces();
+    if (m_loadFeatures & PF_UV_SPACES)
+        readExtraSpaces();
     mendShortRows();
     if (m_version <= 2 && (m_loadFeatures & PF_OLD_EXTENT)) {
         float dropped = 0;
@@ -196,6 +201,15 @@ void CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
             *m_in >> dropped;
     }
     file.skipChunk();
+    return m_namesPartner;
+}
+
+/// Ends what the polygon was as an exit, while it still has the number that it is registered under.
+void CN_Polygon::Reader::forgetExit() {
+    m_polygon->setExitDestination(nullptr);
+    if (m_polygon->m_exitDestinationIndex != NON_EXIT_INDEX)
+        CN_ExitDestinationPointerDeserializer::instance()->forget(m_polygon);
+    m_polygon->m_exitDestinationIndex = NON_EXIT_INDEX;
 }
 
 /// Reads what stands ahead of the texture spaces; gives the count of edges.
@@ -248,9 +262,15 @@ void CN_Polygon::Reader::readLightmap() {
         fail(formatText("has %d holes", m_polygon->m_numHoles));
     if (!m_polygon->m_lightmapMapping.load(*m_in))
         repaired("The lightmap's space or resolution was invalid; it is the default one now");
+    const std::uint32_t before = std::exchange(m_polygon->m_countedLightmap, NO_INDEX);
+    if (s_bLightmapIDsAreValidAtLoadTime)
+        m_polygon->referenceLightmap();
+    // The new reference is taken first, so that a lightmap that the polygon had before lives on.
+    const std::uint32_t now = std::exchange(m_polygon->m_countedLightmap, before);
+    m_polygon->dereferenceLightmap();
+    m_polygon->m_countedLightmap = now;
     if (!s_bLightmapIDsAreValidAtLoadTime)
         return;
-    m_polygon->referenceLightmap();
     const unsigned long id = m_polygon->m_lightmapMapping.getLightmapID();
     if (id == m_polygon->m_countedLightmap)
         return;
@@ -266,12 +286,16 @@ void CN_Polygon::Reader::readExit() {
         string dropped;
         *m_in >> dropped;
     }
-    // What has no edges is gone with the next save: nobody can be led there.
-    if (m_polygon->m_numVertices == 0)
+    m_namesPartner = partner != NON_EXIT_INDEX;
+    if (!m_namesPartner)
         return;
+    // What has no edges is gone with the next save: nobody can be led there.
+    if (m_polygon->m_numVertices == 0) {
+        repaired(formatText("An exit to polygon %d has no edges: nobody can be led there", partner));
+        return;
+    }
     m_polygon->m_exitDestinationIndex = partner;
-    if (partner != NON_EXIT_INDEX)
-        CN_ExitDestinationPointerDeserializer::instance()->addRelocatableExitPolygon(m_polygon);
+    CN_ExitDestinationPointerDeserializer::instance()->addRelocatableExitPolygon(m_polygon);
 }
 
 void CN_Polygon::Reader::readMaterial() {
@@ -376,18 +400,25 @@ void CN_Polygon::Reader::readExtraSpaces() {
         if (!sound)
             repaired(formatText("The texture space %d was invalid; it is that of the base texture now", key));
         // What has drifted from the polygon's plane goes without a word.
-        const bool keeps = sound && space.getMatrix().row(2).dot(plane) >= SAME_PLANE;
+        const bool keeps =
+            sound && !(m_spacesInvalid && isRebuilt(key)) && space.getMatrix().row(2).dot(plane) >= SAME_PLANE;
         m_polygon->m_uvSpaces[key].space = keeps ? space : m_polygon->getUVSpace(0);
     }
+    if (m_polygon->m_uvSpaces.size() > MAX_UV_SPACES) // the light layer's may have come with the material
+        fail(formatText("has %d texture spaces", m_polygon->m_uvSpaces.size()));
 }
 
-/// Lays all texture spaces anew along the first edge.
+/// Lays the texture spaces anew along the first edge: those of textures, and others that are not in the plane.
 void CN_Polygon::Reader::rebuildSpaces() {
     const CN_Edge* const edge = m_polygon->m_edgeList.first();
     const Matrix matrix = matrixOnPlane(m_polygon->m_normal, edge ? edge->dir() : Vector());
     const PlanarSpace space(matrix, edge ? edge->getLocal(0) : m_polygon->m_pointOnPlane, {});
     m_polygon->m_uvSpaces[0].space = space;
-    m_polygon->m_uvSpaces.forEach([&space](int, CN_UVSpace& other) { other.space = space; });
+    const Vector plane = matrix.row(2);
+    m_polygon->m_uvSpaces.forEach([&](int key, CN_UVSpace& other) {
+        if (isRebuilt(key) || !(other.space.getMatrix().row(2).dot(plane) >= SAME_PLANE))
+            other.space = space;
+    });
     m_polygon->markUVDirty();
 }
 

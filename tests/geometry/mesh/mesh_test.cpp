@@ -9,6 +9,7 @@
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
 #include "tests/support/mesh_shelf.h"
+#include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
 
@@ -70,12 +71,14 @@ TEST(Mesh, BoxesHoldTheCornersInBothSpaces) {
     test::ShelfDocument document;
     CN_LevelEntityMesh& mesh = *test::boxRoom(document);
     mesh.addVertex({100, 100, 100}); // of no polygon
+    EXPECT_EQ(mesh.getBoundingMax(), Vector(100, 100, 100)) << "until they are calculated";
     mesh.setPosition({0, 10, 0});
     mesh.calculateBoundingBox();
     EXPECT_EQ(mesh.getBoundingMin(), Vector(0, 10, 0));
     EXPECT_EQ(mesh.getBoundingMax(), Vector(8, 14, 6));
     EXPECT_EQ(mesh.getLocalBox().maxY, 4);
     EXPECT_EQ(mesh.getCenterOfArea(), Vector(4, 2, 3));
+    EXPECT_EQ(test::pyramid(document)->getCenterOfArea(), Vector(2, 0.75, 2)) << "each polygon's corners count";
     EXPECT_EQ(mesh.getBoundingRadius(), static_cast<double>(std::sqrt(116.0f)));
     mesh.addPolygon()->addVertex(Vector(-1, 0, 0));
     mesh.calculateBoundingBox();
@@ -105,7 +108,12 @@ TEST(Mesh, PolygonsThatDieLeaveNobodyBehind) {
     EXPECT_EQ(mesh.getExitList(), std::vector<const CN_Polygon*>{exit});
     EXPECT_TRUE(mesh.hasExits());
     mesh.clearGeometryDirty();
+    const CN_Material& material = *document.getMaterials().getDefaultMaterial();
+    const int uses = material.getUseCount();
     EXPECT_TRUE(mesh.deletePolygon(exit));
+    EXPECT_EQ(material.getUseCount(), uses) << "an exit has none";
+    EXPECT_TRUE(mesh.deletePolygon(mesh.accessPolygonList().first()));
+    EXPECT_EQ(material.getUseCount(), uses - 1);
     EXPECT_TRUE(mesh.isGeometryDirty());
     EXPECT_EQ(partner->getExitDestination(), nullptr);
     EXPECT_EQ(portal->getPortalPolygon(), nullptr);
@@ -142,6 +150,42 @@ TEST(Mesh, ACopyKnowsNothingOfWhatStandsOnTheOriginal) {
     delete portal;
     const CN_LevelEntityPortal next; // may well stand where the dead one stood
     EXPECT_EQ(polygonCopy.getLevelEntityPortal(), nullptr);
+}
+
+TEST(Mesh, ACopyOutlivesWhatItsPolygonsPointedTo) {
+    CN_LevelEntityMesh copy;
+    {
+        CN_LevelEntityMesh mesh;
+        CN_Polygon& polygon = *mesh.addPolygon();
+        polygon.addVertex(Vector(1, 2, 3));
+        polygon.addVertex(Vector(4, 5, 6));
+        polygon.accessSharedEdgeList().add(&polygon);
+        Vector point;
+        polygon.setAdditionalPoint(&point);
+        polygon.select();
+        copy = mesh;
+    }
+    copy.calculateBoundingBox();
+    EXPECT_EQ(copy.getLocalBox().maxY, 5);
+    CN_Polygon& own = copy.accessPolygonList()[0];
+    EXPECT_TRUE(own.getSharedEdgeList().empty());
+    EXPECT_EQ(own.getAdditionalPoint(), nullptr);
+    EXPECT_FALSE(own.selected());
+    own.constructEdges();
+    EXPECT_EQ(own.getEdgeList()[1].index(0), 1);
+}
+
+TEST(Mesh, PlacesInPointerListsAreFound) {
+    const test::ProcessStateGuard process;
+    CN_Vertex first, second, stranger;
+    F_DLList<CN_Vertex*> list;
+    list.add(&first);
+    list.add(&second);
+    EXPECT_EQ(getPointerListIndex(list, &second, "CN_Vertex"), 1);
+    EXPECT_TRUE(process.boxes().empty());
+    EXPECT_EQ(getPointerListIndex(list, &stranger, "CN_Vertex"), -1);
+    ASSERT_EQ(process.boxes().size(), 1u);
+    EXPECT_EQ(process.boxes()[0].text, "getPointerListIndex<CN_Vertex>; item not found!");
 }
 
 TEST(Mesh, CountsItsMaterialsHoweverItComesAndGoes) {
@@ -212,6 +256,13 @@ TEST(Mesh, HiddenMeshesArePlacedByForceOnly) {
         EXPECT_EQ(mesh.getVertexList()[0].world, place);
         EXPECT_EQ(mesh.getPolygonList()[2].getWorldNormal(), Vector(force ? -1 : 1, 0, 0));
     }
+    for (CN_Polygon& polygon : mesh.accessPolygonList())
+        polygon.setMappingDirty(false);
+    mesh.setMappingDirty(false);
+    mesh.invalidateMapping();
+    for (const CN_Polygon& polygon : mesh.getPolygonList())
+        EXPECT_TRUE(polygon.isUVDirty() && polygon.isMappingDirty());
+    EXPECT_TRUE(mesh.isUVDirty() && mesh.isMappingDirty());
 }
 
 TEST(Mesh, TakesInWhatStandsInside) {
