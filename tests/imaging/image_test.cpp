@@ -151,7 +151,8 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
     };
     const auto mapped = [](unsigned char mapBits, unsigned char depth, const Bytes& mapAndIndex) {
         Bytes file{0, 1, 1, 0, 0, 2, 0, mapBits, 0, 0, 0, 0, 1, 0, 1, 0, depth, TOP};
-        file.insert(file.end(), mapAndIndex.begin(), mapAndIndex.end());
+        for (const unsigned char byte : mapAndIndex)
+            file.push_back(byte);
         return file;
     };
     const struct {

@@ -266,9 +266,7 @@ void CN_Polygon::Reader::readLightmap() {
     if (s_bLightmapIDsAreValidAtLoadTime)
         m_polygon->referenceLightmap();
     // The new reference is taken first, so that a lightmap that the polygon had before lives on.
-    const std::uint32_t now = std::exchange(m_polygon->m_countedLightmap, before);
-    m_polygon->dereferenceLightmap();
-    m_polygon->m_countedLightmap = now;
+    dereferenceLightmap(m_document, before);
     if (!s_bLightmapIDsAreValidAtLoadTime)
         return;
     const unsigned long id = m_polygon->m_lightmapMapping.getLightmapID();
