@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <unordered_map>
+#include <tuple>
 #include <utility>
 
 namespace cairn {
@@ -179,7 +180,10 @@ class PointTree {
 struct Side {
     int from, to;
     int polygon; ///< its place in the mesh's list
-    auto operator<=>(const Side&) const = default;
+    bool operator<(const Side& other) const {
+        return std::tie(from, to, polygon) < std::tie(other.from, other.to, other.polygon);
+    }
+    bool operator==(const Side& other) const = default;
 };
 
 /// Counts sides by their ends.
