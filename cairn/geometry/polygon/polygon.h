@@ -191,7 +191,7 @@ class CN_Polygon {
     /// the log and no triangles. Nothing happens without edges and corners. Texture coordinates are gone afterwards. Throws
     /// `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane.
     void triangulize(bool convexify);
-    /// True if a triangulation of the boundary as it stands has triangles. Changes nothing.
+    /// True if a triangulation of the boundary as it stands, without a turn, has triangles. Changes nothing.
     bool canTriangulize() const;
     /// Merges the pieces of the triangulation into convex ones: always the first pair in list order that forms a convex
     /// region, which becomes a piece at the end, until none does. The n-gons go. Coordinates of merged pieces are zero.

@@ -188,11 +188,16 @@ void CN_Polygon::triangulize(bool convexify) {
 bool CN_Polygon::canTriangulize() const {
     if (m_edgeList.empty())
         return false;
-    CN_2DPolygon planar = const_cast<CN_Polygon*>(this)->makePlanar(); // which leaves the polygon as it was
-    if (!planar.valid() || planar.isClockwise() == 0)
+    try {
+        CN_2DPolygon planar = const_cast<CN_Polygon*>(this)->makePlanar(); // which leaves the polygon as it was
+        if (!planar.valid() || planar.isClockwise() == 0)
+            return false;
+        planar.triangulate();
+        return planar.getNumTriangles() > 0;
+    } catch (M_PlanarSpace3Exception_Singular* e) {
+        const F_ExceptionGuard guard(e);
         return false;
-    planar.triangulate();
-    return planar.getNumTriangles() > 0;
+    }
 }
 
 void CN_Polygon::convexify() {
