@@ -27,7 +27,8 @@ class MeshLevels : public ProgramTest {
         std::vector<std::string> lines;
         for (const Json& problem : check["files"][0]["problems"])
             lines.push_back(problem["severity"].get<std::string>() + " " + problem["code"].get<std::string>() + " " +
-                            (problem["entity"].is_null() ? "null" : problem["entity"].get<std::string>()) + "#" + problem["polygon"].dump());
+                            (problem["entity"].is_null() ? "null" : problem["entity"].get<std::string>()) + "#" +
+                            problem["polygon"].dump());
         return lines;
     }
 };
@@ -62,8 +63,8 @@ TEST_F(MeshLevels, AreToldTheirFaults) {
     box->accessPolygonList()[5].accessEdgeList()[1].index(0) = box->getPolygonList()[5].getEdgeList()[1].index(1);
     cairn::CN_LevelFile::save(document, path("bad.cairn").string());
     EXPECT_EQ(problemsOf(json({"check", "--json", "bad.cairn"}, 1)),
-              (std::vector<std::string>{"warning repaired ::Box#5", "error polygon-nonplanar ::Box#0",
-                                        "error polygon-degenerate ::Box#5", "warning mesh-open ::Box#null"}));
+              (std::vector<std::string>{"error polygon-degenerate ::Box#5", "error polygon-nonplanar ::Box#0",
+                                        "warning mesh-open ::Box#null"}));
 }
 
 TEST_F(MeshLevels, ANodeOnAPolygonThatIsNotThereMakesThemUnreadable) {
