@@ -5,6 +5,7 @@
 #include <compare>
 #include <map>
 #include <memory>
+#include <tuple>
 #include <unordered_map>
 
 namespace cairn {
@@ -25,7 +26,10 @@ struct CN_IconLook {
     const I_Image* animation = nullptr;  ///< not owned: likewise
     bool isAlpha = false;
 
-    auto operator<=>(const CN_IconLook&) const = default;
+    bool operator<(const CN_IconLook& other) const {
+        return std::tie(texture, crossHair, animation, isAlpha) <
+               std::tie(other.texture, other.crossHair, other.animation, other.isAlpha);
+    }
 };
 
 /// What icons are made of: the pixels of a texture's image that they show, without the others. While an object lives it
