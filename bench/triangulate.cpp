@@ -140,8 +140,9 @@ using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
 using VertexBase = CGAL::Triangulation_vertex_base_with_info_2<int, Kernel>;
 using FaceBase =
     CGAL::Constrained_triangulation_face_base_2<Kernel, CGAL::Triangulation_face_base_with_info_2<int, Kernel>>;
-using Delaunay = CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Triangulation_data_structure_2<VertexBase, FaceBase>,
-                                                            CGAL::No_constraint_intersection_tag>;
+using Delaunay =
+    CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Triangulation_data_structure_2<VertexBase, FaceBase>,
+                                               CGAL::No_constraint_intersection_tag>;
 
 /// CGAL's own way to tell inside: by the number of constraints that lie between a face and the outside.
 std::size_t triangulateByCGAL(const Shape& shape) {
@@ -199,7 +200,8 @@ std::size_t triangulateByGEOS(GEOSContextHandle_t geos, const Shape& shape) {
     for (const Loop& loop : shape.loops) {
         GEOSCoordSequence* const ring = GEOSCoordSeq_create_r(geos, static_cast<unsigned>(loop.size() + 1), 2);
         for (std::size_t i = 0; i <= loop.size(); ++i)
-            GEOSCoordSeq_setXY_r(geos, ring, static_cast<unsigned>(i), loop[i % loop.size()].x, loop[i % loop.size()].y);
+            GEOSCoordSeq_setXY_r(geos, ring, static_cast<unsigned>(i), loop[i % loop.size()].x,
+                                 loop[i % loop.size()].y);
         rings.push_back(GEOSGeom_createLinearRing_r(geos, ring));
     }
     GEOSGeometry* const polygon =

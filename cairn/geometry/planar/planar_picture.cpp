@@ -41,16 +41,18 @@ class Picture {
     }
 
     string draw() {
-        m_text += formatText("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" font-family=\"Arial\" "
-                             "font-size=\"12\">\n<title>Cairn</title>\n<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
-                             SIDE + 2 * MARGIN, SIDE + 2 * MARGIN + CAPTION);
+        m_text += formatText(
+            "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" font-family=\"Arial\" "
+            "font-size=\"12\">\n<title>Cairn</title>\n<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
+            SIDE + 2 * MARGIN, SIDE + 2 * MARGIN + CAPTION);
         drawTriangles();
         for (const CN_2DEdge& edge : m_polygon.getEdges())
             drawEdge(edge);
         drawVertices();
         const CN_Polygon* const source = m_polygon.getSource();
-        m_text += formatText("<text x=\"%.0f\" y=\"%.0f\" font-size=\"16\">Polygon %d</text>\n</svg>\n", MARGIN,
-                             SIDE + 2 * MARGIN + CAPTION / 2, source ? static_cast<int>(source->getPolygonIndex()) : -1);
+        m_text +=
+            formatText("<text x=\"%.0f\" y=\"%.0f\" font-size=\"16\">Polygon %d</text>\n</svg>\n", MARGIN,
+                       SIDE + 2 * MARGIN + CAPTION / 2, source ? static_cast<int>(source->getPolygonIndex()) : -1);
         return std::move(m_text);
     }
 
@@ -63,11 +65,13 @@ class Picture {
     void drawTriangles() {
         const std::vector<int>& corners = m_polygon.getTriangles();
         for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
-            const Point a = place(vertex(corners[i])), b = place(vertex(corners[i + 1])), c = place(vertex(corners[i + 2]));
+            const Point a = place(vertex(corners[i])), b = place(vertex(corners[i + 1])),
+                        c = place(vertex(corners[i + 2]));
             if (isFinite(a) && isFinite(b) && isFinite(c))
-                m_text += formatText("<polygon points=\"%.2f,%.2f %.2f,%.2f %.2f,%.2f\" fill=\"#dde8f4\" stroke=\"#9ab\" "
-                                     "stroke-width=\"0.5\"/>\n",
-                                     a.x, a.y, b.x, b.y, c.x, c.y);
+                m_text +=
+                    formatText("<polygon points=\"%.2f,%.2f %.2f,%.2f %.2f,%.2f\" fill=\"#dde8f4\" stroke=\"#9ab\" "
+                               "stroke-width=\"0.5\"/>\n",
+                               a.x, a.y, b.x, b.y, c.x, c.y);
         }
     }
 
@@ -79,16 +83,17 @@ class Picture {
         // The head of the arrow stands on the right alone, where inside is; in pixels that is to the left of the way.
         const Point along = (b - a) * (1 / std::max((b - a).length(), 1e-9)), right(-along.y, along.x);
         const Point head = b - along * 10 + right * 4;
-        m_text += formatText("<path d=\"M%.2f,%.2f L%.2f,%.2f L%.2f,%.2f\" fill=\"none\" stroke=\"%s\"/>\n", a.x, a.y, b.x, b.y,
-                             head.x, head.y, COLOURS[static_cast<unsigned>(edge.getLassoID() + 1) % std::size(COLOURS)]);
+        m_text +=
+            formatText("<path d=\"M%.2f,%.2f L%.2f,%.2f L%.2f,%.2f\" fill=\"none\" stroke=\"%s\"/>\n", a.x, a.y, b.x,
+                       b.y, head.x, head.y, COLOURS[static_cast<unsigned>(edge.getLassoID() + 1) % std::size(COLOURS)]);
     }
 
     void drawVertices() {
         for (std::size_t i = 0; i < m_polygon.getVertices().size(); ++i) {
             const Point at = place(m_polygon.getVertices()[i]);
             if (isFinite(at))
-                m_text += formatText("<circle cx=\"%.2f\" cy=\"%.2f\" r=\"2\"/><text x=\"%.2f\" y=\"%.2f\">%d</text>\n", at.x, at.y,
-                                     at.x + 4, at.y - 4, static_cast<int>(i));
+                m_text += formatText("<circle cx=\"%.2f\" cy=\"%.2f\" r=\"2\"/><text x=\"%.2f\" y=\"%.2f\">%d</text>\n",
+                                     at.x, at.y, at.x + 4, at.y - 4, static_cast<int>(i));
         }
     }
 

@@ -230,8 +230,8 @@ bool areDistinct(const std::vector<double>& c) {
     std::vector<int> table(std::bit_ceil(2 * count), -1);
     for (std::size_t i = 0; i < count; ++i) {
         const double x = c[2 * i] + 0.0, y = c[2 * i + 1] + 0.0; // one zero
-        const std::uint64_t key = (std::bit_cast<std::uint64_t>(x) ^ std::rotl(std::bit_cast<std::uint64_t>(y), 31)) *
-                                  0x9E3779B97F4A7C15u;
+        const std::uint64_t key =
+            (std::bit_cast<std::uint64_t>(x) ^ std::rotl(std::bit_cast<std::uint64_t>(y), 31)) * 0x9E3779B97F4A7C15u;
         std::size_t slot = static_cast<std::size_t>(key >> 32) & (table.size() - 1);
         for (; table[slot] >= 0; slot = (slot + 1) & (table.size() - 1)) {
             const std::size_t other = 2 * static_cast<std::size_t>(table[slot]);

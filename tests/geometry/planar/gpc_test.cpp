@@ -45,7 +45,9 @@ struct Clipped {
     double area() const { return test::rightArea(loops); }
 };
 
-PlanarLoop square(double x, double y, double side) { return {{x, y}, {x, y + side}, {x + side, y + side}, {x + side, y}}; }
+PlanarLoop square(double x, double y, double side) {
+    return {{x, y}, {x, y + side}, {x + side, y + side}, {x + side, y}};
+}
 
 PlanarLoop reversed(const PlanarLoop& loop) { return {loop.rbegin(), loop.rend()}; }
 
@@ -70,12 +72,7 @@ TEST(Clipping, OperationsGiveOutlinesAndHoles) {
         {"nothing left", GPC_DIFF, {inner}, {big}, {}, {}},
         {"nothing given", GPC_UNION, {}, {}, {}, {}},
         {"too few corners", GPC_UNION, {{{0, 0}, {1, 1}}}, {big}, {big}, {0}},
-        {"both but what they share",
-         GPC_XOR,
-         {big},
-         {inner},
-         {big, reversed(inner)},
-         {0, 1}},
+        {"both but what they share", GPC_XOR, {big}, {inner}, {big, reversed(inner)}, {0, 1}},
     };
     for (const auto& c : cases) {
         const Clipped clipped(c.operation, c.a, c.b);
@@ -108,7 +105,8 @@ TEST(Clipping, RandomCutsLoseNothing) {
     test::RandomShapes shapes(5);
     for (int round = 0; round < 1000; ++round) {
         const double size = std::pow(10.0, shapes.count(-6, 6));
-        const PlanarPoint place = PlanarPoint(shapes.number(-1, 1), shapes.number(-1, 1)) * (round % 4 ? size : 100 * size);
+        const PlanarPoint place =
+            PlanarPoint(shapes.number(-1, 1), shapes.number(-1, 1)) * (round % 4 ? size : 100 * size);
         PlanarShape shape = shapes.next();
         PlanarLoop cut = shapes.star({shapes.number(-15, 15), shapes.number(-15, 15)}, 3, 15, 4);
         std::set<std::pair<double, double>> corners;
