@@ -27,7 +27,8 @@ class MeshLevels : public ProgramTest {
         std::vector<std::string> lines;
         for (const Json& problem : check["files"][0]["problems"])
             lines.push_back(problem["severity"].get<std::string>() + " " + problem["code"].get<std::string>() + " " +
-                            (problem["entity"].is_null() ? "null" : problem["entity"].get<std::string>()) + "#" + problem["polygon"].dump());
+                            (problem["entity"].is_null() ? "null" : problem["entity"].get<std::string>()) + "#" +
+                            problem["polygon"].dump());
         return lines;
     }
 };
