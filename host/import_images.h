@@ -11,6 +11,10 @@
 
 namespace cairn::host {
 
+/// The regular file that a relative name leads to from the folder; none where there is none or where the name, a link on
+/// the way included, leads outside. "\\" parts folders as "/" does.
+std::optional<std::filesystem::path> fileInside(const std::filesystem::path& folder, std::string_view name);
+
 /// Finds image files in one folder by the names that a file to be imported has for them. Whatever a name holds, and
 /// wherever links in the folder lead, nothing outside the folder is given.
 class ImportImages {
@@ -23,10 +27,14 @@ class ImportImages {
     ImportImages() = default;
     /// Lists the image files of the folder and those below it. Throws an `F_Exception*` where it cannot be listed.
     explicit ImportImages(const std::filesystem::path& folder);
+    /// Looks in the folder only where a name leads, without listing it.
+    static ImportImages withoutSearch(const std::filesystem::path& folder);
 
     /// The file that `name` names: with or without its ending, with or without the folders ahead of it, without regard to
     /// case. Folders count where several files fit; then the first in the order of their paths is it.
     std::optional<std::filesystem::path> find(std::string_view name) const;
+    /// How the folder has a file that `find` gave: its path from there, with "/".
+    std::string nameInside(const std::filesystem::path& file) const;
 
   private:
     void list(const std::filesystem::path& folder, const std::string& inside, int depth);

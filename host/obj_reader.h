@@ -21,15 +21,14 @@ struct ObjFace {
     std::uint32_t line = 0; ///< from 1
     std::uint32_t firstCorner = 0;
     std::uint32_t cornerCount = 0;
+    std::uint32_t group = 0;    ///< in `ObjFile::groups`
     std::uint32_t material = 0; ///< in `ObjFile::materials`
 };
 
-/// What an `o` or a `g` begins: a run of faces under a name, which is empty for those ahead of the first.
+/// What `o` and `g` name: faces under the same two names are one group, wherever they stand.
 struct ObjGroup {
-    std::string_view name;
-    std::uint32_t line = 0; ///< where it begins, from 1
-    std::uint32_t firstFace = 0;
-    std::uint32_t faceCount = 0;
+    std::string_view object, group; ///< empty where the file names none
+    std::uint32_t line = 0;         ///< of the first face, from 1
 };
 
 /// A file of materials that is named, with the line that names it.
@@ -51,6 +50,9 @@ struct ObjFile {
     std::uint32_t passedOver = 0;      ///< lines, points and curves aside faces, which are not imported
     std::uint32_t firstPassedOver = 0; ///< line of the first of them
 };
+
+/// The most corners of a face that are read.
+inline constexpr std::uint32_t MAX_OBJ_CORNERS = 100000;
 
 /// The largest text of an object or of materials that is read, in bytes.
 inline constexpr std::size_t MAX_OBJ_BYTES = std::size_t{256} << 20;
