@@ -78,8 +78,7 @@ class SolidCutter {
             for (const std::uint32_t corner : face.corners) {
                 const double distance = m_solid.corners[corner].dot(plane.normal) - plane.distance;
                 m_distance[corner] = distance;
-                m_side[corner] =
-                    distance > BRUSH_TOLERANCE ? OUTSIDE : distance < -BRUSH_TOLERANCE ? INSIDE : WITHIN;
+                m_side[corner] = distance > BRUSH_TOLERANCE ? OUTSIDE : distance < -BRUSH_TOLERANCE ? INSIDE : WITHIN;
                 m_anyInside |= m_side[corner] == INSIDE;
                 m_anyOutside |= m_side[corner] == OUTSIDE;
             }
@@ -212,9 +211,8 @@ class SolidCutter {
         if (planes.size() < 3)
             return;
         const BrushPlane& first = m_planes[planes[0]];
-        const BrushPlane& second = *steepest(planes, [&](const BrushPlane& plane) {
-            return first.normal.cross(plane.normal).length();
-        });
+        const BrushPlane& second =
+            *steepest(planes, [&](const BrushPlane& plane) { return first.normal.cross(plane.normal).length(); });
         const Vector along = first.normal.cross(second.normal);
         const BrushPlane& third =
             *steepest(planes, [&](const BrushPlane& plane) { return std::abs(along.dot(plane.normal)); });

@@ -47,12 +47,16 @@ struct ImportMeshCounts {
     std::size_t untriangulated = 0; ///< polygons without triangles
 };
 
-/// Makes a mesh entity below `parent`, which takes it, in the middle of its box: polygons with planes, texture spaces,
+/// Makes a mesh entity below `parent`, which takes it, in the middle of its corners: polygons with planes, texture spaces,
 /// triangles, texture coordinates and boxes. A face whose mapping spans no plane gets the axes along which the world looks
 /// at it, as one without does. Valid as long as it is in the tree.
 CN_LevelEntityMesh& addImportMesh(const ImportMesh& source, CN_LevelEntity& parent, ImportMeshCounts& counts);
 
-/// A point in the middle of a box, on the grid of 1/8 where the box is no smaller.
+/// The sum of the crosses of a loop's corners, twice its area long: M. Newell's normal.
+M_Vector3Template<double> loopNormal(const std::vector<M_Vector3Template<double>>& corners,
+                                     const std::vector<std::uint32_t>& loop);
+
+/// The point of the grid of 1/8 that is nearest to the middle of the points' box; the origin for none.
 M_Vector3Template<double> gridMiddle(const std::vector<M_Vector3Template<double>>& points);
 
 /// Numbers all polygons of the document as a save does.

@@ -70,10 +70,9 @@ class LineTaker {
 
 /// Statements that say nothing of polygons: read over.
 constexpr std::string_view IDLE_WORDS[] = {
-    "vp",       "s",        "mg",       "lod",   "usemap", "maplib", "shadow_obj", "trace_obj", "bevel", "c_interp",
-    "d_interp", "cstype",   "deg",      "bmat",  "step",   "parm",   "trim",       "hole",      "scrv",  "sp",
-    "end",      "con",      "ctech",    "stech", "cdc",    "cdp",    "bsp",        "bzp",       "res",   "call",
-    "csh",
+    "vp",     "s",     "mg",   "lod",  "usemap", "maplib", "shadow_obj", "trace_obj", "bevel", "c_interp", "d_interp",
+    "cstype", "deg",   "bmat", "step", "parm",   "trim",   "hole",       "scrv",      "sp",    "end",      "con",
+    "ctech",  "stech", "cdc",  "cdp",  "bsp",    "bzp",    "res",        "call",      "csh",
 };
 /// Elements of other kinds.
 constexpr std::string_view OTHER_ELEMENTS[] = {"p", "l", "curv", "curv2", "surf"};
@@ -184,8 +183,8 @@ class ObjParser {
     }
 
     std::uint32_t currentGroup() {
-        const auto [at, isNew] = m_groupNumbers.emplace(std::make_pair(m_object, m_group),
-                                                        static_cast<std::uint32_t>(m_file.groups.size()));
+        const auto [at, isNew] =
+            m_groupNumbers.emplace(std::make_pair(m_object, m_group), static_cast<std::uint32_t>(m_file.groups.size()));
         if (isNew)
             m_file.groups.push_back({m_object, m_group, m_lines.number()});
         return at->second;
@@ -206,9 +205,10 @@ class ObjParser {
         }
         ObjCorner corner{};
         corner.position = static_cast<std::uint32_t>(place(parts[0], m_file.positions.size(), "vertex", whole));
-        corner.coordinate = parts[1].empty() ? -1
-                                             : static_cast<std::int32_t>(place(parts[1], m_file.coordinates.size(),
-                                                                               "texture coordinate", whole));
+        corner.coordinate =
+            parts[1].empty()
+                ? -1
+                : static_cast<std::int32_t>(place(parts[1], m_file.coordinates.size(), "texture coordinate", whole));
         if (!parts[2].empty())
             place(parts[2], m_normals, "normal", whole);
         return corner;
