@@ -126,7 +126,7 @@ class CN_Ngon {
   private:
     std::vector<Vector> m_vertices;        ///< in the polygon's winding order
     Plane m_plane{Vector(), Vector()};     ///< zero before it is set
-    short m_edgeCursor = 0;                ///< of the walk: the corner the next edge starts at, -1 after the last edge
+    int m_edgeCursor = 0;                  ///< of the walk: the corner the next edge starts at, -1 after the last edge
     CN_Polygon* m_sourcePolygon = nullptr; ///< not owned: the polygon it is a piece of
     bool m_convexFlag = false;             ///< the host's
     bool m_local = false;                  ///< in the mesh's space, not in the world

@@ -142,7 +142,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     void texturize(CN_Material* material, bool applyTiles);
     /// @}
 
-    /// @name Upkeep of all polygons (mesh_upkeep.cpp)
+    /// @name Upkeep of all polygons (mesh_upkeep.cpp, mesh_t_junctions.cpp)
     /// @{
     /// `CN_Polygon::triangulize` for each polygon.
     void triangulizeAll(bool convexify);

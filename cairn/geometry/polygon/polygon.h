@@ -4,6 +4,7 @@
 #include "cairn/containers/small_map.h"
 #include "cairn/foundation/strings.h"
 #include "cairn/geometry/edge.h"
+#include "cairn/geometry/ngon.h"
 #include "cairn/geometry/triangle.h"
 #include "cairn/geometry/vertex.h"
 #include "cairn/lighting/lightmap_mapping.h"
@@ -20,6 +21,7 @@
 
 namespace cairn {
 
+class CN_2DPolygon;
 class CN_Document;
 class CN_LevelEntity;
 class CN_LevelEntityPolygonGroup;
@@ -27,7 +29,6 @@ class CN_LevelEntityPortal;
 class CN_LevelEntityRadiosityLight;
 class CN_Material;
 class CN_Mesh;
-class CN_Ngon;
 class CN_RenderMaterial;
 class CN_RenderTexture;
 class F_MemoryFile;
@@ -69,6 +70,7 @@ struct CN_UVSpace {
 class CN_Polygon {
   public:
     using Vector = M_Vector3Template<double>;
+    using Matrix = M_Matrix3Template<double>;
     using PlanarSpace = M_PlanarSpace3Template<double>;
     using UVSpaces = F_SmallMap<CN_UVSpace>;
     using EdgeList = F_DLListInit<CN_Edge>;
@@ -189,6 +191,8 @@ class CN_Polygon {
     /// the log and no triangles. Nothing happens without edges and corners. Texture coordinates are gone afterwards. Throws
     /// `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane.
     void triangulize(bool convexify);
+    /// True if a triangulation of the boundary as it stands, without a turn, has triangles. Changes nothing.
+    bool canTriangulize() const;
     /// Merges the pieces of the triangulation into convex ones: always the first pair in list order that forms a convex
     /// region, which becomes a piece at the end, until none does. The n-gons go. Coordinates of merged pieces are zero.
     void convexify();
@@ -373,7 +377,8 @@ class CN_Polygon {
     void calculateUVCoordinates();
     /// Projects a texture space of the world onto the polygon along the space's normal, so that a texture that is laid over
     /// several polygons goes on from one to the next; it becomes the space of `getUVSpaceID`. Nothing changes where the
-    /// normals are 89 degrees apart or more, nor where the space has no inverse then.
+    /// normals are 89 degrees apart or more. Throws `M_PlanarSpace3Exception_Singular`, and nothing has changed, where the
+    /// space has no inverse in the polygon's plane.
     void planarMap(const PlanarSpace& space);
     /// Takes over all that is not shape: normals, texture spaces, material (counted), mode, exit, attached entity, number and
     /// counts. With `local` the source stands in the same space, without it the polygon's space is the world. Not taken:
@@ -422,6 +427,7 @@ class CN_Polygon {
     CN_Mesh& requireMesh() const;
     void copyFields(const CN_Polygon& other);
     void adoptParts();
+    CN_2DPolygon makePlanar();
     void forgetExits();
     void saveExtraSpaces(F_MemoryFile& file) const;
     CN_Polygon* findWrittenPartner() const;
