@@ -20,7 +20,10 @@ constexpr std::uint32_t NO_CORNER = std::numeric_limits<std::uint32_t>::max();
 /// Cuts a box by half-spaces.
 class SolidCutter {
   public:
-    explicit SolidCutter(const std::vector<BrushPlane>& planes) : m_planes(planes) {}
+    SolidCutter(const std::vector<BrushPlane>& planes, double tolerance) : m_planes(planes), m_tolerance(tolerance) {}
+
+    /// True where the last cut failed for its tolerance: corners beside each other counted as in the plane that are not.
+    bool isTooCoarse() const { return m_tooCoarse; }
 
     BrushSolid cut() {
         makeBox();
@@ -78,7 +81,7 @@ class SolidCutter {
             for (const std::uint32_t corner : face.corners) {
                 const double distance = m_solid.corners[corner].dot(plane.normal) - plane.distance;
                 m_distance[corner] = distance;
-                m_side[corner] = distance > BRUSH_TOLERANCE ? OUTSIDE : distance < -BRUSH_TOLERANCE ? INSIDE : WITHIN;
+                m_side[corner] = distance > m_tolerance ? OUTSIDE : distance < -m_tolerance ? INSIDE : WITHIN;
                 m_anyInside |= m_side[corner] == INSIDE;
                 m_anyOutside |= m_side[corner] == OUTSIDE;
             }
@@ -164,7 +167,10 @@ class SolidCutter {
         }
         m_solid.faces.push_back(std::move(cap));
     }
-    void failCut() { m_solid.fault = "its planes lie too close for an outline of its faces"; }
+    void failCut() {
+        m_tooCoarse = true;
+        m_solid.fault = "its planes lie too close for an outline of its faces";
+    }
 
     void finish() {
         std::sort(m_solid.faces.begin(), m_solid.faces.end(),
@@ -220,7 +226,7 @@ class SolidCutter {
         const Vector place = (second.normal.cross(third.normal) * first.distance +
                               third.normal.cross(first.normal) * second.distance + along * third.distance) /
                              volume;
-        if ((place - corner).length() < 4 * BRUSH_TOLERANCE)
+        if ((place - corner).length() < 4 * m_tolerance)
             corner = place;
     }
     template <class Measure>
@@ -245,6 +251,8 @@ class SolidCutter {
     }
 
     const std::vector<BrushPlane>& m_planes;
+    double m_tolerance;
+    bool m_tooCoarse = false;
     BrushSolid m_solid;
     std::vector<Side> m_side;       ///< of each corner to the plane that cuts
     std::vector<double> m_distance; ///< likewise
@@ -272,6 +280,16 @@ bool makeBrushPlane(const M_Vector3Template<double> points[3], BrushPlane& plane
     return true;
 }
 
-BrushSolid intersectHalfSpaces(const std::vector<BrushPlane>& planes) { return SolidCutter(planes).cut(); }
+BrushSolid intersectHalfSpaces(const std::vector<BrushPlane>& planes) {
+    // Where planes nearly meet at just the distance of the tolerance a finer one tells them apart. The last is still far
+    // above what rounding does to numbers of the box's size.
+    for (const double tolerance : {BRUSH_TOLERANCE, BRUSH_TOLERANCE / 100}) {
+        SolidCutter cutter(planes, tolerance);
+        BrushSolid solid = cutter.cut();
+        if (!cutter.isTooCoarse())
+            return solid;
+    }
+    return SolidCutter(planes, BRUSH_TOLERANCE / 10000).cut();
+}
 
 } // namespace cairn::host

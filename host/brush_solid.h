@@ -39,9 +39,10 @@ bool makeBrushPlane(const M_Vector3Template<double> points[3], BrushPlane& plane
 
 /// Intersects half-spaces: a box far around all of them is cut by one plane after the other. A corner within
 /// `BRUSH_TOLERANCE` of the plane is in it, and what a cut makes belongs to the faces on both its sides, so that the result is
-/// closed by the way it is made, whatever rounding does to coordinates. In the end each corner is put where those three of
-/// its planes meet that meet most squarely. Where no solid is left, where one has no end, and where rounding leaves no simple
-/// outline of a cut, the fault says so. Cost: planes times corners.
+/// closed by the way it is made, whatever rounding does to coordinates; where corners so near each other leave no simple
+/// outline of a cut, all of it is done again with a hundredth of the tolerance, and once more. In the end each corner is put where those three of
+/// its planes meet that meet most squarely. Where no solid is left, and where one has no end, the fault
+/// says so. Cost: planes times corners.
 BrushSolid intersectHalfSpaces(const std::vector<BrushPlane>& planes);
 
 } // namespace cairn::host
