@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <map>
 #include <unordered_map>
 
@@ -149,6 +150,9 @@ class ObjParser {
     void readPosition(std::string_view rest) {
         double n[3];
         readNumbers(rest, n, 3, 3, "a vertex's coordinate");
+        for (const double c : n)
+            if (std::abs(c) > MAX_OBJ_COORDINATE)
+                fail("a vertex lies too far out");
         m_file.positions.emplace_back(n[0], n[1], n[2]);
     }
     void readCoordinate(std::string_view rest) {
