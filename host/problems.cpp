@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <set>
+#include <tuple>
 
 namespace cairn::host {
 
@@ -87,8 +88,9 @@ class ProblemFinder {
         for (const CN_LoadFinding& finding : report.getFindings()) {
             m_reported.insert(finding.text);
             m_brokenRotation |= finding.code == "broken-rotation";
-            if (finding.code == "broken-keyframe") // the load tells of it, and nobody mends it
-                m_reportedCodes.emplace(finding.code, finding.entity);
+            // The load tells of these and mends nothing, so that the look at the geometry finds them again.
+            if (finding.code == "broken-keyframe" || finding.code == "polygon-degenerate")
+                m_lasting.emplace(finding.code, finding.entity, finding.polygon);
             Problem& problem = add(finding.code, finding.text);
             if (finding.hasEntity)
                 problem.entity = finding.entity;
@@ -121,7 +123,8 @@ class ProblemFinder {
         for (const CN_Finding& finding : CN_validateDocument(*m_level.document, CN_LEVEL_TOLERANCE)) {
             const std::string_view code = finding.code;
             const std::string entity = qualifiedName(*finding.entity);
-            if ((!whole && (finding.internal || code.starts_with("exit-"))) || m_reportedCodes.contains({code, entity}))
+            if ((!whole && (finding.internal || code.starts_with("exit-"))) ||
+                m_lasting.contains({code, entity, finding.polygon}))
                 continue;
             Problem& problem = add(code, finding.message);
             problem.entity = entity;
@@ -194,8 +197,8 @@ class ProblemFinder {
     const CN_LevelEntity* m_player = nullptr; ///< not owned
     bool m_brokenRotation = false;            ///< the report names the entities with broken rotations
     std::set<std::string> m_reported;         ///< texts of the load's report
-    std::set<std::pair<std::string_view, std::string>>
-        m_reportedCodes; ///< codes of its findings that last, and entities
+    /// Codes of its findings that last, entities and polygons.
+    std::set<std::tuple<std::string_view, std::string, int>> m_lasting;
     std::vector<Problem> m_problems;
 };
 

@@ -5,6 +5,7 @@
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/hierarchy_utils.h"
+#include "cairn/entities/mesh_interface.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/polygon/polygon.h"
@@ -36,6 +37,14 @@ std::unique_ptr<CN_LevelEntity> createEntity(int kind, CN_Document* document) {
     if (!entity)
         throw new F_Exception(formatText("An entity of the kind %d cannot be made", kind));
     return entity;
+}
+
+/// Meshes that are about to die use no material any more.
+void dropMaterialUses(CN_LevelEntity& root) {
+    CN_PreIterator it = root.createIterator();
+    for (it.begin(); !it.end(); ++it)
+        if (auto* const mesh = dynamic_cast<CN_MeshInterface*>(*it))
+            mesh->updateMaterialRefCounts(false);
 }
 
 } // namespace
@@ -110,7 +119,7 @@ CN_Document::CN_Document() {
 }
 
 CN_Document::~CN_Document() {
-    deleteCairnLevelEntities();
+    deleteLevel(); // whose materials die as well
     m_selection.reset();
     m_camera.reset();
     m_lightmaps.reset();
@@ -143,6 +152,12 @@ void CN_Document::addPlayer(bool makeChild) {
 void CN_Document::resetGroups() { m_groups = {{"", 0}, {"PLAYER_GROUP", 0}}; }
 
 void CN_Document::deleteCairnLevelEntities() {
+    if (m_level)
+        dropMaterialUses(*m_level);
+    deleteLevel();
+}
+
+void CN_Document::deleteLevel() {
     // What names entities of the level goes first, so that each dying entity has little to be forgotten in.
     m_brokenEntities.clear();
     m_brokenFSMs.clear();

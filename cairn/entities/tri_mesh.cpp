@@ -78,6 +78,7 @@ CN_LevelEntityTriMesh::CN_LevelEntityTriMesh(const CN_LevelEntityTriMesh& other)
 CN_LevelEntityTriMesh& CN_LevelEntityTriMesh::operator=(const CN_LevelEntityTriMesh& other) {
     if (this != &other) {
         CN_LevelEntity::operator=(other);
+        dropTriangles();
         copyFields(other);
         requestRenderer();
     }
@@ -97,12 +98,9 @@ void CN_LevelEntityTriMesh::copyFields(const CN_LevelEntityTriMesh& other) {
     m_geometryDirty = true;
     m_lightmapID = other.m_lightmapID;
     m_lastHitTriangle = -1;
-    adoptTriangles();
-}
-
-void CN_LevelEntityTriMesh::adoptTriangles() {
     for (CN_TMTriangle& triangle : m_triangles)
         triangle.setParent(this);
+    updateMaterialRefCounts(true);
 }
 
 void CN_LevelEntityTriMesh::requestRenderer() {
@@ -152,8 +150,10 @@ void CN_LevelEntityTriMesh::loadEntitySpecificData(F_MemoryFile& file) {
         m_animation.loadAnimations(in);
         m_meshProperties.setAndCheckPhysicalMaterial();
     } else {
+        m_animation = CN_Animation();
         m_meshProperties.physicalMaterial.clear();
     }
+    m_geometryDirty = true;
     m_vertices.resize(in.readCount(MIN_VERTEX_RECORD));
     for (CN_TMVertex& vertex : m_vertices)
         vertex.load(in);

@@ -212,10 +212,12 @@ TEST(TriMesh, CountsMaterialsAndTheLightmapThatALoadFinds) {
     EXPECT_EQ(pool.getLightmap(5)->getRefCount(), 2);
     CN_LevelEntityTriMesh copy(level.mesh);
     EXPECT_EQ(copy.getTriangles()[0].getParent(), &copy);
-    EXPECT_EQ(stone->getUseCount(), 1);
-    copy.updateMaterialRefCounts(true);
     EXPECT_EQ(stone->getUseCount(), 2);
     EXPECT_EQ(standard->getUseCount(), 2);
+    copy = CN_LevelEntityTriMesh();
+    EXPECT_EQ(stone->getUseCount(), 1);
+    copy.setLightmapID(static_cast<unsigned long>(-1));
+    EXPECT_EQ(copy.getLightmapID(), NO_LIGHTMAP);
 
     EXPECT_EQ(test::reportCodes(level), "");
     stone->setName("Brick"); // the record's name is not there any more

@@ -63,8 +63,8 @@ TEST_F(MeshLevels, AreToldTheirFaults) {
     box->accessPolygonList()[5].accessEdgeList()[1].index(0) = box->getPolygonList()[5].getEdgeList()[1].index(1);
     cairn::CN_LevelFile::save(document, path("bad.cairn").string());
     EXPECT_EQ(problemsOf(json({"check", "--json", "bad.cairn"}, 1)),
-              (std::vector<std::string>{"warning repaired ::Box#5", "error polygon-nonplanar ::Box#0",
-                                        "error polygon-degenerate ::Box#5", "warning mesh-open ::Box#null"}));
+              (std::vector<std::string>{"error polygon-degenerate ::Box#5", "error polygon-nonplanar ::Box#0",
+                                        "warning mesh-open ::Box#null"}));
 }
 
 TEST_F(MeshLevels, ANodeOnAPolygonThatIsNotThereMakesThemUnreadable) {

@@ -36,14 +36,16 @@ CN_Mesh::~CN_Mesh() = default;
 
 void CN_Mesh::initializeMembers() { m_generalProperties.setGameplayCritical(false); }
 
-/// All that this class adds to the entity but the groups, which are children. The copied polygons count on their
-/// materials.
+/// All that this class adds to the entity but the groups, which are children, as is what stands on the polygons: copied
+/// children are bound by `CN_VirtualNode`. The copied polygons count on their materials.
 void CN_Mesh::copyGeometry(const CN_Mesh& other) {
     m_centerOfArea = other.m_centerOfArea;
     m_vertexList = other.m_vertexList;
     m_polygonList = other.m_polygonList;
-    for (CN_Polygon& polygon : m_polygonList)
+    for (CN_Polygon& polygon : m_polygonList) {
         polygon.setParent(this);
+        polygon.setAttachedEntity(nullptr);
+    }
     updateMaterialRefCounts(true);
     m_geometryDirty = m_bspDirty = true;
     m_uvDirty = other.m_uvDirty;
@@ -207,6 +209,7 @@ CN_LevelEntityPolygonGroup* CN_Mesh::addNewPolygroup(const CN_LevelEntityPolygon
     auto owned = std::make_unique<CN_LevelEntityPolygonGroup>(*group);
     CN_LevelEntityPolygonGroup* const copy = owned.get();
     copy->setDocument(getDocument());
+    copy->clearPolygonIndices();
     if (copyMembers)
         for (CN_Polygon* const polygon : group->getSet())
             copy->addPolygon(polygon);

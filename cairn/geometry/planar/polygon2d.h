@@ -1,7 +1,6 @@
 #pragma once
 
 #include "cairn/containers/dl_list.h"
-#include "cairn/foundation/strings.h"
 #include "cairn/geometry/planar/edge2d.h"
 #include "cairn/geometry/planar/lasso.h"
 #include "cairn/math/planar_space3.h"
@@ -161,47 +160,46 @@ class CN_2DPolygon {
     void makeTriangle(CN_2DEdge* edge, int vertex);
     /// @}
 
-    /// Writes the polygon as a picture (SVG) into the file "BASENUMBER.svg" of the folder, NUMBER counting the pictures of
-    /// this process, and a copy as "tempBASENUMBER.svg". Gives the path; throws an `F_Exception*` where it cannot be written.
-    string makeDebugPicture(const string& folder, const string& baseName) const;
-
   private:
-    /// The edges from a vertex to another.
+    /// An edge, at the vertex it starts at.
     struct Link {
         int to;
-        int count;
-        CN_2DEdge* edge; ///< not owned: the last one connected, or null
+        CN_2DEdge* edge; ///< not owned; null once cleared
+        bool counted;    ///< stands for an edge of the list, and is no mere connection
     };
+    using Links = std::vector<Link>;
 
     class Contours;
 
     void makeSpace(const Vector& origin);
-    void makeEdges();
+    void layOutEdges();
+    void layOutCorners();
     void uniteNgons();
     void copyFrom(const CN_2DPolygon& other);
     void clear();
-    const Link* findLink(int from, int to) const;
-    Link& makeLink(int from, int to) const;
-    void requireLinks() const;
+    std::vector<Links>& requireLinks() const;
+    const Links& linksFrom(int vertex) const { return requireLinks().at(static_cast<std::size_t>(vertex)); }
     void hangHoles();
+    void takeEdgesOfLassos();
+    void removeRedundantVertices();
 
-    std::vector<Point> m_vertices;                  ///< no two nearer than the tolerance
-    mutable std::vector<std::vector<Link>> m_links; ///< by the vertex they start at: made when first asked for
-    mutable bool m_linksMade = false;               ///< `m_links` follows the edges
-    std::vector<int> m_degrees;                     ///< edge ends of each vertex, of the last count
-    std::vector<int> m_ref;                         ///< places in the mesh's vertex list, -1 for none
-    std::vector<int> m_triangles;                   ///< three vertices each
-    EdgeList m_edges;                               ///< all edges
-    int m_numEdges = 0;                             ///< of `edges`
-    int m_numVertices = 0;                          ///< of `vertices`
-    int m_numTriangles = 0;                         ///< of `triangles`
-    CN_Polygon* m_source;                           ///< not owned
-    int m_valid = 1;                                ///< 0 for fewer than three corners
-    PlanarSpace m_space;                            ///< maps a point of the mesh's space into the plane
-    LassoList m_lassos;                             ///< the loops of a clip result
-    double m_snapTolerance;                         ///< points nearer than this are one
-    LassoContainer* m_holeCursor = nullptr;         ///< not owned: the last one given, null before the first
-    LassoContainer* m_topLevelCursor = nullptr;     ///< not owned: likewise
+    std::vector<Point> m_vertices;      ///< no two nearer than the tolerance
+    mutable std::vector<Links> m_links; ///< by the vertex they start at: made when first asked for, then kept in step
+    mutable bool m_linksMade = false;   ///< `m_links` follows the edges
+    std::vector<int> m_degrees;         ///< edge ends of each vertex, of the last count
+    std::vector<int> m_ref;             ///< places in the mesh's vertex list, -1 for none
+    std::vector<int> m_triangles;       ///< three vertices each
+    EdgeList m_edges;                   ///< all edges
+    int m_numEdges = 0;                 ///< of `edges`
+    int m_numVertices = 0;              ///< of `vertices`
+    int m_numTriangles = 0;             ///< of `triangles`
+    CN_Polygon* m_source = nullptr;     ///< not owned
+    int m_valid = 1;                    ///< 0 for fewer than three corners
+    PlanarSpace m_space;                ///< maps a point of the mesh's space into the plane
+    LassoList m_lassos;                 ///< the loops of a clip result
+    double m_snapTolerance = 0;         ///< points nearer than this are one
+    LassoContainer* m_holeCursor = nullptr;     ///< not owned: the last one given, null before the first
+    LassoContainer* m_topLevelCursor = nullptr; ///< not owned: likewise
 };
 
 } // namespace cairn

@@ -72,6 +72,7 @@ CN_Polygon::~CN_Polygon() {
 void CN_Polygon::copyFields(const CN_Polygon& other) {
     setExitDestination(other.m_exitDestination);
     m_attachedEntity = other.m_attachedEntity;
+    m_attachedNumber = other.m_attachedNumber;
     if (m_lists || other.m_lists) {
         accessLists().vertexBuffer = other.lists().vertexBuffer;
         accessLists().sharedEdgeList = other.lists().sharedEdgeList;
@@ -170,18 +171,27 @@ void CN_Polygon::sealExit(CN_Material* material) {
     }
     setExitDestination(nullptr);
     m_exitDestinationIndex = NON_EXIT_INDEX;
-    m_attachedEntity = nullptr;
+    setAttachedEntity(nullptr);
+}
+
+void CN_Polygon::setAttachedEntity(CN_LevelEntity* entity) {
+    m_attachedEntity = entity;
+    m_attachedNumber = entity ? entity->getProcessNumber() : 0;
+}
+
+/// The attached entity; null where it has died, and where another one lives at its address now.
+CN_LevelEntity* CN_Polygon::findAttachedEntity() const {
+    const bool lives =
+        CN_LevelEntity::isAlive(m_attachedEntity) && m_attachedEntity->getProcessNumber() == m_attachedNumber;
+    return lives ? m_attachedEntity : nullptr;
 }
 
 CN_LevelEntityRadiosityLight* CN_Polygon::getRadiosityLight() const {
-    return CN_LevelEntity::isAlive(m_attachedEntity) ? dynamic_cast<CN_LevelEntityRadiosityLight*>(m_attachedEntity)
-                                                     : nullptr;
+    return dynamic_cast<CN_LevelEntityRadiosityLight*>(findAttachedEntity());
 }
 
 CN_LevelEntityPortal* CN_Polygon::getLevelEntityPortal() const {
-    return isExitPolygon() && CN_LevelEntity::isAlive(m_attachedEntity)
-               ? dynamic_cast<CN_LevelEntityPortal*>(m_attachedEntity)
-               : nullptr;
+    return isExitPolygon() ? dynamic_cast<CN_LevelEntityPortal*>(findAttachedEntity()) : nullptr;
 }
 
 bool CN_Polygon::isSmoothed() const {

@@ -307,7 +307,7 @@ class CN_Polygon {
     /// @{
     /// The portal or radiosity light that stands for this polygon, or null.
     CN_LevelEntity* getAttachedEntity() const { return m_attachedEntity; }
-    void setAttachedEntity(CN_LevelEntity* entity) { m_attachedEntity = entity; }
+    void setAttachedEntity(CN_LevelEntity* entity);
     /// True if a radiosity light stands on this polygon.
     bool isLight() const { return getRadiosityLight() != nullptr; }
     /// That light, or null. An attached entity that is no longer alive counts as none.
@@ -424,6 +424,7 @@ class CN_Polygon {
     const Lists& lists() const { return m_lists ? *m_lists : noLists(); }
     Lists& accessLists();
     CN_Document* getDocument() const;
+    CN_LevelEntity* findAttachedEntity() const;
     CN_Mesh& requireMesh() const;
     void copyFields(const CN_Polygon& other);
     void adoptParts();
@@ -438,6 +439,7 @@ class CN_Polygon {
     CN_Polygon* m_exitDestination = nullptr;     ///< not owned: the partner, of an exit
     int m_exitDestinationIndex = NON_EXIT_INDEX; ///< the partner's number until a load has bound it
     CN_LevelEntity* m_attachedEntity = nullptr;  ///< not owned: a portal or radiosity light below the mesh
+    std::uint32_t m_attachedNumber = 0;          ///< that entity's process number: a copy of the polygon may outlive it
     std::unique_ptr<Lists> m_lists;              ///< null while all of them are empty
     Vector m_normal;                             ///< unit, in the mesh's space
     Vector m_worldNormal;                 ///< unit, in the world; after a load `normal`, until the hierarchy is updated

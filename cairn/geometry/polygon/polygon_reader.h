@@ -31,6 +31,7 @@ class CN_Polygon::Reader {
     bool isVertex(int index) const { return index >= 0 && index < m_vertexCount; }
     [[noreturn]] void fail(const string& what) const;
     void repaired(const std::string& text) const;
+    void report(const char* code, const std::string& text) const;
 
     CN_Mesh& m_mesh;
     CN_Document* m_document;              ///< not owned: may be null

@@ -75,25 +75,33 @@ Mended mendRows(PlanarSpace& space) {
 
 void CN_Polygon::save(F_MemoryFile& file) const {
     file.createChunk(0, CAIRN_POLYGON_VERSION);
-    file << m_polygonIndex << m_edgeList.count();
-    file << m_normal << m_referenceNormal << Matrix();
-    CN_savePlanarSpace(file, getUVSpace(0));
-    file << m_pointOnPlane << m_numHoles << m_lightmapMapping << m_polyMode;
+    {
+        F_MemoryFile::Run out(file, CN_PLANAR_SPACE_BYTES + 3 * sizeof(int) + (3 * 3 + 9) * sizeof(double));
+        out << m_polygonIndex << m_edgeList.count();
+        out << m_normal << m_referenceNormal << Matrix();
+        CN_savePlanarSpace(out, getUVSpace(0));
+        out << m_pointOnPlane << m_numHoles;
+    }
+    file << m_lightmapMapping << m_polyMode;
     const CN_Polygon* const partner = findWrittenPartner();
     file << (partner ? static_cast<int>(partner->m_polygonIndex) : NON_EXIT_INDEX);
     static const CString none;
     const CN_MaterialsCategory* const category = m_material ? m_material->getParent() : nullptr;
     file << (category ? category->name() : none) << (m_material ? m_material->name() : none);
-    for (const CN_Edge& edge : m_edgeList)
-        file << edge.index(0) << edge.index(1);
-
-    file << m_triangleList.count();
+    {
+        F_MemoryFile::Run out(file, EDGE_BYTES * static_cast<std::size_t>(m_edgeList.count()) + sizeof(int));
+        for (const CN_Edge& edge : m_edgeList)
+            out << edge.index(0) << edge.index(1);
+        out << m_triangleList.count();
+    }
     for (const CN_Triangle& triangle : m_triangleList) {
+        const std::vector<int>& corners = triangle.getVertices();
+        F_MemoryFile::Run out(file, sizeof m_worldNormal + (1 + corners.size()) * sizeof(int));
         if (!(m_saveFeatures & PF_NO_TRIANGLE_NORMALS))
-            file << m_worldNormal;
-        file << static_cast<int>(triangle.getVertices().size());
-        for (const int corner : triangle.getVertices())
-            file << corner;
+            out << m_worldNormal;
+        out << static_cast<int>(corners.size());
+        for (const int corner : corners)
+            out << corner;
     }
 
     if (m_saveFeatures & PF_UV_SPACES)
@@ -303,14 +311,18 @@ CN_Material* CN_Polygon::Reader::findMaterial() {
 void CN_Polygon::Reader::readEdges(int count) {
     const CN_Mesh::VertexList& vertices = m_mesh.getVertexList();
     m_polygon->m_edgeList.clear();
+    m_polygon->m_edgeList.reserve(count);
     for (int i = 0; i < count; ++i) {
         int a = 0, b = 0;
         *m_in >> a >> b;
         if (!isVertex(a) || !isVertex(b))
             fail(formatText("has an edge from vertex %d to vertex %d of %d", a, b, m_vertexCount));
         m_polygon->m_edgeList.emplace(a, b).setParent(m_polygon);
-        if (a == b || vertices[a] == vertices[b])
-            AfxMessageBox(formatText("Polygon %d has a null edge", static_cast<int>(m_polygon->m_polygonIndex)));
+        if (a == b || vertices[a] == vertices[b]) {
+            const string text = formatText("Polygon %d has a null edge", static_cast<int>(m_polygon->m_polygonIndex));
+            AfxMessageBox(text.c_str());
+            report("polygon-degenerate", text);
+        }
     }
 }
 
@@ -324,6 +336,7 @@ void CN_Polygon::Reader::readTriangles() {
         fail(formatText("has %d triangles", count));
     s_uiTriangleIndex += static_cast<unsigned int>(count);
     m_polygon->m_triangleList.clear();
+    m_polygon->m_triangleList.reserve(count);
     for (int i = 0; i < count; ++i) {
         Vector dropped;
         if (hasNormal)
@@ -405,12 +418,14 @@ void CN_Polygon::Reader::fail(const string& what) const {
                toString(m_mesh.getName()) + "\" " + what);
 }
 
-void CN_Polygon::Reader::repaired(const std::string& text) const {
+void CN_Polygon::Reader::repaired(const std::string& text) const { report("repaired", text); }
+
+void CN_Polygon::Reader::report(const char* code, const std::string& text) const {
     if (!m_document)
         return;
     const CN_Mesh::PolygonList& polygons = m_mesh.getPolygonList();
     const int place = polygons.last() == m_polygon ? polygons.count() - 1 : polygons.indexOf(m_polygon);
-    m_document->accessLoadReport().add("repaired", &m_mesh, place, text);
+    m_document->accessLoadReport().add(code, &m_mesh, place, text);
 }
 
 } // namespace cairn

@@ -171,6 +171,7 @@ void CN_Polygon::copyProperties(const CN_Polygon* source, bool local) {
     m_polyMode = source->m_polyMode;
     setExitDestination(source->m_exitDestination);
     m_attachedEntity = source->m_attachedEntity;
+    m_attachedNumber = source->m_attachedNumber;
     m_polygonIndex = source->m_polygonIndex;
     m_numHoles = source->m_numHoles;
     m_numVertices = source->m_numVertices;

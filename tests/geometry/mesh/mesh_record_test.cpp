@@ -163,7 +163,7 @@ TEST(PolygonRecord, RepairsWhatItCan) {
              p.edges = {{0, 0}};
          },
          [](const CN_Polygon& p, Shelf&) { EXPECT_TRUE(p.getUVSpace(0).getMatrix().isInvertible()); },
-         "Polygon 0 has an invalid texture space. Resetting...Polygon 0 has a null edge", 1},
+         "Polygon 0 has an invalid texture space. Resetting...Polygon 0 has a null edge", 2},
         {"a tilted extra space",
          [&](OldPolygon& p) {
              p.spaces = {{1, tilted}};
@@ -209,7 +209,7 @@ TEST(PolygonRecord, RepairsWhatItCan) {
          [](OldPolygon& p) {
              p.edges = {{0, 1}, {1, 1}, {1, 0}};
          },
-         [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getEdgeList().count(), 3); }, "Polygon 0 has a null edge", 0},
+         [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getEdgeList().count(), 3); }, "Polygon 0 has a null edge", 1},
         {"a lightmap that is not there", [](OldPolygon& p) { p.lightmap = 12; },
          [](const CN_Polygon& p, Shelf& shelf) {
              EXPECT_EQ(p.getLightmapMapping().getLightmapID(), 12u) << "kept as a number";

@@ -137,7 +137,7 @@ TEST(MeshTJunctions, SecondPassKeepsOutlinesAndAreas) {
     EXPECT_TRUE(CN_validateMesh(mesh, 1e-9).empty());
 }
 
-TEST(MeshTJunctions, FlippedFacesAndBack) {
+TEST(MeshUpkeep, FlippedFacesAndBack) {
     ShelfDocument document;
     CN_LevelEntityMesh& mesh = *test::pillarRoom(document);
     const Outcome before(mesh);

@@ -109,13 +109,57 @@ TEST(Mesh, PolygonsThatDieLeaveNobodyBehind) {
     EXPECT_EQ(portal->getPortalPolygon(), nullptr);
     EXPECT_TRUE(group->getSet().empty());
 
+    group->addPolygon(mesh.accessPolygonList().first());
+    group->generatePolygonIndicesFromPointers();
     CN_LevelEntityPolygonGroup* const copy = mesh.addNewPolygroup(group, true);
+    EXPECT_EQ(copy->getSet(), group->getSet());
+    EXPECT_TRUE(copy->getPolygonIndices().empty());
     EXPECT_EQ(mesh.getPolygonGroups().size(), 2u);
     mesh.remove(copy);
     EXPECT_EQ(mesh.getPolygonGroups(), CN_Mesh::PolygonGroups{group});
     delete copy;
     CN_LevelEntityMesh& floor = *test::unitFloor(document);
     EXPECT_FALSE(floor.deletePolygon(floor.accessPolygonList().first()));
+}
+
+TEST(Mesh, ACopyKnowsNothingOfWhatStandsOnTheOriginal) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::twoRooms(document);
+    CN_Polygon* const exit = &mesh.accessPolygonList()[4];
+    CN_LevelEntityPolygonGroup settings;
+    settings.addPolygon(exit);
+    mesh.addOwned(std::make_unique<CN_LevelEntityPolygonGroup>(settings), false);
+    settings.removeAll();
+    const std::unique_ptr<CN_LevelEntityMesh> copy(static_cast<CN_LevelEntityMesh*>(mesh.clone()));
+    EXPECT_EQ(copy->getPolygonList()[4].getAttachedEntity(), nullptr);
+
+    const CN_Polygon polygonCopy(*exit);
+    EXPECT_EQ(polygonCopy.getLevelEntityPortal(), exit->getLevelEntityPortal());
+    CN_LevelEntityPortal* const portal = exit->getLevelEntityPortal();
+    mesh.remove(portal);
+    delete portal;
+    const CN_LevelEntityPortal next; // may well stand where the dead one stood
+    EXPECT_EQ(polygonCopy.getLevelEntityPortal(), nullptr);
+}
+
+TEST(Mesh, CountsItsMaterialsHoweverItComesAndGoes) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::boxRoom(document);
+    const CN_Material& material = *document.accessMaterials().getDefaultMaterial();
+    mesh.makeDynamic(false);
+    EXPECT_EQ(material.getUseCount(), 6);
+    CN_LevelEntityMesh still;
+    still.setDocument(&document);
+    F_MemoryFile file;
+    still.saveEntitySpecificData(file);
+    file.toRead();
+    mesh.loadEntitySpecificData(file);
+    EXPECT_EQ(material.getUseCount(), 0);
+    EXPECT_EQ(mesh.getKeyframes(), nullptr) << "of the dynamic mesh it was";
+    test::boxRoom(document);
+    EXPECT_EQ(material.getUseCount(), 6);
+    document.createCairnLevelEntities();
+    EXPECT_EQ(material.getUseCount(), 0);
 }
 
 TEST(Mesh, TexturizesWhatIsNoExit) {
