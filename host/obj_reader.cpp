@@ -57,13 +57,21 @@ class LineTaker {
         }
         line = m_rest.substr(0, end);
         m_rest.remove_prefix(end);
-        line = asciiTrimmed(line.substr(0, line.find('#')));
+        line = asciiTrimmed(line.substr(0, commentOf(line)));
         return true;
     }
     /// The number of the line that was taken last, of its first where it goes on; from 1.
     std::uint32_t number() const { return m_line; }
 
   private:
+    /// Where a comment begins: at a "#" ahead of which there is nothing or a blank, as names may hold one.
+    static std::size_t commentOf(std::string_view line) {
+        std::size_t at = line.find('#');
+        while (at != std::string_view::npos && at > 0 && !asciiIsSpace(line[at - 1]))
+            at = line.find('#', at + 1);
+        return at;
+    }
+
     std::string_view m_rest;
     std::uint32_t m_line = 1;
     std::uint32_t m_taken = 0; ///< lines of the text in the one taken last
