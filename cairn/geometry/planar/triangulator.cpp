@@ -6,8 +6,11 @@
 #include <triangle.h> // last: it defines short macros and global types
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <csetjmp>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 namespace {
@@ -220,6 +223,26 @@ void scaleToRange(std::vector<double>& coordinates) {
     }
 }
 
+/// True where no two points are the same: Triangle leaves out the second one and then fails over the segments that name it.
+bool areDistinct(const std::vector<double>& c) {
+    const std::size_t count = c.size() / 2;
+    // Open addressing, at most half full.
+    std::vector<int> table(std::bit_ceil(2 * count), -1);
+    for (std::size_t i = 0; i < count; ++i) {
+        const double x = c[2 * i] + 0.0, y = c[2 * i + 1] + 0.0; // one zero
+        const std::uint64_t key =
+            (std::bit_cast<std::uint64_t>(x) ^ std::rotl(std::bit_cast<std::uint64_t>(y), 31)) * 0x9E3779B97F4A7C15u;
+        std::size_t slot = static_cast<std::size_t>(key >> 32) & (table.size() - 1);
+        for (; table[slot] >= 0; slot = (slot + 1) & (table.size() - 1)) {
+            const std::size_t other = 2 * static_cast<std::size_t>(table[slot]);
+            if (c[other] == x && c[other + 1] == y)
+                return false;
+        }
+        table[slot] = static_cast<int>(i);
+    }
+    return true;
+}
+
 /// True unless all points lie on one line, or so near to one that rounding cannot tell.
 bool spansArea(const std::vector<double>& c) {
     // The error of the determinant below, relative to the sum of its parts (Shewchuk's orient2d).
@@ -254,7 +277,7 @@ class Triangulation {
         if (!isSound())
             return;
         scaleToRange(m_coordinates);
-        if (!spansArea(m_coordinates))
+        if (!spansArea(m_coordinates) || !areDistinct(m_coordinates))
             return;
         triangulateio input{};
         input.pointlist = m_coordinates.data();
