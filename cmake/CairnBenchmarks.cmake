@@ -37,8 +37,12 @@ foreach(_scene IN LISTS _scenes)
     add_executable(bench_${_name} "${_scene}")
     set_target_properties(bench_${_name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bench")
     target_link_libraries(bench_${_name} PRIVATE ${_bench_libraries} benchmark::benchmark_main)
+    target_compile_definitions(bench_${_name} PRIVATE CAIRN_BENCH_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
     add_dependencies(bench bench_${_name})
 endforeach()
+if(TARGET bench_import)
+    target_link_libraries(bench_import PRIVATE cairn_host)
+endif()
 
 # The triangulation stands beside the library it calls, bare, and beside two that do the same work. They are linked to this
 # program alone: CGAL asks for exact rounding, which slows down everybody else.

@@ -1,11 +1,12 @@
 #include "cairn/foundation/file.h"
 #include "host/command_line.h"
 #include "host/level_session.h"
-#include "host/map_import.h"
+#include "host/obj_import.h"
 
 #include <fmt/format.h>
 
-#include <cmath>
+#include <filesystem>
+#include <optional>
 
 namespace cairn::host {
 
@@ -15,36 +16,90 @@ struct ImportOptions : CommonOptions {
     std::string source;
     std::string output;
     std::string format; ///< empty: the source's ending decides
-    double scale = DEFAULT_MAP_SCALE;
+    std::optional<double> scale;
+    std::string textures; ///< folder of images, empty for none
 };
 
-void requireMap(const ImportOptions& options) {
-    const bool named = !options.format.empty() || options.source == "-";
-    if (options.format.empty() && options.source == "-")
-        throw Failure(ExitCode::COMMAND_LINE, "import", "--format is required with standard input");
-    const std::string_view source = options.source;
-    const bool endsInMap = source.size() >= 4 && asciiEqualNoCase(source.substr(source.size() - 4), ".map");
-    if (!named && !endsInMap)
-        throw Failure(ExitCode::COMMAND_LINE, options.source, "the ending is not that of a format to import (.map)");
+bool endsIn(std::string_view name, std::string_view ending) {
+    return name.size() >= ending.size() && asciiEqualNoCase(name.substr(name.size() - ending.size()), ending);
 }
 
-std::vector<unsigned char> readSource(const std::string& source) {
-    const F_File::Bounds bounds{MAX_MAP_BYTES};
-    return source == "-" ? F_File::readAll(stdin, "standard input", bounds) : F_File::readAll(source, bounds);
+std::string formatOf(const ImportOptions& options) {
+    if (!options.format.empty())
+        return options.format;
+    if (options.source == "-")
+        throw Failure(ExitCode::COMMAND_LINE, "import", "--format is required with standard input");
+    for (const char* format : {"map", "obj"})
+        if (endsIn(options.source, std::string(".") + format))
+            return format;
+    throw Failure(ExitCode::COMMAND_LINE, options.source, "the ending is not that of a format to import (.map, .obj)");
+}
+
+std::string readSource(const std::string& source, std::size_t most) {
+    const F_File::Bounds bounds{most};
+    const std::vector<unsigned char> bytes =
+        source == "-" ? F_File::readAll(stdin, "standard input", bounds) : F_File::readAll(source, bounds);
+    return {bytes.begin(), bytes.end()};
+}
+
+/// What the source is called without its folder and ending.
+std::string nameOf(const ImportOptions& options) {
+    const std::string stem = options.source == "-" ? "" : std::filesystem::path(options.source).stem().string();
+    return stem.empty() ? "imported" : stem;
+}
+std::filesystem::path folderOf(const ImportOptions& options) {
+    const std::filesystem::path folder = std::filesystem::path(options.source).parent_path();
+    return folder.empty() ? "." : folder;
+}
+
+ImportImages openImages(const ImportOptions& options, const std::string& format) {
+    if (!options.textures.empty())
+        return withFailure(ExitCode::INPUT, options.textures, [&] { return ImportImages(options.textures); });
+    // An object's materials name their images from its own folder.
+    return format == "obj" && options.source != "-" ? ImportImages::withoutSearch(folderOf(options)) : ImportImages();
+}
+
+/// What an import says when it is done.
+struct Told {
+    std::vector<ImportFinding> findings;
+    std::string summary;
+};
+
+Told importMapSource(const ImportOptions& options, const ImportImages& images, CN_Document& document) {
+    const std::string text = readSource(options.source, MAX_MAP_BYTES);
+    const MapFile map = readMap(text);
+    const double scale = options.scale.value_or(DEFAULT_MAP_SCALE);
+    ImportMaterials materials(document, nameOf(options), 1 / scale, images);
+    MapImportSummary summary = importMap(map, scale, materials, document);
+    return {std::move(summary.findings), summary.text()};
+}
+
+Told importObjSource(const ImportOptions& options, const ImportImages& images, CN_Document& document) {
+    const std::string text = readSource(options.source, MAX_OBJ_BYTES);
+    const ObjFile object = readObj(text);
+    std::vector<ImportFinding> findings;
+    ObjImages names;
+    if (options.source != "-")
+        names = readObjMaterials(object, folderOf(options), findings);
+    const double scale = options.scale.value_or(1);
+    ImportMaterials materials(document, nameOf(options), ImportMaterials::GENERATED_SIZE / scale, images);
+    const ObjImportSummary summary = importObj(object, names, nameOf(options), scale, materials, document);
+    return {std::move(findings), summary.text()};
 }
 
 ExitCode runImport(const ImportOptions& options, Console& console) {
-    requireMap(options);
+    const std::string format = formatOf(options);
+    const ImportImages images = openImages(options, format);
     const LevelSession session(console, options.content);
     const auto document = session.createDocument();
     document->createCairnLevelEntities();
-    const MapImportSummary summary = withFailure(ExitCode::INPUT, options.source, [&] {
-        const std::vector<unsigned char> bytes = readSource(options.source);
-        const MapFile map = readMap({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-        return importMap(map, options.scale, *document);
+    const Told told = withFailure(ExitCode::INPUT, options.source, [&] {
+        return (format == "obj" ? importObjSource : importMapSource)(options, images, *document);
     });
     session.save(*document, options.output, console);
-    console.note(options.source, summary.text());
+    for (const ImportFinding& finding : told.findings)
+        console.warn(options.source, fmt::format("line {}: {}", finding.line, finding.text));
+    console.note(options.source, told.summary);
     return ExitCode::DONE;
 }
 
@@ -58,15 +113,20 @@ std::string refuseBadScale(const std::string& text) {
 
 void addImportCommand(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<ImportOptions>();
-    CLI::App* command = app.add_subcommand("import", "Make a level of the point entities of a Quake-family .map");
+    CLI::App* command = app.add_subcommand("import", "Make a level of a Quake-family .map or a Wavefront .obj");
     command->add_option("SOURCE", options->source, "File to import; \"-\" for standard input")->required();
     addOutput(*command, options->output);
     command->add_option("--format", options->format, "Format of the source where its ending does not tell")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"map"}));
-    command->add_option("--scale", options->scale, "Units of the level to one of the source, by default 1/32")
+        ->check(CLI::IsMember({"map", "obj"}));
+    command
+        ->add_option("--scale", options->scale,
+                     "Units of the level to one of the source, by default 1/32 for a .map and 1 for a .obj")
         ->type_name("S")
         ->check(refuseBadScale);
+    command->add_option("--textures", options->textures, "Folder with the image files that the source names")
+        ->type_name("DIR")
+        ->check(refuseStandardStream);
     options->addContent(*command);
     options->addQuiet(*command);
     onChosen(*command, options, runImport, chosen);

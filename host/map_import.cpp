@@ -2,10 +2,11 @@
 
 #include "cairn/document/document.h"
 #include "cairn/document/entity_factory.h"
-#include "cairn/document/name_validator.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/dyn_pointlight.h"
 #include "cairn/foundation/exception.h"
+#include "cairn/materials/material.h"
+#include "host/brush_solid.h"
 #include "host/entity_text.h"
 
 #include <fmt/format.h>
@@ -16,6 +17,7 @@
 #include <limits>
 #include <numbers>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace cairn::host {
@@ -49,6 +51,29 @@ int kindOf(std::string_view className) {
         ->kind;
 }
 
+/// Classes whose brushes move in the game, by how they begin.
+constexpr std::string_view MOVING_CLASSES[] = {"func_door",     "func_plat",  "func_train",    "func_button",
+                                               "func_rotat",    "func_bob",   "func_pendulum", "func_movewall",
+                                               "func_elevator", "func_mover", "func_water",    "func_tank",
+                                               "func_push",     "momentary_", "rotate_object"};
+
+bool begins(std::string_view className, std::string_view prefix) { return className.starts_with(prefix); }
+bool moves(std::string_view className) {
+    return std::any_of(std::begin(MOVING_CLASSES), std::end(MOVING_CLASSES),
+                       [&](std::string_view prefix) { return begins(className, prefix); });
+}
+
+/// The two axes of a texture on a face, along its width and its height, as the standard form takes them: those of the side of
+/// a block that the face looks to most, the first of them where two are alike. Published with the compilers of the
+/// format.
+struct StandardAxes {
+    Vector normal, width, height;
+};
+const StandardAxes STANDARD_AXES[] = {
+    {{0, 0, 1}, {1, 0, 0}, {0, -1, 0}},  {{0, 0, -1}, {1, 0, 0}, {0, -1, 0}}, {{1, 0, 0}, {0, 1, 0}, {0, 0, -1}},
+    {{-1, 0, 0}, {0, 1, 0}, {0, 0, -1}}, {{0, 1, 0}, {1, 0, 0}, {0, 0, -1}},  {{0, -1, 0}, {1, 0, 0}, {0, 0, -1}},
+};
+
 /// A map's X forward, Y left, Z up in our X right, Y up, Z forward. It mirrors: their space is right-handed.
 Vector fromMap(const Vector& v) { return {-v.y, v.z, v.x}; }
 
@@ -79,18 +104,40 @@ Matrix rotationOf(double pitch, double yaw, double roll) {
     return {fromMap(right), fromMap(up), fromMap(forward)};
 }
 
+/// The axes of a face's texture in the map's space, a texel long along each, turned as the face says.
+void standardAxes(const MapFace& face, const Vector& normal, Vector axes[2]) {
+    const StandardAxes* best = STANDARD_AXES;
+    for (const StandardAxes& axis : STANDARD_AXES)
+        if (axis.normal.dot(normal) > best->normal.dot(normal))
+            best = &axis;
+    // The turn is in the plane of the two axes as coordinates count in it, which an axis that runs downwards mirrors.
+    const auto [sine, cosine] = turnOf(face.rotation);
+    const Vector across = best->width;
+    const Vector up(std::abs(best->height.x), std::abs(best->height.y), std::abs(best->height.z));
+    const auto turned = [&](const Vector& axis) {
+        const double s = axis.dot(across), t = axis.dot(up);
+        return across * (cosine * s - sine * t) + up * (sine * s + cosine * t);
+    };
+    axes[0] = turned(best->width);
+    axes[1] = turned(best->height);
+}
+
 /// Makes the entities of one map.
 class MapImporter {
   public:
-    MapImporter(const MapFile& map, double scale, CN_Document& document)
-        : m_map(map), m_scale(scale), m_document(document) {}
+    MapImporter(const MapFile& map, double scale, ImportMaterials& materials, CN_Document& document)
+        : m_map(map), m_scale(scale), m_materials(materials), m_document(document) {}
 
     MapImportSummary import() {
         m_start = findPlayerStart();
         m_summary.brushes = m_map.total();
         for (const MapEntity& entity : m_map.entities)
             importEntity(entity);
-        return m_summary;
+        for (const MapBrush& brush : m_map.looseOnes)
+            importWorldBrush(brush);
+        numberPolygons(m_document);
+        m_summary.materials = m_materials.getCounts();
+        return std::move(m_summary);
     }
 
   private:
@@ -107,10 +154,13 @@ class MapImporter {
         for (const char* key : {"targetname", "target"})
             m_summary.links += m_map.find(entity, key) ? 1u : 0u;
         const std::string_view className = classOf(entity);
-        if (className == "worldspawn")
+        if (className == "worldspawn") {
+            for (const MapBrush& brush : brushesOf(entity))
+                importWorldBrush(brush);
             return;
+        }
         if (entity.counts.any()) {
-            ++m_summary.brushEntities;
+            importBrushEntity(entity, className);
             return;
         }
         if (&entity == m_start) {
@@ -122,7 +172,126 @@ class MapImporter {
         create(entity, kindOf(className));
     }
 
+    std::span<const MapBrush> brushesOf(const MapEntity& entity) const {
+        return {m_map.brushes.data() + entity.firstBrush, entity.counts.brushes};
+    }
+
+    void importWorldBrush(const MapBrush& brush) {
+        if (const std::optional<ImportMesh> mesh = makeMesh(brush, m_worldBrushes++))
+            addImportMesh(*mesh, *m_document.accessLevel(), m_summary.meshes);
+    }
+
+    void importBrushEntity(const MapEntity& entity, std::string_view className) {
+        std::vector<ImportMesh> meshes;
+        std::size_t number = 0;
+        for (const MapBrush& brush : brushesOf(entity))
+            if (std::optional<ImportMesh> mesh = makeMesh(brush, number++))
+                meshes.push_back(std::move(*mesh));
+        CN_LevelEntity& machine = add(entity, CN_KIND_FSM);
+        ++m_summary.brushEntities;
+        machine.setPosition(m_map.find(entity, "origin") ? originOf(entity) : middleOf(meshes));
+        machine.handleOwnHierarchy();
+        for (const ImportMesh& mesh : meshes) {
+            CN_LevelEntityMesh& made = addImportMesh(mesh, machine, m_summary.meshes);
+            if (begins(className, "trigger_")) {
+                CN_TriggerProperties properties;
+                properties.playerTrigger = true;
+                made.setTriggerProperties(&properties);
+            } else if (moves(className))
+                made.makeDynamic(true);
+        }
+    }
+    static Vector middleOf(const std::vector<ImportMesh>& meshes) {
+        std::vector<Vector> corners;
+        for (const ImportMesh& mesh : meshes)
+            corners.insert(corners.end(), mesh.corners.begin(), mesh.corners.end());
+        return gridMiddle(corners);
+    }
+
+    /// The solid of a brush in our space; none, which is told, where it has none.
+    std::optional<ImportMesh> makeMesh(const MapBrush& brush, std::size_t number) {
+        const std::span<const MapFace> faces(m_map.faces.data() + brush.firstFace, brush.faceCount);
+        if (brush.faceCount > MAX_BRUSH_FACES) {
+            loseBrush(brush, fmt::format("it has more than {} faces", MAX_BRUSH_FACES));
+            return std::nullopt;
+        }
+        // Near the origin numbers are at their finest; whole steps there and back lose nothing.
+        const Vector middle = middleOf(faces);
+        std::vector<BrushPlane> planes(faces.size());
+        for (std::size_t i = 0; i < faces.size(); ++i) {
+            const Vector points[3] = {pointOf(faces[i], 0) - middle, pointOf(faces[i], 1) - middle,
+                                      pointOf(faces[i], 2) - middle};
+            if (!makeBrushPlane(points, planes[i])) {
+                loseBrush(brush, fmt::format("the points of its face on line {} give no plane", faces[i].line));
+                return std::nullopt;
+            }
+        }
+        const BrushSolid solid = intersectHalfSpaces(planes);
+        if (!solid.isSolid()) {
+            loseBrush(brush, solid.fault);
+            return std::nullopt;
+        }
+        m_summary.idleFaces += solid.idle.size();
+        ImportMesh mesh;
+        mesh.name = fmt::format("Brush{}", number);
+        for (const Vector& corner : solid.corners)
+            mesh.corners.push_back(fromMap((corner + middle) * m_scale));
+        for (const BrushSolid::Face& face : solid.faces)
+            mesh.faces.push_back(makeFace(faces[face.plane], planes[face.plane].normal, face.corners));
+        return mesh;
+    }
+    static Vector pointOf(const MapFace& face, int i) {
+        return {face.points[i][0], face.points[i][1], face.points[i][2]};
+    }
+    static Vector middleOf(std::span<const MapFace> faces) {
+        Vector sum;
+        for (const MapFace& face : faces)
+            for (int i = 0; i < 3; ++i)
+                sum += pointOf(face, i) / (3 * static_cast<double>(faces.size()));
+        return {std::floor(sum.x), std::floor(sum.y), std::floor(sum.z)};
+    }
+
+    void loseBrush(const MapBrush& brush, const std::string& why) {
+        ++m_summary.lostBrushes;
+        if (m_summary.findings.size() < MapImportSummary::MAX_FINDINGS)
+            m_summary.findings.push_back({brush.line, "a brush is not imported: " + why});
+    }
+
+    ImportFace makeFace(const MapFace& source, const Vector& normal, const std::vector<std::uint32_t>& corners) {
+        ImportFace face;
+        face.corners.assign(corners.rbegin(), corners.rend()); // the way into our space mirrors
+        face.normal = fromMap(normal);
+        CN_Material& material = m_materials.get(source.texture);
+        face.material = &material;
+        face.mapping = mappingOf(source, normal, material);
+        return face;
+    }
+
+    /// A map's axes give texels; repeats are as many as the texture has.
+    ImportMapping mappingOf(const MapFace& face, const Vector& normal, const CN_Material& material) const {
+        Vector axes[2];
+        if (face.valve)
+            for (int i = 0; i < 2; ++i)
+                axes[i] = {face.axes[i][0], face.axes[i][1], face.axes[i][2]};
+        else
+            standardAxes(face, normal, axes);
+        const CN_Texture* const texture = material.getTexture();
+        const double size[2] = {texture ? std::max(texture->getWidth(), 1) : 1.0,
+                                texture ? std::max(texture->getHeight(), 1) : 1.0};
+        const auto axis = [&](int i) {
+            const double texel = face.scale[i] == 0 ? 1 : face.scale[i]; // 0 means the usual
+            return fromMap(axes[i]) / (texel * size[i] * m_scale);
+        };
+        return {axis(0), axis(1), {face.offset[0] / size[0], face.offset[1] / size[1]}};
+    }
+
     void create(const MapEntity& entity, int kind) {
+        place(entity, add(entity, kind));
+        ++m_summary.made[kind];
+    }
+
+    /// A new entity of that kind below the root, with the name of the class.
+    CN_LevelEntity& add(const MapEntity& entity, int kind) {
         const std::string_view className = classOf(entity);
         std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, &m_document));
         if (!made)
@@ -133,27 +302,30 @@ class MapImporter {
         if (auto* light = dynamic_cast<CN_LevelEntityDynPointlight*>(made.get()))
             setLight(entity, *light);
         CN_LevelEntity& placed = *made;
-        m_document.accessLevel()->add(made.release(), false);
-        place(entity, placed);
-        ++m_summary.made[kind];
+        m_document.accessLevel()->addOwned(std::move(made), false);
+        return placed;
     }
 
     /// Gives the entity its place and direction; it must stand in the tree.
     void place(const MapEntity& entity, CN_LevelEntity& placed) {
-        Vector position;
-        if (const MapKey* origin = m_map.find(entity, "origin")) {
-            double n[3];
-            if (readMapNumbers(origin->value, n, 3))
-                position = fromMap({n[0] * m_scale, n[1] * m_scale, n[2] * m_scale});
-            else
-                throw new F_Exception(fmt::format("line {}: an origin must be three numbers", origin->line));
-            if (!position.isFinite())
-                throw new F_Exception(fmt::format("line {}: an origin is too far away", origin->line));
-        }
-        placed.setPosition(position);
+        placed.setPosition(originOf(entity));
         if (placed.getEntityId() != CN_KIND_DYN_POINTLIGHT) // it shines to all sides
             if (const std::optional<Matrix> rotation = rotationFor(entity))
                 placed.setRotation(*rotation);
+    }
+
+    /// The place that an entity's `origin` names, our origin where it has none.
+    Vector originOf(const MapEntity& entity) const {
+        const MapKey* const origin = m_map.find(entity, "origin");
+        if (!origin)
+            return {};
+        double n[3];
+        if (!readMapNumbers(origin->value, n, 3))
+            throw new F_Exception(fmt::format("line {}: an origin must be three numbers", origin->line));
+        const Vector position = fromMap({n[0] * m_scale, n[1] * m_scale, n[2] * m_scale});
+        if (!position.isFinite())
+            throw new F_Exception(fmt::format("line {}: an origin is too far away", origin->line));
+        return position;
     }
 
     std::optional<Matrix> rotationFor(const MapEntity& entity) {
@@ -209,33 +381,44 @@ class MapImporter {
 
     const MapFile& m_map;
     double m_scale;
+    ImportMaterials& m_materials;
     CN_Document& m_document;
+    std::size_t m_worldBrushes = 0;     ///< so far: their numbers
     const MapEntity* m_start = nullptr; ///< not owned: gives the player its place, null for none
     MapImportSummary m_summary;
 };
+
+} // namespace
+
+MapImportSummary importMap(const MapFile& map, double scale, ImportMaterials& materials, CN_Document& document) {
+    return MapImporter(map, scale, materials, document).import();
+}
+
+MapImportSummary importMap(const MapFile& map, double scale, CN_Document& document) {
+    const ImportImages none;
+    ImportMaterials materials(document, "map", 1 / scale, none);
+    return importMap(map, scale, materials, document);
+}
 
 std::string counted(std::size_t number, const char* one, const char* many) {
     return fmt::format("{} {}", number, number == 1 ? one : many);
 }
 
-} // namespace
-
-MapImportSummary importMap(const MapFile& map, double scale, CN_Document& document) {
-    return MapImporter(map, scale, document).import();
-}
-
-std::string toEntityName(std::string_view className) {
-    constexpr std::size_t LONGEST = 40;
-    std::string name(className.substr(0, LONGEST));
-    for (char& c : name)
-        if (!asciiIsAlnum(c) && c != '+' && c != '-' && c != '_')
-            c = '_';
-    if (name.empty())
-        name = "unnamed";
-    if (!asciiIsAlnum(name[0]))
-        name.insert(0, "e");
-    // What is still refused is a reserved word.
-    return CN_NameValidator::instance()->isValidEntityName(string(name)) ? name : name + "_";
+std::string meshText(const ImportMeshCounts& meshes, const ImportMaterials::Counts& materials) {
+    std::string text;
+    if (const std::size_t number = materials.found + materials.generated; number > 0)
+        text += fmt::format("; {}, {} with a generated image", counted(number, "material", "materials"),
+                            materials.generated);
+    if (materials.undecoded > 0)
+        text += fmt::format(
+            "; {}", counted(materials.undecoded, "image that cannot be decoded", "images that cannot be decoded"));
+    if (meshes.unmapped > 0)
+        text += fmt::format("; {}", counted(meshes.unmapped, "polygon whose texture's axes are none has the usual ones",
+                                            "polygons whose textures' axes are none have the usual ones"));
+    if (meshes.untriangulated > 0)
+        text += fmt::format("; {}", counted(meshes.untriangulated, "polygon could not be triangulated",
+                                            "polygons could not be triangulated"));
+    return text;
 }
 
 std::string MapImportSummary::text() const {
@@ -248,14 +431,20 @@ std::string MapImportSummary::text() const {
     std::string text =
         fmt::format("imported {}{}, player {}", counted(total, "entity", "entities"),
                     kinds.empty() ? "" : fmt::format(" ({})", kinds), playerPlaced ? "placed" : "at the origin");
+    if (meshes.meshes > 0)
+        text += fmt::format("; {} of {}", counted(meshes.polygons, "polygon", "polygons"),
+                            counted(meshes.meshes, "brush", "brushes"));
+    if (brushEntities > 0)
+        text += fmt::format(", {} with brushes", counted(brushEntities, "entity", "entities"));
+    text += meshText(meshes, materials);
+    if (lostBrushes > 0)
+        text += fmt::format("; {} not imported", counted(lostBrushes, "brush", "brushes"));
+    if (idleFaces > 0)
+        text +=
+            fmt::format("; {} left out", counted(idleFaces, "face that bounds nothing", "faces that bound nothing"));
     std::vector<std::string> left;
-    if (brushes.brushes > 0)
-        left.push_back(fmt::format("{} ({})", counted(brushes.brushes, "brush", "brushes"),
-                                   counted(brushes.faces(), "face", "faces")));
     if (brushes.patches > 0)
         left.push_back(counted(brushes.patches, "patch", "patches"));
-    if (brushEntities > 0)
-        left.push_back(counted(brushEntities, "brush entity", "brush entities"));
     if (links > 0)
         left.push_back(counted(links, "targetname or target", "targetnames and targets"));
     if (!left.empty())

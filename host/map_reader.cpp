@@ -13,25 +13,6 @@ namespace cairn::host {
 
 namespace {
 
-/// A finite decimal number that takes up all of `word`.
-bool readNumber(std::string_view word, double& number) {
-    if (word.size() > 1 && word[0] == '+' && word[1] != '-')
-        word.remove_prefix(1);
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    return error == std::errc() && end == word.data() + word.size() && std::isfinite(number);
-}
-
-/// A quoted piece of a file for a text about it: short, and without what would break a line.
-std::string shown(std::string_view word) {
-    constexpr std::size_t LONGEST = 40;
-    std::string text;
-    for (const char c : word.substr(0, LONGEST)) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += byte < 0x20 || byte >= 0x7f ? fmt::format("\\x{:02X}", byte) : std::string(1, c);
-    }
-    return word.size() > LONGEST ? text + "..." : text;
-}
-
 /// Reads one text from front to back. Where a word ends depends on what is expected: a texture's name may hold braces
 /// and quotes, a number ends before a parenthesis.
 class MapParser {
@@ -47,7 +28,7 @@ class MapParser {
             expect('{', "an entity's opening brace");
             const std::uint32_t line = m_line;
             if (beginsBrush())
-                readBrush(line, m_file.loose);
+                readBrush(line, m_file.loose, m_file.looseOnes);
             else
                 readEntity(line);
         }
@@ -61,7 +42,7 @@ class MapParser {
     [[noreturn]] void failExpected(const char* what) const {
         if (m_at == m_end)
             fail(m_line, fmt::format("{} expected, the file ends", what));
-        fail(m_line, fmt::format("{} expected, found \"{}\"", what, shown(peekWord())));
+        fail(m_line, fmt::format("{} expected, found \"{}\"", what, shownPiece(peekWord())));
     }
     std::string_view peekWord() const {
         const char* end = m_at;
@@ -128,31 +109,31 @@ class MapParser {
         return at == m_end || *at == '\n';
     }
 
-    void takeTexture() {
+    std::string_view takeTexture() {
         if (!skipBlanks())
             failExpected("a texture's name");
         if (*m_at == '"')
-            takeQuoted("a texture's name");
-        else
-            m_at += peekWord().size();
+            return takeQuoted("a texture's name");
+        const std::string_view name = peekWord();
+        m_at += name.size();
+        return name;
     }
 
     /// The number that stands here; false, with nothing taken, where none does.
-    bool takeNumber() {
+    bool takeNumber(double& number) {
         if (!skipBlanks() || !(asciiIsDigit(*m_at) || *m_at == '-' || *m_at == '+' || *m_at == '.'))
             return false;
         const char* end = m_at;
         while (end != m_end && !asciiIsSpace(*end) && !std::strchr("()[]{}\"", *end))
             ++end;
-        double number = 0;
-        if (!readNumber({m_at, static_cast<std::size_t>(end - m_at)}, number))
+        if (!readFiniteNumber({m_at, static_cast<std::size_t>(end - m_at)}, number))
             return false;
         m_at = end;
         return true;
     }
-    void expectNumbers(int count, const char* what) {
+    void expectNumbers(double* numbers, int count, const char* what) {
         for (int i = 0; i < count; ++i)
-            if (!takeNumber())
+            if (!takeNumber(numbers[i]))
                 failExpected(what);
     }
 
@@ -162,11 +143,12 @@ class MapParser {
         MapEntity entity;
         entity.line = line;
         entity.firstKey = static_cast<std::uint32_t>(m_file.keys.size());
+        entity.firstBrush = static_cast<std::uint32_t>(m_file.brushes.size());
         while (!take('}')) {
             if (stands('"'))
                 readKey();
             else if (take('{'))
-                readBrush(m_line, entity.counts);
+                readBrush(m_line, entity.counts, m_file.brushes);
             else
                 failExpected("a key, a brush or an entity's closing brace");
         }
@@ -185,16 +167,20 @@ class MapParser {
     /// True where what follows an opening brace belongs to a brush and not to an entity.
     bool beginsBrush() { return skipBlanks() && *m_at != '"' && *m_at != '{' && *m_at != '}'; }
 
-    void readBrush(std::uint32_t line, MapBrushCounts& counts) {
+    void readBrush(std::uint32_t line, MapBrushCounts& counts, std::vector<MapBrush>& brushes) {
         if (takeWord("patchDef2") || takeWord("patchDef3")) {
             readPatch();
             ++counts.patches;
         } else {
-            const std::uint32_t before = counts.faces();
+            MapBrush brush;
+            brush.line = line;
+            brush.firstFace = static_cast<std::uint32_t>(m_file.faces.size());
             while (stands('('))
                 readFace(counts);
-            if (counts.faces() == before)
+            brush.faceCount = static_cast<std::uint32_t>(m_file.faces.size()) - brush.firstFace;
+            if (brush.faceCount == 0)
                 failExpected("a brush's face");
+            brushes.push_back(brush);
             ++counts.brushes;
         }
         if (!take('}')) {
@@ -205,31 +191,50 @@ class MapParser {
     }
 
     void readFace(MapBrushCounts& counts) {
-        for (int point = 0; point < 3; ++point) {
+        MapFace face;
+        face.line = m_line;
+        for (double* point : face.points) {
             expect('(', "a face's point");
-            expectNumbers(3, "a point's coordinate");
+            expectNumbers(point, 3, "a point's coordinate");
             expect(')', "the end of a face's point");
         }
-        takeTexture();
-        if (stands('[')) {
-            readValveAxes();
+        face.texture = takeTexture();
+        face.valve = stands('[');
+        if (face.valve) {
+            readValveAxes(face);
             ++counts.valveFaces;
         } else {
-            expectNumbers(5, "a texture's offset, rotation or scale");
+            double n[5];
+            expectNumbers(n, 5, "a texture's offset, rotation or scale");
+            for (int i = 0; i < 2; ++i) {
+                face.offset[i] = n[i];
+                face.scale[i] = n[i + 3];
+            }
+            face.rotation = n[2];
             ++counts.standardFaces;
         }
+        m_file.faces.push_back(face);
         // Later games of the family write the surface's flags and values behind.
-        while (takeNumber())
+        double flag = 0;
+        while (takeNumber(flag))
             continue;
     }
 
-    void readValveAxes() {
-        for (int axis = 0; axis < 2; ++axis) {
+    void readValveAxes(MapFace& face) {
+        for (int i = 0; i < 2; ++i) {
+            double n[4];
             expect('[', "a texture's axis");
-            expectNumbers(4, "a number of a texture's axis");
+            expectNumbers(n, 4, "a number of a texture's axis");
             expect(']', "the end of a texture's axis");
+            for (int k = 0; k < 3; ++k)
+                face.axes[i][k] = n[k];
+            face.offset[i] = n[3];
         }
-        expectNumbers(3, "a texture's rotation or scale");
+        double n[3];
+        expectNumbers(n, 3, "a texture's rotation or scale");
+        face.rotation = n[0];
+        face.scale[0] = n[1];
+        face.scale[1] = n[2];
     }
 
     /// `{ TEXTURE` and then numbers in parentheses that nest, up to the closing brace.
@@ -237,12 +242,13 @@ class MapParser {
         expect('{', "a patch's opening brace");
         takeTexture();
         std::size_t depth = 0;
+        double number = 0;
         while (!take('}')) {
             if (take('('))
                 ++depth;
             else if (depth > 0 && take(')'))
                 --depth;
-            else if (depth == 0 || !takeNumber())
+            else if (depth == 0 || !takeNumber(number))
                 failExpected("a patch's control points");
         }
         if (depth != 0)
@@ -256,6 +262,23 @@ class MapParser {
 };
 
 } // namespace
+
+bool readFiniteNumber(std::string_view word, double& number) {
+    if (word.size() > 1 && word[0] == '+' && word[1] != '-')
+        word.remove_prefix(1);
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    return error == std::errc() && end == word.data() + word.size() && std::isfinite(number);
+}
+
+std::string shownPiece(std::string_view word) {
+    constexpr std::size_t LONGEST = 40;
+    std::string text;
+    for (const char c : word.substr(0, LONGEST)) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += byte < 0x20 || byte >= 0x7f ? fmt::format("\\x{:02X}", byte) : std::string(1, c);
+    }
+    return word.size() > LONGEST ? text + "..." : text;
+}
 
 MapBrushCounts& MapBrushCounts::operator+=(const MapBrushCounts& o) {
     brushes += o.brushes;
@@ -296,7 +319,7 @@ bool readMapNumbers(std::string_view text, double* numbers, int count) {
         std::size_t length = 0;
         while (length < text.size() && !asciiIsSpace(text[length]))
             ++length;
-        if (!readNumber(text.substr(0, length), numbers[i]))
+        if (!readFiniteNumber(text.substr(0, length), numbers[i]))
             return false;
         text.remove_prefix(length);
     }

@@ -146,13 +146,9 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
         {"polygon-index@0 mesh-open", [](CN_LevelEntityMesh& m) { first(m).accessEdgeList()[1].index(1) = 99; }},
         {"polygon-parent@0", [](CN_LevelEntityMesh& m) { first(m).accessEdgeList()[1].setParent(nullptr); }},
         {"polygon-triangle@0",
-         [](CN_LevelEntityMesh& m) {
-             first(m).accessTriangleList().first()->accessUV().resize(2);
-         }},
+         [](CN_LevelEntityMesh& m) { first(m).accessTriangleList().first()->accessUV().resize(2); }},
         {"polygon-untriangulated@0",
-         [](CN_LevelEntityMesh& m) {
-             first(m).accessTriangleList().first()->accessVertices().pop_back();
-         }},
+         [](CN_LevelEntityMesh& m) { first(m).accessTriangleList().first()->accessVertices().pop_back(); }},
         {"polygon-untriangulated@6 mesh-open",
          [](CN_LevelEntityMesh& m) { // its last corner pulls two edges across a third
              m.addVertex(Vector(2, 0, 7));

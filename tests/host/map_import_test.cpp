@@ -1,10 +1,15 @@
 #include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/dyn_pointlight.h"
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/geometry/validate.h"
 #include "host/level_session.h"
 #include "host/map_import.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 using namespace cairn;
 using namespace cairn::host;
@@ -78,6 +83,111 @@ TEST_F(MapImport, ReadsLightsAndCountsWhatItDoesNotUnderstand) {
     EXPECT_EQ(dynamic_cast<CN_LevelEntityDynPointlight&>(*child("lights")).getIntensity(), 1);
     EXPECT_EQ(summary.oddValues, 2u);
     EXPECT_EQ(summary.firstOddLine, 3u);
+}
+
+/// A block between two corners of the map's space, all faces with one texture's placement.
+std::string block(const std::string& from, const std::string& to, const std::string& placement) {
+    std::istringstream a(from), b(to);
+    int x, y, z, X, Y, Z;
+    a >> x >> y >> z;
+    b >> X >> Y >> Z;
+    const auto face = [&](int px, int py, int pz, int i, int j) {
+        const int q[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+        return fmt::format("( {} {} {} ) ( {} {} {} ) ( {} {} {} ) {}\n", px, py, pz, px + q[i][0], py + q[i][1],
+                           pz + q[i][2], px + q[j][0], py + q[j][1], pz + q[j][2], placement);
+    };
+    return "{\n" + face(x, y, z, 1, 2) + face(x, y, z, 2, 0) + face(x, y, z, 0, 1) + face(X, Y, Z, 2, 1) +
+           face(X, Y, Z, 0, 2) + face(X, Y, Z, 1, 0) + "}\n";
+}
+
+class BrushImport : public MapImport {
+  protected:
+    CN_LevelEntityMesh& mesh(const char* name) { return dynamic_cast<CN_LevelEntityMesh&>(*child(name)); }
+    /// The polygon that looks that way.
+    static const CN_Polygon& facing(const CN_LevelEntityMesh& mesh, const Vector& normal) {
+        for (const CN_Polygon& polygon : mesh.getPolygonList())
+            if ((polygon.getNormal() - normal).length() < 1e-9)
+                return polygon;
+        throw std::runtime_error("no such face");
+    }
+    /// The texel of a 64 by 64 texture at a place of the map, within the repeats of it.
+    static M_Vector2Template<double> texel(const CN_LevelEntityMesh& mesh, const CN_Polygon& face,
+                                           const Vector& place) {
+        const auto uv = face.getUVSpace(0).toUV(Vector(-place.y, place.z, place.x) - mesh.getWorldPosition());
+        const auto within = [](double n) { return n * 64 - std::floor(n + 1e-9) * 64; };
+        return {within(uv.x), within(uv.y)};
+    }
+};
+
+TEST_F(BrushImport, MakesClosedMeshesThatLookOutward) {
+    const std::string wall = "wall 0 0 0 1 1";
+    const MapImportSummary summary =
+        import("{\"classname\" \"worldspawn\"\n" + block("0 0 0", "64 32 16", wall) + block("8 8 8", "8 16 16", wall) +
+               block("-3 -3 -3", "-1 -1 -1", wall) + "{\n( 0 0 0 ) ( 1 1 1 ) ( 2 2 2 ) " + wall + "\n}\n}\n" +
+               block("0 0 0", "1 1 1", "WALL 0 0 0 1 1"));
+    EXPECT_EQ(summary.meshes.meshes, 3u);
+    EXPECT_EQ(summary.lostBrushes, 2u);
+    ASSERT_EQ(summary.findings.size(), 2u);
+    EXPECT_EQ(summary.findings[0].line, 10u);
+    EXPECT_EQ(summary.findings[0].text, "a brush is not imported: it encloses nothing");
+    EXPECT_EQ(summary.findings[1].text, "a brush is not imported: the points of its face on line 27 give no plane");
+    const CN_LevelEntityMesh& made = mesh("Brush0");
+    EXPECT_EQ(made.getBoundingMin(), Vector(-32, 0, 0)) << "left is -X of ours, up Y, forward Z";
+    EXPECT_EQ(made.getBoundingMax(), Vector(0, 16, 64));
+    EXPECT_NEAR(CN_volume(made), -64.0 * 32 * 16, 1e-9);
+    EXPECT_EQ(made.getVertexList().count(), 8u);
+    for (const char* name : {"Brush2", "Brush4"})
+        EXPECT_NE(child(name), nullptr) << name;
+    EXPECT_EQ(m_document->getMaterials().numMaterials(), 1);
+    EXPECT_EQ(mesh("Brush4").getPolygonList().begin()->getPolygonIndex(), 12u);
+    EXPECT_TRUE(CN_validateDocument(*m_document, CN_LEVEL_TOLERANCE).empty());
+}
+
+TEST_F(BrushImport, KeepsTheMapsTextureAxes) {
+    import("{\"classname\" \"worldspawn\"\n" + block("0 0 0", "64 64 64", "plain 8 4 0 2 1") +
+           block("0 0 0", "64 64 64", "turned 0 0 90 1 -1") +
+           block("0 0 0", "64 64 64", "valve [ 0 0.5 0 3 ] [ 0.5 0 -1 5 ] 45 1 0.5") +
+           block("0 0 0", "64 64 64", "none [ 0 0 0 3 ] [ 0 0 -1 5 ] 0 1 1") + "}");
+    const auto expectTexel = [](const M_Vector2Template<double>& at, double x, double y) {
+        EXPECT_NEAR(at.x, x, 1e-9);
+        EXPECT_NEAR(at.y, y, 1e-9);
+    };
+    const Vector place(64, 20, 8); // on the face that looks to the map's +X, ours +Z
+    const Vector top(10, 20, 64);
+    const CN_LevelEntityMesh &plain = mesh("Brush0"), &turned = mesh("Brush1"), &valve = mesh("Brush2");
+    const auto at = [&](const CN_LevelEntityMesh& m, const Vector& normal, const Vector& p) {
+        return texel(m, facing(m, normal), p);
+    };
+    expectTexel(at(plain, {0, 0, 1}, place), 20 / 2.0 + 8, 64 - 8 + 4);
+    expectTexel(at(plain, {0, 1, 0}, top), 10 / 2.0 + 8, 64 - 20 + 4);
+    expectTexel(at(turned, {0, 1, 0}, top), 20, 64 - 10);
+    expectTexel(at(valve, {0, 0, 1}, place), 20 / 2.0 + 3, 64 * 0.5 * 2 - 8 * 2 + 5);
+    EXPECT_TRUE(CN_validateDocument(*m_document, CN_LEVEL_TOLERANCE).empty());
+}
+
+TEST_F(BrushImport, GivesBrushEntitiesAMachineWithMeshesBelow) {
+    const std::string wall = "wall 0 0 0 1 1";
+    const MapImportSummary summary =
+        import("{\"classname\" \"func_door\" \"targetname\" \"d\"\n" + block("64 64 0", "128 80 96", wall) + "}\n" +
+               "{\"classname\" \"func_wall\" \"origin\" \"1 2 3\"\n" + block("0 0 0", "8 8 8", wall) +
+               block("8 8 8", "16 16 16", wall) + "}\n{\"classname\" \"trigger_once\"\n" +
+               block("0 0 0", "8 8 8", wall) + "}");
+    EXPECT_EQ(summary.brushEntities, 3u);
+    EXPECT_EQ(summary.links, 1u);
+    EXPECT_TRUE(summary.made.empty());
+    CN_LevelEntity &door = *child("func_door"), &still = *child("func_wall"), &trigger = *child("trigger_once");
+    EXPECT_EQ(door.getEntityId(), CN_KIND_FSM);
+    EXPECT_EQ(door.getPosition(), Vector(-72, 48, 96));
+    EXPECT_EQ(still.getPosition(), Vector(-2, 3, 1));
+    EXPECT_EQ(still.getChildren().size(), 2u);
+    const auto meshBelow = [](CN_LevelEntity& entity) -> CN_LevelEntityMesh& {
+        return dynamic_cast<CN_LevelEntityMesh&>(*entity.hasChildNamed("Brush0"));
+    };
+    EXPECT_TRUE(meshBelow(door).isDynamic());
+    EXPECT_FALSE(meshBelow(still).isDynamic());
+    EXPECT_TRUE(meshBelow(trigger).isTrigger());
+    EXPECT_EQ(meshBelow(still).getBoundingMin(), Vector(-8, 0, 0));
+    EXPECT_EQ(meshBelow(still).getWorldPosition(), Vector(-4, 4, 4));
 }
 
 } // namespace

@@ -57,6 +57,19 @@ TEST(MapReader, CountsBrushesOfEveryForm) {
     EXPECT_EQ(map.loose.brushes, 1u);
     EXPECT_EQ(map.loose.patches, 1u);
     EXPECT_EQ(map.total().faces(), 5u);
+    ASSERT_EQ(map.brushes.size(), 2u);
+    ASSERT_EQ(map.looseOnes.size(), 1u);
+    EXPECT_EQ(map.brushes[1].line, 6u);
+    ASSERT_EQ(map.brushes[0].faceCount, 2u);
+    const MapFace& valve = map.faces[1];
+    EXPECT_TRUE(valve.valve);
+    EXPECT_EQ(valve.line, 4u);
+    EXPECT_EQ(valve.texture, "wall");
+    EXPECT_EQ(valve.points[1][0], 1);
+    EXPECT_EQ(valve.axes[1][1], -1);
+    EXPECT_EQ(valve.offset[1], 16.5);
+    EXPECT_EQ(map.faces[2].texture, "{fence");
+    EXPECT_EQ(map.faces[3].texture, "a b");
 }
 
 TEST(MapReader, StopsAtTheLineOfAFault) {

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "host/import_images.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace cairn {
+class CN_Document;
+class CN_Material;
+class CN_MaterialsCategory;
+class CN_Texture;
+} // namespace cairn
+
+namespace cairn::host {
+
+/// Makes the materials of an import in one category of the document, each once, with its image from a file or a small
+/// generated one.
+class ImportMaterials {
+  public:
+    /// The side of generated images in texels: how large a texture counts whose file is not there.
+    static constexpr int GENERATED_SIZE = 64;
+
+    /// What became of the names.
+    struct Counts {
+        std::size_t found = 0;     ///< with an image of the folder
+        std::size_t generated = 0; ///< with a generated one
+        std::size_t undecoded = 0; ///< of these, whose image does not decode
+    };
+
+    /// `category` is made when the first material is. `scale` is the texels to a unit of the level by which the library
+    /// sizes the texture. `images` must outlive this.
+    ImportMaterials(CN_Document& document, std::string category, double scale, const ImportImages& images);
+
+    /// The material of that name without regard to case. `image` names its image file, the material's own name where it is
+    /// empty. Valid as long as the document keeps it.
+    CN_Material& get(std::string_view name, std::string_view image = {});
+    const Counts& getCounts() const { return m_counts; }
+
+  private:
+    CN_Texture* takeFile(const std::filesystem::path& file);
+    CN_Texture& generate(std::string_view name);
+    CN_Texture& addTexture(const std::string& name, int format, const std::vector<unsigned char>& bytes);
+
+    CN_Document& m_document;
+    std::string m_categoryName;
+    int m_scale;
+    const ImportImages& m_images;
+    CN_MaterialsCategory* m_category = nullptr;      ///< not owned; null before the first material
+    std::map<std::string, CN_Material*> m_materials; ///< not owned, by name in small letters
+    std::map<std::string, CN_Texture*> m_textures;   ///< not owned: by file
+    Counts m_counts;
+};
+
+} // namespace cairn::host
