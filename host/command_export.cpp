@@ -114,15 +114,17 @@ void writeScene(ExportScene& scene, const std::string& format, const ExportOptio
 }
 
 /// For the end: a command that fails says nothing but why.
-void tell(const ExportScene& scene, const std::string& file, Console& console) {
+void tell(const ExportScene& scene, const std::string& format, const std::string& file, Console& console) {
     console.flush();
     std::size_t meshes = 0, animations = 0;
     for (const ExportNode& node : scene.nodes) {
         meshes += !node.surfaces.empty();
         animations += node.animations.size();
     }
-    console.note(file, fmt::format("{} entities, {} meshes with {} triangles and {} animations exported",
-                                   scene.nodes.size(), meshes, scene.triangleCount(), animations));
+    std::string text = fmt::format("{} triangles of {} meshes", scene.triangleCount(), meshes);
+    if (format != "obj")
+        text += fmt::format(" in {} entities, and {} animations", scene.nodes.size(), animations);
+    console.note(file, "exported " + text);
     for (const ExportLoss& loss : scene.losses)
         console.warn(file, fmt::format("{} {}, the first is {}", loss.count, loss.what, loss.first));
 }
@@ -136,7 +138,7 @@ ExitCode runExport(const ExportOptions& options, Console& console) {
     if (scene.nodes.empty())
         throw Failure(ExitCode::NO, options.file, "nothing of it is chosen for the export");
     writeScene(scene, format, options, console);
-    tell(scene, options.file, console);
+    tell(scene, format, options.file, console);
     session.warnOfFault(level, options.file, console);
     return level.isWhole() ? ExitCode::DONE : ExitCode::NO;
 }

@@ -107,6 +107,8 @@ class GltfWriter {
         tinygltf::Node& node = m_model.nodes.back();
         node.name = nameText(plainName(*from.entity));
         setPlacement(node, from.placement);
+        if (!from.placement.isExact)
+            m_scene.lose("placements are sheared or flat and come out straight", qualifiedName(*from.entity));
         node.extras = describe(*from.entity);
         if (!from.isChosen)
             return;

@@ -88,6 +88,7 @@ class ObjWriter {
     void addObject(const ExportNode& node) {
         m_obj += "o " + toWord(qualifiedName(*node.entity)) + '\n';
         m_points.forget();
+        const bool isMirrored = node.entity->getWorldRotation().determinant() < 0; // in the world loops run back then
         for (const ExportSurface& surface : node.surfaces) {
             std::vector<std::array<int, 3>> corners;
             for (std::size_t i = 0; i < surface.positions.size(); ++i)
@@ -95,7 +96,7 @@ class ObjWriter {
             m_obj += "usemtl " + materialOf(surface.material) + '\n';
             for (std::size_t i = 0; i < surface.indices.size(); i += 3) {
                 m_obj += 'f';
-                for (std::size_t corner = i; corner < i + 3; ++corner) {
+                for (const std::size_t corner : {i, isMirrored ? i + 2 : i + 1, isMirrored ? i + 1 : i + 2}) {
                     const auto& [v, vt, vn] = corners[surface.indices[corner]];
                     m_obj += ' ' + std::to_string(v) + '/' + std::to_string(vt) + '/' + std::to_string(vn);
                 }

@@ -210,9 +210,6 @@ class SceneMaker {
     void fill() {
         for (ExportNode& node : m_scene.nodes) {
             node.placement = placementAcross(node.entity->getRotation(), node.entity->getPosition());
-            if (!node.placement.isExact)
-                m_scene.lose("entities are not turned and scaled alone and come out of shape",
-                             qualifiedName(*node.entity));
             if (!node.isChosen)
                 continue;
             GeometryExport(m_scene, node).run();
