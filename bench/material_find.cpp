@@ -1,5 +1,6 @@
 // Looking up materials by name among n: a thousand look-ups by category and name as the polygons of a level make them, and
-// a thousand taken names made unique. Beside them a walk over the list.
+// a thousand taken names made unique. Beside them a walk over the list. The names that are asked for are the same at every
+// n, so that the caches hold their materials and what growth there is comes from the index; they stand last, for the walk.
 #include "bench/support/report.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/material_wrapper.h"
@@ -15,6 +16,7 @@ namespace {
 using namespace cairn;
 
 constexpr int LOOK_UPS = 1000;
+constexpr int LEAST = 100; ///< materials
 
 /// n materials without textures in ten categories.
 struct Level {
@@ -23,14 +25,14 @@ struct Level {
         std::vector<CN_MaterialsCategory*> categories;
         for (int i = 0; i < CATEGORIES; ++i)
             categories.push_back(materials.addCategory(nullptr, CString(fmt::format("category {}", i))));
-        for (int i = 0; i < n; ++i) {
+        for (int i = n - 1; i >= 0; --i) {
             CN_MaterialsCategory* category = categories[static_cast<std::size_t>(i % CATEGORIES)];
             CN_Material* material = category->add(0, nullptr, nullptr);
             material->setName(CString(fmt::format("material/of the level/{}", i)));
         }
-        std::mt19937 random(static_cast<unsigned>(n));
+        std::mt19937 random(7);
         for (int i = 0; i < LOOK_UPS; ++i) {
-            const int one = static_cast<int>(random() % static_cast<unsigned>(n));
+            const int one = static_cast<int>(random() % static_cast<unsigned>(LEAST));
             asked.emplace_back(CString(fmt::format("CATEGORY {}", one % CATEGORIES)),
                                CString(fmt::format("Material/of the Level/{}", one)));
         }
@@ -80,7 +82,7 @@ int makeUnique(const Level& level) {
 int main(int argc, char** argv) {
     cairn::bench::Report report("material_find");
     constexpr int WALKED = 10000;
-    const std::vector<int> sizes = cairn::bench::sizes({100, 1000, 10000, 100000});
+    const std::vector<int> sizes = cairn::bench::sizes({LEAST, 1000, 10000, 100000});
     for (const int n : sizes) {
         const auto level = std::make_shared<Level>(n);
         if (n <= WALKED)
@@ -88,8 +90,7 @@ int main(int argc, char** argv) {
         report.add("find", "CN_MaterialWrapper", n, [level] { return find(*level); });
         report.add("setUniqueName", "CN_MaterialsCategory", n, [level] { return makeUnique(*level); });
     }
-    // What growth there is comes from the caches: names of a hundred thousand materials lie in memory.
-    constexpr double GROWTH = 0.4;
+    constexpr double GROWTH = 0.2;
     report.limitRatio("find", "CN_MaterialWrapper", 0.05, 1000, WALKED);
     report.limitGrowth("find", "CN_MaterialWrapper", GROWTH);
     report.limitGrowth("setUniqueName", "CN_MaterialsCategory", GROWTH);

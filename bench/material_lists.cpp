@@ -1,15 +1,26 @@
-// A document's textures: look-ups by name among n of them, and what loading the list costs beside the decodes that it
-// needs.
+// A document's textures: look-ups by name among n of them, and what loading them costs beside the decodes that it needs,
+// alone and in a document with a material for each.
 #include "bench/support/report.h"
+#include "cairn/document/document.h"
 #include "cairn/foundation/memory_file.h"
+#include "cairn/materials/material.h"
 #include "cairn/materials/texture_list.h"
 
 #include <fmt/format.h>
 
+#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
+
+#define STBI_WRITE_NO_STDIO
+#define STB_IMAGE_WRITE_STATIC
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#include <stb_image_write.h>
+#pragma GCC diagnostic pop
 
 namespace {
 
@@ -93,6 +104,102 @@ double decodeAll(const StoredList& stored) {
     return texels;
 }
 
+using Bytes = std::vector<unsigned char>;
+
+/// Slopes with a grain, as textures have.
+Bytes makePixels(int width, int height, std::mt19937& random) {
+    Bytes pixels;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int channel = 0; channel < 3; ++channel)
+                pixels.push_back(
+                    static_cast<unsigned char>((x + y * (channel + 1)) / 8 + static_cast<int>(random() % 16)));
+    return pixels;
+}
+
+Bytes makeJpeg(int width, int height, std::mt19937& random) {
+    Bytes file;
+    const auto append = [](void* bytes, void* data, int size) {
+        const auto* first = static_cast<const unsigned char*>(data);
+        static_cast<Bytes*>(bytes)->insert(static_cast<Bytes*>(bytes)->end(), first, first + size);
+    };
+    stbi_write_jpg_to_func(append, &file, width, height, 3, makePixels(width, height, random).data(), 85);
+    return file;
+}
+
+Bytes makePlainTga(int width, int height, std::mt19937& random) {
+    Bytes file(18);
+    file[2] = 2;
+    file[12] = static_cast<unsigned char>(width & 255);
+    file[13] = static_cast<unsigned char>(width >> 8);
+    file[14] = static_cast<unsigned char>(height & 255);
+    file[15] = static_cast<unsigned char>(height >> 8);
+    file[16] = 24;
+    const Bytes pixels = makePixels(width, height, random);
+    file.insert(file.end(), pixels.begin(), pixels.end());
+    return file;
+}
+
+/// A stored document of n textures and a material of each: nine JPEG of 320 x 240 to one TGA of 512 x 512 and 24 bits.
+struct StoredDocument {
+    static constexpr int KINDS = 10;
+
+    std::vector<Bytes> sources; ///< those of the first `KINDS` textures, and of the others in turn
+    Bytes bytes;
+    int count;
+
+    explicit StoredDocument(int n) : count(n) {
+        std::mt19937 random(11);
+        for (int i = 0; i < KINDS; ++i)
+            sources.push_back(i == 0 ? makePlainTga(512, 512, random) : makeJpeg(320, 240, random));
+        cairn::CN_Document document;
+        document.createCairnLevelEntities();
+        cairn::CN_TextureList& textures = document.accessTextures();
+        auto* const category = document.accessMaterials().addCategory(&textures, "Walls");
+        for (int i = 0; i < n; ++i) {
+            const Bytes& source = sourceOf(i);
+            auto* const copy = new unsigned char[source.size()];
+            std::memcpy(copy, source.data(), source.size());
+            CN_Texture* const texture = textures.addNew();
+            texture->setName(nameOf(i).c_str());
+            texture->setSourceFormat(formatOf(i));
+            texture->setSource(copy, static_cast<int>(source.size()), true);
+            category->add(0, nameOf(i).c_str(), nullptr);
+        }
+        cairn::F_MemoryFile file;
+        document.save(file);
+        const auto* begin = static_cast<const unsigned char*>(file.getAddress());
+        bytes.assign(begin, begin + file.getSize());
+    }
+
+    const Bytes& sourceOf(int i) const { return sources[static_cast<std::size_t>(i % KINDS)]; }
+    static cairn::I_Image::Format formatOf(int i) {
+        return i % KINDS == 0 ? cairn::I_Image::TGA : cairn::I_Image::JPEG;
+    }
+};
+
+/// Each source twice, for the texture and for the icons of its material.
+double decodeTwice(const StoredDocument& stored) {
+    double texels = 0;
+    for (int i = 0; i < 2 * stored.count; ++i) {
+        const Bytes& source = stored.sourceOf(i);
+        cairn::I_Image image;
+        image.construct(StoredDocument::formatOf(i), reinterpret_cast<const char*>(source.data()),
+                        static_cast<int>(source.size()));
+        texels += image.getWidth() * image.getHeight();
+    }
+    return texels / 2;
+}
+
+double loadDocument(const StoredDocument& stored) {
+    cairn::CN_Document document;
+    cairn::F_MemoryFile file(stored.bytes.data(), stored.bytes.size(), false);
+    document.load(file);
+    return document.accessMaterials().numMaterials() == stored.count
+               ? static_cast<double>(document.getTextures().totalTexels())
+               : 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -128,7 +235,14 @@ int main(int argc, char** argv) {
         });
         report.limitRatio(scene, "CN_TextureList", 1.3);
     }
-    for (const char* scene : {"get, 1,000 names", "add, make unique and remove 1,000"})
-        report.limitGrowth(scene, "CN_TextureList", 0.15); // caches grow cold, nothing more
+    const std::string whole = "load a document, JPEG 320 x 240 and TGA 512 x 512";
+    for (const int n : cairn::bench::sizes({100, 1000}, 100)) {
+        const auto stored = std::make_shared<StoredDocument>(n);
+        report.add(whole, "decodes, each twice", n, [stored] { return decodeTwice(*stored); });
+        report.add(whole, "CN_Document", n, [stored] { return loadDocument(*stored); });
+    }
+    report.limitRatio(whole, "CN_Document", 1.3);
+    for (const char* each : {"get, 1,000 names", "add, make unique and remove 1,000"})
+        report.limitGrowth(each, "CN_TextureList", 0.15); // caches grow cold, nothing more
     return report.run(argc, argv);
 }

@@ -1,5 +1,6 @@
 // Saving and loading meshes of quads that share their corners, beside cereal's binary archive over plain structs of the
-// same fields; and the memory that a loaded polygon takes.
+// same fields, and Assimp's own binary form and glb, which have the bare geometry; and the memory that a loaded polygon
+// takes.
 #include "bench/support/report.h"
 #include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
@@ -17,6 +18,13 @@
 
 #ifdef __GLIBC__
 #include <malloc.h>
+#endif
+#ifdef CAIRN_BENCH_WITH_ASSIMP
+#include <assimp/Exporter.hpp>
+#include <assimp/Importer.hpp>
+#include <assimp/scene.h>
+
+#include <algorithm>
 #endif
 #ifdef CAIRN_BENCH_WITH_CEREAL
 #include <cereal/archives/binary.hpp>
@@ -156,10 +164,52 @@ PlainMesh plain(const CN_LevelEntityMesh& mesh) {
 }
 #endif
 
+#ifdef CAIRN_BENCH_WITH_ASSIMP
+constexpr const char* ASSIMP_FORMATS[][2] = {{"Assimp assbin", "assbin"}, {"Assimp glb", "glb2"}};
+
+/// Corners and faces of the mesh; triangles in place of the quads where `triangles` is set.
+std::unique_ptr<aiScene> sceneOf(const CN_LevelEntityMesh& mesh, bool triangles) {
+    auto scene = std::make_unique<aiScene>();
+    scene->mRootNode = new aiNode("root");
+    scene->mNumMaterials = 1;
+    scene->mMaterials = new aiMaterial* [1] { new aiMaterial };
+    auto* const out = new aiMesh;
+    scene->mNumMeshes = 1;
+    scene->mMeshes = new aiMesh* [1] { out };
+    scene->mRootNode->mNumMeshes = 1;
+    scene->mRootNode->mMeshes = new unsigned[1]{0};
+    out->mPrimitiveTypes = triangles ? aiPrimitiveType_TRIANGLE : aiPrimitiveType_POLYGON;
+    out->mNumVertices = static_cast<unsigned>(mesh.getVertexList().count());
+    out->mVertices = new aiVector3D[out->mNumVertices];
+    std::transform(mesh.getVertexList().begin(), mesh.getVertexList().end(), out->mVertices, [](const CN_Vertex& v) {
+        return aiVector3D(static_cast<float>(v.local.x), static_cast<float>(v.local.y), static_cast<float>(v.local.z));
+    });
+    std::vector<std::vector<int>> faces;
+    for (const CN_Polygon& polygon : mesh.getPolygonList()) {
+        if (!triangles)
+            faces.emplace_back();
+        for (const CN_Edge& edge : polygon.getEdgeList())
+            if (!triangles)
+                faces.back().push_back(edge.index(0));
+        for (const CN_Triangle& triangle : polygon.getTriangleList())
+            if (triangles)
+                faces.push_back(triangle.getVertices());
+    }
+    out->mNumFaces = static_cast<unsigned>(faces.size());
+    out->mFaces = new aiFace[faces.size()];
+    for (std::size_t i = 0; i < faces.size(); ++i) {
+        out->mFaces[i].mNumIndices = static_cast<unsigned>(faces[i].size());
+        out->mFaces[i].mIndices = new unsigned[faces[i].size()];
+        std::copy(faces[i].begin(), faces[i].end(), out->mFaces[i].mIndices);
+    }
+    return scene;
+}
+#endif
+
 /// What the rows of one size work on.
 struct Shelf {
     CN_Document document;
-    CN_LevelEntityMesh* mesh;
+    CN_LevelEntityMesh* mesh; ///< as it came from a file
     F_MemoryFile file;
 #ifdef CAIRN_BENCH_WITH_CEREAL
     PlainMesh plainMesh;
@@ -171,6 +221,7 @@ struct Shelf {
         mesh = addFloor(document, n);
         mesh->saveEntitySpecificData(file);
         file.toRead();
+        mesh->loadEntitySpecificData(file);
 #ifdef CAIRN_BENCH_WITH_CEREAL
         plainMesh = plain(*mesh);
         std::ostringstream out;
@@ -179,6 +230,28 @@ struct Shelf {
 #endif
     }
 };
+
+#ifdef CAIRN_BENCH_WITH_ASSIMP
+/// Rows without a witness in common with ours: faces come back as triangles.
+void addAssimpRows(bench::Report& report, int n, const std::shared_ptr<Shelf>& shelf) {
+    for (const auto& [contender, format] : ASSIMP_FORMATS) {
+        const std::shared_ptr<aiScene> scene = sceneOf(*shelf->mesh, std::string(format) == "glb2");
+        report.add("save", contender, n, [shelf, scene, format] {
+            Assimp::Exporter exporter;
+            return exporter.ExportToBlob(scene.get(), format) ? shelf->mesh->getPolygonList().count() : 0;
+        });
+        Assimp::Exporter exporter;
+        const aiExportDataBlob* const blob = exporter.ExportToBlob(scene.get(), format);
+        const auto bytes = std::make_shared<std::string>(static_cast<const char*>(blob->data), blob->size);
+        report.add("load", contender, n, [shelf, bytes, format] {
+            Assimp::Importer importer;
+            const aiScene* const loaded = importer.ReadFileFromMemory(bytes->data(), bytes->size(), 0,
+                                                                      std::string(format) == "glb2" ? "glb" : format);
+            return loaded && loaded->mNumMeshes == 1 ? shelf->mesh->getPolygonList().count() : 0;
+        });
+    }
+}
+#endif
 
 void addScenes(bench::Report& report, int n) {
     const auto shelf = std::make_shared<Shelf>(n);
@@ -211,6 +284,9 @@ void addScenes(bench::Report& report, int n) {
         loaded.updateMaterialRefCounts(false);
         return static_cast<std::size_t>(loaded.getPolygonList().count());
     });
+#ifdef CAIRN_BENCH_WITH_ASSIMP
+    addAssimpRows(report, n, shelf);
+#endif
 }
 
 /// Prints what a loaded mesh takes, by the allocator's own count.

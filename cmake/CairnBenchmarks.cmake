@@ -4,6 +4,7 @@
 find_package(benchmark REQUIRED)
 find_package(cereal QUIET)
 find_package(absl QUIET)
+find_package(assimp QUIET)
 
 add_library(cairn_bench_options INTERFACE)
 target_link_libraries(cairn_bench_options INTERFACE cairn::cairn fmt::fmt stb::stb cairn_warnings)
@@ -14,6 +15,10 @@ endif()
 if(absl_FOUND)
     target_compile_definitions(cairn_bench_options INTERFACE CAIRN_BENCH_WITH_ABSL)
     target_link_libraries(cairn_bench_options INTERFACE absl::flat_hash_map absl::btree)
+endif()
+if(assimp_FOUND)
+    target_compile_definitions(cairn_bench_options INTERFACE CAIRN_BENCH_WITH_ASSIMP)
+    target_link_libraries(cairn_bench_options INTERFACE assimp::assimp)
 endif()
 
 # A main() of bench/support comes before Google Benchmark's own, which then stays out.

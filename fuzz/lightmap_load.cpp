@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
-// Any bytes are a pool of lightmaps, grids of light, or an exception; what loads can be shown and sampled, and comes back
-// from its save as it was. Seeds are the stored record forms.
+// Any bytes are a pool of lightmaps, grids of light, or an exception; what loads can be shown, sampled and copied, and
+// comes back from its save as it was. Seeds are the stored record forms.
 
 namespace {
 
@@ -64,6 +64,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (load(lighting, data, size)) {
         sampleAround(lighting);
         saveTwice(lighting);
+        CN_VolumeLighting copy(lighting);
+        sampleAround(copy);
+        saveTwice(copy);
     }
     return 0;
 }

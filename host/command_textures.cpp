@@ -45,9 +45,12 @@ FormatName formatName(I_Image::Format format) {
     return {"UNSUPPORTED", ".bin"};
 }
 
-/// The ending that a file of the texture's bytes has: that of its name where it tells the format.
+/// The ending that a file of the texture's bytes has: that of its name where it tells the format, which a name with a
+/// NUL in it does not: nobody looks beyond that.
 std::string endingFor(const CN_Texture& texture) {
     const std::string_view name = texture.name().view();
+    if (name.find('\0') != std::string_view::npos)
+        return formatName(texture.getSourceFormat()).ending;
     const bool tellsFormat = [&] {
         try {
             return I_Image::determineImageFormat(texture.name().GetString()) == texture.getSourceFormat();

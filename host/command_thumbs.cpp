@@ -5,12 +5,12 @@
 #include "host/label_font.h"
 #include "host/level_session.h"
 #include "host/png_writer.h"
+#include "host/sheet_layout.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
-#include <utility>
+#include <vector>
 
 namespace cairn::host {
 
@@ -27,18 +27,15 @@ constexpr I_Color CATEGORY_COLOR(255, 204, 102);
 constexpr I_Color MISSING_COLOR(176, 64, 64);
 
 constexpr int ICON = CN_Material::THUMB_SIZE;
-constexpr int GAP = 8;
-constexpr int CELL_WIDTH = 14 * LabelFont::WIDTH + GAP; ///< a label takes up to 14 characters
-constexpr int CELL_HEIGHT = ICON + LabelFont::HEIGHT + GAP;
-constexpr int HEADING_HEIGHT = LabelFont::HEIGHT + GAP;
-constexpr int MIN_COLUMNS = 8;
+constexpr int GAP = SheetLayout::GAP;
 
 /// One sheet of a level's materials: a heading for each category, its materials in rows below, each over its name.
 class ContactSheet {
   public:
-    explicit ContactSheet(const CN_MaterialWrapper& materials)
-        : m_materials(materials), m_columns(chooseColumns(materials.numMaterials())),
-          m_picture(static_cast<unsigned>(GAP + m_columns * CELL_WIDTH), chooseHeight()) {}
+    /// The layout must fit.
+    ContactSheet(const CN_MaterialWrapper& materials, const SheetLayout& layout)
+        : m_materials(materials), m_layout(layout),
+          m_picture(static_cast<unsigned>(layout.width), static_cast<unsigned>(layout.height)) {}
 
     const I_Image& draw() {
         std::fill_n(m_picture.accessPixels(), std::ptrdiff_t{m_picture.getWidth()} * m_picture.getHeight(), BACKGROUND);
@@ -51,37 +48,25 @@ class ContactSheet {
     }
 
   private:
-    /// Makes a sheet of very many about as wide as it is high.
-    static int chooseColumns(int materials) {
-        return std::max(MIN_COLUMNS, static_cast<int>(std::sqrt(static_cast<double>(materials))));
-    }
-    int rowsOf(const CN_MaterialsCategory& category) const {
-        return (category.numMaterials() + m_columns - 1) / m_columns;
-    }
-    unsigned chooseHeight() const {
-        std::int64_t height = GAP + (m_materials.getCategories().empty() ? HEADING_HEIGHT : 0);
-        for (const CN_MaterialsCategory& category : m_materials.getCategories())
-            height += HEADING_HEIGHT + std::int64_t{rowsOf(category)} * CELL_HEIGHT;
-        return static_cast<unsigned>(std::min<std::int64_t>(height, I_Image::MAX_PIXELS)); // beyond it none is made
-    }
-
     int drawCategory(const CN_MaterialsCategory& category, int y) {
         const int room = (m_picture.getWidth() - 2 * GAP) / LabelFont::WIDTH;
         const std::string count = fmt::format(" ({})", category.numMaterials());
         LabelFont::draw(m_picture, GAP, y,
                         LabelFont::shorten(category.name().view(), room - static_cast<int>(count.size())) + count,
                         CATEGORY_COLOR);
-        y += HEADING_HEIGHT;
+        y += SheetLayout::HEADING_HEIGHT;
         int index = 0;
         for (const CN_Material* material : category.getMaterials()) {
-            drawMaterial(*material, GAP + index % m_columns * CELL_WIDTH, y + index / m_columns * CELL_HEIGHT);
+            drawMaterial(*material, GAP + index % m_layout.columns * SheetLayout::CELL_WIDTH,
+                         y + index / m_layout.columns * SheetLayout::CELL_HEIGHT);
             ++index;
         }
-        return y + rowsOf(category) * CELL_HEIGHT;
+        return y + m_layout.rowsOf(category.numMaterials()) * SheetLayout::CELL_HEIGHT;
     }
 
     void drawMaterial(const CN_Material& material, int x, int y) {
-        const std::string label = LabelFont::shorten(material.name().view(), (CELL_WIDTH - GAP) / LabelFont::WIDTH);
+        const std::string label =
+            LabelFont::shorten(material.name().view(), (SheetLayout::CELL_WIDTH - GAP) / LabelFont::WIDTH);
         drawIcon(material.getThumbImage(), x, y);
         LabelFont::draw(m_picture, x, y + ICON + 1, label, MATERIAL_COLOR);
     }
@@ -100,9 +85,21 @@ class ContactSheet {
     }
 
     const CN_MaterialWrapper& m_materials;
-    int m_columns;
+    SheetLayout m_layout;
     I_Image m_picture;
 };
+
+SheetLayout layOut(const CN_MaterialWrapper& materials, const std::string& subject) {
+    std::vector<int> categories;
+    for (const CN_MaterialsCategory& category : materials.getCategories())
+        categories.push_back(category.numMaterials());
+    const SheetLayout layout = layOutSheet(categories);
+    if (!layout.fits())
+        throw Failure(ExitCode::OUTPUT, subject,
+                      fmt::format("a sheet of {} materials in {} categories would have more than {} pixels",
+                                  materials.numMaterials(), categories.size(), I_Image::MAX_PIXELS));
+    return layout;
+}
 
 ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
     LevelSession session(console, options.content);
@@ -110,7 +107,7 @@ ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
     const CN_MaterialWrapper& materials = level.document->getMaterials();
     const std::string subject = options.output == "-" ? "standard output" : options.output;
     withFailure(ExitCode::OUTPUT, subject, [&] {
-        ContactSheet sheet(materials);
+        ContactSheet sheet(materials, layOut(materials, subject));
         const I_Image& picture = sheet.draw();
         const std::vector<unsigned char> png = encodePng(picture.getPixels(), picture.getWidth(), picture.getHeight());
         if (options.output == "-")
@@ -127,7 +124,9 @@ ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
 
 void addThumbsCommand(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<ThumbsOptions>();
-    CLI::App* command = app.add_subcommand("thumbs", "Make one labelled sheet of all material thumbnails");
+    CLI::App* command =
+        app.add_subcommand("thumbs", "Make one labelled sheet of all material thumbnails; it has room for about 6,000, "
+                                     "in few categories for 8,000");
     command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
     addOutput(*command, options->output);
     options->addContent(*command);

@@ -104,16 +104,16 @@ class ProblemFinder {
     void addMessages() {
         for (const std::string& message : m_level.messages)
             if (!m_reported.contains(message) && message != m_level.fault && !listsBrokenRotations(message) &&
-                !tellsOfNamelessTexture(message))
+                !tellsOfNamelessRecord(message))
                 add("message", message);
     }
     bool listsBrokenRotations(const std::string& message) const {
         return m_brokenRotation && message.find("broken rotation") != std::string::npos;
     }
 
-    /// The report has the name that the texture got.
-    static bool tellsOfNamelessTexture(const std::string& message) {
-        return message.starts_with("Problems loading texture;");
+    /// The report has the name that the texture got, and which material was dropped.
+    static bool tellsOfNamelessRecord(const std::string& message) {
+        return message.starts_with("Problems loading texture;") || message.starts_with("Invalid material found,");
     }
 
     /// What a look at the geometry and all that it refers to finds. Of a level that was read in part much does not know

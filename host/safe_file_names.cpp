@@ -23,9 +23,9 @@ bool isDevice(std::string_view name) {
            (asciiEqualNoCase(stem.substr(0, 3), "com") || asciiEqualNoCase(stem.substr(0, 3), "lpt"));
 }
 
-/// The bytes of a name that every system takes, in characters that are whole.
+/// The bytes of a part of a name that every system takes, in characters that are whole.
 std::string plainBytes(std::string_view name) {
-    constexpr std::string_view REFUSED = "<>:\"|?*";
+    constexpr std::string_view REFUSED = "<>:\"|?*/\\";
     std::string plain;
     while (!name.empty()) {
         const std::size_t length = utf8SequenceLength(name);
@@ -57,6 +57,8 @@ std::string SafeFileNames::make(std::string_view name, std::string_view ending) 
         name.remove_suffix(ending.size());
     }
     std::string stem = plainBytes(name);
+    const std::string plainEnding = plainBytes(ending);
+    ending = plainEnding;
     if (stem.empty() || stem[0] == '.' || isDevice(stem))
         stem.insert(0, "_");
     if (ending.empty() && (stem.back() == '.' || stem.back() == ' '))

@@ -14,8 +14,8 @@ class SafeFileNames {
     static constexpr std::size_t MAX_LENGTH = 200;
 
     /// A name like `name` less the folders in it: bytes that a system may not take become "_", names of devices and
-    /// hidden files get one ahead, one that was given already gets a number. `ending`, with its dot, is added unless
-    /// the name ends so in any case of its letters.
+    /// hidden files get one ahead, one that was given already gets a number. `ending`, with its dot and as safe, is added
+    /// unless the name ends so in any case of its letters.
     std::string make(std::string_view name, std::string_view ending);
 
   private:

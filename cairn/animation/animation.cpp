@@ -56,9 +56,10 @@ void CN_Animation::gotoKeyframe(CN_LevelEntity* entity, const string& name) {
     if (!keyframe)
         return;
     const M_Matrix4x3Template<double> matrix = keyframe->getMatrix();
-    m_currentKeyframe = name;
+    const string to = name; // which may be a name held here, and moving the entity may change that
     entity->setPosition(matrix.translation);
     entity->setRotation(matrix.rotation);
+    m_currentKeyframe = to;
 }
 
 bool CN_Animation::addKeyframe(CN_LevelEntity* entity, const string& name) {
@@ -137,6 +138,21 @@ void CN_Animation::loadAnimations(F_MemoryFile& file) {
         read.m_lightingKeyframe = read.m_defaultKeyframe;
     read.m_animations->updateKeyframes();
     swap(read);
+}
+
+string CN_Animation::describeLoadRepairs() const {
+    string text;
+    const auto tell = [&text](const char* what, std::size_t count) {
+        if (count > 0)
+            text += (text.empty() ? "" : "; ") + formatText("%s: %zu", what, count);
+    };
+    if (m_keyframes)
+        tell("Keyframes dropped, as there was one of their name", m_keyframes->getDroppedCount());
+    if (m_animations) {
+        tell("Animations dropped, as there was one of their name", m_animations->getDroppedCount());
+        tell("Animations with a curve that could not stay as it was", m_animations->getMendedCount());
+    }
+    return text;
 }
 
 } // namespace cairn

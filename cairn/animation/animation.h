@@ -67,6 +67,9 @@ class CN_Animation {
     /// Replaces everything by the record, of the present or the older form. The animations take their matrices from the
     /// keyframes read and scale their curves to them. Throws an `F_Exception*` on damage; nothing has changed then.
     void loadAnimations(F_MemoryFile& file);
+    /// What loads into the present sets have dropped and mended, for a load report; empty where nothing. A copy does not
+    /// know what was dropped.
+    string describeLoadRepairs() const;
     /// Throws an `F_Exception*` before the first byte while static and where `findRecordFault` tells a fault.
     void saveAnimations(F_MemoryFile& file) const;
     /// Why `loadAnimations` would refuse what `saveAnimations` writes, as the end of a sentence about the entity; empty

@@ -29,10 +29,13 @@ template <class Key, class Value> class CN_AnimationContainer {
     virtual Value* allocate() = 0;
     /// Ends a value that `allocate` made and no set holds any more.
     virtual void free(Value* value) = 0;
-    /// Adds the entries of a record to those held already. Of two with one key the first stays. Throws an `F_Exception*`
-    /// on damage; the entries read until then stay.
+    /// Adds the entries of a record to those held already. Of two with one key the first stays, and the other one is
+    /// counted as dropped. Throws an `F_Exception*` on damage; the entries read until then stay.
     virtual void load(F_MemoryFile& file);
     virtual void save(F_MemoryFile& file) const;
+
+    /// How many entries `load` has dropped since this set was made.
+    std::size_t getDroppedCount() const { return m_dropped; }
 
     int getCount() const { return static_cast<int>(m_values.size()); }
     /// Puts the cursor at the first value and gives it; null without one.
@@ -106,6 +109,7 @@ template <class Key, class Value> class CN_AnimationContainer {
 
     Values m_values;                                                   ///< owned: ended by `free`
     mutable typename Values::const_iterator m_cursor = m_values.end(); ///< of the walk
+    std::size_t m_dropped = 0;                                         ///< entries read whose key was held
 };
 
 template <class Key, class Value> Value* CN_AnimationContainer<Key, Value>::erase(const Key& key) {
@@ -178,7 +182,8 @@ template <class Key, class Value> void CN_AnimationContainer<Key, Value>::load(F
         Key key;
         file >> key;
         value->load(file);
-        insert(key, std::move(value));
+        if (!insert(key, std::move(value)))
+            ++m_dropped;
     }
 }
 

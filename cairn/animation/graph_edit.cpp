@@ -3,6 +3,7 @@
 #include "cairn/foundation/memory_file.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <span>
 #include <utility>
@@ -88,6 +89,7 @@ void U_GraphEdit::clear() {
     m_interpolation = CATMULL_ROM;
     m_viewState6 = 0;
     m_samples = 16;
+    m_samplesLimited = false;
     if (m_changed)
         m_changed();
 }
@@ -150,7 +152,7 @@ float U_GraphEdit::limited(double value) const {
     double result = value >= m_yMin ? value : m_yMin;
     if (result > m_yMax)
         result = m_yMax;
-    return std::isfinite(result) ? static_cast<float>(result) : 0;
+    return std::abs(result) <= FLT_MAX ? static_cast<float>(result) : 0;
 }
 
 float U_GraphEdit::sampleX(int sample) const {
@@ -226,6 +228,7 @@ F_MemoryFile& operator>>(F_MemoryFile& file, U_GraphEdit& graph) {
         int samples = 0;
         file >> samples;
         graph.setSamples(samples);
+        graph.m_samplesLimited = graph.m_samples != samples;
     }
     graph.loadNodes(file);
     return file >> graph.m_extra;

@@ -55,6 +55,8 @@ class U_GraphEdit {
     int getSamples() const { return m_samples; }
     /// Sets how many samples the reduced form has, within `MIN_SAMPLES` to `MAX_SAMPLES`.
     void setSamples(int samples);
+    /// True where the record read last has a number of samples beyond those limits; `clear` makes it false.
+    bool wereSamplesLimited() const { return m_samplesLimited; }
 
     const Nodes& getNodes() const { return m_nodes; }
     /// A host that changes nodes keeps them in ascending x.
@@ -100,11 +102,12 @@ class U_GraphEdit {
     float m_yMin = 0, m_yMax = 1;      ///< vertical range, which limits every value
     int m_interpolation = CATMULL_ROM; ///< between the nodes
     int m_viewState6 = 0;
-    int m_setting;            ///< kept and stored, no meaning here
-    int m_samples = 16;       ///< of the reduced form
-    Changed m_changed;        ///< may be empty
-    Nodes m_nodes;            ///< in ascending x
-    unsigned int m_extra = 0; ///< kept and stored, no meaning here
+    int m_setting;                 ///< kept and stored, no meaning here
+    int m_samples = 16;            ///< of the reduced form
+    bool m_samplesLimited = false; ///< the record had another number
+    Changed m_changed;             ///< may be empty
+    Nodes m_nodes;                 ///< in ascending x
+    unsigned int m_extra = 0;      ///< kept and stored, no meaning here
 };
 
 } // namespace cairn

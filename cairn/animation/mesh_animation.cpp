@@ -130,6 +130,11 @@ void CN_MeshAnimation::settlePosition(float distance) {
             return;
     }
     straightenPosition(distance);
+    m_straightened = true;
+}
+
+bool CN_MeshAnimation::isMended() const {
+    return m_straightened || m_positionGraph.wereSamplesLimited() || m_rotationGraph.wereSamplesLimited();
 }
 
 const M_Matrix4x3Template<float>& CN_MeshAnimation::getMatrixAt(float time) const {
@@ -168,6 +173,7 @@ void CN_MeshAnimation::save(F_MemoryFile& file) const {
 void CN_MeshAnimation::load(F_MemoryFile& file) {
     m_positionGraph.clear();
     m_rotationGraph.clear();
+    m_straightened = false;
     F_MemoryFile::Chunk chunk;
     file.peekChunk(chunk);
     if (chunk.isValid()) {

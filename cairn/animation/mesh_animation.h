@@ -25,6 +25,7 @@ class CN_MeshAnimation {
     /// Reads the record of the present or the older form. Throws an `F_Exception*` on damage and where a matrix or the
     /// length is not finite; the animation is good for nothing but its end then.
     virtual void load(F_MemoryFile& file);
+    /// Writes the record of the present form, whatever the numbers: `isFinite` tells whether `load` will take it.
     virtual void save(F_MemoryFile& file) const;
 
     /// The set that names are looked up in from now on; matrices and graphs stay.
@@ -55,6 +56,9 @@ class CN_MeshAnimation {
     /// The placement at the time: that of the start keyframe at 0 and before, that of the end keyframe from the length
     /// on. All animations share the matrix: it is valid until the next call for any of them, on one thread.
     const M_Matrix4x3Template<float>& getMatrixAt(float time) const;
+    /// True where a curve could not stay as the record read last has it: it had more samples than there can be, or fewer
+    /// than one, or no scaling brought it to its distance, so that it is straight now.
+    bool isMended() const;
     /// True where matrices and length are finite, as a stored animation's must be.
     bool isFinite() const;
 
@@ -80,6 +84,7 @@ class CN_MeshAnimation {
     U_GraphEdit m_rotationGraph;              ///< fraction of the rotation against time
     CN_Keyframes* m_keyframes;                ///< not owned: those of the same entity; may be null
     double m_length = 0;                      ///< in time
+    bool m_straightened = false;              ///< the position graph could not be scaled since it was read
     float m_inverseDistance = 0;              ///< 1 / distance between the placements, 0 where they coincide
 };
 

@@ -38,6 +38,12 @@ bool CN_MeshAnimations::keyframeInUse(const string& name) const {
     });
 }
 
+std::size_t CN_MeshAnimations::getMendedCount() const {
+    const auto mended =
+        std::count_if(values().begin(), values().end(), [](const auto& entry) { return entry.second->isMended(); });
+    return static_cast<std::size_t>(mended);
+}
+
 const istring* CN_MeshAnimations::findNotFinite() const {
     for (const auto& [name, animation] : values())
         if (!animation->isFinite())

@@ -22,6 +22,8 @@ class CN_MeshAnimations : public CN_AnimationContainer<istring, CN_MeshAnimation
     void updateKeyframes();
     /// True if an animation starts or ends at the keyframe.
     bool keyframeInUse(const string& name) const;
+    /// How many animations have a curve that could not stay as a record had it.
+    std::size_t getMendedCount() const;
     /// The name of the first animation that is not finite, which no file can hold; null where there is none. Valid as
     /// long as that entry.
     const istring* findNotFinite() const;

@@ -54,7 +54,7 @@ void throwNoDefaultElement() {
 
 /// Room for nodes in a row; the header stands behind them.
 struct F_DLListBase::Block {
-    Block* older;           ///< owned: the block made before, half the size
+    Block* older;           ///< owned: the block made before, smaller
     std::byte* nodes;       ///< the first node, start of the allocation
     std::uintptr_t address; ///< of the first node
     unsigned firstSlot;     ///< number of the first node among the list's slots
@@ -69,8 +69,11 @@ F_DLListBase::F_DLListBase(std::size_t nodeSize, std::size_t alignment)
 F_DLListBase::~F_DLListBase() { releaseRoom(); }
 
 void F_DLListBase::addBlock() {
+    addBlock(m_blocks ? std::max(m_blocks->slots * 2, FIRST_BLOCK_NODES) : FIRST_BLOCK_NODES);
+}
+
+void F_DLListBase::addBlock(unsigned slots) {
     const unsigned firstSlot = m_blocks ? m_blocks->firstSlot + m_blocks->slots : 0;
-    const unsigned slots = m_blocks ? m_blocks->slots * 2 : FIRST_BLOCK_NODES;
     if (slots > static_cast<unsigned>(std::numeric_limits<int>::max()) - firstSlot)
         throwListFull();
     const std::size_t bytes = std::size_t{slots} * m_nodeSize;

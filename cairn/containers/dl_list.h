@@ -57,6 +57,12 @@ class F_DLListBase {
     /// Room for a node, neither linked nor holding an element. Throws when memory or numbers run out.
     Node* takeRoom();
 
+    /// Makes room for exactly so many nodes, in a list that has made none yet.
+    void makeFirstRoom(int nodes) {
+        if (!m_blocks && nodes > 0)
+            addBlock(static_cast<unsigned>(nodes));
+    }
+
     /// Takes back the room of a node whose element is gone.
     void giveRoom(Node* node) noexcept;
 
@@ -141,6 +147,7 @@ class F_DLListBase {
     bool owns(const Node* node) const noexcept;
     bool growTable() noexcept;
     void addBlock();
+    void addBlock(unsigned slots);
     void completeTable() const;
     void completeRanks() const;
     unsigned slotOf(std::uintptr_t address) const noexcept;
@@ -223,6 +230,10 @@ template <class T> class F_DLList : public F_DLListBase {
     T& insertBefore(const T* place, const T& value) { return insertCopy(nodeOf(place), value); }
     /// A copy of the value behind an element.
     T& insertAfter(const T* place, const T& value) { return insertCopy(nodeOf(place)->next, value); }
+
+    /// A hint of how many elements a list will hold that has held none since it was made or cleared: they take no more room
+    /// than they need.
+    void reserve(int elements) { makeFirstRoom(elements); }
 
     /// Takes an element out and ends it. All others keep their addresses.
     void remove(const T* element) { removeNode(nodeOf(element)); }

@@ -5,6 +5,7 @@
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/hierarchy_utils.h"
+#include "cairn/entities/mesh_interface.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/polygon/polygon.h"
@@ -36,6 +37,14 @@ std::unique_ptr<CN_LevelEntity> createEntity(int kind, CN_Document* document) {
     if (!entity)
         throw new F_Exception(formatText("An entity of the kind %d cannot be made", kind));
     return entity;
+}
+
+/// Meshes that are about to die use no material any more.
+void dropMaterialUses(CN_LevelEntity& root) {
+    CN_PreIterator it = root.createIterator();
+    for (it.begin(); !it.end(); ++it)
+        if (auto* const mesh = dynamic_cast<CN_MeshInterface*>(*it))
+            mesh->updateMaterialRefCounts(false);
 }
 
 } // namespace
@@ -103,6 +112,7 @@ CN_Document::CN_Document() {
         m_textures.setLoadReport(&m_loadReport);
         m_materials.setLoadReport(&m_loadReport);
         m_lightmaps = std::make_unique<CN_LightmapPool>();
+        m_lightmaps->construct();
         m_camera = std::make_unique<CN_Camera>();
         aliveDocuments().insert(this);
     });
@@ -110,7 +120,7 @@ CN_Document::CN_Document() {
 }
 
 CN_Document::~CN_Document() {
-    deleteCairnLevelEntities();
+    deleteLevel(); // whose materials die as well
     m_selection.reset();
     m_camera.reset();
     m_lightmaps.reset();
@@ -143,6 +153,12 @@ void CN_Document::addPlayer(bool makeChild) {
 void CN_Document::resetGroups() { m_groups = {{"", 0}, {"PLAYER_GROUP", 0}}; }
 
 void CN_Document::deleteCairnLevelEntities() {
+    if (m_level)
+        dropMaterialUses(*m_level);
+    deleteLevel();
+}
+
+void CN_Document::deleteLevel() {
     // What names entities of the level goes first, so that each dying entity has little to be forgotten in.
     m_brokenEntities.clear();
     m_brokenFSMs.clear();
@@ -202,6 +218,8 @@ void CN_Document::save(F_MemoryFile& file) {
     F_withFoundationExceptions([&] {
         // The tree is walked once: what only needs its entities goes along the list, which waits less for memory.
         const std::vector<CN_LevelEntity*> entities = m_level->checkSavable();
+        m_textures.checkSavable();
+        m_materials.checkSavable();
         const SaveNumbers numbers(entities);
         CN_PolygonValidator::instance()->enumerateWrittenPolygons(entities);
         file.reserve(entities.size() * COMMON_ENTITY_BYTES);

@@ -168,6 +168,7 @@ class CN_Document {
     class SaveNumbers;
 
     void deleteCairnLevelEntities();
+    void deleteLevel();
     void resetGroups();
     void loadSections(F_MemoryFile& file);
     template <class Read> void readSection(F_MemoryFile& file, const char* name, Read&& read);

@@ -318,6 +318,8 @@ class CN_LevelEntity {
     /// not followed.
     static std::uint32_t getSerialisationId(const CN_LevelEntity* entity);
     static bool isAlive(const CN_LevelEntity* entity);
+    /// The number that this entity alone has in the process: it tells an entity from one that had its address before.
+    std::uint32_t getProcessNumber() const { return m_processNumber; }
     /// The document's save numbers its entities, when it has called `checkSavable`; 0 takes the number away again.
     void setSaveNumber(std::uint32_t number) { m_saveNumber = number; }
     /// @}

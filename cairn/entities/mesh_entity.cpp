@@ -50,12 +50,13 @@ void CN_LevelEntityMesh::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
 // chunk, the mesh's record stood alone, which begins with a chunk 0.
 
 void CN_LevelEntityMesh::saveEntitySpecificData(F_MemoryFile& file) {
-    const bool lit = m_volumeLighting && m_volumeLighting->getGridCount() > 0;
+    const CN_VolumeLighting* const lighting = getVolumeLighting();
+    const bool lit = lighting != nullptr;
     file.createChunk(RECORD_CHUNK_ID, CAIRN_LVL_ENTITY_MESH_VERSION);
     CN_Mesh::saveEntitySpecificData(file);
     file << lit;
     if (lit)
-        m_volumeLighting->save(file);
+        lighting->save(file);
     file.closeChunk();
 }
 
@@ -71,14 +72,16 @@ void CN_LevelEntityMesh::loadEntitySpecificData(F_MemoryFile& file) {
         if (lit) {
             lighting = std::make_unique<CN_VolumeLighting>();
             lighting->load(in);
-            if (lighting->getGridCount() == 0)
-                lighting.reset();
         }
         file.skipChunk();
     } else {
         CN_Mesh::loadEntitySpecificData(file);
     }
     m_volumeLighting = std::move(lighting);
+}
+
+const CN_VolumeLighting* CN_LevelEntityMesh::getVolumeLighting() const {
+    return m_volumeLighting && m_volumeLighting->getGridCount() > 0 ? m_volumeLighting.get() : nullptr;
 }
 
 void CN_LevelEntityMesh::replaceVolumeLighting(CN_VolumeLighting* lighting) {

@@ -28,8 +28,8 @@ class CN_LevelEntityMesh : public CN_Mesh {
     bool isRoom() const;
     const CN_Mesh* getMesh() const { return this; }
     CN_Mesh* accessMesh() { return this; }
-    /// The sampled lighting of a room, or null.
-    const CN_VolumeLighting* getVolumeLighting() const { return m_volumeLighting.get(); }
+    /// The sampled lighting of a room; null for none, and as long as it has no grid. Valid until it is replaced.
+    const CN_VolumeLighting* getVolumeLighting() const;
     /// Takes the lighting (null for none) and its ownership over and deletes the old one; the one it has is kept. One
     /// without a grid is not written by a save.
     void replaceVolumeLighting(CN_VolumeLighting* lighting);

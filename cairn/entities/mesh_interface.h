@@ -19,7 +19,8 @@ class CN_MeshInterface {
     virtual void makeStatic() = 0;
     virtual void setMeshProperties(const CN_MeshProperties& properties) = 0;
     virtual const CN_MeshProperties& getMeshProperties() const = 0;
-    /// Counts the use of each surface's material once up, or down.
+    /// Counts the use of each surface's material once up, or down. Loads and copies have counted; who deletes a mesh while
+    /// its materials live on counts down first.
     virtual void updateMaterialRefCounts(bool add) = 0;
 };
 

@@ -67,6 +67,7 @@ void CN_LevelEntityPolygonGroup::loadEntitySpecificData(F_MemoryFile& file) {
     if (chunk.getVersion() > 1)
         in >> read.extraFlag;
     file.skipChunk();
+    removeAll();
     m_polygonIndices.swap(indices);
     m_properties = read;
 }

@@ -71,6 +71,7 @@ class CN_LevelEntityPolygonGroup : public CN_VirtualNode {
     void removeAll();
     /// The stored indices: of a record that was read, or of `generatePolygonIndicesFromPointers`.
     const std::list<unsigned int>& getPolygonIndices() const { return m_polygonIndices; }
+    void clearPolygonIndices() { m_polygonIndices.clear(); }
     /// @}
 
     const CN_PolygroupProperties& getPolygroupProperties() const { return m_properties; }

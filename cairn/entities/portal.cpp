@@ -70,6 +70,7 @@ void CN_LevelEntityPortal::loadEntitySpecificData(F_MemoryFile& file) {
     if (chunk.getVersion() > 2)
         in >> alwaysClosed;
     file.skipChunk();
+    setPolygon(nullptr);
     setPolygonIndex(index);
     m_ignoreInGIS = ignoreInGIS;
     m_alwaysClosed = alwaysClosed;

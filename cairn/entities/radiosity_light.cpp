@@ -59,9 +59,10 @@ void CN_LevelEntityRadiosityLight::loadEntitySpecificData(F_MemoryFile& file) {
     body >> polygonIndex;
     if (read.hotspotAngle == 0 && read.falloffAngle == 0)
         read.hotspotAngle = read.falloffAngle = 180;
-    m_properties = read;
-    setPolygonIndex(polygonIndex);
     file.skipChunk();
+    m_properties = read;
+    setPolygon(nullptr);
+    setPolygonIndex(polygonIndex);
 }
 
 bool CN_LevelEntityRadiosityLight::onCanAdd(int) { return false; }

@@ -78,6 +78,7 @@ CN_LevelEntityTriMesh::CN_LevelEntityTriMesh(const CN_LevelEntityTriMesh& other)
 CN_LevelEntityTriMesh& CN_LevelEntityTriMesh::operator=(const CN_LevelEntityTriMesh& other) {
     if (this != &other) {
         CN_LevelEntity::operator=(other);
+        dropTriangles();
         copyFields(other);
         requestRenderer();
     }
@@ -97,12 +98,9 @@ void CN_LevelEntityTriMesh::copyFields(const CN_LevelEntityTriMesh& other) {
     m_geometryDirty = true;
     m_lightmapID = other.m_lightmapID;
     m_lastHitTriangle = -1;
-    adoptTriangles();
-}
-
-void CN_LevelEntityTriMesh::adoptTriangles() {
     for (CN_TMTriangle& triangle : m_triangles)
         triangle.setParent(this);
+    updateMaterialRefCounts(true);
 }
 
 void CN_LevelEntityTriMesh::requestRenderer() {
@@ -150,10 +148,14 @@ void CN_LevelEntityTriMesh::loadEntitySpecificData(F_MemoryFile& file) {
     in >> m_dynamic;
     if (m_dynamic) {
         m_animation.loadAnimations(in);
+        if (const string repairs = m_animation.describeLoadRepairs(); !repairs.empty())
+            reportRepair(repairs);
         m_meshProperties.setAndCheckPhysicalMaterial();
     } else {
+        m_animation = CN_Animation();
         m_meshProperties.physicalMaterial.clear();
     }
+    m_geometryDirty = true;
     m_vertices.resize(in.readCount(MIN_VERTEX_RECORD));
     for (CN_TMVertex& vertex : m_vertices)
         vertex.load(in);
@@ -164,7 +166,9 @@ void CN_LevelEntityTriMesh::loadEntitySpecificData(F_MemoryFile& file) {
         if (!triangle.load(in))
             ++withoutMaterial;
     }
-    reportMissingMaterials(withoutMaterial);
+    if (withoutMaterial > 0)
+        reportRepair(
+            formatText("%zu triangles name a material that is not there: they have the default one", withoutMaterial));
     in >> m_lightmapID;
     if (CN_Polygon::s_bLightmapIDsAreValidAtLoadTime)
         referenceLightmap();
@@ -176,12 +180,10 @@ void CN_LevelEntityTriMesh::loadEntitySpecificData(F_MemoryFile& file) {
     file.skipChunk();
 }
 
-/// Tells the document of triangles that name a material which it lacks.
-void CN_LevelEntityTriMesh::reportMissingMaterials(std::size_t triangles) const {
-    if (CN_Document* const document = getDocument(); triangles > 0 && CN_Document::isAlive(document))
-        document->accessLoadReport().add(
-            "repaired", this, -1,
-            fmt::format("{} triangles name a material that is not there: they have the default one", triangles));
+/// Tells the document of what the load has mended.
+void CN_LevelEntityTriMesh::reportRepair(const string& text) const {
+    if (CN_Document* const document = getDocument(); CN_Document::isAlive(document))
+        document->accessLoadReport().add("repaired", this, -1, text);
 }
 
 /// Counts the lightmap. A number that the pool lacks is kept: it may be another file's.

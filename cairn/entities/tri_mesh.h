@@ -22,7 +22,7 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
     using TriangleVector = std::vector<CN_TMTriangle>;
 
     CN_LevelEntityTriMesh();
-    /// A copy has its own geometry, keyframes and animations; it counts neither materials nor the lightmap.
+    /// A copy has its own geometry, keyframes and animations; it counts its materials, but not the lightmap.
     CN_LevelEntityTriMesh(const CN_LevelEntityTriMesh& other);
     CN_LevelEntityTriMesh& operator=(const CN_LevelEntityTriMesh& other);
 
@@ -106,9 +106,10 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
     void setSourceObjectName(const string& name) { m_sourceObjectName = name; }
     const string& getSourceFileName() const { return m_sourceFileName; }
     void setSourceFileName(const string& name) { m_sourceFileName = name; }
-    /// The id of the one lightmap, or `NO_LIGHTMAP`. Setting it counts nothing.
+    /// The id of the one lightmap, or `NO_LIGHTMAP`. Setting it counts nothing, takes -1 for none, and throws an
+    /// `F_Exception*` for another number of more than 32 bits.
     unsigned long getLightmapID() const { return m_lightmapID; }
-    void setLightmapID(unsigned long id) { m_lightmapID = id; }
+    void setLightmapID(unsigned long id) { m_lightmapID = CN_lightmapID(id); }
     /// @}
 
   protected:
@@ -117,10 +118,9 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
   private:
     void requestRenderer();
     void copyFields(const CN_LevelEntityTriMesh& other);
-    void adoptTriangles();
     void dropTriangles();
     void referenceLightmap() const;
-    void reportMissingMaterials(std::size_t triangles) const;
+    void reportRepair(const string& text) const;
 
     Vector m_localMin{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};    ///< in the mesh's own space
     Vector m_localMax{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}; ///< in the mesh's own space

@@ -27,6 +27,7 @@ namespace cairn {
 class F_MemoryFile {
   public:
     class Chunk;
+    class Run;
 
     /// Typed markers ahead of containers.
     enum BasicType : int { TAG_VECTOR = 28, TAG_ISTRING_SET = 29, TAG_ISTRING_MAP = 31, TAG_INT_PAIR = 37 };
@@ -189,9 +190,12 @@ class F_MemoryFile {
     F_MemoryFile(F_MemoryFile& parent, const unsigned char* begin, std::size_t size);
     F_MemoryFile(F_MemoryFile& parent, std::size_t embeddedSize);
 
+    void needRoom(std::size_t size) {
+        if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < size) [[unlikely]]
+            makeRoom(size);
+    }
     template <class T> F_MemoryFile& put(T v) {
-        if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < sizeof v) [[unlikely]]
-            makeRoom(sizeof v);
+        needRoom(sizeof v);
         store(m_writeAt, v);
         m_writeAt += sizeof v;
         return *this;
@@ -206,12 +210,8 @@ class F_MemoryFile {
     /// `count` numbers of a vector or matrix, which hold nothing else.
     template <class T, std::size_t count, class From> F_MemoryFile& putNumbers(const From& from) {
         static_assert(std::is_floating_point_v<T> && sizeof from == count * sizeof(T));
-        if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < sizeof from) [[unlikely]]
-            makeRoom(sizeof from);
-        T numbers[count];
-        std::memcpy(numbers, &from, sizeof from);
-        for (std::size_t i = 0; i < count; ++i)
-            store(m_writeAt + i * sizeof(T), numbers[i]);
+        needRoom(sizeof from);
+        storeNumbers<T, count>(m_writeAt, from);
         m_writeAt += sizeof from;
         return *this;
     }
@@ -229,8 +229,7 @@ class F_MemoryFile {
     F_MemoryFile& putText(std::string_view v) {
         if (v.size() > UINT32_MAX) [[unlikely]]
             fail("A text is too long to be stored");
-        if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < v.size() + 4) [[unlikely]]
-            makeRoom(v.size() + 4);
+        needRoom(v.size() + 4);
         store(m_writeAt, static_cast<std::uint32_t>(v.size()));
         if (!v.empty())
             std::memcpy(m_writeAt + 4, v.data(), v.size());
@@ -250,6 +249,12 @@ class F_MemoryFile {
         std::memcpy(at, &v, sizeof v);
         if constexpr (std::endian::native == std::endian::big)
             reverse(at, sizeof v);
+    }
+    template <class T, std::size_t count, class From> static void storeNumbers(unsigned char* at, const From& from) {
+        T numbers[count];
+        std::memcpy(numbers, &from, sizeof from);
+        for (std::size_t i = 0; i < count; ++i)
+            store(at + i * sizeof(T), numbers[i]);
     }
     template <class T> static void fetch(const unsigned char* at, T& v) {
         std::memcpy(&v, at, sizeof v);
@@ -286,6 +291,46 @@ class F_MemoryFile {
     Chunk* m_lastChunk = nullptr;          ///< not owned: the chunk last opened or peeked in this file
     F_MemoryFile* m_root = this;           ///< not owned: the outermost file
     std::size_t m_unreadBytes = 0;         ///< of the outermost file only
+};
+
+/// A run of values at the end of a file that is being written, for records of many small ones: they stand in the file when
+/// the run ends, exactly as the file's own `operator<<` would have put them, and until then nothing else may be written.
+class F_MemoryFile::Run {
+  public:
+    /// `most` is what the values take at most, in bytes.
+    Run(F_MemoryFile& file, std::size_t most) : m_file(file) {
+        file.needRoom(most);
+        m_at = file.m_writeAt;
+    }
+    ~Run() { m_file.m_writeAt = m_at; }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    Run& operator<<(int v) { return put(v); }
+    Run& operator<<(unsigned int v) { return put(v); }
+    Run& operator<<(float v) { return put(v); }
+    Run& operator<<(double v) { return put(v); }
+    Run& operator<<(bool v) { return put(static_cast<unsigned char>(v ? 1 : 0)); }
+    template <class T> Run& operator<<(const M_Vector2Template<T>& v) { return putNumbers<T, 2>(v); }
+    template <class T> Run& operator<<(const M_Vector3Template<T>& v) { return putNumbers<T, 3>(v); }
+    template <class T> Run& operator<<(const M_Matrix3Template<T>& v) { return putNumbers<T, 9>(v); }
+    template <class T> Run& operator<<(const T&) = delete;
+
+  private:
+    template <class T> Run& put(T v) {
+        store(m_at, v);
+        m_at += sizeof v;
+        return *this;
+    }
+    template <class T, std::size_t count, class From> Run& putNumbers(const From& from) {
+        static_assert(std::is_floating_point_v<T> && sizeof from == count * sizeof(T));
+        storeNumbers<T, count>(m_at, from);
+        m_at += sizeof from;
+        return *this;
+    }
+
+    F_MemoryFile& m_file;
+    unsigned char* m_at; ///< where the next value goes: the run's own, so that no store can have moved it
 };
 
 /// A chunk under a reader: its id and version and a view of its body.

@@ -92,14 +92,29 @@ CN_ExitDestinationPointerDeserializer* CN_ExitDestinationPointerDeserializer::in
     return &deserializer;
 }
 
+void CN_ExitDestinationPointerDeserializer::reset() {
+    m_relocatablePolygons.clear();
+    m_doubles.clear();
+    m_doublePlaces.clear();
+}
+
 void CN_ExitDestinationPointerDeserializer::addRelocatableExitPolygon(CN_Polygon* polygon) {
-    m_relocatablePolygons[static_cast<int>(polygon->getPolygonIndex())] = polygon;
+    CN_Polygon*& entry = m_relocatablePolygons[static_cast<int>(polygon->getPolygonIndex())];
+    if (entry && entry != polygon) {
+        m_doublePlaces[entry] = m_doubles.size();
+        m_doubles.push_back(entry);
+    }
+    entry = polygon;
 }
 
 void CN_ExitDestinationPointerDeserializer::forget(const CN_Polygon* polygon) {
     const auto it = m_relocatablePolygons.find(static_cast<int>(polygon->getPolygonIndex()));
     if (it != m_relocatablePolygons.end() && it->second == polygon)
         m_relocatablePolygons.erase(it);
+    if (const auto place = m_doublePlaces.find(polygon); place != m_doublePlaces.end()) {
+        m_doubles[place->second] = nullptr;
+        m_doublePlaces.erase(place);
+    }
 }
 
 void CN_ExitDestinationPointerDeserializer::deserialize(CN_LevelEntity* root, CN_Material* material) {
@@ -117,6 +132,7 @@ void CN_ExitDestinationPointerDeserializer::deserialize(CN_EntityIterator* it, C
         }
     } const serving{*this};
     m_sealMaterial = material;
+    reportDoubles();
     findBroken();
     for (it->begin(); !it->end(); ++*it)
         if (CN_LevelEntity* const entity = **it)
@@ -139,6 +155,12 @@ void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) 
                       shownAddress(exit));
     report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
     exit->sealExit(m_sealMaterial);
+}
+
+void CN_ExitDestinationPointerDeserializer::reportDoubles() {
+    for (const CN_Polygon* const exit : m_doubles)
+        if (exit)
+            report(*exit, formatText("Two exits have the number %d", static_cast<int>(exit->getPolygonIndex())));
 }
 
 /// Finds the exits without a partner, and those whose partner turns out to be none because of that, and so on.
@@ -174,18 +196,24 @@ bool CN_ExitDestinationPointerDeserializer::bind(CN_Polygon& exit) {
 
 /// Binds the exits that no portal stands for.
 void CN_ExitDestinationPointerDeserializer::bindOthers() {
-    for (const auto& [own, exit] : m_relocatablePolygons) {
-        const int number = exit->getExitDestinationIndex();
-        if (number == CN_Polygon::NON_EXIT_INDEX)
-            continue;
-        const bool bound = bind(*exit);
-        exit->setExitDestinationIndex(CN_Polygon::NON_EXIT_INDEX);
-        F_System::verbose("Exit %d without a portal %s polygon %d\n", own, bound ? "leads to" : "does not find",
-                          number);
-        if (!bound)
-            report(*exit,
-                   formatText("An exit without a portal leads nowhere: its partner, polygon %d, is not there", number));
-    }
+    for (const auto& [own, exit] : m_relocatablePolygons)
+        bindOther(*exit);
+    for (CN_Polygon* const exit : m_doubles)
+        if (exit)
+            bindOther(*exit);
+}
+
+void CN_ExitDestinationPointerDeserializer::bindOther(CN_Polygon& exit) {
+    const int number = exit.getExitDestinationIndex();
+    if (number == CN_Polygon::NON_EXIT_INDEX)
+        return;
+    const bool bound = bind(exit);
+    exit.setExitDestinationIndex(CN_Polygon::NON_EXIT_INDEX);
+    F_System::verbose("Exit %d without a portal %s polygon %d\n", static_cast<int>(exit.getPolygonIndex()),
+                      bound ? "leads to" : "does not find", number);
+    if (!bound)
+        report(exit,
+               formatText("An exit without a portal leads nowhere: its partner, polygon %d, is not there", number));
 }
 
 } // namespace cairn

@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 namespace cairn {
@@ -48,8 +49,8 @@ class CN_ExitDestinationPointerDeserializer : public CN_AcyclicLevelVisitor, pub
     CN_ExitDestinationPointerDeserializer& operator=(const CN_ExitDestinationPointerDeserializer&) = delete;
 
     /// Forgets all polygons that were registered.
-    void reset() { m_relocatablePolygons.clear(); }
-    /// Enters an exit polygon under its number; one that had the number is forgotten.
+    void reset();
+    /// Enters an exit polygon under its number. One that had the number is bound like others, but nobody is led there.
     void addRelocatableExitPolygon(CN_Polygon* polygon);
     /// Forgets a polygon that dies.
     void forget(const CN_Polygon* polygon);
@@ -63,13 +64,17 @@ class CN_ExitDestinationPointerDeserializer : public CN_AcyclicLevelVisitor, pub
   private:
     CN_ExitDestinationPointerDeserializer() = default;
     void visit(CN_LevelEntityPortal& portal) override;
+    void reportDoubles();
     void findBroken();
     bool bind(CN_Polygon& exit);
     void bindOthers();
+    void bindOther(CN_Polygon& exit);
 
     std::map<int, CN_Polygon*> m_relocatablePolygons; ///< not owned: exit polygons read, by their number
-    std::set<const CN_Polygon*> m_broken;             ///< not owned: those of them that lead to no exit that stays one
-    CN_Material* m_sealMaterial = nullptr;            ///< not owned: for exits whose partner is missing
+    std::vector<CN_Polygon*> m_doubles;               ///< not owned: those whose number another one took, null for dead
+    std::unordered_map<const CN_Polygon*, std::size_t> m_doublePlaces; ///< in that list
+    std::set<const CN_Polygon*> m_broken;  ///< not owned: those of them that lead to no exit that stays one
+    CN_Material* m_sealMaterial = nullptr; ///< not owned: for exits whose partner is missing
 };
 
 } // namespace cairn

@@ -87,13 +87,18 @@ class PointTree {
             build(0, m_numbers.size());
     }
 
-    /// Calls `visit(number, t)` for each point within `radius` of the line, t from 0 at `from` to 1 at `to`.
-    template <class Visit> void visitNear(const Vector& from, const Vector& to, double radius, Visit&& visit) const {
+    /// Calls `visit(number, t)` for each point within `radius` of the line, t from 0 at `from` to 1 at `to`. What it looks
+    /// at, nodes and points, is taken off `work`; false where that ran out ahead of the end.
+    template <class Visit>
+    bool visitNear(const Vector& from, const Vector& to, double radius, std::size_t& work, Visit&& visit) const {
         const Vector line = to - from;
         std::vector<std::size_t> open;
         if (!m_nodes.empty())
             open.push_back(0);
         while (!open.empty()) {
+            if (work == 0)
+                return false;
+            --work;
             const Node& node = m_nodes[open.back()];
             open.pop_back();
             if (!meets(node, from, line, radius))
@@ -103,6 +108,7 @@ class PointTree {
                 open.push_back(node.right);
                 continue;
             }
+            work -= std::min(work, node.end - node.begin);
             for (std::size_t i = node.begin; i < node.end; ++i) {
                 const Vector& point = m_points[static_cast<std::size_t>(m_numbers[i])];
                 const double t = (point - from).dot(line) / line.dot(line);
@@ -110,6 +116,7 @@ class PointTree {
                     visit(m_numbers[i], t);
             }
         }
+        return true;
     }
 
   private:
@@ -263,7 +270,7 @@ class OpenEdgeSearch {
     }
 
     /// Cuts sides where ends of others lie on them. In a closed mesh no stretch belongs to more than two of them, so that
-    /// the pieces are few: beyond that number sides stay whole.
+    /// the pieces are few and soon found: beyond such numbers sides stay whole.
     std::vector<Side> cut(const std::vector<Side>& sides) const {
         std::vector<int> ends;
         for (const Side& side : sides) {
@@ -272,22 +279,24 @@ class OpenEdgeSearch {
         }
         std::sort(ends.begin(), ends.end());
         ends.erase(std::unique(ends.begin(), ends.end()), ends.end());
-        const PointTree tree(m_weld.points(), std::move(ends));
 
-        constexpr std::size_t PIECES_A_SIDE = 16;
-        std::size_t piecesLeft = PIECES_A_SIDE * sides.size();
+        constexpr std::size_t PIECES_A_SIDE = 16, LOOKS = 64; // looks of the search for each side and each end
+        std::size_t piecesLeft = PIECES_A_SIDE * sides.size(), work = LOOKS * (sides.size() + ends.size());
+        const PointTree tree(m_weld.points(), std::move(ends));
         std::vector<Side> pieces;
         std::vector<std::pair<double, int>> cuts;
         for (const Side& side : sides) {
             cuts.clear();
-            if (piecesLeft > 0)
-                tree.visitNear(place(side.from), place(side.to), m_slack, [&](int point, double t) {
-                    if (point != side.from && point != side.to)
-                        cuts.emplace_back(t, point);
-                });
-            if (cuts.size() > piecesLeft)
-                cuts.clear();
+            const auto keep = [&](int point, double t) {
+                if (point != side.from && point != side.to)
+                    cuts.emplace_back(t, point);
+            };
+            const bool wasSearched =
+                piecesLeft > 0 && tree.visitNear(place(side.from), place(side.to), m_slack, work, keep);
+            const bool fits = cuts.size() < piecesLeft;
             piecesLeft -= std::min(piecesLeft, cuts.size() + 1);
+            if (!wasSearched || !fits)
+                cuts.clear();
             std::sort(cuts.begin(), cuts.end());
             int from = side.from;
             for (const auto& [t, point] : cuts) {

@@ -10,8 +10,11 @@ namespace cairn {
 // A space, without a chunk: 3 double normal, 3 double origin, 9 double rows U V N, 2 double offset. The normal is the third
 // row's.
 
-/// Writes the record of a planar space.
-inline void CN_savePlanarSpace(F_MemoryFile& file, const M_PlanarSpace3Template<double>& space) {
+/// What the record takes.
+inline constexpr std::size_t CN_PLANAR_SPACE_BYTES = 17 * sizeof(double);
+
+/// Writes the record of a planar space; `file` is a file or a run in one.
+template <class File> void CN_savePlanarSpace(File& file, const M_PlanarSpace3Template<double>& space) {
     file << space.getNormal() << space.getPoint() << space.getMatrix() << space.getOffset();
 }
 

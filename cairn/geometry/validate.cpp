@@ -28,6 +28,7 @@ using Vector = M_Vector3Template<double>;
 
 constexpr double UNIT_TOLERANCE = 1e-6; // of a unit vector's length: what a file's rounding and rotations leave
 constexpr double LINE_TOLERANCE = 1e-5; // a polygon within this of a line has no extent
+constexpr double SAME_PLANE = 0.9999;   // cosine between the planes of texture spaces that a load takes for one
 constexpr double LEAST_SLACK = 1e-6;    // of corners that count as one, whatever the planes' tolerance is
 
 /// The findings of one walk.
@@ -66,6 +67,22 @@ template <class Visit> void forEachLoop(const CN_Polygon::EdgeList& edges, Visit
     }
     if (last)
         visit(*first, *last, count);
+}
+
+/// The areas of the loops as vectors, along the side from which each runs counter-clockwise.
+std::vector<Vector> findLoopAreas(const CN_Polygon& polygon) {
+    std::vector<Vector> areas;
+    Vector origin;
+    const CN_Edge* before = nullptr;
+    for (const CN_Edge& edge : polygon.getEdgeList()) {
+        if (!before || before->index(1) != edge.index(0)) {
+            areas.emplace_back();
+            origin = edge.getLocal(0); // small numbers lose less
+        }
+        areas.back() += (edge.getLocal(0) - origin).cross(edge.getLocal(1) - origin) * 0.5;
+        before = &edge;
+    }
+    return areas;
 }
 
 /// True where all corners lie on the line of the longest edge.
@@ -116,6 +133,8 @@ class MeshValidator {
             add("material-missing", "The polygon has no material");
         if (polygon.isExitPolygon() && !polygon.getLevelEntityPortal())
             add("exit-no-portal", "The exit has no portal");
+        if (polygon.isExitPolygon() && (polygon.getPolyMode() != PT_EXIT || polygon.getMaterial()))
+            add("exit-mode", "The exit is drawn as a wall");
         if (hasParents(polygon) && hasVertices(polygon) && !isDegenerate(polygon))
             checkPlane(polygon);
     }
@@ -191,23 +210,44 @@ class MeshValidator {
         const double length = normal.length();
         if (!(std::abs(length - 1) <= UNIT_TOLERANCE))
             return add("polygon-nonplanar", formatText("The normal has the length %g", length));
+        const Vector& reference = polygon.getReferenceNormal();
+        if (!(reference == Vector()) && !(std::abs(reference.length() - 1) <= UNIT_TOLERANCE)) // one may be unset
+            add("polygon-reference", formatText("The reference normal has the length %g", reference.length()));
         double farthest = 0;
-        for (const CN_Edge& edge : polygon.getEdgeList())
-            if (const double off = std::abs((edge.getLocal(0) - polygon.getPointOnPlane()).dot(normal));
-                !(off <= farthest))
+        for (const CN_Edge& edge : polygon.getEdgeList()) {
+            const double off = std::abs((edge.getLocal(0) - polygon.getPointOnPlane()).dot(normal));
+            if (!(off <= farthest))
                 farthest = off;
+            if (std::isnan(off)) // nothing is farther
+                break;
+        }
         if (!(farthest <= m_tolerance))
             add("polygon-nonplanar", formatText("A corner lies %g off the polygon's plane", farthest));
-        else if (!(CN_areaVector(polygon).dot(normal) > 0))
+        else
+            checkLoops(polygon);
+    }
+
+    void checkLoops(const CN_Polygon& polygon) {
+        const std::vector<Vector> areas = findLoopAreas(polygon);
+        const int holes = static_cast<int>(areas.size()) - 1;
+        if (polygon.getNumHoles() < holes)
+            add("polygon-holes", formatText("The polygon has %d holes and counts %d", holes, polygon.getNumHoles()));
+        const auto runsAlong = [&](const Vector& area) { return area.dot(polygon.getNormal()) > 0; };
+        if (!(CN_areaVector(polygon).dot(polygon.getNormal()) > 0))
             add("polygon-winding", "The boundary runs clockwise seen from the side of the normal");
+        else if (std::any_of(areas.begin() + 1, areas.end(), runsAlong))
+            add("polygon-winding", "A hole runs the way the outer loop should");
     }
 
     void checkSpaces(const CN_Polygon& polygon) {
         if (!polygon.getUVSpaces().contains(0))
             addInternal("polygon-space", "The polygon has no first texture space");
-        polygon.getUVSpaces().forEach([this](int key, const CN_UVSpace& space) {
+        const Vector plane = polygon.getUVSpace(0).getMatrix().row(2).normalized();
+        polygon.getUVSpaces().forEach([&](int key, const CN_UVSpace& space) {
             if (!space.space.getInverse().isFinite())
                 addInternal("polygon-space", formatText("The texture space %d has no inverse", key));
+            else if (key != 0 && !(space.space.getMatrix().row(2).normalized().dot(plane) >= SAME_PLANE))
+                add("polygon-space-plane", formatText("The texture space %d is not in the plane of the first", key));
         });
     }
 
@@ -346,6 +386,7 @@ class DocumentValidator {
     }
 
     void look(const CN_LevelEntityTriMesh& mesh) {
+        m_hasTriangleMeshes = true;
         for (const CN_TMTriangle& triangle : mesh.getTriangles()) {
             addMaterialUser(triangle.getMaterial());
             if (triangle.getParent() != &mesh)
@@ -387,10 +428,12 @@ class DocumentValidator {
     void checkLightmaps() {
         if (!CN_Polygon::s_bLightmapIDsAreValidAtLoadTime)
             return;
-        for (const auto& [id, users] : m_lightmapUsers) {
+        for (const unsigned long id : m_document.getLightmaps()->getLightmapIDs()) {
+            const Users users = m_lightmapUsers[id];
             const unsigned int counted = m_document.getLightmaps()->getLightmap(id)->getRefCount();
-            // A triangle mesh leaves its reference behind, and a copy of one takes none.
-            if (users.triangleMeshes > 0 ? counted < users.polygons : counted != users.polygons)
+            // A triangle mesh that goes, or takes another lightmap, leaves its reference behind; a copy of one takes none.
+            const bool mayCountMore = users.triangleMeshes > 0 || (m_hasTriangleMeshes && users.polygons == 0);
+            if (mayCountMore ? counted < users.polygons : counted != users.polygons)
                 m_findings.addInternal("lightmap-count", -1,
                                        formatText("The lightmap %lu counts %u users and has %u", id, counted,
                                                   users.polygons + users.triangleMeshes));
@@ -404,6 +447,7 @@ class DocumentValidator {
     std::unordered_set<const CN_Polygon*> m_polygons; ///< of the level
     std::unordered_map<const CN_Material*, int> m_materialUsers;
     std::map<unsigned long, Users> m_lightmapUsers; ///< of the lightmaps that are there
+    bool m_hasTriangleMeshes = false;               ///< the level has some
 };
 
 } // namespace

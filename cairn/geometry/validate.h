@@ -31,9 +31,13 @@ inline constexpr double CN_LEVEL_TOLERANCE = 0.001;
 /// |----------------------|---------------------------------------------------------------------------------------|
 /// | polygon-degenerate   | a loop that is not closed or has fewer than three corners, a null edge, no extent     |
 /// | polygon-nonplanar    | a normal that is no unit vector, a corner farther from the plane than `tolerance`     |
-/// | polygon-winding      | loops that run clockwise seen from the normal's side                                  |
+/// | polygon-winding      | loops that run clockwise seen from the normal's side, a hole that does not            |
+/// | polygon-holes        | fewer holes counted than there are loops behind the first one                         |
+/// | polygon-reference    | a reference normal that is neither a unit vector nor zero                             |
+/// | polygon-space-plane  | a further texture space that is not in the plane of the first                         |
 /// | material-missing     | no exit and no material                                                               |
 /// | exit-no-portal       | an exit without a portal, a portal that stands on no exit                             |
+/// | exit-mode            | an exit of another mode than `PT_EXIT`, or with a material                            |
 /// | mesh-open            | see `CN_findOpenEdges`, with the tolerance as slack, at least 1e-6                    |
 /// | broken-keyframe      | a keyframe's rotation of determinant 0                                                |
 /// | polygon-index        | internal: an edge or a piece names a vertex that the mesh lacks                       |
@@ -58,7 +62,7 @@ std::vector<CN_Finding> CN_validateMesh(const CN_Mesh& mesh, double tolerance);
 /// | material-unknown     | internal: a material that the document does not have                                  |
 /// | material-count       | internal: a material's use count is not the number of its users                       |
 /// | lightmap-count       | internal: a lightmap's references are not the number of its users, where ids that     |
-/// |                      | polygons load are valid at all                                                        |
+/// |                      | polygons load are valid at all; a level's triangle meshes may have left some behind   |
 ///
 /// Users outside the level (copies that a host keeps) are not seen: a document to be validated has none.
 std::vector<CN_Finding> CN_validateDocument(const CN_Document& document, double tolerance);

@@ -9,7 +9,11 @@ namespace cairn {
 
 namespace {
 
-constexpr float FULL = 255.0f;            ///< a channel at its brightest
+constexpr float FULL = 255.0f; ///< a channel at its brightest
+
+/// What a brightest channel of 0, or about that, counts as where others are negative: with 0 no saturation would bring
+/// them back.
+constexpr float ALMOST_BLACK = 1e-20f;
 constexpr float DEGREES_A_SECTOR = 60.0f; ///< the hue circle falls into six sectors, red at 0
 
 unsigned char toByte(float channel) {
@@ -36,7 +40,7 @@ I_Color::I_Color(const I_FColor& color)
     : blue(toByte(color.blue)), green(toByte(color.green)), red(toByte(color.red)), alpha(toByte(color.alpha)) {}
 
 void I_FColor::RGBtoHSV() {
-    const float most = std::max({red, green, blue});
+    float most = std::max({red, green, blue});
     const float range = most - std::min({red, green, blue});
 
     float hue = 0.0f;
@@ -52,9 +56,11 @@ void I_FColor::RGBtoHSV() {
             hue += 360.0f;
         if (hue >= 360.0f)
             hue = 0.0f;
+        if (std::abs(most) < ALMOST_BLACK && range > ALMOST_BLACK)
+            most = ALMOST_BLACK;
     }
     red = hue;
-    green = most > 0.0f ? range / most : 0.0f;
+    green = most != 0.0f ? range / most : 0.0f;
     blue = most / FULL;
 }
 

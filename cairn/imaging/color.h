@@ -39,8 +39,9 @@ class I_FColor {
         : red(color.red), green(color.green), blue(color.blue), alpha(color.alpha) {}
 
     /// Turns red, green and blue into hue (degrees, at or above 0 and below 360; 0 for a grey), saturation and value
-    /// (0 to 1; the value goes beyond 1 for light brighter than 255, the saturation where a channel is negative).
-    /// Alpha stays. After A. R. Smith, "Color Gamut Transform Pairs", 1978.
+    /// (0 to 1; the value goes beyond 1 for light brighter than 255, and below 0 where every channel is; the saturation
+    /// goes beyond 1 where a channel is negative, and below 0 where every one is). `HSVtoRGB` gives negative
+    /// channels back as well. Alpha stays. After A. R. Smith, "Color Gamut Transform Pairs", 1978.
     void RGBtoHSV();
     /// The way back. Hues beyond 0 to 360 wrap round; a hue that is not finite counts as 0.
     void HSVtoRGB();

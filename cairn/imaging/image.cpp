@@ -97,7 +97,7 @@ HBITMAP I_Image::makeDIB() {
     m_bitmap.reset();
     if (m_faceCount == 0)
         return nullptr;
-    auto bitmap = std::make_unique<Bitmap>();
+    auto bitmap = std::make_shared<Bitmap>();
     bitmap->width = m_width;
     bitmap->height = m_height;
     const auto* bytes = reinterpret_cast<const unsigned char*>(m_pixels.get()); // in the bitmap's order already

@@ -90,6 +90,8 @@ class I_Image {
     const I_SurfaceHeader* getSurfaceHeader() const { return m_surfaceHeader.get(); }
     /// The bitmap that `makeDIB` made last, or null; the image owns it.
     HBITMAP getDIB() const { return m_bitmap.get(); }
+    /// The same, for whoever shows it longer than the image lives or keeps it.
+    const std::shared_ptr<const Bitmap>& shareDIB() const { return m_bitmap; }
     /// Makes a bitmap of the first face as it is now, in place of the one before, and gives it; null, and none kept,
     /// without a picture.
     HBITMAP makeDIB();
@@ -104,7 +106,7 @@ class I_Image {
     int m_faceCount = 0;
     I_PixelBuffer m_pixels;                           ///< face after face; null without a picture
     std::unique_ptr<I_SurfaceHeader> m_surfaceHeader; ///< null for a plain picture
-    std::unique_ptr<Bitmap> m_bitmap;                 ///< null until `makeDIB`
+    std::shared_ptr<const Bitmap> m_bitmap;           ///< null until `makeDIB`
 };
 
 } // namespace cairn

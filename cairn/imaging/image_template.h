@@ -1,6 +1,9 @@
 #pragma once
 
+#include "cairn/foundation/exception.h"
+
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 namespace cairn::II {
@@ -16,6 +19,9 @@ static_assert(sizeof(ColorF) == 12);
 /// A picture of any kind of pixel, row after row from the top.
 template <class Pixel> class ImageTemplate {
   public:
+    /// The longest side, so that a size is an `int` everywhere.
+    static constexpr unsigned MAX_SIDE = std::numeric_limits<int>::max();
+
     ImageTemplate() = default;
 
     /// True where there is a buffer.
@@ -25,8 +31,11 @@ template <class Pixel> class ImageTemplate {
     const Pixel* getPixels() const { return m_pixels.data(); }
     Pixel* accessPixels() { return m_pixels.data(); }
 
-    /// A cleared buffer of that size; what was there is dropped.
+    /// A cleared buffer of that size in pixels; what was there is dropped. Throws an `F_Exception*`, nothing changed,
+    /// where a side is longer than `MAX_SIDE`.
     void setBuffer(unsigned width, unsigned height) {
+        if (width > MAX_SIDE || height > MAX_SIDE)
+            throw new F_Exception(formatText("No picture has a size of %u x %u pixels", width, height));
         m_pixels.assign(std::size_t{width} * height, Pixel{});
         m_width = width;
         m_height = height;

@@ -4,15 +4,12 @@
 #include "cairn/foundation/memory_file.h"
 #include "cairn/imaging/image.h"
 
-#include <limits>
-
 namespace cairn {
 
 namespace {
 
-constexpr unsigned LONGEST_SIDE = std::numeric_limits<int>::max(); ///< so that a size is an `int` everywhere
-constexpr std::size_t PIXEL_BYTES = 12;                            ///< red, green, blue
-constexpr std::size_t OLD_PIXEL_BYTES = 16;                        ///< and a fourth number, which meant nothing
+constexpr std::size_t PIXEL_BYTES = 12;     ///< red, green, blue
+constexpr std::size_t OLD_PIXEL_BYTES = 16; ///< and a fourth number, which meant nothing
 
 /// Clamped and truncated, with an alpha of 255.
 I_Color clamped(const II::ColorF& light) { return I_FColor(light.red, light.green, light.blue); }
@@ -21,7 +18,7 @@ I_Color clamped(const II::ColorF& light) { return I_FColor(light.red, light.gree
 void readPixels(F_MemoryFile& file, II::ImageTemplate<II::ColorF>& image, std::size_t pixelBytes) {
     unsigned width = 0, height = 0;
     file >> width >> height;
-    if (width > LONGEST_SIDE || height > LONGEST_SIDE ||
+    if (width > CN_Lightmap::MAX_SIDE || height > CN_Lightmap::MAX_SIDE ||
         (width > 0 && height > file.getRemaining() / pixelBytes / width))
         file.fail(formatText("A lightmap of %u x %u pixels does not fit into the %zu bytes that are left", width,
                              height, file.getRemaining()));
@@ -101,9 +98,6 @@ CN_RenderTexture* CN_Lightmap::getRenderTexture(const ColorMap* colorMap) {
 // Without a chunk: width, height, four floats a pixel.
 
 void CN_Lightmap::save(F_MemoryFile& file) const {
-    if (m_width > LONGEST_SIDE || m_height > LONGEST_SIDE)
-        throw new F_Exception(
-            formatText("The lightmap %lu of %u x %u pixels is too large to be stored", m_id, m_width, m_height));
     file.createChunk(0, CAIRN_LIGHTMAP_VERSION);
     file.reserve(m_pixels.size() * PIXEL_BYTES);
     file << m_width << m_height;

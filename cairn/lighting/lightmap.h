@@ -50,6 +50,7 @@ class CN_Lightmap : public II::ImageTemplate<II::ColorF> {
     /// through: that one's light is clamped to 0 to 255 and truncated, with an alpha of 255. The caller gives the image
     /// to `freeImage`. Throws an `I_ImageException*` above `I_Image::MAX_PIXELS`.
     I_Image* getImage(const ColorMap* colorMap) const;
+    /// Deletes an image of `getImage`; null is allowed.
     void freeImage(I_Image* image) const;
     /// The render texture of `getImage`, made where there is none or the lightmap is dirty; the lightmap owns it, and it
     /// is valid until `freeRenderTexture` or the next call on a dirty lightmap. Throws as `CN_RenderTexture` does where
@@ -74,7 +75,7 @@ class CN_Lightmap : public II::ImageTemplate<II::ColorF> {
     /// Stays at 0.
     void decrementRefCount() { m_refCount -= m_refCount > 0 ? 1 : 0; }
 
-    /// Throws an `F_Exception*`, nothing written, where a side is beyond what a load takes.
+    /// Writes size, pixels and pass-through; users and marks are not stored.
     void save(F_MemoryFile& file) const;
     /// Reads what `save` wrote, and both older forms, in place of pixels and pass-through. Throws an `F_Exception*`
     /// where the bytes that are left cannot hold the pixels, the lightmap unchanged.

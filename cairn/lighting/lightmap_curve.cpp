@@ -1,6 +1,8 @@
 #include "cairn/lighting/lightmap_curve.h"
 
 #include "cairn/foundation/memory_file.h"
+#include "cairn/geometry/polygon/polygon.h"
+#include "cairn/materials/material.h"
 
 #include <cmath>
 
@@ -51,8 +53,7 @@ void CN_LightmapCurve::mapColor(I_Color& out, const II::ColorF& in) const {
     float& saturation = color.green;
     float& value = color.blue;
     value = mapColorExponential(value * FULL) / FULL;
-    if (saturation > 1.0f)
-        saturation = 1.0f;
+    saturation = saturation > 1.0f ? 1.0f : saturation < 0.0f ? 0.0f : saturation;
     if (value > m_outputMax / FULL)
         value = m_outputMax / FULL;
     color.HSVtoRGB();
@@ -62,6 +63,11 @@ void CN_LightmapCurve::mapColor(I_Color& out, const II::ColorF& in) const {
 float CN_LightmapCurve::getEqualization(const I_FColor& average) {
     const double luminance = (0.3 * average.red + 0.59 * average.green + 0.11 * average.blue) / double{FULL};
     return luminance > 0.5 ? static_cast<float>(1.0 - (luminance - 0.5)) : 1.0f;
+}
+
+float CN_LightmapCurve::getEqualization(const CN_Polygon* polygon) {
+    const CN_Material* const material = polygon->getMaterial();
+    return material ? getEqualization(material->getAverageValue()) : 1.0f;
 }
 
 // Version 1: middle, output minimum, output maximum, equalization.

@@ -23,6 +23,8 @@ class CN_LightmapCurve : public CN_Lightmap::ColorMap {
     float getOutputMax() const { return m_outputMax; }
     /// The weight of the scale, 0 for none.
     float getEqualization() const { return m_equalization; }
+    /// Sets all of these, on a scale of 0 to 255 but for the equalization, a share of 0 to 1, and works out the part of the
+    /// curve above the middle. Any numbers are taken as they are; the scale stays.
     void set(float middle, float outputMin, float outputMax, float equalization);
     /// What the output is multiplied by, as far as the equalization says: the caller's `getEqualization` of the surface
     /// that is shown. Not stored, and settable on a curve that is only shown with; 1 at first.
@@ -37,9 +39,13 @@ class CN_LightmapCurve : public CN_Lightmap::ColorMap {
     /// How much light a surface of that average colour needs against others: 1 up to a luminance of a half, then less,
     /// a half for white.
     static float getEqualization(const I_FColor& average);
+    /// The same for the polygon's material, of the mean of its last icon; 1 for a polygon without a material.
+    static float getEqualization(const CN_Polygon* polygon);
 
+    /// Writes what `set` took; the scale is not stored.
     void save(F_MemoryFile& file) const;
-    /// Reads what `save` wrote and sets the curve by it.
+    /// Reads what `save` wrote and sets the curve by it. Throws an `F_Exception*` on damage; the curve stays as it was
+    /// then.
     void load(F_MemoryFile& file);
 
   private:

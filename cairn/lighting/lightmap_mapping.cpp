@@ -115,7 +115,7 @@ void CN_LightmapMapping::initialFitLightmap(CN_Polygon* polygon, bool keepScale)
 }
 
 void CN_LightmapMapping::setValidLightmapID(unsigned long id) {
-    m_lightmapID = id;
+    m_lightmapID = CN_lightmapID(id);
     m_lightmapValid = true;
 }
 
@@ -124,17 +124,28 @@ void CN_LightmapMapping::setLightmapping(const Space& space) { getPhysicalSpace(
 // No chunk, one form: the space, float resolution, bool valid, unsigned long id.
 
 F_MemoryFile& operator<<(F_MemoryFile& file, const CN_LightmapMapping& mapping) {
-    CN_savePlanarSpace(file, mapping);
-    return file << mapping.m_resolution << mapping.m_lightmapValid << mapping.m_lightmapID;
+    {
+        F_MemoryFile::Run out(file, CN_PLANAR_SPACE_BYTES + sizeof(float) + 1);
+        CN_savePlanarSpace(out, mapping);
+        out << mapping.m_resolution << mapping.m_lightmapValid;
+    }
+    return file << mapping.m_lightmapID;
+}
+
+bool CN_LightmapMapping::load(F_MemoryFile& file) {
+    Space space;
+    bool sound = CN_loadPlanarSpace(file, space);
+    setLightmapping(space);
+    file >> m_resolution >> m_lightmapValid >> m_lightmapID;
+    if (!std::isfinite(m_resolution)) {
+        m_resolution = CN_LightmapMapping().m_resolution;
+        sound = false;
+    }
+    return sound;
 }
 
 F_MemoryFile& operator>>(F_MemoryFile& file, CN_LightmapMapping& mapping) {
-    CN_LightmapMapping::Space space;
-    CN_loadPlanarSpace(file, space);
-    mapping.setLightmapping(space);
-    file >> mapping.m_resolution >> mapping.m_lightmapValid >> mapping.m_lightmapID;
-    if (!std::isfinite(mapping.m_resolution))
-        mapping.m_resolution = CN_LightmapMapping().m_resolution;
+    mapping.load(file);
     return file;
 }
 

@@ -15,11 +15,13 @@ class CN_LightmapMapping : public M_PlanarSpace3Template<double> {
 
     /// Texels for a unit of length.
     float getResolution() const { return m_resolution; }
+    /// For the next fit: the mapping stays as it is. A number that is not finite is not kept by a file.
     void setResolution(float resolution) { m_resolution = resolution; }
     /// The mapping as the space it is.
     const Space& getPhysicalSpace() const { return *this; }
     Space& getPhysicalSpace() { return *this; }
-    /// True where a lightmap has been assigned and the fit still holds.
+    /// True where a lightmap has been assigned and the fit still holds. Of a polygon that was loaded it is false where
+    /// the document has no lightmap of the id, which stays as a number.
     bool isLightmapValid() const { return m_lightmapValid; }
     /// The lightmap's id in the pool, `NO_LIGHTMAP` for none. Whoever holds the mapping counts the reference.
     unsigned long getLightmapID() const { return m_lightmapID; }
@@ -36,9 +38,11 @@ class CN_LightmapMapping : public M_PlanarSpace3Template<double> {
     /// they are plain distances. A polygon that gives no space, or has no width for the scale, leaves it as it was.
     void initialFitLightmap(CN_Polygon* polygon, bool keepScale);
 
-    friend F_MemoryFile& operator<<(F_MemoryFile& file, const CN_LightmapMapping& mapping);
     /// Reads what `<<` wrote. A space that is singular or not finite becomes the default one, and so does a resolution
-    /// that is not finite; throws where the file ends.
+    /// that is not finite: false then. Throws an `F_Exception*` where the file ends.
+    bool load(F_MemoryFile& file);
+    friend F_MemoryFile& operator<<(F_MemoryFile& file, const CN_LightmapMapping& mapping);
+    /// `load`, whatever it had to mend.
     friend F_MemoryFile& operator>>(F_MemoryFile& file, CN_LightmapMapping& mapping);
 
   private:

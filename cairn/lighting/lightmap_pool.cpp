@@ -12,8 +12,7 @@ namespace {
 
 constexpr std::size_t LEAST_LIGHTMAP_BYTES = 12; ///< an id and the size of a lightmap without pixels
 
-/// Also all bits of a longer number.
-bool isNone(unsigned long id) { return (id & NO_LIGHTMAP) == NO_LIGHTMAP; }
+bool isNone(unsigned long id) { return CN_lightmapID(id) == NO_LIGHTMAP; }
 
 } // namespace
 
@@ -34,6 +33,14 @@ const CN_Lightmap* CN_LightmapPool::getLightmap(unsigned long id) const {
 
 CN_Lightmap* CN_LightmapPool::getLightmap(unsigned long id) {
     return const_cast<CN_Lightmap*>(std::as_const(*this).getLightmap(id));
+}
+
+std::vector<unsigned long> CN_LightmapPool::getLightmapIDs() const {
+    std::vector<unsigned long> ids;
+    ids.reserve(m_lightmaps.size());
+    for (const auto& [id, lightmap] : m_lightmaps)
+        ids.push_back(id);
+    return ids;
 }
 
 CN_Lightmap& CN_LightmapPool::requireLightmap(unsigned long id) {
@@ -60,7 +67,7 @@ void CN_LightmapPool::dereferenceLightmap(unsigned long id) {
 }
 
 CN_Lightmap* CN_LightmapPool::allocateNew(unsigned long id) {
-    if (isNone(id) || id > NO_LIGHTMAP)
+    if (isNone(id))
         throw new F_Exception(formatText("No lightmap can have the id %lu", id));
     const auto [place, isNew] = m_lightmaps.try_emplace(id);
     if (!isNew)

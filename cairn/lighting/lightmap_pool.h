@@ -11,7 +11,7 @@ namespace cairn {
 /// Version of the chunk that holds the pool.
 inline constexpr int CAIRN_LIGHTMAP_POOL_VERSION = 1;
 
-/// Holds the lightmaps of a document, and the curve they are shown with. Ready for use from the start.
+/// Holds the lightmaps of a document, and the curve they are shown with.
 class CN_LightmapPool : public CN_LightmapPoolInterface {
   public:
     CN_LightmapPool() = default;
@@ -33,6 +33,7 @@ class CN_LightmapPool : public CN_LightmapPoolInterface {
     void save(F_MemoryFile& file) override;
     void debugCheck() override;
     std::size_t getLightmapCount() const override { return m_lightmaps.size(); }
+    std::vector<unsigned long> getLightmapIDs() const override;
 
     /// A new lightmap without pixels and users, owned by the pool. Throws an `F_Exception*` where the id is in use or
     /// none.
@@ -51,8 +52,8 @@ class CN_LightmapPool : public CN_LightmapPoolInterface {
     CN_Lightmap& requireLightmap(unsigned long id);
     void add(F_MemoryFile& file, Lightmaps&& lightmaps);
 
-    bool m_constructed = true; ///< in use
-    Lightmaps m_lightmaps;     ///< by id
+    bool m_constructed = false; ///< in use
+    Lightmaps m_lightmaps;      ///< by id
     CN_LightmapCurve m_curve;
 };
 

@@ -96,9 +96,10 @@ CN_VolumeLighting::CN_VolumeLighting(const CN_VolumeLighting& other) : CN_Volume
 
 CN_VolumeLighting& CN_VolumeLighting::operator=(const CN_VolumeLighting& other) {
     if (this != &other) {
-        destruct();
-        for (const Grid& grid : other.m_grids)
-            addGrid(grid.min, grid.max, grid.n[0], grid.n[1], grid.n[2], grid.data.data());
+        std::vector<Grid> grids = other.m_grids;
+        m_grids.swap(grids);
+        initializeIntervals();
+        m_constructed = !m_grids.empty();
     }
     return *this;
 }
@@ -110,8 +111,12 @@ void CN_VolumeLighting::destruct() {
 
 void CN_VolumeLighting::initializeIntervals() {
     for (Grid& grid : m_grids)
-        for (std::size_t axis = 0; axis < 3; ++axis)
-            grid.intervals[axis] = {0, static_cast<float>(grid.n[axis] - 1) - INTERVAL_MARGIN};
+        initializeIntervals(grid);
+}
+
+void CN_VolumeLighting::initializeIntervals(Grid& grid) {
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        grid.intervals[axis] = {0, static_cast<float>(grid.n[axis] - 1) - INTERVAL_MARGIN};
 }
 
 void CN_VolumeLighting::addGrid(const Vector& min, const Vector& max, int nx, int ny, int nz,
@@ -124,8 +129,8 @@ void CN_VolumeLighting::addGrid(const Vector& min, const Vector& max, int nx, in
         throw new F_Exception(formatText("No grid of light has %d x %d x %d points", nx, ny, nz));
     grid.data.assign(data,
                      data + static_cast<std::size_t>(nx) * static_cast<std::size_t>(ny) * static_cast<std::size_t>(nz));
+    initializeIntervals(grid);
     m_grids.push_back(std::move(grid));
-    initializeIntervals();
     m_constructed = true;
 }
 

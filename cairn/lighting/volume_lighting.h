@@ -88,6 +88,7 @@ class CN_VolumeLighting {
         std::vector<LightingData> data;    ///< the points, x fastest, then y
     };
 
+    static void initializeIntervals(Grid& grid);
     static void readGrid(F_MemoryFile& file, Grid& grid);
 
     std::vector<Grid> m_grids; ///< in file order

@@ -17,6 +17,8 @@ class CN_TextureList;
 class F_MemoryFile;
 class I_Image;
 class Y_SharedDBSurfaceMaterial;
+struct CN_IconLook;
+struct CN_MaterialIcons;
 
 /// Version of the chunk that holds a material.
 inline constexpr int CAIRN_MATERIAL_VERSION = 5;
@@ -98,7 +100,7 @@ class CN_Material {
     /// @}
 
     /// Takes over what the other says of a surface: textures, name, scales, blending and flags. Category, list, use
-    /// count and what only the host shows stay.
+    /// count and the host's mark stay; the icons are of the new look.
     void copyProperties(const CN_Material* other);
     /// True where both look alike and have the same name; names, the textures' too, compare without regard to case. The
     /// detail, reflection and gloss textures count only where they are used. Scales don't count.
@@ -135,11 +137,15 @@ class CN_Material {
     void setLocated(bool located);
     bool isLocated() const { return m_located; }
     /// The bitmap of the 64 by 64 icon, null before there is one; valid until the icons are made anew.
-    HBITMAP getDIB() const { return m_thumbDIB; }
+    HBITMAP getDIB() const { return shareDIB().get(); }
     /// The bitmap of the 32 by 32 icon, likewise.
-    HBITMAP getListDIB() const { return m_listDIB; }
-    const I_Image* getThumbImage() const { return m_thumbImage.get(); }
-    const I_Image* getListImage() const { return m_listImage.get(); }
+    HBITMAP getListDIB() const { return shareListDIB().get(); }
+    /// The same bitmaps for whoever keeps them; materials that look alike may share theirs.
+    std::shared_ptr<const Bitmap> shareDIB() const;
+    std::shared_ptr<const Bitmap> shareListDIB() const;
+    /// The icons themselves, null and valid likewise.
+    const I_Image* getThumbImage() const;
+    const I_Image* getListImage() const;
     /// Mean colour of the icon made last, without its overlays.
     const I_FColor& getAverageValue() const { return m_averageValue; }
     /// The index in the category's list of 32 by 32 icons, -1 for none.
@@ -205,7 +211,8 @@ class CN_Material {
     void defaultScaleOf(const CN_Texture& texture, double& u, double& v) const;
     CN_Texture* findTexture(const CString& name) const;
     void release(CN_Texture* texture);
-    void makeIcon(std::unique_ptr<I_Image>& icon, HBITMAP& bitmap, const I_Image& source, int size);
+    CN_IconLook getLook() const;
+    std::unique_ptr<I_Image> makeIcon(const I_Image& source, int size);
     void readFields(F_MemoryFile& file, int version, RecordNames& names);
     void repairNumbers();
     bool takeTextures(const RecordNames& names);
@@ -232,12 +239,9 @@ class CN_Material {
     unsigned int m_alphaTestValue = DEFAULT_ALPHA_TEST_VALUE;
     bool m_adultContent = false;
     I_FColor m_averageValue{0.0f, 0.0f, 0.0f, 255.0f};
-    std::unique_ptr<I_Image> m_thumbImage; ///< the 64 by 64 icon
-    HBITMAP m_thumbDIB = nullptr;          ///< not owned: m_thumbImage's
-    std::unique_ptr<I_Image> m_listImage;  ///< the 32 by 32 icon
-    HBITMAP m_listDIB = nullptr;           ///< not owned: m_listImage's
-    int m_imgIndex = -1;                   ///< in the category's list image list
-    int m_defaultScale = 0;                ///< texels per unit
+    std::shared_ptr<const CN_MaterialIcons> m_icons; ///< perhaps shared; null until there are some
+    int m_imgIndex = -1;                             ///< in the category's list image list
+    int m_defaultScale = 0;                          ///< texels per unit
     DiffuseBlendType m_blendType = BLEND_PLAIN;
     bool m_located = false; ///< marked in the host: icons show the cross hair
     int m_visibleFrame = 0; ///< index into m_diffuseTextures

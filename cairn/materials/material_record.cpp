@@ -125,13 +125,17 @@ bool CN_Material::takeTextures(const RecordNames& names) {
     };
 
     TextureVector frames;
+    bool hasNameless = false;
     for (const CString& name : names.diffuse) {
-        if (name.IsEmpty()) {
-            AfxMessageBox("Invalid material found, ignoring...", MB_ICONEXCLAMATION);
-            reportRepair("was dropped: one of its diffuse textures has no name");
-            return false;
-        }
-        frames.push_back(find(name, false));
+        hasNameless |= name.IsEmpty();
+        frames.push_back(name.IsEmpty() ? nullptr : find(name, false));
+    }
+    if (hasNameless) {
+        AfxMessageBox("Invalid material found, ignoring...", MB_ICONEXCLAMATION);
+        reportRepair("was dropped: one of its diffuse textures has no name");
+        // They lose this reference with the material, as those of any that is dropped.
+        replaceDiffuseTextures(std::move(frames));
+        return false;
     }
     m_diffuseScaled = true;
     setDiffuseTextures(frames);

@@ -103,6 +103,19 @@ void CN_MaterialWrapper::refreshImageLists(bool rebuildThumbnails) {
         category.refreshImageLists(rebuildThumbnails);
 }
 
+void CN_MaterialWrapper::checkSavable() const {
+    const auto isNameless = [](const CN_Texture* texture) { return !texture || texture->name().IsEmpty(); };
+    for (const CN_MaterialsCategory& category : m_categories)
+        for (const CN_Material* material : category.getMaterials()) {
+            const auto& frames = material->getDiffuseTextures();
+            if (std::any_of(frames.begin(), frames.end(), isNameless))
+                throw new F_Exception(
+                    formatText("The material \"%s\" of the category \"%s\" cannot be saved: one of its "
+                               "diffuse textures has no name",
+                               material->name().GetString(), category.name().GetString()));
+        }
+}
+
 // unsigned int count, then each category in list order.
 
 void CN_MaterialWrapper::save(F_MemoryFile& file) const {

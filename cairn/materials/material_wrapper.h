@@ -56,6 +56,9 @@ class CN_MaterialWrapper {
     /// How many materials all categories hold together.
     int numMaterials() const;
 
+    /// Throws an `F_Exception*` that names it where a material has an empty frame, or one of a texture without a name: a
+    /// load would drop it.
+    void checkSavable() const;
     /// The number of categories and the categories, without a chunk about them.
     void save(F_MemoryFile& file) const;
     /// Replaces the categories by what `save` wrote, sorted by name. A material that cannot be used is dropped. Textures

@@ -90,12 +90,16 @@ void CN_MaterialsCategory::deleteMaterials() {
     }
 }
 
-/// Takes over the materials of another category, which keep their addresses.
+/// Takes over the materials of another category, which keep their addresses and get their textures from the list of
+/// this one, if it has one, from now on.
 void CN_MaterialsCategory::takeFrom(CN_MaterialsCategory& other) {
     dropIndex();
     other.dropIndex();
-    for (CN_Material* material : other.m_materials)
+    for (CN_Material* material : other.m_materials) {
         material->m_parent = this;
+        if (m_list)
+            material->m_list = m_list;
+    }
     m_materials.splice(m_materials.end(), other.m_materials);
     other.refreshImageLists(false);
     refreshImageLists(false);
@@ -163,7 +167,8 @@ CN_Material* CN_MaterialsCategory::mergeOrName(CN_Material* material) {
         if (!holder)
             return material;
         if (*material == *holder) {
-            takeOut(material);
+            if (!takeOut(material) && material->m_parent)
+                material->m_parent->takeOut(material);
             delete material;
             return holder;
         }
@@ -243,8 +248,8 @@ void CN_MaterialsCategory::renamed(CN_Material& material, std::string_view oldNa
 
 void CN_MaterialsCategory::addToImageLists(CN_Material* material) {
     createImageLists();
-    m_thumbImgList.Add(material->m_thumbDIB, material->m_thumbDIB);
-    material->m_imgIndex = m_listImgList.Add(material->m_listDIB, material->m_listDIB);
+    m_thumbImgList.addShared(material->shareDIB(), material->getDIB());
+    material->m_imgIndex = m_listImgList.addShared(material->shareListDIB(), material->getListDIB());
 }
 
 void CN_MaterialsCategory::refreshImageLists(bool rebuildThumbnails) {

@@ -92,8 +92,8 @@ class CN_MaterialsCategory {
     /// Takes the material out and with `deleteIt` deletes it. Nothing where it is not here.
     void remove(CN_Material* material, bool deleteIt);
     /// Gives the material a name that no other material of the category has: its own, else the first free one of
-    /// "[1]name", "[2]name", ... With `mergeIdentical` a material that equals the one that holds a name is deleted, and
-    /// the other given back; each name that is held is compared then, while without it the free one is found at once.
+    /// "[1]name", "[2]name", ... With `mergeIdentical` a material that equals the one that holds a name leaves its
+    /// category, whichever it is, and is deleted, and the other given back; each name that is held is compared then, while without it the free one is found at once.
     CN_Material* setUniqueName(CN_Material* material, bool mergeIdentical);
     /// @}
 

@@ -40,7 +40,7 @@ class CN_Texture {
     /// Reads an image file and takes its bytes, its name as it is spelled here and its size. False where the name's
     /// ending tells no format and where the file cannot be read (only regular files up to `MAX_SOURCE_SIZE` are): the
     /// texture is as it was. Also false, after a message box, where the bytes do not decode: the texture has no source
-    /// then, neither the old one nor the new one.
+    /// then, neither the old one nor the new one, and is 0 x 0.
     bool load(const char* fileName);
 
     /// The name, which is the name of the file that it came from.
@@ -133,8 +133,8 @@ class CN_Texture {
 
 /// Writes the texture: a chunk with format, size of the source, name, source.
 F_MemoryFile& operator<<(F_MemoryFile& file, const CN_Texture& texture);
-/// Reads what `<<` wrote. Without a name, after a message box, it gets the first of "NONAME00", "NONAME01", ... that its
-/// parent does not hold. A source that does not decode stays, after a message box, with the size 0. Throws where the
+/// Reads what `<<` wrote. Without a name, after a message box ("Problems loading texture; trying to continue.\nTake this
+/// file to Pim."), it gets the first of "NONAME00", "NONAME01", ... that its parent does not hold. A source that does not decode stays, after a message box, with the size 0. Throws where the
 /// chunk is damaged and where it has no source; the position stands at the chunk then.
 F_MemoryFile& operator>>(F_MemoryFile& file, CN_Texture& texture);
 

@@ -28,7 +28,7 @@ int numberOfNoName(std::string_view name) {
         return INT_MAX;
     const char* const end = name.data() + name.size();
     const auto [at, error] = std::from_chars(name.data() + NO_NAME.size(), end, number);
-    return error == std::errc() && at == end ? number : INT_MAX;
+    return error == std::errc() && at == end && number >= 0 ? number : INT_MAX;
 }
 
 const char* formatWord(I_Image::Format format) {
@@ -275,6 +275,13 @@ void CN_TextureList::rebuildIndex() const {
         m_index.insert(texture.m_name.view(), &texture, texture.m_stamp);
     }
     m_indexIsStale = false;
+}
+
+void CN_TextureList::checkSavable() const {
+    for (const CN_Texture& texture : m_list)
+        if (texture.getSourceSize() <= 0)
+            throw new F_Exception(
+                formatText("The texture \"%s\" cannot be saved: it has no source", texture.name().GetString()));
 }
 
 std::int64_t CN_TextureList::totalTexels() const {

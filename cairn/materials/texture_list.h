@@ -74,6 +74,10 @@ class CN_TextureList {
     /// called "[1]name", then "[2]name" and so on.
     void setUniqueName(CN_Texture* texture);
 
+    /// Throws an `F_Exception*` that names it where a texture has no source: a load would drop it, and the materials
+    /// that have it.
+    void checkSavable() const;
+
     /// Width times height, summed over the list.
     std::int64_t totalTexels() const;
     /// Writes the list to the diagnostic log: a line with the count, then one for each texture.

@@ -1,6 +1,7 @@
 #include "cairn/platform/image_list.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace cairn {
 
@@ -21,16 +22,24 @@ bool CImageList::DeleteImageList() {
     return true;
 }
 
-int CImageList::Add(HBITMAP image, HBITMAP mask) {
+bool CImageList::takes(HBITMAP image, HBITMAP mask) const {
     const auto fits = [this](HBITMAP bitmap) { return bitmap->width == m_width && bitmap->height == m_height; };
-    if (!isCreated() || !image || !fits(image) || (mask && !fits(mask)))
+    return isCreated() && image && fits(image) && (!mask || fits(mask));
+}
+
+int CImageList::Add(HBITMAP image, HBITMAP mask) {
+    return takes(image, mask) ? addShared(std::make_shared<const Bitmap>(*image), mask) : -1;
+}
+
+int CImageList::addShared(std::shared_ptr<const Bitmap> image, HBITMAP mask) {
+    if (!takes(image.get(), mask))
         return -1;
-    m_icons.push_back(*image);
+    m_icons.push_back(std::move(image));
     return GetImageCount() - 1;
 }
 
 HBITMAP CImageList::getIcon(int index) const {
-    return index >= 0 && index < GetImageCount() ? &m_icons[static_cast<std::size_t>(index)] : nullptr;
+    return index >= 0 && index < GetImageCount() ? m_icons[static_cast<std::size_t>(index)].get() : nullptr;
 }
 
 } // namespace cairn

@@ -2,6 +2,7 @@
 
 #include "cairn/platform/bitmap.h"
 
+#include <memory>
 #include <vector>
 
 namespace cairn {
@@ -9,7 +10,7 @@ namespace cairn {
 inline constexpr unsigned ILC_MASK = 0x1;
 inline constexpr unsigned ILC_COLOR32 = 0x20;
 
-/// The platform's list of icons of one size: it keeps copies of the bitmaps it is given.
+/// The platform's list of icons of one size: it keeps copies of the bitmaps it is given, or shares them.
 class CImageList {
   public:
     CImageList() = default;
@@ -27,6 +28,8 @@ class CImageList {
     /// Appends a copy of `image` and gives its index; -1 where there is no list, no bitmap, or one of another size.
     /// A `mask` that is given must have the icon's size; it hides nothing, as icons of 32 bits bring their alpha.
     int Add(HBITMAP image, HBITMAP mask);
+    /// Does so with `image` itself, which must not change any more.
+    int addShared(std::shared_ptr<const Bitmap> image, HBITMAP mask);
     /// The icon at `index`, or null where there is none. Valid until the list changes.
     HBITMAP getIcon(int index) const;
     /// The size of each icon in pixels, 0 without a list.
@@ -34,7 +37,9 @@ class CImageList {
     int getHeight() const { return m_height; }
 
   private:
-    std::vector<Bitmap> m_icons;
+    bool takes(HBITMAP image, HBITMAP mask) const;
+
+    std::vector<std::shared_ptr<const Bitmap>> m_icons;
     int m_width = 0;
     int m_height = 0;
 };

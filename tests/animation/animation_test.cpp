@@ -3,6 +3,7 @@
 #include "cairn/animation/mesh_animations.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/foundation/file.h"
+#include "tests/entities/entity_tree.h"
 #include "tests/support/hostile_bytes.h"
 #include "tests/support/level_bytes.h"
 #include "tests/support/old_animations.h"
@@ -142,6 +143,53 @@ TEST(Animation, LoadsOverWhatItHeldAndLightsAtTheDefaultWhereTheKeyframeIsGone) 
     const Bytes before = saved(animation);
     EXPECT_NE(failureText([&] { load(animation, std::span(before).first(before.size() - 5)); }), "(nothing thrown)");
     EXPECT_EQ(saved(animation), before) << "a load that fails changes nothing";
+}
+
+TEST(Animation, KeepsTheSamplesReadWhereAKeyframeIsGone) {
+    F_MemoryFile file;
+    test::writeOldAnimations(file, {.start = "gone"});
+    CN_Animation animation;
+    load(animation, test::bytesOf(file));
+    const CN_MeshAnimation* const move = animation.getAnimations()->find(toIString("Move"));
+    ASSERT_TRUE(move);
+    EXPECT_EQ(move->getStartFrame(), "gone");
+    const M_Vector3Template<float> halfWay(1.5f, 2, 0); // of two samples, where the curve sags
+    EXPECT_LT((move->getMatrixAt(1).translation - halfWay).length(), 1e-5f);
+    loadAndSaveTwice(test::bytesOf(file));
+}
+
+TEST(Animation, GoesToAKeyframeWithItsChildrenAndIsThereLast) {
+    /// Notes the keyframe at which its mesh says to stand whenever it is placed in the world.
+    struct Watching : CN_LevelEntityMesh {
+        explicit Watching(const CN_Animation& animation) : m_animation(animation) {}
+        void handleHierarchy(const Vector& position, const Matrix& rotation, bool force) override {
+            m_seen += m_animation.getCurrentKeyframe() + " ";
+            CN_LevelEntityMesh::handleHierarchy(position, rotation, force);
+        }
+        const CN_Animation& m_animation;
+        string m_seen;
+    };
+    test::LevelDocument level;
+    CN_LevelEntity& room = *test::addChild(level.root(), CN_KIND_MESH, "Room");
+    room.setPosition({10, 0, 0});
+    CN_Animation animation;
+    auto* const mesh = new Watching(animation);
+    mesh->setDocument(&level);
+    room.add(mesh, false);
+    CN_LevelEntity& child = *test::addChild(*mesh, CN_KIND_WAYPOINT, "Way");
+    child.setPosition({0, 0, 1});
+    animation.makeDynamic(mesh);
+    animation.accessKeyframes()->insert(
+        "there", new CN_Keyframe(Placement(Matrix({0, 0, 1}, {0, 1, 0}, {-1, 0, 0}), {1, 2, 3})));
+    mesh->m_seen.clear();
+    animation.gotoKeyframe(mesh, "there");
+    EXPECT_EQ(mesh->m_seen, "Keyframe_0 Keyframe_0 ");
+    EXPECT_EQ(animation.getCurrentKeyframe(), "there");
+    EXPECT_EQ(child.getWorldPosition(), CN_LevelEntity::Vector(10, 2, 3)) << "turned with its parent";
+    animation.gotoKeyframe(mesh, animation.getDefaultKeyframe());
+    EXPECT_EQ(child.getWorldPosition(), CN_LevelEntity::Vector(10, 0, 1));
+    room.remove(mesh);
+    delete mesh;
 }
 
 TEST(Animation, RefusesToReadAndWriteWhatIsNotFinite) {

@@ -52,6 +52,8 @@ TEST(GraphEdit, GoesThroughItsNodes) {
         float x, value;
     };
     const U_GraphEdit uneven = graphOf({{0, {0}}, {1, {1}}, {3, {0}}, {4, {8}}});
+    U_GraphEdit endless = graphOf({{0, {3e38f}}, {1, {-3e38f}}});
+    endless.setYRange(-std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity());
     const Case cases[] = {
         {"no node", graphOf({}), 1, 0.5f, 0},
         {"one node", graphOf({{0.3f, {7}}}), 1, 0.9f, 7},
@@ -66,6 +68,7 @@ TEST(GraphEdit, GoesThroughItsNodes) {
         {"hermite", uneven, 0, 2, -0.083333f},
         {"hermite of two nodes", graphOf({{0, {2}}, {2, {6}}}), 0, 0.5f, 3},
         {"another interpolation", uneven, 2, 2, 0},
+        {"beyond float", endless, 1, -1, 0}, // three times 3e38
         {"no number", graphOf({{0, {2}}, {1, {6}}}), 1, NOT_A_NUMBER, -100},
     };
     for (Case c : cases) {

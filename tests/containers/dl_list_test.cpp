@@ -261,6 +261,18 @@ TEST(F_DLListInitTest, ElementThatFailsToComeLeavesTheListAsItWas) {
         int);
 }
 
+TEST(F_DLListInitTest, GrowsBeyondWhatWasReserved) {
+    F_DLListInit<Tracked> list;
+    list.reserve(1);
+    for (int i = 0; i < 20; ++i)
+        list.emplace(i);
+    list.reserve(1000); // too late
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(*list[i].value, i);
+        EXPECT_EQ(list.indexOf(&list[i]), i);
+    }
+}
+
 TEST(F_DLListInitTest, KeepsWideAlignment) {
     struct alignas(128) Wide {
         char bytes[130] = {};

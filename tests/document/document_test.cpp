@@ -6,6 +6,7 @@
 #include "cairn/fsm/change_manager.h"
 #include "cairn/lighting/lightmap_curve.h"
 #include "cairn/lighting/lightmap_pool_interface.h"
+#include "cairn/materials/material.h"
 #include "tests/support/level_bytes.h"
 #include "tests/support/process_state_guard.h"
 
@@ -333,7 +334,25 @@ TEST_F(DocumentTest, RefusesBeforeTheFirstByte) {
     EXPECT_EQ(childNames(document), std::vector<string>{"player"});
     document.accessPlayer()->setPosition({NOT_A_NUMBER, 0, 0});
     EXPECT_NE(failureText([&] { document.save(file); }).find("::player"), string::npos);
+    document.accessPlayer()->setPosition({});
+
+    CN_MaterialsCategory* const walls = document.accessMaterials().addCategory(&document.accessTextures(), "Walls");
+    CN_Material* const material = walls->add(0, nullptr, nullptr);
+    material->setName("stone");
+    CN_Texture* const texture = document.accessTextures().addNew();
+    texture->setName("wall.tga");
+    EXPECT_NE(failureText([&] { document.save(file); }).find("\"wall.tga\""), string::npos);
+    auto* bytes = new unsigned char[1]{};
+    texture->setSourceFormat(I_Image::TGA);
+    EXPECT_NE(failureText([&] { texture->setSource(bytes, 1, true); }), "(nothing thrown)");
+    material->setDiffuseTextures(CN_Material::TextureVector{texture, nullptr});
+    EXPECT_NE(failureText([&] { document.save(file); }).find("\"stone\" of the category \"Walls\""), string::npos);
+    material->setDiffuseTextures(CN_Material::TextureVector{texture});
+    texture->setName("");
+    EXPECT_NE(failureText([&] { document.save(file); }).find("\"stone\" of the category \"Walls\""), string::npos);
     EXPECT_EQ(file.getSize(), 0u);
+    texture->setName("wall.tga");
+    EXPECT_EQ(failureText([&] { document.save(file); }), "(nothing thrown)");
 
     OldLevel other;
     other.root.kind = CN_KIND_WAYPOINT;

@@ -1,7 +1,12 @@
 #include "cairn/content/shared_db_writer.h"
 #include "cairn/document/level_file_library.h"
 #include "cairn/document/shared_db.h"
+#include "cairn/entities/mesh_interface.h"
+#include "cairn/entities/mesh_properties.h"
+#include "cairn/entities/trigger_properties.h"
 #include "tests/content/content_files.h"
+#include "tests/entities/entity_tree.h"
+#include "tests/support/old_mesh_entities.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gmock/gmock.h>
@@ -177,6 +182,47 @@ TEST_F(SharedDBFacade, AsksOnceForANameAndDatabase) {
     CN_SharedDB::createInstance();
     EXPECT_EQ(checked(119, "lost"), "lost"); // a new database has no callback and remembers nothing
     EXPECT_THAT(remapping.asked, ElementsAre("gone", "lost"));
+}
+
+TEST_F(SharedDBFacade, GivesTheNamesOfWhatMeshesAndTriggersLoad) {
+    add(Y_SharedDBKind::PHYSICAL_MATERIAL, {"Wood", "Air"});
+    CN_SharedDB::createInstance()->setRemapNameCallback(remap);
+    remapping.answer = "Air";
+    F_MemoryFile bare;
+    test::writeOldMeshProperties(bare, 5, 0);
+    bare.toRead();
+    CN_MeshProperties settings;
+    settings.load(bare, 5);
+    EXPECT_EQ(settings.physicalMaterial, "Wood");
+
+    for (const auto& [kind, unknown] : {std::pair(CN_KIND_MESH, "gone"), std::pair(CN_KIND_TRIMESH, "lost")}) {
+        SCOPED_TRACE(kind);
+        const std::unique_ptr<CN_LevelEntity> entity = test::makeEntity(kind);
+        auto& mesh = dynamic_cast<CN_MeshInterface&>(*entity);
+        const auto reloaded = [&](const char* material, bool dynamic) {
+            settings.physicalMaterial = material;
+            mesh.setMeshProperties(settings);
+            mesh.setDynamic(dynamic);
+            F_MemoryFile file;
+            entity->saveEntitySpecificData(file);
+            file.toRead();
+            entity->loadEntitySpecificData(file);
+            return mesh.getMeshProperties().physicalMaterial;
+        };
+        mesh.makeDynamic(true);
+        EXPECT_EQ(mesh.getMeshProperties().physicalMaterial, "Wood");
+        EXPECT_EQ(reloaded("", true), "Wood");
+        EXPECT_EQ(reloaded(unknown, true), "Air");
+        EXPECT_EQ(reloaded("of no use", false), "");
+    }
+
+    F_MemoryFile old;
+    test::writeOldTriggerProperties(old, 2);
+    old.toRead();
+    CN_TriggerProperties trigger;
+    trigger.load(old);
+    EXPECT_EQ(toString(trigger.animationName), "Air");
+    EXPECT_THAT(remapping.asked, ElementsAre("gone", "lost", "Pull"));
 }
 
 TEST_F(SharedDBFacade, GoesWithoutADatabaseThatCannotBeOpened) {

@@ -7,7 +7,7 @@
 
 #include <memory>
 
-/// Helpers for tests that build a tree by hand.
+/// Small trees of entities, built by hand.
 namespace cairn::test {
 
 inline std::unique_ptr<CN_LevelEntity> makeEntity(int kind, CN_Document* document = nullptr) {

@@ -265,6 +265,10 @@ TEST(Kinds, AskForTheirRendererOnceWhenMadeAsACopy) {
         EXPECT_EQ(factory.asked, once);
         factory.asked.clear();
     }
+    CN_LevelEntityTriMesh mesh;
+    mesh.discardGeometry(false);
+    mesh.discardGeometry(true);
+    EXPECT_EQ(factory.asked, std::vector<std::string>{"TriMesh"});
 }
 
 TEST(Enemy, CountsInTheGroupsThatTheDocumentKnows) {

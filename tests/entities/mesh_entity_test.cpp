@@ -66,6 +66,7 @@ TEST(MeshEntity, KeepsVolumeLightingThatHasAGrid) {
     EXPECT_EQ(savedRecord(plain), record);
 
     lit.replaceVolumeLighting(lighting(false).release());
+    EXPECT_EQ(lit.getVolumeLighting(), nullptr);
     EXPECT_EQ(savedRecord(lit), unlit);
     F_MemoryFile empty; // the flag is set, and no grid follows
     empty.createChunk(1, 0);

@@ -2,13 +2,20 @@
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/portal.h"
 #include "cairn/entities/tri_mesh.h"
+#include "cairn/entities/trigger.h"
 #include "cairn/foundation/file.h"
+#include "cairn/lighting/volume_lighting.h"
+#include "tests/entities/entity_tree.h"
 #include "tests/support/hostile_bytes.h"
 #include "tests/support/level_bytes.h"
+#include "tests/support/old_lighting.h"
 #include "tests/support/old_mesh_entities.h"
+#include "tests/support/process_state_guard.h"
 #include "tests/support/sample_mesh.h"
 
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 namespace cairn {
 namespace {
@@ -89,43 +96,142 @@ TEST(OldMeshEntities, TriggerPropertiesKeepWhatAVersionLacks) {
     }
 }
 
+/// A chunk of `count` flags of which the one of number `set` alone is true; `writeAhead` gets the number of each flag and
+/// that of the end, to write what stands ahead of it.
+template <class WriteAhead> Bytes chunkOfFlags(int version, int count, int set, WriteAhead&& writeAhead) {
+    return written([&](F_MemoryFile& file) {
+        file.createChunk(0, version);
+        for (int i = 0; i < count; ++i) {
+            writeAhead(file, i);
+            file << (i == set);
+        }
+        writeAhead(file, count);
+        file.closeChunk();
+    });
+}
+
+/// Settings with all flags but the one of number `set` off; null stands for a flag that is no public member.
+template <class Settings> Settings withOneFlag(std::span<bool Settings::*const> flags, int set) {
+    Settings settings;
+    for (int i = 0; bool Settings::*const flag : flags) {
+        if (flag)
+            settings.*flag = i == set;
+        ++i;
+    }
+    return settings;
+}
+
+/// Expects that the bytes are read as the settings, and that those are written as the bytes.
+template <class Settings, class... Version>
+void expectRecord(const Bytes& bytes, const Settings& expected, Version... version) {
+    Settings read;
+    readFrom(bytes, [&](F_MemoryFile& file) { read.load(file, version...); });
+    EXPECT_EQ(read, expected);
+    EXPECT_EQ(written([&](F_MemoryFile& file) { read.save(file); }), bytes);
+}
+
+TEST(OldMeshEntities, EachFlagHasAPlaceOfItsOwn) {
+    using Mesh = CN_MeshProperties;
+    bool Mesh::*const meshFlags[] = {
+        &Mesh::collideC,  &Mesh::lightDynamic, &Mesh::meshFlagA, &Mesh::meshFlagB, &Mesh::collideB,
+        &Mesh::meshFlagC, &Mesh::collideA,     &Mesh::meshFlagD, &Mesh::meshFlagE, &Mesh::meshFlagF,
+        &Mesh::meshFlagG, &Mesh::meshFlagH,    &Mesh::meshFlagI, nullptr};
+    for (int set = 0; set < 14; ++set) {
+        SCOPED_TRACE(set);
+        auto expected = withOneFlag<Mesh>(meshFlags, set);
+        expected.setBoundingBoxHull(set == 13);
+        expected.secondaryName = "second";
+        expected.physicalMaterial = "stone";
+        const Bytes record = chunkOfFlags(6, 14, set, [](F_MemoryFile& file, int at) {
+            if (at == 10 || at == 12)
+                file << (at == 10 ? "second" : "stone");
+        });
+        expectRecord(record, expected, 9);
+    }
+    using Trigger = CN_TriggerProperties;
+    bool Trigger::*const triggerFlags[] = {&Trigger::playerTrigger, &Trigger::useTrigger,
+                                           &Trigger::enemyTrigger,  &Trigger::bulletTrigger,
+                                           &Trigger::lookAtTrigger, &Trigger::visibilityTrigger};
+    for (int set = 0; set < 6; ++set) {
+        SCOPED_TRACE(set);
+        auto expected = withOneFlag<Trigger>(triggerFlags, set);
+        expected.animationName = "Pull";
+        const Bytes record = chunkOfFlags(3, 6, set, [](F_MemoryFile& file, int at) {
+            if (at == 6)
+                file << "Pull";
+        });
+        expectRecord(record, expected);
+    }
+    using Group = CN_PolygroupProperties;
+    bool Group::*const groupFlags[] = {&Group::smooth, &Group::smoothGeometry, &Group::freezeLightmaps,
+                                       &Group::extraFlag};
+    for (int set = 0; set < 4; ++set) {
+        SCOPED_TRACE(set);
+        auto expected = withOneFlag<Group>(groupFlags, set);
+        expected.maxAngle = 30;
+        expected.edgeLengthLimit = 0.5f;
+        const Bytes record = chunkOfFlags(2, 4, set, [](F_MemoryFile& file, int at) {
+            if (at == 0)
+                file << 0u;
+            if (at == 2)
+                file << 30.0f << 0.5f;
+        });
+        CN_LevelEntityMesh mesh;
+        auto* const group = new CN_LevelEntityPolygonGroup;
+        mesh.add(group, false);
+        readFrom(record, [&](F_MemoryFile& file) { group->loadEntitySpecificData(file); });
+        EXPECT_EQ(group->getPolygroupProperties(), expected);
+        EXPECT_EQ(written([&](F_MemoryFile& file) { group->saveEntitySpecificData(file); }), record);
+    }
+}
+
 TEST(OldMeshEntities, PortalsAndGroupsKeepDefaultsForWhatAVersionLacks) {
     CN_LevelEntityMesh mesh;
     test::addTriangles(mesh, 3);
     for (const StoredMeshEntity& stored : storedMeshEntities("portal")) {
         SCOPED_TRACE(stored.name);
-        auto* const portal = new CN_LevelEntityPortal;
-        mesh.add(portal, false);
-        readFrom(stored.bytes, [&](F_MemoryFile& file) { portal->loadEntitySpecificData(file); });
-        EXPECT_EQ(portal->getPortalPolygon(), nullptr);
-        portal->generatePointersFromPolygonIndices();
-        EXPECT_EQ(portal->getPortalPolygon(), &mesh.accessPolygonList()[1]);
-        EXPECT_EQ(portal->isIgnoredInGIS(), stored.version > 1);
-        EXPECT_EQ(portal->isAlwaysClosed(), stored.version > 2);
-        if (stored.version == CAIRN_LVL_ENTITY_PORTAL_VERSION) {
-            EXPECT_EQ(written([&](F_MemoryFile& file) { portal->saveEntitySpecificData(file); }), stored.bytes);
+        const Bytes newest = written([&](F_MemoryFile& file) {
+            file.createChunk(0, 3);
+            file << 1u << (stored.version > 1) << (stored.version > 2);
+            file.closeChunk();
+        });
+        for (const Bytes& record : {stored.bytes, newest}) {
+            auto* const portal = new CN_LevelEntityPortal;
+            mesh.add(portal, false);
+            readFrom(record, [&](F_MemoryFile& file) { portal->loadEntitySpecificData(file); });
+            EXPECT_EQ(portal->getPortalPolygon(), nullptr);
+            portal->generatePointersFromPolygonIndices();
+            EXPECT_EQ(portal->getPortalPolygon(), &mesh.accessPolygonList()[1]);
+            EXPECT_EQ(portal->isIgnoredInGIS(), stored.version > 1);
+            EXPECT_EQ(portal->isAlwaysClosed(), stored.version > 2);
+            EXPECT_EQ(written([&](F_MemoryFile& file) { portal->saveEntitySpecificData(file); }), newest);
         }
     }
     for (const StoredMeshEntity& stored : storedMeshEntities("polygroup")) {
         SCOPED_TRACE(stored.name);
-        auto* const group = new CN_LevelEntityPolygonGroup;
-        mesh.add(group, false);
-        readFrom(stored.bytes, [&](F_MemoryFile& file) { group->loadEntitySpecificData(file); });
-        EXPECT_EQ(group->getPolygonIndices(), (std::list<unsigned int>{2, 0}));
-        group->generatePointersFromPolygonIndices();
-        EXPECT_TRUE(group->getPolygonIndices().empty());
-        EXPECT_EQ(group->getSet(),
-                  (CN_LevelEntityPolygonGroup::PolygonSet{&mesh.accessPolygonList()[0], &mesh.accessPolygonList()[2]}));
-        CN_PolygroupProperties expected;
-        expected.smooth = expected.smoothGeometry = expected.freezeLightmaps = true;
-        expected.maxAngle = 30;
-        expected.edgeLengthLimit = 0.5f;
-        expected.extraFlag = stored.version > 1;
-        EXPECT_EQ(group->getPolygroupProperties(), expected);
-        if (stored.version == CAIRN_LVL_ENTITY_POLYGROUP_VERSION) {
-            F_MemoryFile rising;
-            test::writeOldPolygonGroup(rising, stored.version, {0, 2});
-            EXPECT_EQ(written([&](F_MemoryFile& file) { group->saveEntitySpecificData(file); }), test::bytesOf(rising));
+        const Bytes newest = written([&](F_MemoryFile& file) {
+            file.createChunk(0, 2);
+            file << 2u << 0u << 2u << true << true << 30.0f << 0.5f << true << (stored.version > 1);
+            file.closeChunk();
+        });
+        using Indices = std::list<unsigned int>;
+        for (const auto& [record, indices] :
+             {std::pair(stored.bytes, Indices{2, 0}), std::pair(newest, Indices{0, 2})}) {
+            auto* const group = new CN_LevelEntityPolygonGroup;
+            mesh.add(group, false);
+            readFrom(record, [&](F_MemoryFile& file) { group->loadEntitySpecificData(file); });
+            EXPECT_EQ(group->getPolygonIndices(), indices);
+            group->generatePointersFromPolygonIndices();
+            EXPECT_TRUE(group->getPolygonIndices().empty());
+            EXPECT_EQ(group->getSet(), (CN_LevelEntityPolygonGroup::PolygonSet{&mesh.accessPolygonList()[0],
+                                                                               &mesh.accessPolygonList()[2]}));
+            CN_PolygroupProperties expected;
+            expected.smooth = expected.smoothGeometry = expected.freezeLightmaps = true;
+            expected.maxAngle = 30;
+            expected.edgeLengthLimit = 0.5f;
+            expected.extraFlag = stored.version > 1;
+            EXPECT_EQ(group->getPolygroupProperties(), expected);
+            EXPECT_EQ(written([&](F_MemoryFile& file) { group->saveEntitySpecificData(file); }), newest);
         }
     }
 }
@@ -183,6 +289,54 @@ TEST(OldMeshEntities, ADamagedTriangleMeshIsTakenOrRefused) {
         });
     EXPECT_EQ(result.text(), "");
     EXPECT_GT(result.taken, 0u);
+}
+
+/// The record of an entity once it has been read from the bytes, below a mesh of three polygons.
+Bytes readAndWritten(int kind, std::span<const unsigned char> bytes) {
+    CN_LevelEntityMesh room;
+    test::addTriangles(room, 3);
+    CN_LevelEntity* const entity = test::makeEntity(kind).release();
+    room.add(entity, false);
+    F_MemoryFile file(bytes.data(), bytes.size(), false);
+    entity->loadEntitySpecificData(file);
+    if (auto* const node = dynamic_cast<CN_VirtualNode*>(entity))
+        node->generatePointersFromPolygonIndices();
+    return written([&](F_MemoryFile& saved) { entity->saveEntitySpecificData(saved); });
+}
+
+TEST(OldMeshEntities, ADamagedNodeTriggerOrLitMeshIsTakenOrRefused) {
+    const test::ProcessStateGuard process; // an index beyond the polygons ends it
+    CN_LevelEntityTrigger trigger;
+    trigger.setSharedDBName("Key", false);
+    CN_LevelEntityMesh lit;
+    auto lighting = std::make_unique<CN_VolumeLighting>();
+    test::loadLight(*lighting, test::makeVolumeLighting(1));
+    lit.replaceVolumeLighting(lighting.release());
+    const auto recordOf = [](CN_LevelEntity& entity) {
+        return written([&](F_MemoryFile& file) { entity.saveEntitySpecificData(file); });
+    };
+    const std::pair<int, Bytes> records[] = {
+        {CN_KIND_PORTAL, storedMeshEntities("portal").back().bytes},
+        {CN_KIND_POLYGON_GROUP, storedMeshEntities("polygroup").back().bytes},
+        {CN_KIND_RADIOSITY_LIGHT, written([](F_MemoryFile& file) {
+             file.createChunk(0, 1);
+             file << 0x04030201u << 1.0f << 2.0f << 3.0f << 1u;
+             file.closeChunk();
+         })},
+        {CN_KIND_TRIGGER, recordOf(trigger)},
+        {CN_KIND_MESH, recordOf(lit)},
+    };
+    for (const auto& [kind, record] : records) {
+        SCOPED_TRACE(kind);
+        const auto result = test::driveHostileBytes(record, [kind = kind](std::span<const unsigned char> bytes) {
+            const Bytes saved = readAndWritten(kind, bytes);
+            if (readAndWritten(kind, saved) != saved)
+                throw std::logic_error("what loads does not come back from its save as it was");
+        });
+        EXPECT_EQ(result.text(), "");
+        EXPECT_GT(result.taken, 0u);
+        EXPECT_GT(result.refused, 0u);
+    }
 }
 
 } // namespace

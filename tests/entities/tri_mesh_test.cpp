@@ -7,6 +7,7 @@
 #include "cairn/materials/material.h"
 #include "tests/entities/entity_tree.h"
 #include "tests/support/level_bytes.h"
+#include "tests/support/old_animations.h"
 #include "tests/support/old_mesh_entities.h"
 #include "tests/support/process_state_guard.h"
 
@@ -98,13 +99,18 @@ TEST(TriMesh, IsNotMetWhereTheFilterTakesTheMaterialOrAnIndexIsBeyondTheVertices
     level.mesh.accessTriangles()[2].setMaterial(level.addMaterial(""));
     level.mesh.accessTriangles()[3].setMaterial(nullptr);
     s_hidden = level.mesh.getTriangles()[2].getMaterial();
+    static bool s_dynamic;
     const CN_RayFilter filter = [](const CN_Polygon* polygon, const CN_Material* material, bool dynamic) {
         EXPECT_EQ(polygon, nullptr);
-        EXPECT_FALSE(dynamic);
+        EXPECT_EQ(dynamic, s_dynamic);
         return material == s_hidden;
     };
-    EXPECT_EQ(cast(level.mesh, {0.5, 5, 1.5}, {0, -1, 0}, true, false, filter).distance, 5);
-    EXPECT_EQ(level.mesh.getLastHitTriangle(), &level.mesh.getTriangles()[0]);
+    for (const bool dynamic : {true, false}) {
+        s_dynamic = dynamic;
+        level.mesh.setDynamic(dynamic);
+        EXPECT_EQ(cast(level.mesh, {0.5, 5, 1.5}, {0, -1, 0}, true, false, filter).distance, 5);
+        EXPECT_EQ(level.mesh.getLastHitTriangle(), &level.mesh.getTriangles()[0]);
+    }
 
     CN_TMTriangle& triangle = level.mesh.accessTriangles()[2];
     for (const int index : {-1, 8, std::numeric_limits<int>::max()}) {
@@ -116,6 +122,13 @@ TEST(TriMesh, IsNotMetWhereTheFilterTakesTheMaterialOrAnIndexIsBeyondTheVertices
         EXPECT_EQ(out, Vector(7, 7, 7));
         EXPECT_EQ(triangle.getClosestEdge({}), std::pair(-1, -1));
     }
+    level.mesh.setGeometryDirty(false);
+    level.mesh.discardGeometry(false); // the triangles stay, without corners
+    EXPECT_TRUE(level.mesh.isGeometryDirty());
+    EXPECT_EQ(level.mesh.getTriangles().size(), 4u);
+    EXPECT_EQ(s_hidden->getUseCount(), 1);
+    EXPECT_FALSE(cast(level.mesh, {0.5, 5, 1.5}, {0, -1, 0}).met);
+    EXPECT_EQ(level.mesh.getRenderer(), nullptr) << "there is no factory";
     level.mesh.discardGeometry(true);
     EXPECT_EQ(level.mesh.getLastHitTriangle(), nullptr);
     EXPECT_EQ(s_hidden->getUseCount(), 0);
@@ -212,10 +225,13 @@ TEST(TriMesh, CountsMaterialsAndTheLightmapThatALoadFinds) {
     EXPECT_EQ(pool.getLightmap(5)->getRefCount(), 2);
     CN_LevelEntityTriMesh copy(level.mesh);
     EXPECT_EQ(copy.getTriangles()[0].getParent(), &copy);
-    EXPECT_EQ(stone->getUseCount(), 1);
-    copy.updateMaterialRefCounts(true);
     EXPECT_EQ(stone->getUseCount(), 2);
     EXPECT_EQ(standard->getUseCount(), 2);
+    copy = CN_LevelEntityTriMesh();
+    EXPECT_EQ(stone->getUseCount(), 1);
+    copy.setLightmapID(static_cast<unsigned long>(-1));
+    EXPECT_EQ(copy.getLightmapID(), NO_LIGHTMAP);
+    EXPECT_NE(test::failureText([&] { copy.setLightmapID(NO_LIGHTMAP + 6); }), "(nothing thrown)");
 
     EXPECT_EQ(test::reportCodes(level), "");
     stone->setName("Brick"); // the record's name is not there any more
@@ -231,6 +247,22 @@ TEST(TriMesh, CountsMaterialsAndTheLightmapThatALoadFinds) {
     level.mesh.loadEntitySpecificData(unknown);
     EXPECT_EQ(level.mesh.getLightmapID(), 6u);
     EXPECT_NE(process.log().find("the lightmap 6, which is not there"), std::string::npos);
+}
+
+TEST(TriMesh, TellsOfAnimationsThatALoadDrops) {
+    FloorLevel level;
+    F_MemoryFile file;
+    file.createChunk(0, CAIRN_LVL_ENTITY_TRIMESH_VERSION);
+    level.mesh.getMeshProperties().save(file);
+    file << ""
+         << "" << true;
+    test::writeOldAnimations(file, {.twice = true});
+    file << 0u << 0u << NO_LIGHTMAP;
+    file.closeChunk();
+    file.toRead();
+    level.mesh.loadEntitySpecificData(file);
+    EXPECT_EQ(level.mesh.getKeyframes()->getCount(), 2);
+    EXPECT_EQ(test::reportCodes(level), "repaired");
 }
 
 TEST(TriMesh, RefusesPlacesThatAreNotFinite) {

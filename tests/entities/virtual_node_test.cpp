@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 
@@ -196,7 +197,15 @@ TEST(VirtualNode, IsBoundToTheCopyOfItsMeshByItsIndices) {
     group->setMaxAngle(5);
     group->addPolygon(level.polygon(3));
     group->addPolygon(level.polygon(1));
+    const test::ProcessStateGuard process;
     portal->generatePolygonIndicesFromPointers();
+    const auto shown = [](const void* address) {
+        return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(address));
+    };
+    EXPECT_EQ(process.log(),
+              formatText("generatePolygonIndicesFromPointers 0x%08X : mesh 0x%08X polygon 0x%08X "
+                         "index 0x00000003 (size 0x00000004)",
+                         shown(portal), shown(static_cast<CN_Mesh*>(&level.room)), shown(level.polygon(3))));
     group->generatePolygonIndicesFromPointers();
     EXPECT_EQ(group->getPolygonIndices(), (std::list<unsigned int>{1, 3}));
 

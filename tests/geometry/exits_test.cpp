@@ -19,12 +19,16 @@ using test::failureText;
 using test::OldEntity;
 using test::OldLevel;
 
-/// A level of one mesh of exits: exit i is polygon i and leads to `partners[i]`; those of `portals` have one.
-OldLevel levelOfExits(const std::vector<int>& partners, const std::vector<unsigned int>& portals) {
-    test::OldMesh mesh{.polygons = {}};
-    for (const int partner : partners)
-        mesh.polygons.push_back(
-            {.index = static_cast<unsigned int>(mesh.polygons.size()), .mode = PT_EXIT, .exit = partner});
+/// A level of one mesh of exits: exit i has the number i, or `numbers[i]` where there are such, and leads to `partners[i]`;
+/// those of `portals` have one.
+OldLevel levelOfExits(const std::vector<int>& partners, const std::vector<unsigned int>& portals,
+                      const std::vector<unsigned int>& numbers = {}, int polygonVersion = 3) {
+    test::OldMesh mesh{.polygonVersion = polygonVersion, .polygons = {}};
+    for (const int partner : partners) {
+        const std::size_t place = mesh.polygons.size();
+        const auto number = numbers.empty() ? static_cast<unsigned int>(place) : numbers[place];
+        mesh.polygons.push_back({.index = number, .mode = PT_EXIT, .exit = partner});
+    }
     OldLevel level;
     level.root.children = {{.kind = CN_KIND_MESH, .name = "Room", .critical = false}};
     level.root.children[0].ownRecord = [mesh](F_MemoryFile& file) { test::writeOldMesh(file, mesh); };
@@ -55,6 +59,7 @@ TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
         std::vector<unsigned int> portals;
         std::string exits;
         std::size_t findings; ///< beside that of the player
+        std::vector<unsigned int> numbers = {};
     };
     const Case cases[] = {
         {"a pair", {1, 0}, {0, 1}, "1 0 ", 0},
@@ -66,12 +71,14 @@ TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
         {"a portal on what is no exit", {-1}, {0}, "-s ", 1},
         {"a chain that ends nowhere", {1, 2, 77}, {0, 1, 2}, "-s -s -s ", 3},
         {"an exit into itself", {0}, {0}, "0 ", 0},
+        {"two exits of one number", {1, 0, 1}, {}, "1 2 1 ", 1, {0, 1, 0}},
+        {"the same, and the first leads nowhere", {77, 0, 1}, {}, "- 2 1 ", 2, {0, 1, 0}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         const test::ProcessStateGuard process;
         test::ShelfDocument shelf;
-        OldLevel level = levelOfExits(c.partners, c.portals);
+        OldLevel level = levelOfExits(c.partners, c.portals, c.numbers);
         level.materials = [&shelf](F_MemoryFile& file) { file << shelf.accessMaterials(); };
         CN_Document document;
         test::loadLevel(document, test::makeLevel(level));
@@ -100,6 +107,15 @@ TEST(Exits, WithoutAMaterialToSealThemAMissingPartnerStopsTheLoad) {
     EXPECT_EQ(exitsOf(other), "-s ");
 }
 
+TEST(Exits, OfTheOldestPolygonsAreCountedAnewInEachLoad) {
+    const test::ProcessStateGuard process;
+    for (int i = 0; i < 2; ++i) {
+        CN_Document document;
+        test::loadLevel(document, test::makeLevel(levelOfExits({1, 0}, {0, 1}, {}, 1)));
+        EXPECT_EQ(exitsOf(document), "1 0 ");
+    }
+}
+
 TEST(Exits, OnesThatDieBeforeTheyAreBoundAreForgotten) {
     const test::ProcessStateGuard process;
     auto* const deserializer = CN_ExitDestinationPointerDeserializer::instance();
@@ -107,9 +123,12 @@ TEST(Exits, OnesThatDieBeforeTheyAreBoundAreForgotten) {
     {
         CN_LevelEntityMesh mesh;
         F_MemoryFile file;
-        test::writeOldMesh(file, {.polygons = {{.exit = 5}}});
+        test::writeOldMesh(file,
+                           {.polygons = {{.exit = 5}, {.index = 1, .exit = 5}, {.exit = 5}}}); // two of one number
         file.toRead();
         mesh.loadEntitySpecificData(file);
+        CN_Polygon unnumbered(&mesh);
+        mesh.accessPolygonList()[1] = unnumbered; // which takes the number away that it is known by
     }
     deserializer->deserialize(document.accessLevel(), nullptr); // would follow what is gone
     EXPECT_EQ(process.log(), "");

@@ -82,5 +82,23 @@ TEST(OpenEdges, EdgesThatAllLieOnEachOtherAreOpen) {
     EXPECT_GE(CN_findOpenEdges(*mesh, SLACK).size(), COUNT) << "places beyond all measure";
 }
 
+TEST(OpenEdges, PointsBesideAndOnManyEqualEdgesAreNotTestedWithEachOfThem) {
+    constexpr int COUNT = 40000; // of each: the pairs would take minutes
+    for (const double beside : {0.0, 1.1 * SLACK}) {
+        ShelfDocument document;
+        CN_LevelEntityMesh* const mesh = test::addFixture(document, "Heap");
+        CN_Polygon* const polygon = mesh->addPolygon();
+        mesh->addVertex(Vector(0, 0, 0));
+        mesh->addVertex(Vector(COUNT + 1, 0, 0));
+        for (int i = 0; i < COUNT; ++i) {
+            mesh->addVertex(Vector(i + 0.5, i % 2 == 0 ? beside : -beside, 0)); // so that no box leaves the edges out
+            polygon->addEdge(0, 1, false);
+        }
+        for (int i = 0; i < COUNT; ++i)
+            polygon->addEdge(2 + i, 2 + (i + 1) % COUNT, false);
+        EXPECT_GE(CN_findOpenEdges(*mesh, SLACK).size(), COUNT);
+    }
+}
+
 } // namespace
 } // namespace cairn

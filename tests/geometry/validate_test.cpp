@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <set>
 
 namespace cairn {
@@ -40,6 +41,15 @@ void addLoop(CN_LevelEntityMesh& mesh, const test::Loop& loop) {
         polygon->addEdge(loop[i], loop[(i + 1) % loop.size()], false);
 }
 
+/// A hole in the box room's floor, which the polygon does not count; `turned`, it runs as the outer loop does.
+void addHole(CN_LevelEntityMesh& mesh, bool turned) {
+    const int at = mesh.getVertexList().count();
+    for (const Vector& corner : {Vector(2, 0, 2), Vector(4, 0, 2), Vector(4, 0, 4), Vector(2, 0, 4)})
+        mesh.addVertex(corner);
+    for (int i = 0; i < 4; ++i)
+        mesh.accessPolygonList()[0].addEdge(at + (turned ? 3 - i : i), at + (turned ? 6 - i : i + 1) % 4, i == 0);
+}
+
 TEST(Validate, FindsTheShelfSound) {
     for (const test::ShelfMesh& sample : test::meshShelf()) {
         SCOPED_TRACE(sample.name);
@@ -69,6 +79,7 @@ TEST(Validate, NormalsPointIntoTheRoomAndLoopsRunCounterClockwiseAroundThem) {
     const CN_Polygon& polygon = floor->accessPolygonList()[0];
     EXPECT_EQ(polygon.getPointOnPlane(), Vector(0.5, 0, 0.5));
     EXPECT_EQ(polygon.getNormal(), Vector(0, 1, 0));
+    EXPECT_EQ(polygon.getPlane().distance({3, 2, 1}), 2);
     const auto& edges = polygon.getEdgeList();
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(edges[i].dir().cross(edges[(i + 1) % 4].dir()), polygon.getNormal());
@@ -94,6 +105,23 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
          [](CN_LevelEntityMesh& m) {
              first(m).setNormal({0, 0.5, 0});
          }},
+        {"polygon-nonplanar@0 polygon-nonplanar@2 polygon-nonplanar@5",
+         [](CN_LevelEntityMesh& m) { m.accessVertexList()[0].local.x = std::numeric_limits<double>::quiet_NaN(); }},
+        {"polygon-reference@0",
+         [](CN_LevelEntityMesh& m) {
+             first(m).setReferenceNormal({0, 0.5, 0});
+         }},
+        {"polygon-holes@0 mesh-open", [](CN_LevelEntityMesh& m) { addHole(m, false); }},
+        {"polygon-winding@0 mesh-open",
+         [](CN_LevelEntityMesh& m) {
+             addHole(m, true);
+             first(m).setNumHoles(1);
+         }},
+        {"polygon-space-plane@0",
+         [](CN_LevelEntityMesh& m) {
+             first(m).editUVSpace(1).setMatrix({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
+         }},
+        {"exit-no-portal@0 exit-mode@0", [](CN_LevelEntityMesh& m) { first(m).setExitDestination(&first(m)); }},
         {"polygon-winding@0",
          [](CN_LevelEntityMesh& m) {
              first(m).setNormal({0, -1, 0});
@@ -168,6 +196,12 @@ TEST(Validate, NamesWhatDoesNotHoldBetweenMeshes) {
     EXPECT_EQ(codesOf(document), "");
     pool.referenceLightmap(3);
     EXPECT_EQ(codesOf(document), "lightmap-count");
+    pool.allocateNew(4);
+    pool.dereferenceLightmap(3);
+    EXPECT_EQ(codesOf(document), "");
+    pool.referenceLightmap(4);
+    EXPECT_EQ(codesOf(document), "lightmap-count") << "of a lightmap that nobody uses";
+    pool.deleteLightmap(4);
     pool.deleteLightmap(3);
     EXPECT_EQ(codesOf(document), "lightmap-dangling@0");
     pool.allocateNew(3);

@@ -5,8 +5,10 @@
 #include "cairn/materials/material.h"
 #include "host/label_font.h"
 #include "host/safe_file_names.h"
+#include "host/sheet_layout.h"
 #include "tests/host/program_run.h"
 #include "tests/support/image_files.h"
+#include "tests/support/old_materials.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +43,7 @@ TEST(SafeFileNames, NameOneFileInTheFolder) {
         {std::string("a\0b\n\x7F?*\xFF.tga", 12), ".tga", "a_b_____.tga"},
         {"gr\xC3\xBCn.tga", ".tga", "gr\xC3\xBCn.tga"},
         {"trailing. ", "", "trailing._"},
+        {"x", "./\\\n\x7F:a", "x._____a"},
     };
     SafeFileNames names;
     for (const auto& each : CASES)
@@ -60,6 +63,29 @@ TEST(LabelFont, ShortensInTheMiddle) {
     I_Image picture(4, 4);
     LabelFont::draw(picture, -3, -2, "\xFF|M", I_Color(255, 255, 255)); // beyond every side
     EXPECT_TRUE(std::any_of(picture.getPixels(), picture.getPixels() + 16, [](I_Color c) { return c.red == 255; }));
+}
+
+TEST(SheetLayout, TakesAsManyMaterialsAsAPictureHasRoomFor) {
+    const struct {
+        const char* what;
+        std::vector<int> categories;
+        int columns;
+    } CASES[] = {
+        {"nothing", {}, 8},
+        {"one", {1}, 8},
+        {"as wide as high", {6000}, 74},
+        {"small categories", std::vector<int>(400, 1), 8},
+        {"very many of them", std::vector<int>(1000, 1), 7},
+    };
+    for (const auto& each : CASES) {
+        const SheetLayout layout = layOutSheet(each.categories);
+        EXPECT_EQ(layout.columns, each.columns) << each.what;
+        EXPECT_TRUE(layout.fits()) << each.what;
+    }
+    std::vector<int> mixed(63, 1);
+    mixed.push_back(4000);
+    EXPECT_TRUE(layOutSheet(mixed).fits());
+    EXPECT_FALSE(layOutSheet({9000}).fits());
 }
 
 class TexturesProgram : public test::ProgramTest {
@@ -126,6 +152,36 @@ TEST_F(TexturesProgram, DrawsASheetOfThumbnails) {
     ASSERT_EQ(run({"new", "empty.cairn"}).code, 0);
     EXPECT_EQ(run({"thumbs", "empty.cairn", "-o", "empty.png"}).code, 0);
     EXPECT_EQ(run({"thumbs", "a.cairn", "-o", "no/folder.png"}).code, 4);
+}
+
+TEST_F(TexturesProgram, ExtractsUnderEndingsOfItsOwnWhereANameHidesAnother) {
+    CN_Document document;
+    document.createCairnLevelEntities();
+    CN_Texture& texture = *document.accessTextures().addNew();
+    texture.editName() = CString(std::string("a.tga\0./x", 9));
+    texture.setSourceFormat(I_Image::TGA);
+    auto* bytes = new unsigned char[m_red.size()];
+    std::memcpy(bytes, m_red.data(), m_red.size());
+    texture.setSource(bytes, static_cast<int>(m_red.size()), true);
+    CN_LevelFile::save(document, path("nul.cairn").string());
+    EXPECT_EQ(run({"textures", "nul.cairn", "--extract", "out"}).code, 0);
+    EXPECT_EQ(read("out/x.tga"), std::string(m_red.begin(), m_red.end()));
+}
+
+TEST_F(TexturesProgram, TellsOnceOfAMaterialThatWasDropped) {
+    test::OldLevel level;
+    level.materials = [](F_MemoryFile& file) {
+        file << 1u;
+        test::writeOldCategory(file, "Old", 1);
+        test::writeOldMaterial(file, CAIRN_MATERIAL_VERSION, {.diffuse = {""}, .reflection = "", .gloss = ""});
+    };
+    const Bytes bytes = test::makeLevel(level);
+    write("dropped.cairn", std::string(bytes.begin(), bytes.end()));
+    const Json problems = Json::parse(run({"check", "--json", "dropped.cairn"}).output)["files"][0]["problems"];
+    const auto tellings = std::count_if(problems.begin(), problems.end(), [](const Json& problem) {
+        return problem["message"].get<std::string>().find("aterial") != std::string::npos;
+    });
+    EXPECT_EQ(tellings, 1) << problems;
 }
 
 TEST_F(TexturesProgram, ChecksTexturesThatDoNotDecode) {

@@ -79,6 +79,15 @@ TEST(FColor, ComesBackFromHueSaturationAndValue) {
                 ASSERT_NEAR(color.green, before.green, 0.01f);
                 ASSERT_NEAR(color.blue, before.blue, 0.01f);
             }
+    for (const I_FColor& beyond : {I_FColor(-10, -20, -30), I_FColor(0, -20, 0), I_FColor(300, -20, 5),
+                                   I_FColor(1000, 2, 700), I_FColor(-3, 0, -1), I_FColor(-7, -7, -7)}) {
+        I_FColor color = beyond;
+        color.RGBtoHSV();
+        color.HSVtoRGB();
+        EXPECT_NEAR(color.red, beyond.red, 0.01f);
+        EXPECT_NEAR(color.green, beyond.green, 0.01f);
+        EXPECT_NEAR(color.blue, beyond.blue, 0.01f);
+    }
 }
 
 TEST(FColor, WrapsHuesRoundTheCircle) {

@@ -2,6 +2,7 @@
 #include "cairn/imaging/image.h"
 #include "tests/support/allocation_meter.h"
 #include "tests/support/hostile_bytes.h"
+#include "tests/support/image_files.h"
 #include "tests/support/process_state_guard.h"
 #include "tests/support/sha256.h"
 #include "tests/support/test_data.h"
@@ -139,6 +140,20 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
     const auto seed = [](const char* name) { return F_File::readAll((SEEDS / name).string()); };
     const Bytes crossing{0x84, 1, 2, 3, 0x00, 4, 5, 6}; // five pixels and one, in rows of three
     constexpr unsigned char TOP = 0x20, RIGHT = 0x10;
+    const auto scx = [](int width, int height, int bits, unsigned char faces, const Bytes& pixels) {
+        Bytes file = test::makeScx(static_cast<unsigned char>(width), static_cast<unsigned char>(height), 1);
+        file[80] = 0x40; // without alpha
+        file[88] = static_cast<unsigned char>(bits);
+        file[113] = faces;
+        file.resize(128);
+        file.insert(file.end(), pixels.begin(), pixels.end());
+        return file;
+    };
+    const auto mapped = [](unsigned char mapBits, unsigned char depth, const Bytes& mapAndIndex) {
+        Bytes file{0, 1, 1, 0, 0, 2, 0, mapBits, 0, 0, 0, 0, 1, 0, 1, 0, depth, TOP};
+        file.insert(file.end(), mapAndIndex.begin(), mapAndIndex.end());
+        return file;
+    };
     const struct {
         const char* what;
         I_Image::Format format;
@@ -154,6 +169,12 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
         {"fewer colours than indices", I_Image::BMP, seed("map.bmp"), {{3, 2, 1}, {6, 5, 4}, {9, 8, 7}, {9, 8, 7}}},
         {"padded rows", I_Image::PCX, seed("planes.pcx"), {{200, 200, 200}, {200, 200, 200}, {200, 200, 200}}},
         {"channels by masks", I_Image::SCX, seed("plain.scx"), {{0, 1, 2}, {3, 4, 5}}},
+        {"a map of 32 bits", I_Image::TGA, mapped(32, 8, {9, 9, 9, 9, 1, 2, 3, 4, 1}), {{3, 2, 1, 4}}},
+        {"a map of 16 bits", I_Image::TGA, mapped(16, 8, {0x1F, 0, 0, 0x7C, 1}), {{255, 0, 0}}},
+        {"indices of 16 bits", I_Image::TGA, mapped(24, 16, {1, 2, 3, 4, 5, 6, 1, 0}), {{6, 5, 4}}},
+        {"a grey of 16 bits", I_Image::TGA, tga(3, 1, 1, 16, TOP, {7, 9}), {{7, 7, 7, 9}}},
+        {"rows that end oddly", I_Image::SCX, scx(1, 2, 24, 0, {1, 2, 3, 4, 5, 6}), {{3, 2, 1}, {6, 5, 4}}},
+        {"two faces", I_Image::SCX, scx(1, 1, 32, 0x0E, {1, 2, 3, 0, 4, 5, 6, 0}), {{3, 2, 1}, {6, 5, 4}}},
     };
     for (const auto& expected : images) {
         I_Image image;
@@ -161,6 +182,13 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
         for (std::size_t i = 0; i < expected.pixels.size(); ++i)
             EXPECT_EQ(image.getPixels()[i], expected.pixels[i]) << expected.what << ", pixel " << i;
         EXPECT_EQ(image.getSurfaceHeader() != nullptr, expected.format == I_Image::SCX);
+    }
+    for (const int levels : {3, 4}) { // of a side of 4 there are 4, 2 and 1
+        Bytes file = test::makeScx(4, 4, 1);
+        file[10] = 0x02; // it says how many
+        file[28] = static_cast<unsigned char>(levels);
+        I_Image image;
+        EXPECT_EQ(isRefused([&] { construct(image, I_Image::SCX, file); }), levels == 4);
     }
 }
 

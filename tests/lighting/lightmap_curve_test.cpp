@@ -1,4 +1,7 @@
+#include "cairn/geometry/polygon/polygon.h"
+#include "cairn/imaging/image.h"
 #include "cairn/lighting/lightmap_curve.h"
+#include "cairn/materials/material.h"
 
 #include <gtest/gtest.h>
 
@@ -79,6 +82,19 @@ TEST(LightmapCurve, AsksForLessLightOnABrightSurface) {
     EXPECT_FLOAT_EQ(CN_LightmapCurve::getEqualization(I_FColor(255, 255, 255)), 0.5f);
     EXPECT_FLOAT_EQ(CN_LightmapCurve::getEqualization(I_FColor(0, 255, 0)), 0.91f);
     EXPECT_EQ(CN_LightmapCurve::getEqualization(I_FColor(255, 0, 0)), 1);
+
+    CN_Polygon polygon(nullptr);
+    EXPECT_EQ(CN_LightmapCurve::getEqualization(&polygon), 1) << "no material";
+    CN_Material material;
+    polygon.setMaterial(&material);
+    EXPECT_EQ(CN_LightmapCurve::getEqualization(&polygon), 1) << "no icon: black";
+    I_Image white(1, 1);
+    white.accessPixels()[0] = I_Color(255, 255, 255);
+    I_Image* icon = nullptr;
+    material.createIconImage(icon, &white, 8, 8);
+    delete icon;
+    EXPECT_FLOAT_EQ(CN_LightmapCurve::getEqualization(&polygon), 0.5f);
+    polygon.setMaterial(nullptr);
 }
 
 } // namespace

@@ -68,15 +68,19 @@ TEST(LightmapMapping, TheFirstOfTheLongestEdgesLeads) {
 }
 
 TEST(LightmapMapping, TheFitPutsTheOuterTexelsInsideByHalfTheMargin) {
-    for (const double width : {1.0, 0.25}) { // of the polygon: the margin is at most a tenth of it
+    struct Case {
+        double width; ///< of the polygon: the margin is at most a tenth of it
+        Point offset; ///< which stays, whatever the scale
+    };
+    for (const auto& [width, offset] : {Case{1, {}}, Case{0.25, {}}, Case{1, {0.25, 3}}}) {
         test::ShelfDocument document;
         CN_Polygon& polygon = floorOf(document, 2, width);
-        document.accessLightmaps();
         dynamic_cast<CN_LightmapPool*>(document.accessLightmaps())->allocateNew(7);
         polygon.setLightmap(7);
         CN_LightmapMapping& mapping = polygon.accessLightmapMapping();
         EXPECT_TRUE(mapping.isLightmapValid());
 
+        mapping.setOffset(offset);
         mapping.initialFitLightmap(&polygon, false);
         EXPECT_FALSE(mapping.isLightmapValid());
         EXPECT_EQ(mapping.getLightmapID(), 7u);
@@ -85,16 +89,35 @@ TEST(LightmapMapping, TheFitPutsTheOuterTexelsInsideByHalfTheMargin) {
         // The middle of the first texel is half a step from the space's origin.
         const auto first = mapping.toUV(Vector(margin / 2, 0, width - margin / 2));
         EXPECT_EQ(mapping.getMatrix(), Matrix({1, 0, 0}, {0, 0, 1}, {0, 1, 0})) << "plain distances";
-        EXPECT_NEAR(first.x, stepU / 2, 1e-12);
+        EXPECT_NEAR(first.x, offset.x + stepU / 2, 1e-12);
         const auto corner = mapping.getRenderingUV({0, 0, 0});
-        EXPECT_NEAR(corner.x, (stepU - margin) / 2, 1e-6);
-        EXPECT_NEAR(corner.y, (stepV - margin) / 2, 1e-6);
+        EXPECT_NEAR(corner.x, offset.x + (stepU - margin) / 2, 1e-6);
+        EXPECT_NEAR(corner.y, offset.y + (stepV - margin) / 2, 1e-6);
 
         mapping.initialFitLightmap(&polygon, true);
         EXPECT_NEAR(mapping.getMatrix().row(0).length(), 2 * stepU, 1e-12);
         EXPECT_NEAR(mapping.getMatrix().row(1).length(), 2 * stepV, 1e-12);
-        EXPECT_NEAR(mapping.getRenderingUV({0, 0, 0}).x, (stepU - margin) / 2 / (2 * stepU), 1e-6);
+        EXPECT_NEAR(mapping.getRenderingUV({0, 0, 0}).x, offset.x + (stepU - margin) / 2 / (2 * stepU), 1e-6);
     }
+}
+
+TEST(LightmapMapping, AWallIsFittedInTheSpaceOfItsMesh) {
+    test::ShelfDocument document;
+    CN_Polygon& wall = test::rotatedRoom(document)->accessPolygonList()[2]; // 6 long, 4 high
+    CN_LightmapMapping mapping;
+    mapping.initialFitLightmap(&wall, false);
+    EXPECT_LT((mapping.getMatrix().row(2) - wall.getNormal()).length(), 1e-12);
+    Point min(100, 100), max(-100, -100);
+    for (const CN_Edge& edge : wall.getEdgeList()) {
+        const Point uv = mapping.toUV(edge.getLocal(0));
+        min = {std::min(min.x, uv.x), std::min(min.y, uv.y)};
+        max = {std::max(max.x, uv.x), std::max(max.y, uv.y)};
+    }
+    constexpr double MARGIN = 0.05;
+    EXPECT_NEAR(min.x, ((6 - MARGIN) / 31 - MARGIN) / 2, 1e-12); // 32 texels both ways
+    EXPECT_NEAR(min.y, ((4 - MARGIN) / 31 - MARGIN) / 2, 1e-12);
+    EXPECT_NEAR(max.x - min.x, 6, 1e-12);
+    EXPECT_NEAR(max.y - min.y, 4, 1e-12);
 }
 
 TEST(LightmapMapping, APolygonThatGivesNoSpaceLeavesTheMapping) {
@@ -144,7 +167,8 @@ TEST(LightmapMapping, ABrokenSpaceOrResolutionBecomesTheDefault) {
         file.toRead();
         CN_LightmapMapping mapping;
         int behind = 0;
-        file >> mapping >> behind;
+        EXPECT_FALSE(mapping.load(file));
+        file >> behind;
         EXPECT_EQ(mapping.getMatrix(), CN_LightmapMapping().getMatrix());
         EXPECT_EQ(mapping.getPoint(), Vector());
         EXPECT_EQ(mapping.getResolution(), 4.0f);

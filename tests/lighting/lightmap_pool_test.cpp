@@ -1,4 +1,6 @@
+#include "cairn/document/document.h"
 #include "cairn/foundation/file.h"
+#include "cairn/imaging/device_texture.h"
 #include "cairn/lighting/lightmap_pool.h"
 #include "tests/support/old_lighting.h"
 #include "tests/support/process_state_guard.h"
@@ -39,8 +41,45 @@ TEST(LightmapPool, GivesIdsThatAreFree) {
     for (const unsigned long id : {NO_LIGHTMAP, ~0ul, NO_LIGHTMAP + 1})
         EXPECT_EQ(failureText([&] { pool.allocateNew(id); }).find("No lightmap can have the id"), 0u) << id;
     EXPECT_EQ(pool.getLightmapCount(), 4u);
+}
+
+TEST(LightmapPool, KeepsItsCurveWhenItIsEmptied) {
+    CN_LightmapPool pool;
+    EXPECT_FALSE(pool.isConstructed());
     pool.construct();
-    EXPECT_EQ(pool.getLightmapCount(), 0u);
+    EXPECT_TRUE(pool.isConstructed());
+    pool.getLightmapCurve().set(100, 10, 200, 0.5f);
+    for (const bool again : {false, true}) {
+        pool.allocateNew(3);
+        if (again)
+            pool.construct();
+        else
+            pool.destruct();
+        EXPECT_EQ(pool.isConstructed(), again);
+        EXPECT_EQ(pool.getLightmapCount(), 0u);
+        EXPECT_EQ(pool.getLightmapCurve().getOutputMax(), 200);
+        EXPECT_EQ(pool.getLightmapCurve().mapColorExponential(100), 128);
+    }
+    EXPECT_TRUE(CN_Document().getLightmaps()->isConstructed());
+}
+
+TEST(LightmapPool, HasItsTexturesMadeAnewWhenTheCurveChanges) {
+    CN_LightmapPool pool;
+    for (const unsigned long id : {3ul, 7ul}) {
+        pool.allocateNew(id)->setBuffer(2, 2);
+        pool.getLightmap(id)->setPixel(0, 0, {120, 120, 120});
+    }
+    const auto shown = [&pool](unsigned long id) {
+        CN_RenderTexture* const texture = pool.getLightmap(id)->getRenderTexture(&pool.getLightmapCurve());
+        return int{texture->getTexture()->getTexels().at(0).red};
+    };
+    for (const unsigned long id : {3ul, 7ul})
+        EXPECT_EQ(shown(id), 120);
+    pool.getLightmapCurve().set(128, 0, 100, 0);
+    EXPECT_EQ(shown(3), 120);
+    pool.setDirtyFlags();
+    for (const unsigned long id : {3ul, 7ul})
+        EXPECT_EQ(shown(id), 100);
 }
 
 TEST(LightmapPool, KeepsALightmapAsLongAsItHasUsers) {
@@ -83,6 +122,10 @@ TEST(LightmapPool, ReadsEveryForm) {
                 EXPECT_EQ(lightmap->getPixels()[i], test::oldLight(i));
         }
         EXPECT_EQ(pool.getLightmapCurve().getOutputMax(), form == LightmapForm::BARE ? 3 : 200);
+        if (form != LightmapForm::BARE) {
+            EXPECT_EQ(pool.getLightmapCurve().mapColorExponential(100), 128);
+            EXPECT_NEAR(pool.getLightmapCurve().mapColorExponential(1e6f), 200, 1e-3);
+        }
         const Bytes saved = saveLight(pool);
         EXPECT_EQ(saved == bytes, form == LightmapForm::NEWEST);
         EXPECT_EQ(failureText([&] { loadLight(pool, bytes); }).find("The pool has a lightmap of the id 3 already"), 0u);

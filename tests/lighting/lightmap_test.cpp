@@ -62,6 +62,16 @@ TEST(Lightmap, TakesTheBytesOfAnImage) {
     EXPECT_EQ(other.getID(), NO_LIGHTMAP);
 }
 
+TEST(Lightmap, RefusesASideThatNoFileHolds) {
+    CN_Lightmap lightmap;
+    lightmap.setBuffer(2, 1);
+    for (const std::pair<unsigned, unsigned>& size : {std::pair(0x80000000u, 0u), std::pair(0u, 0xFFFFFFFFu)})
+        EXPECT_NE(test::failureText([&] { lightmap.setBuffer(size.first, size.second); }), "(nothing thrown)");
+    EXPECT_EQ(lightmap.width(), 2);
+    EXPECT_EQ(lightmap.getPixelCount(), 2u);
+    lightmap.freeImage(nullptr);
+}
+
 TEST(Lightmap, MakesItsRenderTextureAnewOnlyWhenDirty) {
     const CN_Lightmap::ColorMap plain;
     const auto firstTexel = [&plain](CN_Lightmap& lightmap) {

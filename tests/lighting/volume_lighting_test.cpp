@@ -39,8 +39,9 @@ TEST(VolumeLighting, MixesTheLightOfEightPoints) {
     constexpr float NONE = std::numeric_limits<float>::quiet_NaN();
     constexpr float INF = std::numeric_limits<float>::infinity();
     constexpr float TOLERANCE = 0.0015f; // what the margin of the last interval makes of seven points
-    Grids cube, line, flat, huge;
+    Grids cube, box, line, flat, huge;
     cube.add({0, 0, 0}, {2, 2, 2}, 2, 2, 2);
+    box.add({0, 0, 0}, {2, 1, 1}, 3, 2, 2);
     line.add({10, 0, 0}, {14, 0, 0}, 5, 1, 1);
     flat.add({1, 0, 0}, {1, 1, 1}, 2, 1, 2);
     huge.add({0, 0, 0}, {1, 1, 1}, 8193, 1, 1); // whose margin is lost in rounding
@@ -51,6 +52,7 @@ TEST(VolumeLighting, MixesTheLightOfEightPoints) {
     } cases[] = {
         {cube, {0, 0, 0}, 0},       {cube, {1, 0, 0}, 0.5f},   {cube, {0, 1, 0}, 1},         {cube, {0, 0, 1}, 2},
         {cube, {1, 1, 1}, 3.5f},    {cube, {2, 2, 2}, 7},      {cube, {9, 9, 9}, 7},         {cube, {-9, 9, -9}, 2},
+        {box, {0, 1, 0}, 3},        {box, {0, 0, 1}, 6},       {box, {1, 1, 1}, 10},         {box, {2, 0, 0}, 2},
         {cube, {NONE, 0, 0}, 0},    {cube, {INF, -INF, 0}, 1}, {line, {12.5f, 7, -7}, 2.5f}, {line, {0, 0, 0}, 0},
         {line, {NONE, 0, NONE}, 0}, {flat, {5, 0, 0}, 0},      {flat, {5, 0, 1}, 2},         {huge, {9, 0, 0}, 8192},
     };

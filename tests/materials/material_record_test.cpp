@@ -2,6 +2,7 @@
 #include "cairn/foundation/file.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/texture_list.h"
+#include "tests/support/allocation_meter.h"
 #include "tests/support/hostile_bytes.h"
 #include "tests/support/image_files.h"
 #include "tests/support/level_bytes.h"
@@ -11,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace cairn {
@@ -112,10 +114,10 @@ TEST_F(MaterialRecordTest, OldFlagsGiveTheBlendType) {
 }
 
 TEST_F(MaterialRecordTest, WhatCannotBeUsedIsDroppedAndTakesNoTextureFromLaterOnes) {
-    loadTextures({"wall.tga", "lost.tga", "spare.tga"});
+    loadTextures({"wall.tga", "lost.tga", "spare.tga", "lone.tga"});
     OldMaterial plain{.name = "Plain", .reflection = "", .gloss = ""};
     OldMaterial nameless = plain, unknown = plain, dark = plain, frames = plain;
-    nameless.diffuse = {"wall.tga", ""};
+    nameless.diffuse = {"wall.tga", "", "lone.tga"};
     unknown.diffuse = {"wall.tga", "lost.tga", "gone.tga"};
     dark.light = "gone.tga";
     dark.detail = "also.tga";
@@ -131,8 +133,33 @@ TEST_F(MaterialRecordTest, WhatCannotBeUsedIsDroppedAndTakesNoTextureFromLaterOn
                        "\"gone.tga\", \"also.tga\"\n");
     EXPECT_EQ(only().getTexture(), nullptr) << "no frame is at the visible one's place";
     EXPECT_EQ(m_textures.get("wall.tga")->getMaterialRefs(), 1);
-    EXPECT_EQ(m_textures.get("lost.tga"), nullptr) << "its last reference is gone";
+    for (const char* name : {"lost.tga", "lone.tga"})
+        EXPECT_EQ(m_textures.get(name), nullptr) << "its last reference is gone";
     EXPECT_TRUE(m_textures.get("spare.tga")) << "it never had one";
+}
+
+TEST_F(MaterialRecordTest, MaterialsThatLookAlikeShareTheirIcons) {
+    loadTextures({"wall.tga", "sky.tga"});
+    OldMaterial plain{.name = "m", .blendType = 0, .reflection = "", .gloss = ""}, alpha = plain, sky = plain;
+    plain.visibleFrame = alpha.visibleFrame = sky.visibleFrame = 0;
+    alpha.blendType = CN_Material::BLEND_ALPHA;
+    sky.diffuse = {"sky.tga"};
+    std::vector<OldMaterial> materials(2000, plain);
+    materials.insert(materials.end(), {alpha, sky});
+    {
+        const test::AllocationMeter meter;
+        load(5, materials);
+        EXPECT_LT(meter.peak(), materials.size() * 4096);
+    }
+    std::vector<HBITMAP> bitmaps;
+    for (const CN_Material* material : m_wrapper.find("old")->getMaterials()) {
+        bitmaps.push_back(material->getDIB());
+        ASSERT_TRUE(material->getListDIB());
+        EXPECT_EQ(material->getAverageValue(), only().getAverageValue());
+    }
+    EXPECT_EQ(std::count(bitmaps.begin(), bitmaps.end(), bitmaps.front()), 2000);
+    EXPECT_NE(bitmaps[2000], bitmaps[2001]);
+    EXPECT_EQ(m_wrapper.find("old")->getThumbImgList().getIcon(1999), bitmaps.front());
 }
 
 TEST_F(MaterialRecordTest, ReflectionAndGlossAreReadFromTheirFiles) {

@@ -4,6 +4,7 @@
 #include "cairn/materials/material.h"
 #include "cairn/materials/texture_list.h"
 #include "tests/support/image_files.h"
+#include "tests/support/level_bytes.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
@@ -95,6 +96,33 @@ TEST_F(MaterialTest, TexturesOfALayerSetItsScaleOnce) {
     unscaled.setDetailScale(7);
     unscaled.setDetailTexture(m_list.get("a.tga"));
     EXPECT_EQ(unscaled.getDetailScale(), 7);
+}
+
+TEST_F(MaterialTest, CopiesAllThatIsSaidOfASurface) {
+    CN_Material source;
+    source.setList(&m_list);
+    source.setName("Stone");
+    source.setDiffuseTextures(CN_Material::TextureVector{addTexture("a.tga"), addTexture("b.tga")});
+    source.setLightTexture(addTexture("c.tga"));
+    source.setDetailTexture(addTexture("d.tga"));
+    source.setReflectionTexture(addTexture("e.tga"));
+    source.setGlossTexture(addTexture("f.tga"));
+    source.setTiles(2, 3, true);
+    source.setTiles(4, 5, false);
+    source.setDetailScale(6);
+    source.setBlendType(CN_Material::BLEND_DETAIL);
+    source.setAlphaTestValue(7);
+    source.setVisibleFrame(1);
+    source.setFramerate(9);
+    for (const auto set : {&CN_Material::setDoubleSided, &CN_Material::setAdultContent, &CN_Material::setEdgeBlend,
+                           &CN_Material::setUsesReflection, &CN_Material::setUsesGloss})
+        (source.*set)(true);
+    m_material.copyProperties(&source);
+    F_MemoryFile saved, copied;
+    source.save(saved);
+    m_material.save(copied);
+    EXPECT_EQ(test::bytesOf(copied), test::bytesOf(saved));
+    EXPECT_TRUE(m_material.isDiffuseScaled() && m_material.isLightScaled() && m_material.isDetailScaled());
 }
 
 TEST_F(MaterialTest, EqualityLooksAtWhatIsShown) {

@@ -78,6 +78,11 @@ TEST_F(MaterialsCategoryTest, MergesAMaterialWithOneThatIsEqualUnderANameOfIts) 
     const std::unique_ptr<CN_Material> other(unique(true));
     EXPECT_EQ(other->name(), "[2]x");
     EXPECT_EQ(m_category.setUniqueName(first, true), first) << "a name of its own";
+
+    CN_MaterialsCategory owner;
+    addNamed(owner, "[1]x");
+    EXPECT_EQ(m_category.setUniqueName(owner.getFirstMaterial(), true), second);
+    EXPECT_FALSE(owner.hasMaterials()) << "it left the category that owned it";
 }
 
 TEST_F(MaterialsCategoryTest, MovesMaterialsFromOneToAnother) {

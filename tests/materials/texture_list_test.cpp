@@ -216,6 +216,8 @@ TEST_F(TextureListTest, ReadsOnBehindABadTexture) {
            {.name = "undecoded", .source = Bytes(7), .format = 77},
            {.name = "", .source = m_tga},
            {.name = "", .source = m_tga}});
+    addNamed(m_list, "NONAME-5");
+    m_list.remove("NONAME-5"); // no number that a name is made with
     load(file);
     EXPECT_EQ(namesOf(m_list), "a undecoded NONAME00 NONAME01");
     EXPECT_EQ(codes(), "repaired repaired repaired repaired texture-undecoded repaired repaired");

@@ -81,6 +81,7 @@ TEST_F(TextureTest, WhatDoesNotDecodeLeavesNoSource) {
     EXPECT_FALSE(texture.load(file("bad.tga", Bytes(7)).c_str()));
     EXPECT_FALSE(texture.getSource());
     EXPECT_EQ(texture.getSourceSize(), 0);
+    EXPECT_EQ(std::pair(texture.getWidth(), texture.getHeight()), std::pair(0, 0));
     EXPECT_EQ(texture.name(), name);
     ASSERT_EQ(m_process.boxes().size(), 1u);
     EXPECT_EQ(m_process.boxes()[0].style, MB_SYSTEMMODAL);

@@ -28,7 +28,8 @@ void writeSamples(F_MemoryFile& file, float end) {
     file.write(bytes, 2);
 }
 
-void writeMove(F_MemoryFile& file, bool chunk, int graphVersion) {
+void writeMove(F_MemoryFile& file, const OldAnimations& animations) {
+    const bool chunk = animations.animationChunk;
     if (chunk)
         file.createChunk(0, 1);
     else
@@ -42,17 +43,16 @@ void writeMove(F_MemoryFile& file, bool chunk, int graphVersion) {
         }
     writeSamples(file, 5);
     writeSamples(file, 1);
-    file << 2.0 << "a"
-         << "b";
-    writeOldGraph(file, graphVersion, 5);
-    writeOldGraph(file, graphVersion, 1);
+    file << 2.0 << animations.start << "b";
+    writeOldGraph(file, animations.graphVersion, 5, animations.samples);
+    writeOldGraph(file, animations.graphVersion, 1, animations.samples);
     if (chunk)
         file.closeChunk();
 }
 
 } // namespace
 
-void writeOldGraph(F_MemoryFile& file, int version, float end) {
+void writeOldGraph(F_MemoryFile& file, int version, float end, int samples) {
     file << 0x71 << version << "t"
          << "y" << 1 << 0 << 1;
     if (version > 1)
@@ -61,7 +61,7 @@ void writeOldGraph(F_MemoryFile& file, int version, float end) {
     if (version > 1)
         file << OLD_GRAPH_SETTING;
     if (version > 2)
-        file << OLD_GRAPH_SAMPLES;
+        file << samples;
     file << 3u;
     for (const float x : {0.0f, 0.5f, 1.0f})
         file << 0x70 << 1 << x << x * x * end << 0.0f << 0.0f;
@@ -72,9 +72,15 @@ void writeOldAnimations(F_MemoryFile& file, const OldAnimations& animations) {
     if (animations.chunk)
         file.createChunk(0, 1);
     file.writeEmbedded([&](F_MemoryFile& sets) {
-        sets << 2 << "a" << Placement() << "b" << Placement(TURNED, {3, 4, 0});
-        sets << 1 << "Move";
-        writeMove(sets, animations.animationChunk, animations.graphVersion);
+        sets << (animations.twice ? 4 : 2) << "a" << Placement() << "b" << Placement(TURNED, {3, 4, 0});
+        if (animations.twice)
+            sets << "b" << Placement() << "a" << Placement(TURNED, {});
+        sets << (animations.twice ? 2 : 1) << "Move";
+        writeMove(sets, animations);
+        if (animations.twice) {
+            sets << "MOVE";
+            writeMove(sets, animations);
+        }
     });
     file << "b"
          << "a";

@@ -3,7 +3,6 @@
 #include "cairn/entities/mesh_properties.h"
 #include "cairn/geometry/polygon/polygon.h"
 #include "tests/support/level_bytes.h"
-#include "tests/support/old_animations.h"
 #include "tests/support/old_mesh_entities.h"
 
 namespace cairn::test {
@@ -33,8 +32,8 @@ void writePolygon(F_MemoryFile& file, const OldMesh& mesh, const OldPolygon& pol
     file << polygon.normal << polygon.referenceNormal << M_Matrix3Template<double>();
     writeSpace(file, polygon.space);
     file << polygon.pointOnPlane << polygon.holes;
-    writeSpace(file, {});
-    file << 4.0f << (polygon.lightmap != 0xFFFFFFFFu) << polygon.lightmap;
+    writeSpace(file, polygon.lightmapSpace);
+    file << polygon.lightmapResolution << (polygon.lightmap != 0xFFFFFFFFu) << polygon.lightmap;
     file << polygon.mode << polygon.exit;
     if (mesh.polygonVersion <= 1)
         file << "dropped";
@@ -84,7 +83,7 @@ void writeOldMesh(F_MemoryFile& file, const OldMesh& mesh) {
         writePolygon(file, mesh, polygon);
     file << mesh.dynamic;
     if (mesh.dynamic)
-        writeOldAnimations(file, {});
+        writeOldAnimations(file, mesh.animations);
     writeProperties(file, mesh.version);
     if (mesh.version > 2) {
         file << mesh.trigger;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cairn/math/planar_space3.h"
+#include "tests/support/old_animations.h"
 #include "tests/support/old_records.h"
 
 #include <filesystem>
@@ -26,6 +27,8 @@ struct OldPolygon {
     OldSpace space = {};
     M_Vector3Template<double> pointOnPlane{0.5, 0, 0.5};
     int holes = 0;
+    OldSpace lightmapSpace = {};
+    float lightmapResolution = 4;
     unsigned int lightmap = 0xFFFFFFFFu;
     unsigned int mode = 0;
     int exit = -1;
@@ -44,8 +47,9 @@ struct OldMesh {
     bool facesFlipped = true;
     std::vector<M_Vector3Template<double>> vertices{{0, 0, 0}, {0, 0, 1}, {1, 0, 0}, {1, 0, 1}};
     std::vector<OldPolygon> polygons{{}};
-    bool dynamic = false; ///< with the keyframes of `OldAnimations`
+    bool dynamic = false; ///< with the animations
     bool trigger = false; ///< stored above version 2
+    OldAnimations animations = {};
 };
 
 void writeOldMesh(F_MemoryFile& file, const OldMesh& mesh);

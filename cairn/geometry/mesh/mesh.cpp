@@ -24,8 +24,8 @@ CN_Mesh::CN_Mesh(const CN_Mesh& other) : CN_LevelEntity(other), CN_MeshInterface
 
 CN_Mesh& CN_Mesh::operator=(const CN_Mesh& other) {
     if (this != &other) {
+        dropPolygons(); // which count on what their own document has
         CN_LevelEntity::operator=(other);
-        updateMaterialRefCounts(false);
         copyGeometry(other);
     }
     return *this;
@@ -36,14 +36,20 @@ CN_Mesh::~CN_Mesh() = default;
 
 void CN_Mesh::initializeMembers() { m_generalProperties.setGameplayCritical(false); }
 
-/// All that this class adds to the entity but the groups, which are children. The copied polygons count on their
-/// materials.
+void CN_Mesh::dropPolygons() {
+    updateMaterialRefCounts(false);
+    m_lastHitPolygon = nullptr;
+    m_polygonList.clear();
+}
+
+/// All that this class adds to the entity but the groups, which are children, as is what stands on the polygons: copied
+/// children are bound by `CN_VirtualNode`. The copied polygons count on their materials.
 void CN_Mesh::copyGeometry(const CN_Mesh& other) {
     m_centerOfArea = other.m_centerOfArea;
     m_vertexList = other.m_vertexList;
     m_polygonList = other.m_polygonList;
     for (CN_Polygon& polygon : m_polygonList)
-        polygon.setParent(this);
+        adopt(polygon, other);
     updateMaterialRefCounts(true);
     m_geometryDirty = m_bspDirty = true;
     m_uvDirty = other.m_uvDirty;
@@ -55,6 +61,30 @@ void CN_Mesh::copyGeometry(const CN_Mesh& other) {
     setTriggerProperties(other.m_triggerProperties.get());
     m_animation = other.m_animation;
     m_boundingBox = other.m_boundingBox;
+}
+
+/// Makes a polygon that was copied from `other` one of this mesh: nothing in it points into the original any more.
+void CN_Mesh::adopt(CN_Polygon& polygon, const CN_Mesh& other) {
+    polygon.setParent(this);
+    polygon.setAttachedEntity(nullptr);
+    polygon.setAdditionalPoint(nullptr);
+    polygon.deSelect();
+    polygon.setRenderMaterial(nullptr);
+    for (CN_RenderTexture*& texture : polygon.m_renderTextures)
+        texture = nullptr;
+    if (!polygon.m_lists)
+        return;
+    polygon.m_lists->sharedEdgeList.clear();
+    F_DLList<CN_Vertex*>& corners = polygon.m_lists->vertexBuffer;
+    for (CN_Vertex*& corner : corners) {
+        const int index = other.m_vertexList.indexOf(corner);
+        if (index >= 0) {
+            corner = &m_vertexList[index];
+            continue;
+        }
+        corners.remove(&corner); // it was no vertex of the original's either
+        --polygon.m_numVertices;
+    }
 }
 
 bool CN_Mesh::onCanAdd(int) { return false; }
@@ -155,6 +185,7 @@ CN_Polygon* CN_Mesh::addPolygon() {
 bool CN_Mesh::deletePolygon(CN_Polygon* polygon) {
     if (m_lastHitPolygon == polygon)
         m_lastHitPolygon = nullptr;
+    polygon->setMaterial(nullptr);
     m_polygonList.remove(polygon);
     if (m_polygonList.empty())
         return false;
@@ -207,6 +238,7 @@ CN_LevelEntityPolygonGroup* CN_Mesh::addNewPolygroup(const CN_LevelEntityPolygon
     auto owned = std::make_unique<CN_LevelEntityPolygonGroup>(*group);
     CN_LevelEntityPolygonGroup* const copy = owned.get();
     copy->setDocument(getDocument());
+    copy->clearPolygonIndices();
     if (copyMembers)
         for (CN_Polygon* const polygon : group->getSet())
             copy->addPolygon(polygon);

@@ -126,7 +126,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     PolygonList& accessPolygonList() { return m_polygonList; }
     /// A new polygon of this mesh at the end of its list; valid until it is removed.
     CN_Polygon* addPolygon();
-    /// Destroys the polygon; its vertices stay. False where the mesh has no polygon left.
+    /// Destroys the polygon, which its material counts no more; its vertices stay. False where the mesh has no polygon
+    /// left.
     bool deletePolygon(CN_Polygon* polygon);
     /// The place of the polygon in the list, or -1 for one that is not in it.
     int findPolygonIndex(const CN_Polygon* polygon) const { return m_polygonList.indexOf(polygon); }
@@ -175,7 +176,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     bool isMappingDirty() const { return m_mappingDirty; }
     void setMappingDirty(bool dirty) { m_mappingDirty = dirty; }
     const CN_Polygon* getLastHitPolygon() const { return m_lastHitPolygon; }
-    /// The middle of the bounding box in the mesh's space, of the last `calculateBoundingBox`.
+    /// The average of all polygons' corners in the mesh's space, where one that polygons share counts for each of them; of
+    /// the last `calculateBoundingBox`.
     const Vector& getCenterOfArea() const { return m_centerOfArea; }
     /// The box of the last `calculateBoundingBox` in the mesh's space.
     const E_BBox<double>& getLocalBox() const { return m_boundingBox; }
@@ -195,7 +197,9 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
 
   private:
     void initializeMembers();
+    void dropPolygons();
     void copyGeometry(const CN_Mesh& other);
+    void adopt(CN_Polygon& polygon, const CN_Mesh& other);
     bool loadPolygons(F_MemoryFile& file);
     void loadAnimation(F_MemoryFile& file);
     void loadTrigger(F_MemoryFile& file, int version);

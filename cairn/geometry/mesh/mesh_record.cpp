@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t VERTEX_BYTES = F_MemoryFile::CHUNK_HEADER_SIZE + 3 * sizeof(double);
 /// The least that a polygon takes: normals, legacy matrix, two spaces and a point are 52 doubles.
 constexpr std::size_t LEAST_POLYGON_BYTES = F_MemoryFile::CHUNK_HEADER_SIZE + 52 * sizeof(double);
+/// What a quad of two triangles with a material takes: the hint by which a save makes room.
+constexpr std::size_t USUAL_POLYGON_BYTES = 700;
 /// Versions of the chunk.
 constexpr int LAST_WITHOUT_TRIGGER = 2, LAST_WITH_PAINTED_TRIGGERS = 6, LAST_WITHOUT_CRITICAL = 7,
               LAST_WITH_ONE_COLLISION = 8;
@@ -29,6 +31,7 @@ constexpr int LAST_WITHOUT_TRIGGER = 2, LAST_WITH_PAINTED_TRIGGERS = 6, LAST_WIT
 
 void CN_Mesh::saveEntitySpecificData(F_MemoryFile& file) {
     const std::vector<const CN_Polygon*> written = getWrittenPolygons();
+    file.reserve(static_cast<std::size_t>(m_vertexList.count()) * VERTEX_BYTES + written.size() * USUAL_POLYGON_BYTES);
     file.createChunk(0, CAIRN_MESH_VERSION);
     file << m_facesFlipped;
     file.writeCount(static_cast<std::size_t>(m_vertexList.count()));
@@ -54,14 +57,19 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     const int version = chunk.getVersion();
 
     in >> m_facesFlipped;
-    m_polygonList.clear();
+    dropPolygons();
+    m_triggerProperties.reset();
     m_vertexList.clear();
-    for (std::size_t left = in.readCount(VERTEX_BYTES); left > 0; --left)
+    const std::size_t vertices = in.readCount(VERTEX_BYTES);
+    m_vertexList.reserve(static_cast<int>(vertices));
+    for (std::size_t left = vertices; left > 0; --left)
         in >> m_vertexList.emplace();
     const bool hasExit = loadPolygons(in);
     in >> m_dynamic;
     if (m_dynamic)
         loadAnimation(in);
+    else
+        m_animation = CN_Animation();
     m_meshProperties.load(in, version);
     if (m_dynamic)
         m_meshProperties.setAndCheckPhysicalMaterial();
@@ -78,14 +86,14 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     file.skipChunk();
 }
 
-/// Gives whether one of the polygons is an exit.
+/// Gives whether one of the polygons is an exit, with edges or without.
 bool CN_Mesh::loadPolygons(F_MemoryFile& file) {
     bool hasExit = false;
     CN_Polygon::Reader reader(*this);
-    for (std::size_t left = file.readCount(LEAST_POLYGON_BYTES); left > 0; --left) {
-        CN_Polygon* const polygon = addPolygon();
-        reader.read(*polygon, file);
-        hasExit |= polygon->getExitDestinationIndex() != CN_Polygon::NON_EXIT_INDEX;
+    const std::size_t count = file.readCount(LEAST_POLYGON_BYTES);
+    m_polygonList.reserve(static_cast<int>(count));
+    for (std::size_t left = count; left > 0; --left) {
+        hasExit |= reader.read(*addPolygon(), file);
     }
     setGeometryDirty();
     return hasExit;
@@ -94,6 +102,8 @@ bool CN_Mesh::loadPolygons(F_MemoryFile& file) {
 void CN_Mesh::loadAnimation(F_MemoryFile& file) {
     m_animation.loadAnimations(file);
     CN_Document* const document = CN_Document::isAlive(getDocument()) ? getDocument() : nullptr;
+    if (const string repairs = m_animation.describeLoadRepairs(); document && !repairs.empty())
+        document->accessLoadReport().add("repaired", this, -1, repairs);
     const CN_Keyframes& keyframes = *m_animation.getKeyframes();
     for (const CN_Keyframe* keyframe = keyframes.getFirst(); keyframe; keyframe = keyframes.getNext()) {
         const M_Matrix4x3Template<double>& matrix = keyframe->getMatrix();
@@ -125,7 +135,6 @@ void CN_Mesh::loadAnimation(F_MemoryFile& file) {
 void CN_Mesh::loadTrigger(F_MemoryFile& file, int version) {
     bool trigger = false;
     file >> trigger;
-    m_triggerProperties.reset();
     if (!trigger)
         return;
     m_triggerProperties = std::make_unique<CN_TriggerProperties>();

@@ -46,32 +46,40 @@ CN_Polygon::CN_Polygon(const CN_Polygon& other) : m_parent(other.m_parent) {
 CN_Polygon& CN_Polygon::operator=(const CN_Polygon& other) {
     if (this == &other)
         return *this;
+    // What knows it by its number and counts it in its document goes while it has these.
+    leaveDeserializer();
+    CN_Document* const document = getDocument();
+    const unsigned long counted = std::exchange(m_countedLightmap, NO_INDEX);
     m_parent = other.m_parent;
-    const std::uint32_t before = std::exchange(m_countedLightmap, NO_INDEX);
     copyFields(other);
     if (other.m_countedLightmap == m_lightmapMapping.getLightmapID())
         referenceLightmap();
     // The new reference is taken first, so that a lightmap of both lives on.
-    const std::uint32_t now = std::exchange(m_countedLightmap, before);
-    dereferenceLightmap();
-    m_countedLightmap = now;
+    dereferenceLightmap(document, counted);
     return *this;
 }
 
 CN_Polygon::~CN_Polygon() {
-    if (m_exitDestinationIndex != NON_EXIT_INDEX)
-        CN_ExitDestinationPointerDeserializer::instance()->forget(this);
+    leaveDeserializer();
     forgetExits();
     CN_VirtualNode::forgetPolygon(this);
     for (CN_LevelEntityPolygonGroup* const group : Groups(m_groups))
         group->removePolygon(this);
-    dereferenceLightmap();
+    dereferenceLightmap(getDocument(), m_countedLightmap);
+}
+
+/// A load that waits to bind the exit forgets the polygon.
+void CN_Polygon::leaveDeserializer() {
+    if (m_exitDestinationIndex != NON_EXIT_INDEX)
+        CN_ExitDestinationPointerDeserializer::instance()->forget(this);
+    m_exitDestinationIndex = NON_EXIT_INDEX;
 }
 
 /// All but the parent, the groups, the marks of walks and loads, and the lightmap's reference.
 void CN_Polygon::copyFields(const CN_Polygon& other) {
     setExitDestination(other.m_exitDestination);
     m_attachedEntity = other.m_attachedEntity;
+    m_attachedNumber = other.m_attachedNumber;
     if (m_lists || other.m_lists) {
         accessLists().vertexBuffer = other.lists().vertexBuffer;
         accessLists().sharedEdgeList = other.lists().sharedEdgeList;
@@ -165,18 +173,27 @@ void CN_Polygon::sealExit(CN_Material* material) {
     }
     setExitDestination(nullptr);
     m_exitDestinationIndex = NON_EXIT_INDEX;
-    m_attachedEntity = nullptr;
+    setAttachedEntity(nullptr);
+}
+
+void CN_Polygon::setAttachedEntity(CN_LevelEntity* entity) {
+    m_attachedEntity = entity;
+    m_attachedNumber = entity ? entity->getProcessNumber() : 0;
+}
+
+/// The attached entity; null where it has died, and where another one lives at its address now.
+CN_LevelEntity* CN_Polygon::findAttachedEntity() const {
+    const bool lives =
+        CN_LevelEntity::isAlive(m_attachedEntity) && m_attachedEntity->getProcessNumber() == m_attachedNumber;
+    return lives ? m_attachedEntity : nullptr;
 }
 
 CN_LevelEntityRadiosityLight* CN_Polygon::getRadiosityLight() const {
-    return CN_LevelEntity::isAlive(m_attachedEntity) ? dynamic_cast<CN_LevelEntityRadiosityLight*>(m_attachedEntity)
-                                                     : nullptr;
+    return dynamic_cast<CN_LevelEntityRadiosityLight*>(findAttachedEntity());
 }
 
 CN_LevelEntityPortal* CN_Polygon::getLevelEntityPortal() const {
-    return isExitPolygon() && CN_LevelEntity::isAlive(m_attachedEntity)
-               ? dynamic_cast<CN_LevelEntityPortal*>(m_attachedEntity)
-               : nullptr;
+    return isExitPolygon() ? dynamic_cast<CN_LevelEntityPortal*>(findAttachedEntity()) : nullptr;
 }
 
 bool CN_Polygon::isSmoothed() const {
@@ -207,12 +224,13 @@ void CN_Polygon::setMaterial(CN_Material* material) {
 }
 
 void CN_Polygon::setLightmap(unsigned long id) {
+    id = CN_lightmapID(id);
     CN_Document* const document = getDocument();
     if (id != NO_LIGHTMAP && !document)
         throw new F_Exception("A polygon of no document has no lightmap");
     if (document)
         document->accessLightmaps()->referenceLightmap(id);
-    dereferenceLightmap();
+    dereferenceLightmap(document, m_countedLightmap);
     m_countedLightmap = static_cast<std::uint32_t>(id);
     m_lightmapMapping.setValidLightmapID(id);
     if (id == NO_LIGHTMAP)
@@ -229,13 +247,10 @@ void CN_Polygon::referenceLightmap() {
     m_countedLightmap = static_cast<std::uint32_t>(id);
 }
 
-void CN_Polygon::dereferenceLightmap() {
-    const unsigned long id = std::exchange(m_countedLightmap, NO_INDEX);
-    if (id == NO_LIGHTMAP)
-        return;
-    CN_Document* const document = getDocument();
+/// Gives a reference back that was counted in the document, which may be null.
+void CN_Polygon::dereferenceLightmap(CN_Document* document, unsigned long id) {
     // The host may have deleted the lightmap whoever used it.
-    if (document && document->getLightmaps() && document->getLightmaps()->getLightmap(id))
+    if (id != NO_LIGHTMAP && document && document->getLightmaps() && document->getLightmaps()->getLightmap(id))
         document->accessLightmaps()->dereferenceLightmap(id);
 }
 

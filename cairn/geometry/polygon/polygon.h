@@ -195,7 +195,7 @@ class CN_Polygon {
     /// @{
     /// The portal or radiosity light that stands for this polygon, or null.
     CN_LevelEntity* getAttachedEntity() const { return m_attachedEntity; }
-    void setAttachedEntity(CN_LevelEntity* entity) { m_attachedEntity = entity; }
+    void setAttachedEntity(CN_LevelEntity* entity);
     /// True if a radiosity light stands on this polygon.
     bool isLight() const { return getRadiosityLight() != nullptr; }
     /// That light, or null. An attached entity that is no longer alive counts as none.
@@ -223,8 +223,8 @@ class CN_Polygon {
     void setPolyMode(unsigned int mode) { m_polyMode = mode; }
     const CN_LightmapMapping& getLightmapMapping() const { return m_lightmapMapping; }
     CN_LightmapMapping& accessLightmapMapping() { return m_lightmapMapping; }
-    /// Assigns a lightmap of the document's pool, or none for `NO_LIGHTMAP`, and counts references: the new one first.
-    /// Throws for an id that the pool lacks; nothing has changed then.
+    /// Assigns a lightmap of the document's pool, or none for `NO_LIGHTMAP` and -1, and counts references: the new one
+    /// first. Throws an `F_Exception*` for an id that the pool lacks; nothing has changed then.
     void setLightmap(unsigned long id);
     /// True if light is to be computed for it: it has a material whose surface is drawn, is solid, and its mesh is
     /// visible and either stands still or is lit while dynamic.
@@ -297,6 +297,7 @@ class CN_Polygon {
     const Lists& lists() const { return m_lists ? *m_lists : noLists(); }
     Lists& accessLists();
     CN_Document* getDocument() const;
+    CN_LevelEntity* findAttachedEntity() const;
     CN_Mesh& requireMesh() const;
     void copyFields(const CN_Polygon& other);
     void adoptParts();
@@ -304,12 +305,14 @@ class CN_Polygon {
     void saveExtraSpaces(F_MemoryFile& file) const;
     CN_Polygon* findWrittenPartner() const;
     string findRecordFault() const;
+    void leaveDeserializer();
     void referenceLightmap();
-    void dereferenceLightmap();
+    static void dereferenceLightmap(CN_Document* document, unsigned long id);
 
     CN_Polygon* m_exitDestination = nullptr;     ///< not owned: the partner, of an exit
     int m_exitDestinationIndex = NON_EXIT_INDEX; ///< the partner's number until a load has bound it
     CN_LevelEntity* m_attachedEntity = nullptr;  ///< not owned: a portal or radiosity light below the mesh
+    std::uint32_t m_attachedNumber = 0;          ///< that entity's process number: a copy of the polygon may outlive it
     std::unique_ptr<Lists> m_lists;              ///< null while all of them are empty
     Vector m_normal;                             ///< unit, in the mesh's space
     Vector m_worldNormal;                 ///< unit, in the world; after a load `normal`, until the hierarchy is updated

@@ -12,10 +12,11 @@ class CN_Polygon::Reader {
     /// The vertices of the mesh have been read.
     explicit Reader(CN_Mesh& mesh);
 
-    /// What `CN_Polygon::load` does.
-    void read(CN_Polygon& polygon, F_MemoryFile& file);
+    /// What `CN_Polygon::load` does. True where the record names a partner.
+    bool read(CN_Polygon& polygon, F_MemoryFile& file);
 
   private:
+    void forgetExit();
     int readHead();
     void repairReferenceNormal();
     void readBaseSpace();
@@ -45,6 +46,7 @@ class CN_Polygon::Reader {
     CN_Polygon* m_polygon = nullptr; ///< not owned: the one that is being read
     F_MemoryFile* m_in = nullptr;    ///< not owned: the body of its chunk
     int m_version = 0;               ///< of its chunk
+    bool m_namesPartner = false;     ///< its record is that of an exit
     bool m_spacesInvalid = false;    ///< its texture spaces must be rebuilt
 };
 

@@ -8,6 +8,7 @@
 #include "cairn/platform/handlers.h"
 
 #include <cmath>
+#include <utility>
 
 namespace cairn {
 
@@ -38,6 +39,9 @@ Matrix matrixOnPlane(const Vector& normal, const Vector& direction) {
             return matrix;
     return PlanarSpace().getMatrix();
 }
+
+/// True for the keys of spaces that textures use: where space 0 is none, none of them is kept.
+bool isRebuilt(int key) { return key >= 0 && key <= 2; }
 
 enum class Mended { SOUND, CHANGED, BROKEN };
 
@@ -75,25 +79,33 @@ Mended mendRows(PlanarSpace& space) {
 
 void CN_Polygon::save(F_MemoryFile& file) const {
     file.createChunk(0, CAIRN_POLYGON_VERSION);
-    file << m_polygonIndex << m_edgeList.count();
-    file << m_normal << m_referenceNormal << Matrix();
-    CN_savePlanarSpace(file, getUVSpace(0));
-    file << m_pointOnPlane << m_numHoles << m_lightmapMapping << m_polyMode;
+    {
+        F_MemoryFile::Run out(file, CN_PLANAR_SPACE_BYTES + 3 * sizeof(int) + (3 * 3 + 9) * sizeof(double));
+        out << m_polygonIndex << m_edgeList.count();
+        out << m_normal << m_referenceNormal << Matrix();
+        CN_savePlanarSpace(out, getUVSpace(0));
+        out << m_pointOnPlane << m_numHoles;
+    }
+    file << m_lightmapMapping << m_polyMode;
     const CN_Polygon* const partner = findWrittenPartner();
     file << (partner ? static_cast<int>(partner->m_polygonIndex) : NON_EXIT_INDEX);
     static const CString none;
     const CN_MaterialsCategory* const category = m_material ? m_material->getParent() : nullptr;
     file << (category ? category->name() : none) << (m_material ? m_material->name() : none);
-    for (const CN_Edge& edge : m_edgeList)
-        file << edge.index(0) << edge.index(1);
-
-    file << m_triangleList.count();
+    {
+        F_MemoryFile::Run out(file, EDGE_BYTES * static_cast<std::size_t>(m_edgeList.count()) + sizeof(int));
+        for (const CN_Edge& edge : m_edgeList)
+            out << edge.index(0) << edge.index(1);
+        out << m_triangleList.count();
+    }
     for (const CN_Triangle& triangle : m_triangleList) {
+        const std::vector<int>& corners = triangle.getVertices();
+        F_MemoryFile::Run out(file, sizeof m_worldNormal + (1 + corners.size()) * sizeof(int));
         if (!(m_saveFeatures & PF_NO_TRIANGLE_NORMALS))
-            file << m_worldNormal;
-        file << static_cast<int>(triangle.getVertices().size());
-        for (const int corner : triangle.getVertices())
-            file << corner;
+            out << m_worldNormal;
+        out << static_cast<int>(corners.size());
+        for (const int corner : corners)
+            out << corner;
     }
 
     if (m_saveFeatures & PF_UV_SPACES)
@@ -157,14 +169,15 @@ CN_Polygon::Reader::Reader(CN_Mesh& mesh)
       m_defaultMaterial(m_document ? m_document->getMaterials().getDefaultMaterial() : nullptr),
       m_vertexCount(mesh.getVertexList().count()) {}
 
-void CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
+bool CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
     F_MemoryFile::Chunk chunk;
     file.openChunk(chunk, 0);
     m_polygon = &polygon;
     m_in = &chunk.getMemoryFile();
     m_version = chunk.getVersion();
-    m_spacesInvalid = false;
+    m_namesPartner = m_spacesInvalid = false;
 
+    forgetExit();
     // The repairs build on one another: their order is part of the format.
     const int edges = readHead();
     repairReferenceNormal();
@@ -177,10 +190,10 @@ void CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
     if (!(m_loadFeatures & PF_EDGES))
         polygon.constructEdges();
     polygon.m_worldNormal = polygon.m_normal;
-    if (m_loadFeatures & PF_UV_SPACES)
-        readExtraSpaces();
     if (m_spacesInvalid)
         rebuildSpaces();
+    if (m_loadFeatures & PF_UV_SPACES)
+        readExtraSpaces();
     mendShortRows();
     if (m_version <= 2 && (m_loadFeatures & PF_OLD_EXTENT)) {
         float dropped = 0;
@@ -188,6 +201,15 @@ void CN_Polygon::Reader::read(CN_Polygon& polygon, F_MemoryFile& file) {
             *m_in >> dropped;
     }
     file.skipChunk();
+    return m_namesPartner;
+}
+
+/// Ends what the polygon was as an exit, while it still has the number that it is registered under.
+void CN_Polygon::Reader::forgetExit() {
+    m_polygon->setExitDestination(nullptr);
+    if (m_polygon->m_exitDestinationIndex != NON_EXIT_INDEX)
+        CN_ExitDestinationPointerDeserializer::instance()->forget(m_polygon);
+    m_polygon->m_exitDestinationIndex = NON_EXIT_INDEX;
 }
 
 /// Reads what stands ahead of the texture spaces; gives the count of edges.
@@ -238,14 +260,23 @@ void CN_Polygon::Reader::readLightmap() {
         fail("has a point on its plane that is not finite");
     if (m_polygon->m_numHoles < 0 || m_polygon->m_numHoles > m_polygon->m_numVertices)
         fail(formatText("has %d holes", m_polygon->m_numHoles));
-    *m_in >> m_polygon->m_lightmapMapping;
+    if (!m_polygon->m_lightmapMapping.load(*m_in))
+        repaired("The lightmap's space or resolution was invalid; it is the default one now");
+    const std::uint32_t before = std::exchange(m_polygon->m_countedLightmap, NO_INDEX);
+    if (s_bLightmapIDsAreValidAtLoadTime)
+        m_polygon->referenceLightmap();
+    // The new reference is taken first, so that a lightmap that the polygon had before lives on.
+    const std::uint32_t now = std::exchange(m_polygon->m_countedLightmap, before);
+    m_polygon->dereferenceLightmap();
+    m_polygon->m_countedLightmap = now;
     if (!s_bLightmapIDsAreValidAtLoadTime)
         return;
-    m_polygon->referenceLightmap();
     const unsigned long id = m_polygon->m_lightmapMapping.getLightmapID();
-    if (id != m_polygon->m_countedLightmap)
-        writeVerbose(formatText("Polygon %d names the lightmap %lu, which is not there\n",
-                                static_cast<int>(m_polygon->m_polygonIndex), id));
+    if (id == m_polygon->m_countedLightmap)
+        return;
+    m_polygon->m_lightmapMapping.m_lightmapValid = false;
+    writeVerbose(formatText("Polygon %d names the lightmap %lu, which is not there\n",
+                            static_cast<int>(m_polygon->m_polygonIndex), id));
 }
 
 void CN_Polygon::Reader::readExit() {
@@ -255,12 +286,16 @@ void CN_Polygon::Reader::readExit() {
         string dropped;
         *m_in >> dropped;
     }
-    // What has no edges is gone with the next save: nobody can be led there.
-    if (m_polygon->m_numVertices == 0)
+    m_namesPartner = partner != NON_EXIT_INDEX;
+    if (!m_namesPartner)
         return;
+    // What has no edges is gone with the next save: nobody can be led there.
+    if (m_polygon->m_numVertices == 0) {
+        repaired(formatText("An exit to polygon %d has no edges: nobody can be led there", partner));
+        return;
+    }
     m_polygon->m_exitDestinationIndex = partner;
-    if (partner != NON_EXIT_INDEX)
-        CN_ExitDestinationPointerDeserializer::instance()->addRelocatableExitPolygon(m_polygon);
+    CN_ExitDestinationPointerDeserializer::instance()->addRelocatableExitPolygon(m_polygon);
 }
 
 void CN_Polygon::Reader::readMaterial() {
@@ -303,6 +338,7 @@ CN_Material* CN_Polygon::Reader::findMaterial() {
 void CN_Polygon::Reader::readEdges(int count) {
     const CN_Mesh::VertexList& vertices = m_mesh.getVertexList();
     m_polygon->m_edgeList.clear();
+    m_polygon->m_edgeList.reserve(count);
     for (int i = 0; i < count; ++i) {
         int a = 0, b = 0;
         *m_in >> a >> b;
@@ -327,6 +363,7 @@ void CN_Polygon::Reader::readTriangles() {
         fail(formatText("has %d triangles", count));
     s_uiTriangleIndex += static_cast<unsigned int>(count);
     m_polygon->m_triangleList.clear();
+    m_polygon->m_triangleList.reserve(count);
     for (int i = 0; i < count; ++i) {
         Vector dropped;
         if (hasNormal)
@@ -363,18 +400,25 @@ void CN_Polygon::Reader::readExtraSpaces() {
         if (!sound)
             repaired(formatText("The texture space %d was invalid; it is that of the base texture now", key));
         // What has drifted from the polygon's plane goes without a word.
-        const bool keeps = sound && space.getMatrix().row(2).dot(plane) >= SAME_PLANE;
+        const bool keeps =
+            sound && !(m_spacesInvalid && isRebuilt(key)) && space.getMatrix().row(2).dot(plane) >= SAME_PLANE;
         m_polygon->m_uvSpaces[key].space = keeps ? space : m_polygon->getUVSpace(0);
     }
+    if (m_polygon->m_uvSpaces.size() > MAX_UV_SPACES) // the light layer's may have come with the material
+        fail(formatText("has %d texture spaces", m_polygon->m_uvSpaces.size()));
 }
 
-/// Lays all texture spaces anew along the first edge.
+/// Lays the texture spaces anew along the first edge: those of textures, and others that are not in the plane.
 void CN_Polygon::Reader::rebuildSpaces() {
     const CN_Edge* const edge = m_polygon->m_edgeList.first();
     const Matrix matrix = matrixOnPlane(m_polygon->m_normal, edge ? edge->dir() : Vector());
     const PlanarSpace space(matrix, edge ? edge->getLocal(0) : m_polygon->m_pointOnPlane, {});
     m_polygon->m_uvSpaces[0].space = space;
-    m_polygon->m_uvSpaces.forEach([&space](int, CN_UVSpace& other) { other.space = space; });
+    const Vector plane = matrix.row(2);
+    m_polygon->m_uvSpaces.forEach([&](int key, CN_UVSpace& other) {
+        if (isRebuilt(key) || !(other.space.getMatrix().row(2).dot(plane) >= SAME_PLANE))
+            other.space = space;
+    });
     m_polygon->markUVDirty();
 }
 

@@ -3,9 +3,14 @@
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/foundation/file.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/geometry/exits.h"
 #include "cairn/geometry/validate.h"
+#include "cairn/lighting/lightmap.h"
+#include "cairn/lighting/lightmap_pool.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
+#include "cairn/materials/texture.h"
+#include "cairn/materials/texture_list.h"
 #include "tests/support/hostile_bytes.h"
 #include "tests/support/level_bytes.h"
 #include "tests/support/mesh_shelf.h"
@@ -78,7 +83,9 @@ TEST(OldMeshes, EveryStoredFormLoadsAndSavesInTheNewest) {
         Shelf shelf;
         CN_Polygon::m_suiRunningDocIndex = 40;
         CN_Polygon::m_loadFeatures = stored.mesh.features;
+        const unsigned int triangles = CN_Polygon::s_uiTriangleIndex;
         CN_LevelEntityMesh& mesh = *shelf.load(bytes);
+        EXPECT_EQ(CN_Polygon::s_uiTriangleIndex, triangles + 2);
         const int version = stored.mesh.version;
         const bool dynamic = stored.mesh.dynamic, trigger = stored.mesh.trigger;
         EXPECT_TRUE(mesh.areFacesFlipped());
@@ -157,13 +164,25 @@ TEST(PolygonRecord, RepairsWhatItCan) {
              EXPECT_TRUE(p.isUVDirty());
          },
          "Polygon 0 has an invalid texture space. Resetting...", 1},
+        {"a singular space beside a sound one",
+         [&](OldPolygon& p) {
+             p.space = singular;
+             p.normal = p.referenceNormal = {1, 0, 0};
+             p.spaces = {{5, {.matrix = {{0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, .offset = {7, 7}}}, {6, tilted}};
+         },
+         [&](const CN_Polygon& p, Shelf&) {
+             EXPECT_EQ(p.getUVSpace(0).getMatrix().row(2), Vector(1, 0, 0));
+             EXPECT_EQ(p.getUVSpace(5).getOffset().x, 7) << "it is in the plane";
+             EXPECT_EQ(p.getUVSpace(6).getMatrix(), p.getUVSpace(0).getMatrix());
+         },
+         "Polygon 0 has an invalid texture space. Resetting...", 1},
         {"a space that is no number",
          [](OldPolygon& p) {
              p.space.matrix.row(0).x = NOT_A_NUMBER;
              p.edges = {{0, 0}};
          },
          [](const CN_Polygon& p, Shelf&) { EXPECT_TRUE(p.getUVSpace(0).getMatrix().isInvertible()); },
-         "Polygon 0 has an invalid texture space. Resetting...Polygon 0 has a null edge", 1},
+         "Polygon 0 has an invalid texture space. Resetting...Polygon 0 has a null edge", 2},
         {"a tilted extra space",
          [&](OldPolygon& p) {
              p.spaces = {{1, tilted}};
@@ -209,13 +228,22 @@ TEST(PolygonRecord, RepairsWhatItCan) {
          [](OldPolygon& p) {
              p.edges = {{0, 1}, {1, 1}, {1, 0}};
          },
-         [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getEdgeList().count(), 3); }, "Polygon 0 has a null edge", 0},
+         [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getEdgeList().count(), 3); }, "Polygon 0 has a null edge", 1},
         {"a lightmap that is not there", [](OldPolygon& p) { p.lightmap = 12; },
          [](const CN_Polygon& p, Shelf& shelf) {
              EXPECT_EQ(p.getLightmapMapping().getLightmapID(), 12u) << "kept as a number";
+             EXPECT_FALSE(p.getLightmapMapping().isLightmapValid());
              EXPECT_NE(shelf.process.log().find("lightmap 12"), std::string::npos);
          },
          "", 0},
+        {"a singular space on the lightmap", [&](OldPolygon& p) { p.lightmapSpace = singular; },
+         [](const CN_Polygon& p, Shelf&) {
+             EXPECT_EQ(p.getLightmapMapping().getMatrix(), CN_LightmapMapping().getMatrix());
+         },
+         "", 1},
+        {"a resolution that is no number",
+         [](OldPolygon& p) { p.lightmapResolution = std::numeric_limits<float>::quiet_NaN(); },
+         [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getLightmapMapping().getResolution(), 4); }, "", 1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -270,6 +298,12 @@ TEST(PolygonRecord, RefusesWhatGeometryCouldNotBear) {
         EXPECT_NE(text.find(what), string::npos) << text;
     }
     Shelf shelf;
+    shelf.stone->setLightTexture(shelf.document.accessTextures().addNew());
+    OldPolygon lit{.category = "Old", .material = "Stone"};
+    for (int key = 3; key < 3 + 63; ++key)
+        lit.spaces.emplace_back(key, OldSpace{});
+    EXPECT_NE(failureText([&] { shelf.load(lit); }).find("65 texture spaces"), string::npos)
+        << "one is the light layer's";
     EXPECT_NE(failureText([&] {
                   shelf.load(OldMesh{.vertices = {{0, NOT_A_NUMBER, 0}}});
               }).find("vertex"),
@@ -294,22 +328,77 @@ TEST(PolygonRecord, MasksChooseTheLayout) {
     EXPECT_EQ(saveWith(0x37DFF), "3 3 2.000000") << "without normals in the triangles";
     EXPECT_EQ(saveWith(0x32DFF), "3 1 0.000000") << "without extra spaces";
     EXPECT_EQ(saveWith(0x36DF7), "0 3 2.000000") << "edges are constructed, of no corners";
+
+    Shelf shelf;
+    OldMesh old{.polygonVersion = 2, .features = 0x26DFF}; // without the old extent
+    CN_Polygon::m_loadFeatures = old.features;
+    EXPECT_EQ(shelf.load(old)->getPolygonList()[0].getEdgeList().count(), 3);
 }
 
-TEST(MeshRecord, EveryMeshOfTheShelfComesBackAsItWas) {
-    for (const test::ShelfMesh& sample : test::meshShelf()) {
-        SCOPED_TRACE(sample.name);
-        const test::ProcessStateGuard process;
-        test::ShelfDocument document;
-        sample.build(document);
-        const Bytes saved = test::saveLevel(document);
-        CN_Document again;
-        test::loadLevel(again, saved);
-        EXPECT_EQ(test::reportCodes(again), "");
-        EXPECT_EQ(test::saveLevel(again), saved);
-        for (const CN_Finding& finding : CN_validateDocument(again, CN_LEVEL_TOLERANCE))
-            EXPECT_FALSE(finding.internal) << finding.message;
-    }
+TEST(PolygonRecord, TakesThePlaceOfWhatThePolygonWas) {
+    Shelf shelf;
+    auto& pool = dynamic_cast<CN_LightmapPool&>(*shelf.document.accessLightmaps());
+    pool.allocateNew(1);
+    pool.allocateNew(2);
+    shelf.load(OldMesh{.polygons = {{.index = 8, .lightmap = 1}, {.index = 9, .lightmap = 1}}});
+    CN_Polygon& polygon = shelf.mesh->accessPolygonList()[0];
+    CN_PolygonValidator::instance()->enumeratePolygons(&shelf.document, nullptr);
+    F_MemoryFile file;
+    polygon.save(file);
+    const auto reload = [&] {
+        file.toRead();
+        polygon.load(file);
+    };
+    polygon.setExitDestination(&shelf.mesh->accessPolygonList()[1]);
+    reload();
+    EXPECT_FALSE(polygon.isExitPolygon());
+    EXPECT_EQ(pool.getLightmap(1)->getRefCount(), 2u);
+    shelf.mesh->accessPolygonList()[1].setLightmap(2);
+    reload();
+    EXPECT_EQ(pool.getLightmap(1)->getRefCount(), 1u) << "its last user may read it again";
+    polygon.setLightmap(2);
+    reload();
+    EXPECT_EQ(pool.getLightmap(1), nullptr) << "the last user had left";
+    EXPECT_EQ(pool.getLightmap(2)->getRefCount(), 1u);
+}
+
+TEST(PolygonRecord, CountsOnNoLightmapWhereIdsAreNotThePools) {
+    Shelf shelf;
+    auto& pool = dynamic_cast<CN_LightmapPool&>(*shelf.document.accessLightmaps());
+    pool.allocateNew(12);
+    CN_Polygon::s_bLightmapIDsAreValidAtLoadTime = false;
+    CN_Polygon& polygon = shelf.load(OldPolygon{.lightmap = 12});
+    EXPECT_EQ(pool.getLightmap(12)->getRefCount(), 0u);
+    for (const CN_Finding& finding : CN_validateDocument(shelf.document, CN_LEVEL_TOLERANCE))
+        EXPECT_STREQ(finding.code, "mesh-open");
+    pool.referenceLightmap(12);
+    shelf.mesh->deletePolygon(&polygon);
+    EXPECT_EQ(pool.getLightmap(12)->getRefCount(), 1u) << "another's";
+}
+
+TEST(MeshRecord, AnExitMakesAMeshCollideAndOldOnesCritical) {
+    for (const bool hasEdges : {true, false})
+        for (const int version : {7, 8, 9}) {
+            Shelf shelf;
+            OldPolygon exit{.mode = PT_EXIT, .exit = 0};
+            if (!hasEdges)
+                exit.edges.clear();
+            shelf.load(OldMesh{.version = version, .polygons = {exit}});
+            const CN_MeshProperties& properties = shelf.mesh->getMeshProperties();
+            EXPECT_TRUE(properties.collideA && properties.collideB && properties.collideC);
+            EXPECT_EQ(shelf.mesh->getGeneralProperties().isGameplayCritical(), version == 7);
+            EXPECT_EQ(test::reportCodes(shelf.document), hasEdges ? "" : "repaired");
+        }
+}
+
+TEST(MeshRecord, OldTriggersPaintWhatIsNoExitAndTheOldestMeshesAreNone) {
+    Shelf shelf;
+    shelf.load(OldMesh{.version = 6, .polygons = {{.mode = PT_EXIT}, {}}, .trigger = true});
+    EXPECT_EQ(shelf.mesh->getPolygonList()[0].getMaterial(), nullptr);
+    EXPECT_EQ(shelf.mesh->getPolygonList()[1].getMaterial(), shelf.plain());
+    EXPECT_TRUE(shelf.mesh->isTrigger());
+    shelf.load(OldMesh{.version = 2});
+    EXPECT_FALSE(shelf.mesh->isTrigger());
 }
 
 TEST(MeshRecord, DynamicMeshesTriggersAndEdgelessPolygonsComeBackOnce) {
@@ -379,6 +468,30 @@ TEST(MeshRecord, ABrokenKeyframeIsTold) {
               "Entity : ::Room has a broken keyframe matrix! Contact a programmer immediately!!");
     EXPECT_EQ(test::reportCodes(again), "broken-keyframe");
     EXPECT_NE(shelf.process.log().find("(  4.000   5.000   6.000)"), std::string::npos);
+}
+
+TEST(MeshRecord, WhatAnAnimationLosesIsTold) {
+    const std::pair<test::OldAnimations, std::string> cases[] = {
+        {{}, ""},
+        {{.twice = true},
+         "Keyframes dropped, as there was one of their name: 2; Animations dropped, as there was one of their name: 1"},
+        {{.samples = 1025}, "Animations with a curve that could not stay as it was: 1"},
+    };
+    for (const auto& [animations, text] : cases) {
+        Shelf shelf;
+        shelf.load(OldMesh{.dynamic = true, .animations = animations});
+        std::string told;
+        for (const CN_LoadFinding& finding : shelf.document.getLoadReport().getFindings())
+            if (finding.text.find("no FSM was stored") == std::string::npos)
+                told += finding.text;
+        EXPECT_EQ(told, text);
+        const Bytes saved = shelf.save();
+        Shelf again;
+        again.load(saved);
+        EXPECT_EQ(again.mesh->getKeyframes()->getCount(), 2);
+        EXPECT_EQ(again.document.getLoadReport().getFindings().size(), 1u) << "once";
+        EXPECT_EQ(again.save(), saved);
+    }
 }
 
 TEST(MeshRecord, EveryDamageIsRefusedOrLoads) {

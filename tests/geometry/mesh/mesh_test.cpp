@@ -9,6 +9,7 @@
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
 #include "tests/support/mesh_shelf.h"
+#include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
 
@@ -70,12 +71,14 @@ TEST(Mesh, BoxesHoldTheCornersInBothSpaces) {
     test::ShelfDocument document;
     CN_LevelEntityMesh& mesh = *test::boxRoom(document);
     mesh.addVertex({100, 100, 100}); // of no polygon
+    EXPECT_EQ(mesh.getBoundingMax(), Vector(100, 100, 100)) << "until they are calculated";
     mesh.setPosition({0, 10, 0});
     mesh.calculateBoundingBox();
     EXPECT_EQ(mesh.getBoundingMin(), Vector(0, 10, 0));
     EXPECT_EQ(mesh.getBoundingMax(), Vector(8, 14, 6));
     EXPECT_EQ(mesh.getLocalBox().maxY, 4);
     EXPECT_EQ(mesh.getCenterOfArea(), Vector(4, 2, 3));
+    EXPECT_EQ(test::pyramid(document)->getCenterOfArea(), Vector(2, 0.75, 2)) << "each polygon's corners count";
     EXPECT_EQ(mesh.getBoundingRadius(), static_cast<double>(std::sqrt(116.0f)));
     mesh.addPolygon()->addVertex(Vector(-1, 0, 0));
     mesh.calculateBoundingBox();
@@ -100,16 +103,27 @@ TEST(Mesh, PolygonsThatDieLeaveNobodyBehind) {
     group->addPolygon(exit);
     EXPECT_TRUE(exit->isSmoothed());
     EXPECT_FALSE(exit->isFrozenLightmap());
+    group->setFreezeLightmaps(true);
+    EXPECT_TRUE(exit->isFrozenLightmap());
     EXPECT_EQ(mesh.getExitList(), std::vector<const CN_Polygon*>{exit});
     EXPECT_TRUE(mesh.hasExits());
     mesh.clearGeometryDirty();
+    const CN_Material& material = *document.getMaterials().getDefaultMaterial();
+    const int uses = material.getUseCount();
     EXPECT_TRUE(mesh.deletePolygon(exit));
+    EXPECT_EQ(material.getUseCount(), uses) << "an exit has none";
+    EXPECT_TRUE(mesh.deletePolygon(mesh.accessPolygonList().first()));
+    EXPECT_EQ(material.getUseCount(), uses - 1);
     EXPECT_TRUE(mesh.isGeometryDirty());
     EXPECT_EQ(partner->getExitDestination(), nullptr);
     EXPECT_EQ(portal->getPortalPolygon(), nullptr);
     EXPECT_TRUE(group->getSet().empty());
 
+    group->addPolygon(mesh.accessPolygonList().first());
+    group->generatePolygonIndicesFromPointers();
     CN_LevelEntityPolygonGroup* const copy = mesh.addNewPolygroup(group, true);
+    EXPECT_EQ(copy->getSet(), group->getSet());
+    EXPECT_TRUE(copy->getPolygonIndices().empty());
     EXPECT_EQ(mesh.getPolygonGroups().size(), 2u);
     mesh.remove(copy);
     EXPECT_EQ(mesh.getPolygonGroups(), CN_Mesh::PolygonGroups{group});
@@ -118,17 +132,137 @@ TEST(Mesh, PolygonsThatDieLeaveNobodyBehind) {
     EXPECT_FALSE(floor.deletePolygon(floor.accessPolygonList().first()));
 }
 
+TEST(Mesh, ACopyKnowsNothingOfWhatStandsOnTheOriginal) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::twoRooms(document);
+    CN_Polygon* const exit = &mesh.accessPolygonList()[4];
+    CN_LevelEntityPolygonGroup settings;
+    settings.addPolygon(exit);
+    mesh.addOwned(std::make_unique<CN_LevelEntityPolygonGroup>(settings), false);
+    settings.removeAll();
+    const std::unique_ptr<CN_LevelEntityMesh> copy(static_cast<CN_LevelEntityMesh*>(mesh.clone()));
+    EXPECT_EQ(copy->getPolygonList()[4].getAttachedEntity(), nullptr);
+
+    const CN_Polygon polygonCopy(*exit);
+    EXPECT_EQ(polygonCopy.getLevelEntityPortal(), exit->getLevelEntityPortal());
+    CN_LevelEntityPortal* const portal = exit->getLevelEntityPortal();
+    mesh.remove(portal);
+    delete portal;
+    const CN_LevelEntityPortal next; // may well stand where the dead one stood
+    EXPECT_EQ(polygonCopy.getLevelEntityPortal(), nullptr);
+}
+
+TEST(Mesh, ACopyOutlivesWhatItsPolygonsPointedTo) {
+    CN_LevelEntityMesh copy;
+    {
+        CN_LevelEntityMesh mesh;
+        CN_Polygon& polygon = *mesh.addPolygon();
+        polygon.addVertex(Vector(1, 2, 3));
+        polygon.addVertex(Vector(4, 5, 6));
+        polygon.accessSharedEdgeList().add(&polygon);
+        Vector point;
+        polygon.setAdditionalPoint(&point);
+        polygon.select();
+        copy = mesh;
+    }
+    copy.calculateBoundingBox();
+    EXPECT_EQ(copy.getLocalBox().maxY, 5);
+    CN_Polygon& own = copy.accessPolygonList()[0];
+    EXPECT_TRUE(own.getSharedEdgeList().empty());
+    EXPECT_EQ(own.getAdditionalPoint(), nullptr);
+    EXPECT_FALSE(own.selected());
+    own.constructEdges();
+    EXPECT_EQ(own.getEdgeList()[1].index(0), 1);
+}
+
+TEST(Mesh, PlacesInPointerListsAreFound) {
+    const test::ProcessStateGuard process;
+    CN_Vertex first, second, stranger;
+    F_DLList<CN_Vertex*> list;
+    list.add(&first);
+    list.add(&second);
+    EXPECT_EQ(getPointerListIndex(list, &second, "CN_Vertex"), 1);
+    EXPECT_TRUE(process.boxes().empty());
+    EXPECT_EQ(getPointerListIndex(list, &stranger, "CN_Vertex"), -1);
+    ASSERT_EQ(process.boxes().size(), 1u);
+    EXPECT_EQ(process.boxes()[0].text, "getPointerListIndex<CN_Vertex>; item not found!");
+}
+
+TEST(Mesh, CountsItsMaterialsHoweverItComesAndGoes) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::boxRoom(document);
+    const CN_Material& material = *document.accessMaterials().getDefaultMaterial();
+    mesh.makeDynamic(false);
+    EXPECT_EQ(material.getUseCount(), 6);
+    CN_LevelEntityMesh still;
+    still.setDocument(&document);
+    F_MemoryFile file;
+    still.saveEntitySpecificData(file);
+    file.toRead();
+    mesh.loadEntitySpecificData(file);
+    EXPECT_EQ(material.getUseCount(), 0);
+    EXPECT_EQ(mesh.getKeyframes(), nullptr) << "of the dynamic mesh it was";
+    test::boxRoom(document);
+    EXPECT_EQ(material.getUseCount(), 6);
+    document.createCairnLevelEntities();
+    EXPECT_EQ(material.getUseCount(), 0);
+}
+
 TEST(Mesh, TexturizesWhatIsNoExit) {
     test::ShelfDocument document;
     CN_LevelEntityMesh& mesh = *test::twoRooms(document);
     CN_Material* const material = document.accessMaterials().find("Default")->add(0, "", nullptr);
-    material->setTiles(2, 3, true);
-    mesh.texturize(material, true);
-    EXPECT_EQ(mesh.getPolygonList()[4].getMaterial(), nullptr);
-    EXPECT_EQ(material->getUseCount(), 5);
-    const Matrix& rows = mesh.getPolygonList()[0].getUVSpace(0).getMatrix();
-    EXPECT_DOUBLE_EQ(rows.row(0).length(), 2);
-    EXPECT_DOUBLE_EQ(rows.row(1).length(), 3);
+    const struct {
+        const char* what;
+        CN_Material* given;
+        bool applyTiles;
+        double u, v;       ///< of the material
+        double hasU, hasV; ///< of the polygon then
+        bool changes;
+    } cases[] = {
+        {"a new one", material, true, 2, 3, 2, 3, true},
+        {"the same with other tiles", material, true, 4, 5, 4, 5, true},
+        {"without them", material, false, 6, 7, 4, 5, false},
+        {"a tile without length", material, true, 0, 7, 4, 5, true},
+        {"none", nullptr, true, 6, 7, 4, 5, true},
+    };
+    CN_Polygon& floor = mesh.accessPolygonList()[0];
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        floor.setUVDirty(false);
+        mesh.setUVDirty(false);
+        material->setTiles(c.u, c.v, true);
+        mesh.texturize(c.given, c.applyTiles);
+        EXPECT_EQ(floor.getMaterial(), c.given);
+        EXPECT_EQ(mesh.getPolygonList()[4].getMaterial(), nullptr);
+        EXPECT_EQ(material->getUseCount(), c.given ? 5 : 0);
+        const Matrix& rows = floor.getUVSpace(0).getMatrix();
+        EXPECT_DOUBLE_EQ(rows.row(0).length(), c.hasU);
+        EXPECT_DOUBLE_EQ(rows.row(1).length(), c.hasV);
+        EXPECT_EQ(floor.isUVDirty(), c.changes);
+        EXPECT_EQ(mesh.isUVDirty(), c.changes);
+    }
+}
+
+TEST(Mesh, HiddenMeshesArePlacedByForceOnly) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::boxRoom(document);
+    mesh.setVisible(false);
+    const Matrix halfTurn({-1, 0, 0}, {0, 1, 0}, {0, 0, -1});
+    for (const bool force : {false, true}) {
+        mesh.handleHierarchy({1, 2, 3}, halfTurn, force);
+        const Vector place = force ? Vector(1, 2, 3) : Vector();
+        EXPECT_EQ(mesh.getWorldPosition(), place);
+        EXPECT_EQ(mesh.getVertexList()[0].world, place);
+        EXPECT_EQ(mesh.getPolygonList()[2].getWorldNormal(), Vector(force ? -1 : 1, 0, 0));
+    }
+    for (CN_Polygon& polygon : mesh.accessPolygonList())
+        polygon.setMappingDirty(false);
+    mesh.setMappingDirty(false);
+    mesh.invalidateMapping();
+    for (const CN_Polygon& polygon : mesh.getPolygonList())
+        EXPECT_TRUE(polygon.isUVDirty() && polygon.isMappingDirty());
+    EXPECT_TRUE(mesh.isUVDirty() && mesh.isMappingDirty());
 }
 
 TEST(Mesh, TakesInWhatStandsInside) {

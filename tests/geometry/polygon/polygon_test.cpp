@@ -26,15 +26,6 @@ struct Floor {
     CN_Polygon& polygon = mesh.accessPolygonList()[0];
 };
 
-TEST(Polygon, LoopsRunCounterClockwiseSeenFromTheNormal) {
-    Floor floor;
-    const CN_Polygon::EdgeList& edges = floor.polygon.getEdgeList();
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(edges[i].dir().cross(edges[(i + 1) % 4].dir()), floor.polygon.getNormal());
-    EXPECT_EQ(floor.polygon.getPointOnPlane(), Vector(0.5, 0, 0.5));
-    EXPECT_EQ(floor.polygon.getPlane().distance({3, 2, 1}), 2);
-}
-
 TEST(Polygon, EdgesKnowTheirCorners) {
     Floor floor;
     floor.mesh.setPosition({10, 0, 0});
@@ -95,6 +86,11 @@ TEST(Polygon, IsBuiltOfCorners) {
     ASSERT_EQ(polygon.getEdgeList().count(), 3);
     EXPECT_EQ(polygon.getEdgeList()[2].index(0), 3);
     EXPECT_EQ(polygon.getEdgeList()[2].index(1), 2);
+    F_DLList<CN_Edge*> edges;
+    floor.polygon.insertEdges(edges);
+    polygon.insertEdges(edges);
+    EXPECT_EQ(edges.count(), 7);
+    EXPECT_EQ(edges[4], polygon.getEdgeList().first());
 
     CN_Vertex stranger;
     polygon.addVertex(&stranger);
@@ -184,9 +180,39 @@ TEST(Polygon, CopiesAndTheDeadKeepTheLightmapsReferencesRight) {
         EXPECT_EQ(references(1), 3);
     }
     EXPECT_EQ(references(1), 1);
-    floor.polygon.setLightmap(NO_LIGHTMAP);
-    EXPECT_EQ(references(1), -1);
-    EXPECT_FALSE(floor.polygon.getLightmapMapping().isLightmapValid());
+    for (const unsigned long tooLong : {NO_LIGHTMAP + 2, ~0ul - 1}) // the first one is 1 in 32 bits
+        EXPECT_EQ(failureText([&] { floor.polygon.setLightmap(tooLong); }).find("No lightmap can have the id"), 0u);
+    EXPECT_EQ(references(1), 1);
+    for (const unsigned long none : {NO_LIGHTMAP, ~0ul}) {
+        pool.allocateNew(3);
+        floor.polygon.setLightmap(3);
+        floor.polygon.setLightmap(none);
+        EXPECT_EQ(references(3), -1);
+        EXPECT_EQ(floor.polygon.getLightmapMapping().getLightmapID(), NO_LIGHTMAP);
+        EXPECT_FALSE(floor.polygon.getLightmapMapping().isLightmapValid());
+        CN_Polygon(nullptr).setLightmap(none);
+    }
+}
+
+TEST(Polygon, AnAssignmentGivesItsLightmapBackToTheDocumentThatCountsIt) {
+    Floor first, second;
+    const auto references = [](Floor& floor) {
+        return dynamic_cast<CN_LightmapPool&>(*floor.document.accessLightmaps()).getLightmap(1)->getRefCount();
+    };
+    for (Floor* floor : {&first, &second}) {
+        dynamic_cast<CN_LightmapPool&>(*floor->document.accessLightmaps()).allocateNew(1);
+        floor->polygon.setLightmap(1);
+    }
+    {
+        CN_Polygon polygon(first.polygon);
+        CN_LevelEntityMesh mesh(first.mesh);
+        EXPECT_EQ(references(first), 3u);
+        polygon = second.polygon;
+        mesh = second.mesh;
+        EXPECT_EQ(references(first), 1u);
+        EXPECT_EQ(references(second), 3u);
+    }
+    EXPECT_EQ(references(second), 1u);
 }
 
 TEST(Polygon, ASealedExitIsAWall) {
