@@ -2,7 +2,6 @@
 
 #include "cairn/imaging/image.h"
 
-#include <compare>
 #include <map>
 #include <memory>
 #include <tuple>
