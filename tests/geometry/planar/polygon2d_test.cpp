@@ -101,7 +101,7 @@ TEST(PlanarPolygon, LaysAPolygonOut) {
     planar = Ground({square(0, 0, 1)}).planar();
     EXPECT_EQ(copy.getNumTriangles(), 8);
     EXPECT_EQ(copy.getEdges().first()->getParent(), &copy);
-    EXPECT_EQ(copy.getEdges().last()->point(1), PlanarPoint(1, 3));
+    EXPECT_EQ(copy.getEdges().last()->point(1), PlanarPoint(3, 1));
 }
 
 TEST(PlanarPolygon, PointsThatCoincideAreOneVertex) {
@@ -238,6 +238,7 @@ struct ContourCase {
 };
 
 TEST(PlanarPolygon, ContoursBecomeLoops) {
+    constexpr double BEYOND_GAP = 4 + 1e-6;
     const PlanarLoop big = square(0, 0, 4);
     const ContourCase cases[] = {
         {"ring", {big, reversed(square(1, 1, 2))}, {0, 1}, {big}, {reversed(square(1, 1, 2))}},
@@ -248,9 +249,9 @@ TEST(PlanarPolygon, ContoursBecomeLoops) {
          {{{0, 0}, {0, 4}, {4, 4}, {4, 3}, {6, 3}, {6, 1}, {4, 1}, {4, 0}}},
          {}},
         {"neighbours but for a gap",
-         {big, square(4 + 1e-6, 0, 4)},
+         {big, square(BEYOND_GAP, 0, 4)},
          {0, 0},
-         {{{0, 0}, {0, 4}, {8 + 1e-6, 4}, {8 + 1e-6, 0}}},
+         {{{0, 0}, {0, 4}, {BEYOND_GAP + 4, 4}, {BEYOND_GAP + 4, 0}}},
          {}},
         {"apart", {big, square(5, 0, 1)}, {0, 0}, {big, square(5, 0, 1)}, {}},
         {"apart but for a corner", {big, square(4, 4, 1)}, {0, 0}, {big, square(4, 4, 1)}, {}},
