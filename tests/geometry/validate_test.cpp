@@ -111,7 +111,7 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
          [](CN_LevelEntityMesh& m) {
              first(m).setReferenceNormal({0, 0.5, 0});
          }},
-        {"polygon-holes@0 mesh-open", [](CN_LevelEntityMesh& m) { addHole(m, false); }},
+        {"polygon-holes@0 polygon-untriangulated@0 mesh-open", [](CN_LevelEntityMesh& m) { addHole(m, false); }},
         {"polygon-winding@0 mesh-open",
          [](CN_LevelEntityMesh& m) {
              addHole(m, true);
@@ -148,7 +148,12 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
         {"polygon-triangle@0",
          [](CN_LevelEntityMesh& m) { first(m).accessTriangleList().first()->accessUV().resize(2); }},
         {"polygon-untriangulated@0",
-         [](CN_LevelEntityMesh& m) { first(m).accessTriangleList().first()->accessVertices().pop_back(); }},
+         [](CN_LevelEntityMesh& m) {
+             CN_Triangle& piece = *first(m).accessTriangleList().first();
+             piece.accessVertices().pop_back();
+             piece.accessUV().pop_back();
+             piece.accessLightmapUV().pop_back();
+         }},
         {"polygon-untriangulated@6 mesh-open",
          [](CN_LevelEntityMesh& m) { // its last corner pulls two edges across a third
              m.addVertex(Vector(2, 0, 7));

@@ -176,7 +176,9 @@ TEST_F(SharedImport, ObjectsHaveTheFacesOfTheReadme) {
         }
         std::map<std::string, std::size_t> codes = faults();
         EXPECT_EQ(codes["polygon-nonplanar"], summary.bent);
-        EXPECT_EQ(codes["polygon-untriangulated"], summary.meshes.untriangulated);
+        // A face whose corners leave its plane is that first of all.
+        EXPECT_EQ(codes["polygon-untriangulated"],
+                  summary.meshes.untriangulated - std::min<std::size_t>(summary.meshes.untriangulated, summary.bent));
         if (row[8] != "-") {
             // The readme's volumes have so many digits.
             EXPECT_NEAR(volume, std::stod(row[8]), std::max(1e-6 * volume, 5e-5));

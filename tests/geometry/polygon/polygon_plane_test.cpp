@@ -39,7 +39,8 @@ TEST(PolygonPlane, SpaceIsLeftHandedInEveryPlane) {
         for (const CN_Polygon& polygon : sample.build(document)->getPolygonList()) {
             const PlanarSpace space = polygon.getSpace();
             const Matrix& m = space.getMatrix();
-            EXPECT_NEAR(m.determinant(), -1, 1e-12);
+            // The first axis keeps the length that it has in the plane, off which jittered corners lead.
+            EXPECT_NEAR(m.determinant(), -1, 1e-12 + sample.tolerance * sample.tolerance);
             EXPECT_EQ(m.row(2), polygon.getNormal());
             EXPECT_EQ(space.getPoint(), polygon.getPointOnPlane());
             for (int i = 0; i < 3; ++i)
