@@ -5,6 +5,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace cairn::host {
 
 namespace {
@@ -27,8 +30,30 @@ I_Image::Format formatOf(const ImageOptions& options) {
     });
 }
 
+/// True where the first bytes are this mark.
+template <char... mark> bool beginsWith(std::span<const unsigned char> head) {
+    constexpr unsigned char bytes[] = {static_cast<unsigned char>(mark)...};
+    return head.size() >= sizeof bytes && std::equal(std::begin(bytes), std::end(bytes), head.begin());
+}
+
+/// Nobody waits for the rest of what does not begin like its format, where that has a mark.
+F_File::Bounds boundsFor(I_Image::Format format) {
+    switch (format) {
+    case I_Image::PNG:
+        return {MAX_IMAGE_BYTES, beginsWith<'\x89', 'P', 'N', 'G'>};
+    case I_Image::JPEG:
+        return {MAX_IMAGE_BYTES, beginsWith<'\xFF', '\xD8'>};
+    case I_Image::BMP:
+        return {MAX_IMAGE_BYTES, beginsWith<'B', 'M'>};
+    case I_Image::PCX:
+        return {MAX_IMAGE_BYTES, beginsWith<'\n'>};
+    default:
+        return {MAX_IMAGE_BYTES};
+    }
+}
+
 void decode(const std::string& source, I_Image::Format format, I_Image& image) {
-    const F_File::Bounds bounds{MAX_IMAGE_BYTES};
+    const F_File::Bounds bounds = boundsFor(format);
     const std::vector<unsigned char> bytes =
         source == "-" ? F_File::readAll(stdin, "standard input", bounds) : F_File::readAll(source, bounds);
     image.construct(format, reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
@@ -43,6 +68,7 @@ ExitCode runImage(const ImageOptions& options, Console& console) {
         console.write({reinterpret_cast<const char*>(png.data()), png.size()});
     else
         withFailure(ExitCode::OUTPUT, options.output, [&] { F_File::replace(options.output, png); });
+    console.flush();
     if (image.getFaceCount() > 1)
         console.note(options.source, fmt::format("the first of its {} faces is written", image.getFaceCount()));
     return ExitCode::DONE;

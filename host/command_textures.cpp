@@ -135,12 +135,14 @@ ExitCode runTextures(const TexturesOptions& options, Console& console) {
     if (!options.folder.empty()) {
         places = choosePlaces(textures, options.folder);
         extract(textures, places, options.folder);
-        console.note(options.file, fmt::format("{} textures extracted to {}", places.size(), options.folder));
     }
     if (options.json)
         console.writeLine(toJsonText(describe(textures)));
     else
         writeText(textures, places, console);
+    console.flush();
+    if (!options.folder.empty())
+        console.note(options.file, fmt::format("{} textures extracted to {}", places.size(), options.folder));
     return ExitCode::DONE;
 }
 
@@ -152,8 +154,11 @@ void addTexturesCommand(CLI::App& app, Command& chosen) {
     command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
     command
         ->add_option("--extract", options->folder,
-                     "Write the image file of each texture, byte for byte, to a plain name in this folder")
-        ->check(refuseStandardStream);
+                     "Write the image file of each texture, byte for byte, to a plain name in this folder; each is "
+                     "written whole, but "
+                     "a failure may leave those before it")
+        ->check(refuseStandardStream)
+        ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
     options->addJson(*command);
     options->addContent(*command);
     options->addQuiet(*command);

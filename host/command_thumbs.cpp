@@ -115,6 +115,7 @@ ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
         else
             F_File::replace(options.output, png);
     });
+    console.flush();
     console.note(options.file, fmt::format("{} materials in {} categories", materials.numMaterials(),
                                            materials.getCategories().count()));
     return ExitCode::DONE;

@@ -114,7 +114,7 @@ void standardAxes(const MapFace& face, const Vector& normal, Vector axes[2]) {
     const auto [sine, cosine] = turnOf(face.rotation);
     const Vector across = best->width;
     const Vector up(std::abs(best->height.x), std::abs(best->height.y), std::abs(best->height.z));
-    const auto turned = [&](const Vector& axis) {
+    const auto turned = [&, sine = sine, cosine = cosine](const Vector& axis) {
         const double s = axis.dot(across), t = axis.dot(up);
         return across * (cosine * s - sine * t) + up * (sine * s + cosine * t);
     };

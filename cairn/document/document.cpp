@@ -291,7 +291,14 @@ template <class Read> void CN_Document::readSection(F_MemoryFile& file, const ch
 /// Reads the tree and binds what its records name by number.
 void CN_Document::loadLevel(F_MemoryFile& file) {
     m_level = static_cast<CN_CairnLevel*>(createEntity(CN_KIND_LEVEL, this).release());
-    m_level->load(file);
+    try {
+        m_level->load(file);
+    } catch (...) {
+        // What was read whole before the fault keeps its exits, for a host that goes on with it.
+        if (CN_Material* const material = m_materials.getDefaultMaterial())
+            CN_ExitDestinationPointerDeserializer::instance()->deserialize(m_level, material);
+        throw;
+    }
     findPlayer();
     reportBrokenEntities();
     m_collectingBroken = false;

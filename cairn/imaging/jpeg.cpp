@@ -1,9 +1,12 @@
 #include "cairn/imaging/stb_decoder.h"
 
+#include <algorithm>
 #include <bitset>
 #include <cstring>
+#include <string_view>
 
-// JPEG. stb_image decodes it; here the segments are walked ahead for what it takes on trust: that the file is whole, the
+// JPEG. stb_image decodes it; here the segments are walked ahead for what it takes on trust: that the file is whole, what its
+// channels are, the
 // lengths of Huffman tables, and a number of scans and a size that the file can be meant to have.
 namespace cairn {
 
@@ -16,6 +19,9 @@ constexpr int MOST_SCANS = 64;
 /// A block of 8 x 8 pixels takes a bit at least, twice the area where one component is halved each way.
 constexpr std::uint64_t MOST_PIXELS_A_BYTE = 2 * 64 * 8;
 
+/// What a file with four channels can be.
+constexpr int CMYK = 0, YCCK = 2;
+
 enum Marker : unsigned char {
     BASELINE = 0xC0,
     EXTENDED = 0xC1,
@@ -27,6 +33,7 @@ enum Marker : unsigned char {
     END = 0xD9,
     SCAN = 0xDA,
     RESTARTS = 0xDD,
+    ADOBE = 0xEE,
 };
 
 /// Goes through the segments of a file.
@@ -50,6 +57,8 @@ class Walk {
                 checkFrame(segment);
             else if (marker == RESTARTS)
                 m_hasRestarts = true;
+            else if (marker == ADOBE)
+                readAdobe(segment);
             else if (marker == SCAN) {
                 if (++m_scans > MOST_SCANS)
                     refuseImage(FORMAT, "it has too many scans");
@@ -60,6 +69,9 @@ class Walk {
         }
         if (m_scans == 0)
             refuseImage(FORMAT, "it has no picture");
+        // Without the word of who wrote it nobody knows what four channels are.
+        if (m_components == 4 && m_transform != CMYK && m_transform != YCCK)
+            refuseImage(FORMAT, "it has four channels of an unknown kind");
     }
 
   private:
@@ -115,6 +127,14 @@ class Walk {
         m_components = segment[5];
     }
 
+    /// The segment says how the channels are to be turned into colours.
+    void readAdobe(I_FileBytes segment) {
+        constexpr std::string_view NAME = "Adobe";
+        constexpr std::size_t TRANSFORM_OFFSET = 11;
+        if (segment.size() > TRANSFORM_OFFSET && std::equal(NAME.begin(), NAME.end(), segment.begin()))
+            m_transform = segment[TRANSFORM_OFFSET];
+    }
+
     /// True where a scan names as many components as the frame has, each another.
     bool hasAllComponents(I_FileBytes segment) const {
         if (segment.empty() || segment[0] != m_components || segment.size() < 1 + 2 * m_components)
@@ -148,6 +168,7 @@ class Walk {
     I_FileBytes m_file;
     std::size_t m_at = 0;
     std::size_t m_components = 0; ///< of the frame
+    int m_transform = -1;         ///< of the channels to colours, where the file tells
     int m_scans = 0;
     bool m_scanIsWhole = false; ///< the last one has all components
     bool m_isProgressive = false, m_hasRestarts = false;

@@ -67,6 +67,19 @@ TEST_F(MeshLevels, AreToldTheirFaults) {
                                         "warning mesh-open ::Box#null"}));
 }
 
+TEST_F(MeshLevels, KeepTheirExitsWhereAnotherEntityIsDamaged) {
+    cairn::CN_LevelFile::save(*makeFullLevel(), path("full.cairn").string());
+    std::string bytes = read("full.cairn");
+    bytes[bytes.rfind("Gate") + 400] ^= '\x7F';
+    write("bad.cairn", bytes);
+    EXPECT_EQ(run({"save", "--force", "bad.cairn", "-o", "kept.cairn"}).code, 1);
+    EXPECT_EQ(problemsOf(json({"check", "--json", "kept.cairn"})),
+              (std::vector<std::string>{"warning mesh-open ::Door#null"}));
+    EXPECT_EQ(json({"info", "--json", "kept.cairn"})["exits"], 2);
+    EXPECT_EQ(run({"save", "kept.cairn", "-o", "again.cairn"}).code, 0);
+    EXPECT_EQ(read("again.cairn"), read("kept.cairn"));
+}
+
 TEST_F(MeshLevels, ANodeOnAPolygonThatIsNotThereMakesThemUnreadable) {
     OldLevel level;
     OldEntity portal{.kind = cairn::CN_KIND_PORTAL, .name = "Portal"};

@@ -168,6 +168,7 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
         {"a map nobody uses", I_Image::TGA, tga(2, 1, 1, 24, TOP, {9, 9, 9, 1, 2, 3}, 1), {{3, 2, 1}}},
         {"an index beyond the map", I_Image::TGA, tga(1, 1, 1, 8, TOP, {1, 2, 3, 7}, 1), {{3, 2, 1}}},
         {"fewer colours than indices", I_Image::BMP, seed("map.bmp"), {{3, 2, 1}, {6, 5, 4}, {9, 8, 7}, {9, 8, 7}}},
+        {"fewer colours than indices", I_Image::PNG, seed("short_palette.png"), {{255, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
         {"padded rows", I_Image::PCX, seed("planes.pcx"), {{200, 200, 200}, {200, 200, 200}, {200, 200, 200}}},
         {"channels by masks", I_Image::SCX, seed("plain.scx"), {{0, 1, 2}, {3, 4, 5}}},
         {"a map of 32 bits", I_Image::TGA, mapped(32, 8, {9, 9, 9, 9, 1, 2, 3, 4, 1}), {{3, 2, 1, 4}}},
@@ -184,6 +185,10 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
             EXPECT_EQ(image.getPixels()[i], expected.pixels[i]) << expected.what << ", pixel " << i;
         EXPECT_EQ(image.getSurfaceHeader() != nullptr, expected.format == I_Image::SCX);
     }
+    EXPECT_TRUE(isRefused([&] {
+        I_Image image;
+        construct(image, I_Image::JPEG, test::readData("images/four_channels.jpg")); // of which nothing says what they are
+    }));
     for (const int levels : {3, 4}) { // of a side of 4 there are 4, 2 and 1
         Bytes file = test::makeScx(4, 4, 1);
         file[10] = 0x02; // it says how many

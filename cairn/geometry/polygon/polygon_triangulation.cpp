@@ -3,9 +3,9 @@
 #include "cairn/geometry/ngon.h"
 #include "cairn/geometry/planar/polygon2d.h"
 
-#include <compare>
 #include <cstdint>
 #include <queue>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
@@ -52,7 +52,9 @@ class ConvexMerge {
     /// Two pieces by number, which is their order in the list, and the first one's corner where an edge they share begins.
     struct Pair {
         int piece, other, corner;
-        auto operator<=>(const Pair&) const = default;
+        bool operator>(const Pair& b) const {
+            return std::tie(piece, other, corner) > std::tie(b.piece, b.other, b.corner);
+        }
     };
     /// An edge of a piece, by its first corner.
     struct Side {
