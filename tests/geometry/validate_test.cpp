@@ -123,7 +123,8 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
          }},
         {"polygon-untriangulated@0",
          [](CN_LevelEntityMesh& m) {
-             first(m).accessTriangleList().first()->accessVertices().pop_back();
+             std::vector<int>& corners = first(m).accessTriangleList().first()->accessVertices();
+             corners[0] = corners[1];
          }},
         {"polygon-untriangulated@6 mesh-open",
          [](CN_LevelEntityMesh& m) { // its last corner pulls two edges across a third
