@@ -149,10 +149,8 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
          [](CN_LevelEntityMesh& m) { first(m).accessTriangleList().first()->accessUV().resize(2); }},
         {"polygon-untriangulated@0",
          [](CN_LevelEntityMesh& m) {
-             CN_Triangle& piece = *first(m).accessTriangleList().first();
-             piece.accessVertices().pop_back();
-             piece.accessUV().pop_back();
-             piece.accessLightmapUV().pop_back();
+             std::vector<int>& corners = first(m).accessTriangleList().first()->accessVertices();
+             corners[0] = corners[1];
          }},
         {"polygon-untriangulated@6 mesh-open",
          [](CN_LevelEntityMesh& m) { // its last corner pulls two edges across a third

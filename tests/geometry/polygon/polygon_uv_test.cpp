@@ -67,8 +67,8 @@ TEST(PolygonUV, LightmapAndDetailHaveCoordinatesOfTheirOwn) {
     ASSERT_EQ(piece.getDetailUV().size(), 4U);
     for (std::size_t i = 0; i < 4; ++i) {
         const Vector& corner = piece.getVertexLocal(static_cast<int>(i));
-        EXPECT_EQ(piece.getDetailUV()[i].x, static_cast<float>(4 * corner.x)) << "a repeat is a quarter unit";
-        EXPECT_EQ(piece.getDetailUV()[i].y, static_cast<float>(-4 * corner.z));
+        EXPECT_FLOAT_EQ(piece.getDetailUV()[i].x, static_cast<float>(4 * corner.x)) << "a repeat is a quarter unit";
+        EXPECT_FLOAT_EQ(piece.getDetailUV()[i].y, static_cast<float>(-4 * corner.z));
         EXPECT_EQ(piece.getLightmapUV()[i].x, static_cast<float>(corner.x)) << "10 to 11, around 0";
     }
     EXPECT_EQ(floor.polygon.getLightmapMapping().getOffset(), lightmapOffset);
@@ -107,8 +107,8 @@ TEST(PolygonUV, PlanarMapGoesOnOverPolygonsOfATurnedMesh) {
     Floor floor;
     const Matrix before = floor.polygon.getUVSpace(0).getMatrix();
     for (const double degrees : {89.5, 90.0, 180.0}) {
-        const double angle = degrees * std::acos(-1.0) / 180;
-        floor.polygon.planarMap({Matrix::rotationZ(angle), {}, {}}); // third row +Z: from the edge
+        const double angle = (degrees - 90) * std::acos(-1.0) / 180;
+        floor.polygon.planarMap({Matrix::rotationX(angle), {}, {}});
         EXPECT_EQ(floor.polygon.getUVSpace(0).getMatrix(), before);
     }
     EXPECT_TRUE(floor.polygon.isUVCalculated());
