@@ -2,6 +2,7 @@
 
 find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)
+find_package(TinyGLTF REQUIRED)
 
 file(GLOB_RECURSE _host_sources RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS host/*.cpp)
 list(REMOVE_ITEM _host_sources host/main.cpp)
@@ -9,7 +10,7 @@ list(REMOVE_ITEM _host_sources host/main.cpp)
 if(_host_sources)
     add_library(cairn_host STATIC ${_host_sources})
     target_link_libraries(cairn_host PUBLIC cairn::cairn fmt::fmt nlohmann_json::nlohmann_json CLI11::CLI11
-                          PRIVATE stb::stb cairn_warnings)
+                          PRIVATE stb::stb TinyGLTF::TinyGLTF cairn_warnings)
 endif()
 
 if(EXISTS "${PROJECT_SOURCE_DIR}/host/main.cpp")

@@ -1,5 +1,4 @@
 #include "cairn/entities/cairn_level.h"
-#include "cairn/entities/mesh_entity.h"
 #include "host/command_line.h"
 #include "host/entity_text.h"
 #include "host/level_session.h"
@@ -16,18 +15,6 @@ namespace {
 struct TreeOptions : CommonOptions {
     std::string file;
 };
-
-std::vector<std::string> flagsOf(const CN_LevelEntity& entity) {
-    std::vector<std::string> flags;
-    if (const auto* mesh = dynamic_cast<const CN_LevelEntityMesh*>(&entity); mesh && mesh->isRoom())
-        flags.emplace_back("room");
-    if (const auto* mesh = dynamic_cast<const CN_MeshInterface*>(&entity); mesh && mesh->isDynamic())
-        flags.emplace_back("dynamic");
-    const auto* mesh = dynamic_cast<const CN_Mesh*>(&entity);
-    if (entity.getEntityId() == CN_KIND_TRIGGER || (mesh && mesh->isTrigger()))
-        flags.emplace_back("trigger");
-    return flags;
-}
 
 /// Writes the tree in pre-order. Recursion is as deep as the tree, which a load bounds.
 class TreeWriter {

@@ -22,6 +22,7 @@ void addInfoCommand(CLI::App& app, Command& chosen);
 void addTreeCommand(CLI::App& app, Command& chosen);
 void addCheckCommand(CLI::App& app, Command& chosen);
 void addImportCommand(CLI::App& app, Command& chosen);
+void addExportCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
 void addImageCommand(CLI::App& app, Command& chosen);
 void addTexturesCommand(CLI::App& app, Command& chosen);

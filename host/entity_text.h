@@ -3,6 +3,7 @@
 #include "cairn/entities/level_entity.h"
 
 #include <string>
+#include <vector>
 
 namespace cairn::host {
 
@@ -12,5 +13,7 @@ std::string kindName(int entityId);
 std::string qualifiedName(const CN_LevelEntity& entity);
 /// The name alone, as stored.
 std::string plainName(const CN_LevelEntity& entity);
+/// Those that hold of "room", "dynamic" and "trigger", in that order.
+std::vector<std::string> flagsOf(const CN_LevelEntity& entity);
 
 } // namespace cairn::host

@@ -24,6 +24,7 @@ void addCommands(CLI::App& app, Command& chosen) {
     addTreeCommand(app, chosen);
     addCheckCommand(app, chosen);
     addImportCommand(app, chosen);
+    addExportCommand(app, chosen);
     addSaveCommand(app, chosen);
     addImageCommand(app, chosen);
     addTexturesCommand(app, chosen);

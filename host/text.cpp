@@ -13,6 +13,9 @@ namespace {
 /// The least number that a sequence of so many bytes may stand for: anything below has a shorter form.
 constexpr char32_t LEAST_OF_LENGTH[] = {0, 0, 0x80, 0x800, 0x10000};
 
+/// U+FFFD, which stands for what is no character.
+constexpr const char* REPLACEMENT = "\xEF\xBF\xBD";
+
 void appendEscape(std::string& out, unsigned char byte) {
     constexpr const char* DIGITS = "0123456789ABCDEF";
     out.append({'\\', 'x', DIGITS[byte >> 4], DIGITS[byte & 15]});
@@ -77,6 +80,16 @@ std::size_t utf8SequenceLength(std::string_view text) {
     return number < LEAST_OF_LENGTH[length] || surrogate || number > 0x10FFFF ? 0 : length;
 }
 
+std::string toUtf8(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const std::size_t length = utf8SequenceLength(text);
+        out += length > 0 ? text.substr(0, length) : std::string_view(REPLACEMENT);
+        text.remove_prefix(length > 0 ? length : 1);
+    }
+    return out;
+}
+
 std::string toShownText(std::string_view text) {
     std::string shown;
     std::size_t begin = 0, end = 0; // of the run that is shown as it stands
@@ -103,7 +116,7 @@ std::string toJsonString(std::string_view text) {
         const std::size_t length = utf8SequenceLength(text);
         const char c = text[0];
         if (length == 0)
-            out += "\xEF\xBF\xBD";
+            out += REPLACEMENT;
         else if (c == '"' || c == '\\')
             out.append({'\\', c});
         else if (length == 1 && (static_cast<unsigned char>(c) < 0x20 || c == '\x7F'))

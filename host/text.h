@@ -13,6 +13,9 @@ using Json = nlohmann::ordered_json;
 /// and what lies beyond U+10FFFF are none.
 std::size_t utf8SequenceLength(std::string_view text);
 
+/// `text` with U+FFFD for each byte that is no UTF-8.
+std::string toUtf8(std::string_view text);
+
 /// `text` for people: one line, with every byte that is no UTF-8 and every control character as `\xNN`.
 std::string toShownText(std::string_view text);
 

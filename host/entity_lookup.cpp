@@ -1,0 +1,39 @@
+#include "host/entity_lookup.h"
+
+#include "host/entity_text.h"
+
+#include <charconv>
+#include <optional>
+
+namespace cairn::host {
+
+namespace {
+
+/// The N of "@N".
+std::optional<std::size_t> numberOf(const std::string& word) {
+    std::size_t number = 0;
+    const char* const end = word.data() + word.size();
+    if (word.size() < 2 || word[0] != '@')
+        return {};
+    const auto [stop, error] = std::from_chars(word.data() + 1, end, number);
+    if (stop != end || error != std::errc())
+        return {};
+    return number;
+}
+
+} // namespace
+
+CN_LevelEntity* findEntity(CN_LevelEntity& root, const std::string& word) {
+    const std::optional<std::size_t> number = numberOf(word);
+    const istring name = toIString(word);
+    if (number == 0u || name == "::")
+        return &root;
+    std::size_t at = 0;
+    CN_PreIterator it = root.createIterator();
+    for (it.begin(); !it.end(); ++it)
+        if (++at == number || (*it)->getQualifiedName() == name)
+            return *it;
+    return nullptr;
+}
+
+} // namespace cairn::host
