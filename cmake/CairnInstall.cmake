@@ -16,6 +16,8 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/cairn-config-version.cma
 install(FILES
     "${PROJECT_BINARY_DIR}/cairn-config.cmake"
     "${PROJECT_BINARY_DIR}/cairn-config-version.cmake"
+    cmake/Findtriangle.cmake
+    cmake/Findpolyclipping.cmake
     DESTINATION "${_package_dir}")
 
 # The file finds its prefix from where it lies: an install may go to another place than was configured.

@@ -7,6 +7,8 @@ find_package(fmt REQUIRED)
 find_package(xxHash REQUIRED)
 find_package(SQLite3 REQUIRED)
 find_package(stb REQUIRED)
+find_package(triangle REQUIRED)
+find_package(polyclipping REQUIRED)
 
 # cairn_split_by_library(<prefix> <folder> <files>...)
 #
@@ -55,4 +57,5 @@ set_source_files_properties(cairn/imaging/stb_decoder.cpp PROPERTIES
     COMPILE_OPTIONS "-fwrapv;-fno-sanitize=shift-exponent")
 
 cairn_add_library(cairn "cairn/cairn.h;${_headers_model}" "${_sources_model}")
-target_link_libraries(cairn PUBLIC cairn_media cairn_base PRIVATE fmt::fmt)
+target_link_libraries(cairn PUBLIC cairn_media cairn_base
+    PRIVATE fmt::fmt triangle::triangle polyclipping::polyclipping)

@@ -50,6 +50,14 @@ class CN_Edge {
     Vector dirWorld() const;
     /// The end that is nearer to a point of the world: 0 or 1, 0 where both are as near.
     int findSelectedVertex(const Vector& point) const;
+    /// Exactly the same two places in the world, in either direction.
+    bool operator==(const CN_Edge& other) const;
+    /// True if the other edge lies along this one, its ends nearer than 0.001 to this one's line, for more than 0.001. The
+    /// stretch they share runs from `point` along `vector`, in the world. False, and nothing set, where the polygon has no
+    /// normal in the world.
+    bool sharesSpace(const CN_Edge* other, Vector& point, Vector& vector) const;
+    /// The same in the mesh's space.
+    bool sharesSpaceLocal(const CN_Edge* other, Vector& point, Vector& vector) const;
     /// @}
 
   private:

@@ -1,6 +1,7 @@
 #include "cairn/geometry/open_edges.h"
 
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/geometry/point_tree.h"
 
 #include <algorithm>
 #include <bit>
@@ -75,97 +76,6 @@ class CornerWeld {
     std::vector<Vector> m_points;
     std::unordered_map<Cell, int, CellHash> m_cells; ///< the point of the cell that was made last
     std::vector<int> m_nextInCell;                   ///< for each point the one before it in its cell, -1 for none
-};
-
-/// Finds points near a line between two others: a tree of boxes, halved at the median along the longest side.
-class PointTree {
-  public:
-    /// Of the points with those numbers; `points` must outlive it.
-    PointTree(const std::vector<Vector>& points, std::vector<int> numbers)
-        : m_points(points), m_numbers(std::move(numbers)) {
-        if (!m_numbers.empty())
-            build(0, m_numbers.size());
-    }
-
-    /// Calls `visit(number, t)` for each point within `radius` of the line, t from 0 at `from` to 1 at `to`.
-    template <class Visit> void visitNear(const Vector& from, const Vector& to, double radius, Visit&& visit) const {
-        const Vector line = to - from;
-        std::vector<std::size_t> open;
-        if (!m_nodes.empty())
-            open.push_back(0);
-        while (!open.empty()) {
-            const Node& node = m_nodes[open.back()];
-            open.pop_back();
-            if (!meets(node, from, line, radius))
-                continue;
-            if (node.left != 0) {
-                open.push_back(node.left);
-                open.push_back(node.right);
-                continue;
-            }
-            for (std::size_t i = node.begin; i < node.end; ++i) {
-                const Vector& point = m_points[static_cast<std::size_t>(m_numbers[i])];
-                const double t = (point - from).dot(line) / line.dot(line);
-                if (t > 0 && t < 1 && (from + line * t - point).length() <= radius)
-                    visit(m_numbers[i], t);
-            }
-        }
-    }
-
-  private:
-    struct Node {
-        Vector min, max;
-        std::size_t begin, end;          ///< of its points in m_numbers
-        std::size_t left = 0, right = 0; ///< 0 for a leaf
-    };
-    static constexpr std::size_t LEAF_POINTS = 8;
-
-    /// Recursion is as deep as the logarithm of the number of points.
-    std::size_t build(std::size_t begin, std::size_t end) {
-        Node node{at(begin), at(begin), begin, end};
-        for (std::size_t i = begin; i < end; ++i)
-            for (int axis = 0; axis < 3; ++axis) {
-                node.min[axis] = std::min(node.min[axis], at(i)[axis]);
-                node.max[axis] = std::max(node.max[axis], at(i)[axis]);
-            }
-        const std::size_t made = m_nodes.size();
-        m_nodes.push_back(node);
-        if (end - begin <= LEAF_POINTS)
-            return made;
-        const Vector size = node.max * 0.5 - node.min * 0.5;
-        const int axis = size.x >= size.y && size.x >= size.z ? 0 : size.y >= size.z ? 1 : 2;
-        const std::size_t middle = begin + (end - begin) / 2;
-        const auto numberAt = [this](std::size_t i) { return m_numbers.begin() + static_cast<std::ptrdiff_t>(i); };
-        std::nth_element(numberAt(begin), numberAt(middle), numberAt(end), [this, axis](int a, int b) {
-            return m_points[static_cast<std::size_t>(a)][axis] < m_points[static_cast<std::size_t>(b)][axis];
-        });
-        const std::size_t left = build(begin, middle), right = build(middle, end);
-        m_nodes[made].left = left;
-        m_nodes[made].right = right;
-        return made;
-    }
-    const Vector& at(std::size_t i) const { return m_points[static_cast<std::size_t>(m_numbers[i])]; }
-
-    /// True where the line meets the box widened by the radius.
-    static bool meets(const Node& node, const Vector& from, const Vector& line, double radius) {
-        double entry = 0, leave = 1;
-        for (int axis = 0; axis < 3; ++axis) {
-            const double low = node.min[axis] - radius - from[axis], high = node.max[axis] + radius - from[axis];
-            if (line[axis] == 0) {
-                if (low > 0 || high < 0)
-                    return false;
-                continue;
-            }
-            const double a = low / line[axis], b = high / line[axis];
-            entry = std::max(entry, std::min(a, b));
-            leave = std::min(leave, std::max(a, b));
-        }
-        return entry <= leave;
-    }
-
-    const std::vector<Vector>& m_points;
-    std::vector<int> m_numbers; ///< of the points, as the nodes divide them
-    std::vector<Node> m_nodes;  ///< the root first
 };
 
 /// An edge, or a piece of one, between two welded points.
@@ -272,7 +182,11 @@ class OpenEdgeSearch {
         }
         std::sort(ends.begin(), ends.end());
         ends.erase(std::unique(ends.begin(), ends.end()), ends.end());
-        const PointTree tree(m_weld.points(), std::move(ends));
+        std::vector<CN_PointTree::Entry> entries;
+        entries.reserve(ends.size());
+        for (const int end : ends)
+            entries.push_back({place(end), end});
+        const CN_PointTree tree(std::move(entries));
 
         constexpr std::size_t PIECES_A_SIDE = 16;
         std::size_t piecesLeft = PIECES_A_SIDE * sides.size();
@@ -281,10 +195,11 @@ class OpenEdgeSearch {
         for (const Side& side : sides) {
             cuts.clear();
             if (piecesLeft > 0)
-                tree.visitNear(place(side.from), place(side.to), m_slack, [&](int point, double t) {
-                    if (point != side.from && point != side.to)
-                        cuts.emplace_back(t, point);
-                });
+                tree.visitNear(place(side.from), place(side.to), m_slack,
+                               [&](const CN_PointTree::Entry& end, double t) {
+                                   if (end.number != side.from && end.number != side.to)
+                                       cuts.emplace_back(t, end.number);
+                               });
             if (cuts.size() > piecesLeft)
                 cuts.clear();
             piecesLeft -= std::min(piecesLeft, cuts.size() + 1);

@@ -1,6 +1,8 @@
 #include "cairn/geometry/triangle.h"
 
+#include "cairn/document/document.h"
 #include "cairn/foundation/exception.h"
+#include "cairn/geometry/convex_region.h"
 #include "cairn/geometry/mesh/mesh.h"
 
 #include <algorithm>
@@ -56,6 +58,64 @@ bool CN_Triangle::sharesEdge(const CN_Triangle& other, int* a, int* b) const {
         }
     }
     return false;
+}
+
+double CN_Triangle::area() const {
+    double sum = 0;
+    for (std::size_t i = 2; i < m_vertices.size(); ++i) {
+        const Vector& first = getVertexLocal(0);
+        const int corner = static_cast<int>(i);
+        sum += (getVertexLocal(corner - 1) - first).cross(getVertexLocal(corner) - first).length();
+    }
+    return sum / 2;
+}
+
+bool CN_Triangle::formsConvexRegion(const CN_Triangle& other) const {
+    int a = 0, b = 0;
+    if (!sharesEdge(other, &a, &b))
+        return false;
+    const CN_Polygon& parent = requireParent(*this);
+    const CN_Mesh::VertexList& vertices = parent.getParent()->getVertexList();
+    const CN_Polygon::PlanarSpace space = parent.getSpace();
+    return CN_formsConvexRegion(m_vertices, other.m_vertices, a,
+                                [&](int index) { return space.toUV(vertices[index].local); });
+}
+
+void CN_Triangle::unify(const CN_Triangle& a, const CN_Triangle& b) {
+    const std::vector<int>* current = &a.m_vertices;
+    const std::vector<int>* rest = &b.m_vertices;
+    const auto isOutside = [rest](int index) { return std::find(rest->begin(), rest->end(), index) == rest->end(); };
+    auto at = std::find_if(current->begin(), current->end(), isOutside);
+    m_parent = a.m_parent;
+    if (at == current->end()) {
+        const CN_Mesh* const mesh = m_parent ? m_parent->getParent() : nullptr;
+        if (mesh && CN_Document::isAlive(mesh->getDocument()))
+            mesh->getDocument()->showMessage(
+                2, formatText("Two identical triangles found in %s", toString(mesh->getQualifiedName()).c_str()));
+        if (current->empty())
+            return;
+        --at;
+    }
+
+    // Round the outline, changing over at every corner that both have. Sound pieces come back to the start before each corner
+    // was seen.
+    std::vector<int> outline;
+    const int start = *at;
+    for (std::size_t steps = current->size() + rest->size(); steps > 0; --steps) {
+        const auto there = std::find(rest->begin(), rest->end(), *at);
+        if (there != rest->end()) {
+            std::swap(current, rest);
+            at = there;
+        }
+        outline.push_back(*at);
+        if (++at == current->end())
+            at = current->begin();
+        if (*at == start)
+            break;
+    }
+    m_uv.assign(outline.size(), {});
+    m_lightmapUV.assign(outline.size(), {});
+    m_vertices = std::move(outline);
 }
 
 } // namespace cairn

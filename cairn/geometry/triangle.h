@@ -40,6 +40,14 @@ class CN_Triangle {
     void flip();
     /// True if an edge of this piece, from its corner `a` to its corner `b`, is one of the other from end to start.
     bool sharesEdge(const CN_Triangle& other, int* a, int* b) const;
+    /// The sum of the areas of the triangles from the first corner, in the mesh's space; right for a convex piece.
+    double area() const;
+    /// True if the pieces share an edge and no corner of the other lies beyond the line of another edge of this one, in the
+    /// parent's plane and without tolerance. The other's edges are not asked.
+    bool formsConvexRegion(const CN_Triangle& other) const;
+    /// Becomes the outline of both, which share an edge, with the parent of `a`. Texture and lightmap coordinates are zero.
+    /// Where all corners of `a` are in `b` the document is told and the walk begins at the last one.
+    void unify(const CN_Triangle& a, const CN_Triangle& b);
 
   private:
     std::vector<int> m_vertices;    ///< places in the mesh's vertex list

@@ -28,6 +28,8 @@ using Vector = M_Vector3Template<double>;
 
 constexpr double UNIT_TOLERANCE = 1e-6; // of a unit vector's length: what a file's rounding and rotations leave
 constexpr double LINE_TOLERANCE = 1e-5; // a polygon within this of a line has no extent
+constexpr double AREA_TOLERANCE = 1e-9; // of an area that is a sum of pieces, relative
+constexpr double SNAP_TOLERANCE = 1e-5; // corners nearer than this are one for a triangulation
 constexpr double LEAST_SLACK = 1e-6;    // of corners that count as one, whatever the planes' tolerance is
 
 /// The findings of one walk.
@@ -200,6 +202,28 @@ class MeshValidator {
             add("polygon-nonplanar", formatText("A corner lies %g off the polygon's plane", farthest));
         else if (!(CN_areaVector(polygon).dot(normal) > 0))
             add("polygon-winding", "The boundary runs clockwise seen from the side of the normal");
+        else
+            checkTriangulation(polygon);
+    }
+
+    void checkTriangulation(const CN_Polygon& polygon) {
+        if (!polygon.canTriangulize())
+            return add("polygon-untriangulated", "The boundary gives no triangles");
+        if (polygon.getTriangleList().empty())
+            return;
+        // Corners that are vertices lie in the plane as those of the boundary do; each may leave its place there.
+        double boundary = 0, covered = 0;
+        for (const CN_Edge& edge : polygon.getEdgeList())
+            boundary += edge.dir().length();
+        for (const CN_Triangle& piece : polygon.getTriangleList()) {
+            covered += piece.area();
+            for (std::size_t i = 0; i < piece.getVertices().size(); ++i)
+                if (!(std::abs(polygon.distLocal(piece.getVertexLocal(static_cast<int>(i)))) <= m_tolerance))
+                    return add("polygon-untriangulated", "A piece of the triangulation leaves the polygon's plane");
+        }
+        const double area = CN_areaVector(polygon).length();
+        if (!(std::abs(covered - area) <= AREA_TOLERANCE * area + std::max(m_tolerance, SNAP_TOLERANCE) * boundary))
+            add("polygon-untriangulated", formatText("The triangulation covers %g of an area of %g", covered, area));
     }
 
     void checkSpaces(const CN_Polygon& polygon) {

@@ -32,6 +32,8 @@ inline constexpr double CN_LEVEL_TOLERANCE = 0.001;
 /// | polygon-degenerate   | a loop that is not closed or has fewer than three corners, a null edge, no extent     |
 /// | polygon-nonplanar    | a normal that is no unit vector, a corner farther from the plane than `tolerance`     |
 /// | polygon-winding      | loops that run clockwise seen from the normal's side                                  |
+/// | polygon-untriangulated | a boundary that gives no triangles, or a triangulation that is there and leaves the |
+/// |                      | plane or does not cover the area; one that was not made yet is none                   |
 /// | material-missing     | no exit and no material                                                               |
 /// | exit-no-portal       | an exit without a portal, a portal that stands on no exit                             |
 /// | mesh-open            | see `CN_findOpenEdges`, with the tolerance as slack, at least 1e-6                    |

@@ -119,10 +119,21 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
         {"polygon-parent@0", [](CN_LevelEntityMesh& m) { first(m).accessEdgeList()[1].setParent(nullptr); }},
         {"polygon-triangle@0",
          [](CN_LevelEntityMesh& m) {
-             CN_Triangle& piece = first(m).accessTriangleList().addNew();
-             piece.setParent(&first(m));
-             piece.accessVertices() = {0, 1, 2};
-             piece.accessUV().resize(2);
+             first(m).accessTriangleList().first()->accessUV().resize(2);
+         }},
+        {"polygon-untriangulated@0",
+         [](CN_LevelEntityMesh& m) {
+             first(m).accessTriangleList().first()->accessVertices().pop_back();
+         }},
+        {"polygon-untriangulated@6 mesh-open",
+         [](CN_LevelEntityMesh& m) { // its last corner pulls two edges across a third
+             m.addVertex(Vector(2, 0, 7));
+             test::fixturePolygon(m, {{0, 1, 2, 3, 8}});
+         }},
+        {"polygon-untriangulated@0",
+         [](CN_LevelEntityMesh& m) { // a texture seen from the edge
+             first(m).accessTriangleList().clear();
+             first(m).accessUVSpaces()[0].space.setMatrix({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
          }},
         {"polygon-neighbor@0", [](CN_LevelEntityMesh& m) { first(m).accessSharedEdgeList().add(nullptr); }},
         {"polygon-attached@0", [](CN_LevelEntityMesh& m) { first(m).setAttachedEntity(&m); }},

@@ -59,9 +59,6 @@ void furnishRoom(CN_LevelEntityMesh& room) {
     floor.setLightmap(LIGHTMAP);
     floor.accessLightmapMapping().initialFitLightmap(&floor, true);
     ceiling.setLightmap(LIGHTMAP);
-    CN_Triangle& piece = floor.accessTriangleList().addNew();
-    piece.setParent(&floor);
-    piece.accessVertices() = {0, 1, 2, 3};
     ceiling.setMaterial(document.accessMaterials().find("Walls", "wall"));
 
     auto& group = addBelow<CN_LevelEntityPolygonGroup>(room, "Smooth");

@@ -147,7 +147,11 @@ CN_Polygon* fixturePolygon(CN_LevelEntityMesh& mesh, const std::vector<Loop>& lo
 
 void finishFixture(CN_LevelEntityMesh& mesh) {
     mesh.handleOwnHierarchy();
-    mesh.transform();
+    mesh.triangulizeAll(true);
+    for (CN_Polygon& polygon : mesh.accessPolygonList()) {
+        polygon.calculateUVCoordinates();
+        polygon.buildBoundingBox(true);
+    }
     mesh.calculateBoundingBox();
 }
 

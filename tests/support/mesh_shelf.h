@@ -23,7 +23,7 @@ using Loop = std::vector<int>;
 /// material is the document's default one. Outer loops run counter-clockwise seen from the side the normal points to.
 CN_Polygon* fixturePolygon(CN_LevelEntityMesh& mesh, const std::vector<Loop>& loops);
 
-/// Brings what derives from vertices and polygons up to date: world places and boxes.
+/// Brings what derives from vertices and polygons up to date: world places, convex pieces with coordinates, boxes.
 void finishFixture(CN_LevelEntityMesh& mesh);
 
 /// A new mesh without vertices below the document's root, which owns it.

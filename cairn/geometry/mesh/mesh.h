@@ -116,6 +116,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     CN_Vertex* addVertex(const Vector& point);
     /// The first vertex nearer to the point of the mesh's space than `tolerance`, or a new one there.
     CN_Vertex* addVertexCheck(const Vector& point, double tolerance);
+    /// The same for a point of the world.
+    CN_Vertex* addVertexCheckWorld(const Vector& point, double tolerance);
     /// Every vertex's world place from its local one.
     void transform();
     /// @}
@@ -138,6 +140,17 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     /// Gives every polygon that is no exit the material; with `applyTiles` their texture axes take the lengths of the
     /// material's tiles.
     void texturize(CN_Material* material, bool applyTiles);
+    /// @}
+
+    /// @name Upkeep of all polygons (mesh_upkeep.cpp, mesh_t_junctions.cpp)
+    /// @{
+    /// `CN_Polygon::triangulize` for each polygon.
+    void triangulizeAll(bool convexify);
+    /// `CN_Polygon::createVerticesInTJunctions` for each polygon in list order, with bounding boxes that are built at the
+    /// start. `tolerance` is a length, at most 0.1 to be sure to miss none. Cost: near linear in edges.
+    void createVerticesInTJunctions(double tolerance);
+    /// Turns every polygon over (`CN_Polygon::flip`) and triangulates it anew.
+    void flipFaces();
     /// @}
 
     /// @name Groups

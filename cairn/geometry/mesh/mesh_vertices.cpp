@@ -20,6 +20,10 @@ CN_Vertex* CN_Mesh::addVertexCheck(const Vector& point, double tolerance) {
     return addVertex(point);
 }
 
+CN_Vertex* CN_Mesh::addVertexCheckWorld(const Vector& point, double tolerance) {
+    return addVertexCheck(worldToObject(point), tolerance);
+}
+
 void CN_Mesh::transform() {
     for (CN_Vertex& vertex : m_vertexList)
         vertex.world = worldTransform(vertex.local);

@@ -76,6 +76,7 @@ void CN_Polygon::copyFields(const CN_Polygon& other) {
     if (m_lists || other.m_lists) {
         accessLists().vertexBuffer = other.lists().vertexBuffer;
         accessLists().sharedEdgeList = other.lists().sharedEdgeList;
+        accessLists().ngonList = other.lists().ngonList;
     }
     m_normal = other.m_normal;
     m_worldNormal = other.m_worldNormal;
@@ -84,6 +85,7 @@ void CN_Polygon::copyFields(const CN_Polygon& other) {
     m_numHoles = other.m_numHoles;
     m_triangleList = other.m_triangleList;
     m_edgeList = other.m_edgeList;
+    m_boundingBox = other.m_boundingBox;
     adoptParts();
     m_selected = other.m_selected;
     m_visited = false;
@@ -106,6 +108,9 @@ void CN_Polygon::adoptParts() {
         edge.setParent(this);
     for (CN_Triangle& triangle : m_triangleList)
         triangle.setParent(this);
+    if (m_lists)
+        for (CN_Ngon& ngon : m_lists->ngonList)
+            ngon.setSourcePolygon(this);
 }
 
 const CN_Polygon::Lists& CN_Polygon::noLists() {

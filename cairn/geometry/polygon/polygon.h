@@ -4,9 +4,11 @@
 #include "cairn/containers/small_map.h"
 #include "cairn/foundation/strings.h"
 #include "cairn/geometry/edge.h"
+#include "cairn/geometry/ngon.h"
 #include "cairn/geometry/triangle.h"
 #include "cairn/geometry/vertex.h"
 #include "cairn/lighting/lightmap_mapping.h"
+#include "cairn/math/bbox.h"
 #include "cairn/math/planar_space3.h"
 #include "cairn/math/plane3.h"
 
@@ -19,6 +21,7 @@
 
 namespace cairn {
 
+class CN_2DPolygon;
 class CN_Document;
 class CN_LevelEntity;
 class CN_LevelEntityPolygonGroup;
@@ -29,6 +32,7 @@ class CN_Mesh;
 class CN_RenderMaterial;
 class CN_RenderTexture;
 class F_MemoryFile;
+struct gpc_polygon;
 
 /// How a polygon is drawn.
 enum CN_PolyMode : unsigned int {
@@ -66,10 +70,12 @@ struct CN_UVSpace {
 class CN_Polygon {
   public:
     using Vector = M_Vector3Template<double>;
+    using Matrix = M_Matrix3Template<double>;
     using PlanarSpace = M_PlanarSpace3Template<double>;
     using UVSpaces = F_SmallMap<CN_UVSpace>;
     using EdgeList = F_DLListInit<CN_Edge>;
     using TriangleList = F_DLListInit<CN_Triangle>;
+    using NgonList = F_DLListInit<CN_Ngon>;
     using Groups = std::set<CN_LevelEntityPolygonGroup*>;
     using Lasso = std::vector<CN_Edge*>;
 
@@ -150,12 +156,54 @@ class CN_Polygon {
     void setNumVertices(int count) { m_numVertices = count; }
     int getNumHoles() const { return m_numHoles; }
     void setNumHoles(int count) { m_numHoles = count; }
+    /// Removes edges without length by index, then each edge and its follower in the list (the first follows the last) that
+    /// run out and straight back. One walk: a pair that only becomes one by that stays. The count of corners and the
+    /// triangulation stay.
+    void killNullEdges();
+    /// Removes pairs of edges that run out and straight back, and makes one edge of two that follow each other where the
+    /// corner between them lies nearer than 1e-4 to the line from end to end. Corners are compared by index, so that a break
+    /// between loops stays. Vertices stay in the mesh; so do the count of corners and the triangulation.
+    void optimizeRedundantVertices();
+    /// Puts a new vertex into each edge wherever a corner of another polygon lies on it: nearer than `tolerance` to its line
+    /// and farther than twice that from its ends, along the edge. The vertices are this polygon's own, not the neighbours':
+    /// a weld makes them one. With `useBoundingBoxes` only polygons whose boxes meet this one's are looked at (see
+    /// `buildBoundingBox`), so that a tolerance above the boxes' margin of 0.1 may miss some.
+    ///
+    /// It begins with `optimizeRedundantVertices`, which may take a shared corner out that is put back as a vertex of the
+    /// polygon's own. Where anything was put in, world places are renewed, the polygon is triangulated anew (convex pieces,
+    /// with coordinates) and the mesh is marked; the count of corners stays. Cost: of one polygon, a walk of the mesh's
+    /// edges and a look-up for each edge.
+    void createVerticesInTJunctions(double tolerance, bool useBoundingBoxes);
     /// @}
 
-    /// @name Triangulation
+    /// @name Triangulation (polygon_triangulation.cpp)
     /// @{
     const TriangleList& getTriangleList() const { return m_triangleList; }
     TriangleList& accessTriangleList() { return m_triangleList; }
+    /// The pieces that a classification has cut it into.
+    const NgonList& getNgonList() const;
+    NgonList& accessNgonList();
+    /// Renews the triangulation from the boundary, or from corners that are collected, and with `convexify` merges it into
+    /// convex pieces. The triangles' corners are vertices of the mesh, and they run as the boundary does.
+    ///
+    /// A boundary that runs the wrong way round in the plane of texture space 0 is turned by `flipVertexOrder` first, with
+    /// a message unless the polygon has no number. One that encloses nothing or crosses itself gives a message, a dump to
+    /// the log and no triangles. Nothing happens without edges and corners. Texture coordinates are gone afterwards. Throws
+    /// `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane.
+    void triangulize(bool convexify);
+    /// True if a triangulation of the boundary as it stands, without a turn, has triangles. Changes nothing.
+    bool canTriangulize() const;
+    /// Merges the pieces of the triangulation into convex ones: always the first pair in list order that forms a convex
+    /// region, which becomes a piece at the end, until none does. The n-gons go. Coordinates of merged pieces are zero.
+    void convexify();
+    /// The sum of the pieces' areas.
+    double calcArea() const;
+    /// @}
+
+    /// @name Clipping (geometry/planar)
+    /// @{
+    /// Makes contours of the loops, seen through `space`: the first one an outline, all others holes. Frees what `out` held.
+    void create_gpc_polygon(gpc_polygon* out, const PlanarSpace& space);
     /// @}
 
     /// @name Plane (polygon_plane.cpp)
@@ -172,6 +220,70 @@ class CN_Polygon {
     void updatePointOnPlane();
     /// The plane of `getNormal` through `getPointOnPlane`, in the mesh's space.
     M_Plane3Template<double> getPlane() const;
+    /// The normal becomes the unit mean of the corners' normals, each on the side that the normal has now, so that a concave
+    /// corner counts like others. A corner that its neighbours' line misses by less than 1e-5 does not count; the normal
+    /// stays where none is left.
+    void updateNormal();
+    /// An orthonormal space of the plane in the mesh's space: U along that of texture space 0, N the normal, V so that the
+    /// space is left-handed and the inside lies to the right of the edges. Throws `M_PlanarSpace3Exception_Singular` for a
+    /// normal of zero and where U runs along the normal.
+    PlanarSpace getSpace() const;
+    /// The signed distance of a point of the mesh's space from the plane, positive on the normal's side.
+    double distLocal(const Vector& point) const;
+    /// Moves the point onto the plane, along the normal.
+    void project(Vector& point) const;
+    /// The same for the plane of a unit normal through a point.
+    static void projectGeneral(Vector& point, const Vector& normal, const Vector& pointOnPlane);
+    /// Moves the point onto the plane along a direction of any length; it stays where that runs along the plane.
+    void projectAlong(Vector& point, const Vector& direction) const;
+    static void projectAlongGeneral(Vector& point, const Vector& direction, const Vector& normal,
+                                    const Vector& pointOnPlane);
+    /// The angle between two vectors in radians, to the precision of `float` unless they are `unitVectors`: then their
+    /// product counts as it is. With a vector of length 0 it is no number.
+    static double angle(const Vector& a, const Vector& b, bool unitVectors);
+    /// Turns the polygon over: normals, the third rows of the texture spaces 0, 1 and 2 (which are all there afterwards) and
+    /// the order of corners. With `retriangulate` it is triangulated anew in convex pieces, without it triangles keep their
+    /// order. A space that was missing takes the axes of space 0, with origin and offset 0.
+    void flip(bool retriangulate);
+    /// Reverses all loops, and the triangles with them; while corners are being collected, their order alone. Holes come
+    /// first in the list afterwards.
+    void flipVertexOrder();
+    /// @}
+
+    /// @name Questions of shape (polygon_queries.cpp)
+    /// @{
+    /// True where all corners lie within 1e-5 of the line of an edge of length, or where there are fewer than three edges; a
+    /// polygon whose edges have no length is none. Without edges, true for a count of corners below three.
+    bool linear() const;
+    /// The average of the edges' start points in the world; zero without edges.
+    void getCenter(Vector& out) const;
+    /// How far the corners reach along a direction of any length, in the mesh's space; 0 without edges.
+    double lengthAlong(const Vector& direction) const;
+    /// The vertex that is farthest from a point of the mesh's space among those that start edges, the first one on a tie;
+    /// null without edges.
+    CN_Vertex* findFarthestVertex(const Vector& point);
+    /// The edge that is nearest to a point of the world among those that the point falls onto at a right angle, the first
+    /// one on a tie; null where it falls onto none.
+    CN_Edge* findSelectedEdge(const Vector& point);
+    /// Writes the polygon to the diagnostic log.
+    void dump() const;
+    /// @}
+
+    /// @name Neighbours (polygon_neighbors.cpp)
+    /// @{
+    /// The box of the last `buildBoundingBox`; zero before.
+    const E_BBox<double>& getBoundingBox() const { return m_boundingBox; }
+    /// Renews the box from the edges' start points, in the mesh's space or the world, with a margin of 0.1. Bounds count in
+    /// single precision.
+    void buildBoundingBox(bool local);
+    /// True where the boxes, as they were last built, share more than a face.
+    bool bbIntersect(const CN_Polygon* other) const;
+    /// True if an edge of each share a stretch in the world (`CN_Edge::sharesSpace`). It is that of the first such pair in
+    /// the order of this polygon's edges, from `point` along `vector`, which stay where there is none.
+    bool findCommonEdgeSegment(const CN_Polygon* other, Vector& point, Vector& vector) const;
+    /// Finds the polygons of the mesh that share a stretch of an edge with this one, in list order, among those whose boxes
+    /// meet its own.
+    void createSharedEdgeList();
     /// @}
 
     /// @name Exit (see geometry/exits.h)
@@ -242,7 +354,7 @@ class CN_Polygon {
     /// The space of the key, or space 0 where there is none; a default one where that is missing, too. Valid until the
     /// spaces change.
     const PlanarSpace& getUVSpace(int key) const;
-    /// The space of the key for writing, a default one where there was none. Coordinates become stale.
+    /// The space of the key for writing, a default one where there was none. Coordinates and extents become stale.
     PlanarSpace& editUVSpace(int key);
     /// A copy of space 0 and its extent under a new key; nothing for a key that is there.
     void addUVSpace(int key);
@@ -259,6 +371,20 @@ class CN_Polygon {
     /// Marks the polygon and its mesh.
     void markUVDirty();
     void markMappingDirty();
+    /// Fills the coordinates of all pieces (base texture or light layer by `getUVSpaceID`, lightmap, detail texture) and the
+    /// extent of the space. The offset of the space moves by a whole number of repeats that brings the coordinates around 0.
+    /// Without a triangulation the extent is empty and coordinates stay stale.
+    void calculateUVCoordinates();
+    /// Projects a texture space of the world onto the polygon along the space's normal, so that a texture that is laid over
+    /// several polygons goes on from one to the next; it becomes the space of `getUVSpaceID`. Nothing changes where the
+    /// normals are 89 degrees apart or more. Throws `M_PlanarSpace3Exception_Singular`, and nothing has changed, where the
+    /// space has no inverse in the polygon's plane.
+    void planarMap(const PlanarSpace& space);
+    /// Takes over all that is not shape: normals, texture spaces, material (counted), mode, exit, attached entity, number and
+    /// counts. With `local` the source stands in the same space, without it the polygon's space is the world. Not taken:
+    /// edges, triangles, groups, lightmap mapping. Nothing happens for the polygon itself.
+    void copyProperties(const CN_Polygon* source, bool local);
+    void copyPropertiesLocal(const CN_Polygon* source) { copyProperties(source, true); }
     /// @}
 
     /// @name Marks
@@ -290,6 +416,7 @@ class CN_Polygon {
     struct Lists {
         F_DLList<CN_Vertex*> vertexBuffer;      ///< not owned: corners on the way to `constructEdges`
         F_DLList<CN_Polygon*> sharedEdgeList;   ///< not owned: polygons of the mesh that touch along an edge
+        NgonList ngonList;                      ///< pieces of a classification
         std::vector<CN_Polygon*> incomingExits; ///< not owned: polygons that lead here
     };
 
@@ -301,6 +428,7 @@ class CN_Polygon {
     CN_Mesh& requireMesh() const;
     void copyFields(const CN_Polygon& other);
     void adoptParts();
+    CN_2DPolygon makePlanar();
     void forgetExits();
     void saveExtraSpaces(F_MemoryFile& file) const;
     CN_Polygon* findWrittenPartner() const;
@@ -321,6 +449,7 @@ class CN_Polygon {
     CN_Mesh* m_parent;                    ///< not owned
     TriangleList m_triangleList;          ///< the triangulation
     EdgeList m_edgeList;                  ///< the boundary: closed loops, one after the other
+    E_BBox<double> m_boundingBox;         ///< of the last `buildBoundingBox`, in the space it was built in
     bool m_selected = false;              ///< by the host
     bool m_visited = false;               ///< transient mark of a walk
     bool m_uvCalculated = false;          ///< the extents of the texture spaces hold

@@ -1,11 +1,18 @@
 #include "cairn/foundation/exception.h"
+#include "cairn/geometry/lines.h"
 #include "cairn/geometry/mesh/mesh.h"
 
 namespace cairn {
 
 namespace {
 
-constexpr double SAME_CORNER = 1e-6; // corners nearer than this are one vertex
+constexpr double SAME_CORNER = 1e-6;      // corners nearer than this are one vertex
+constexpr double REDUNDANT_CORNER = 1e-4; // a corner nearer than this to its neighbours' line goes
+
+/// True if the second edge runs straight back along the first.
+bool runsBack(const CN_Edge& edge, const CN_Edge& next) {
+    return next.index(1) == edge.index(0) && next.index(0) == edge.index(1);
+}
 
 } // namespace
 
@@ -86,6 +93,47 @@ std::vector<CN_Polygon::Lasso> CN_Polygon::getLassos() {
         before = &edge;
     }
     return lassos;
+}
+
+void CN_Polygon::killNullEdges() {
+    for (CN_Edge& edge : m_edgeList)
+        if (edge.index(0) == edge.index(1))
+            m_edgeList.remove(&edge);
+    for (CN_Edge* edge = m_edgeList.first(); edge;) {
+        CN_Edge* const next = m_edgeList.next(edge);
+        CN_Edge* const successor = next ? next : m_edgeList.first();
+        if (successor == edge || !runsBack(*edge, *successor)) {
+            edge = next;
+            continue;
+        }
+        CN_Edge* const after = next ? m_edgeList.next(next) : nullptr;
+        m_edgeList.remove(edge);
+        m_edgeList.remove(successor);
+        edge = after;
+    }
+}
+
+void CN_Polygon::optimizeRedundantVertices() {
+    for (CN_Edge* edge = m_edgeList.first(); edge;) {
+        CN_Edge* const next = m_edgeList.next(edge);
+        CN_Edge* const successor = next ? next : m_edgeList.first();
+        if (successor == edge)
+            return;
+        if (runsBack(*edge, *successor)) {
+            CN_Edge* const after = next ? m_edgeList.next(next) : nullptr;
+            m_edgeList.remove(edge);
+            m_edgeList.remove(successor);
+            edge = after;
+        } else if (edge->index(1) == successor->index(0) &&
+                   CN_lineDistance(edge->getLocal(1), edge->getLocal(0), successor->getLocal(1)) < REDUNDANT_CORNER) {
+            // The long edge takes this one's place and is asked again, unless it was the pair at the end of the walk.
+            edge->index(1) = successor->index(1);
+            m_edgeList.remove(successor);
+            if (!next)
+                return;
+        } else
+            edge = next;
+    }
 }
 
 } // namespace cairn

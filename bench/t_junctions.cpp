@@ -1,0 +1,83 @@
+#include "bench/support/report.h"
+#include "cairn/document/document.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/mesh_entity.h"
+
+#include <cmath>
+#include <memory>
+
+// Finding and mending the corners that lie on edges of other polygons, by the number of polygons: a brick wall, in which each
+// brick's corners lie on the long edges of the rows above and below, and one long kerb along all bricks of a row.
+
+namespace cairn {
+namespace {
+
+using Vector = M_Vector3Template<double>;
+
+constexpr double TOLERANCE = 0.001;
+
+void addQuad(CN_LevelEntityMesh& mesh, double x, double z, double width, double depth) {
+    CN_Polygon& polygon = *mesh.addPolygon();
+    for (const Vector& corner : {Vector(x, 0, z), {x, 0, z + depth}, {x + width, 0, z + depth}, {x + width, 0, z}})
+        polygon.addVertex(corner);
+    polygon.constructEdges();
+    polygon.setNormal({0, 1, 0});
+    polygon.setWorldNormal({0, 1, 0});
+    polygon.setReferenceNormal({0, 1, 0});
+    polygon.updatePointOnPlane();
+}
+
+struct Level {
+    CN_Document document;
+    CN_LevelEntityMesh* mesh;
+
+    Level() {
+        document.createCairnLevelEntities();
+        auto owned = std::make_unique<CN_LevelEntityMesh>();
+        mesh = owned.get();
+        mesh->setDocument(&document);
+        document.accessLevel()->addOwned(std::move(owned), false);
+    }
+};
+
+std::shared_ptr<Level> makeWall(int bricks) {
+    auto level = std::make_shared<Level>();
+    const int across = static_cast<int>(std::sqrt(bricks));
+    for (int i = 0; i < bricks; ++i) {
+        const int row = i / across;
+        addQuad(*level->mesh, i % across + (row % 2 ? 0.5 : 0), row * 0.5, 1, 0.5);
+    }
+    return level;
+}
+
+std::shared_ptr<Level> makeKerb(int bricks) {
+    auto level = std::make_shared<Level>();
+    addQuad(*level->mesh, 0, -1, bricks, 1);
+    for (int i = 0; i < bricks - 1; ++i)
+        addQuad(*level->mesh, i, 0, 1, 0.5);
+    return level;
+}
+
+void addScene(bench::Report& report, const std::string& scene, int n, std::shared_ptr<Level> (*make)(int)) {
+    const std::shared_ptr<Level> level = make(n);
+    report.addTimed(scene, "cairn", n, [level](bench::Watch& watch) {
+        CN_LevelEntityMesh mesh = *level->mesh;
+        watch.timed([&mesh] { mesh.createVerticesInTJunctions(TOLERANCE); });
+        return mesh.getVertexList().count();
+    });
+}
+
+} // namespace
+} // namespace cairn
+
+int main(int argc, char** argv) {
+    using namespace cairn;
+    bench::Report report("t_junctions");
+    for (const int n : bench::sizes({1000, 3162, 10000, 31623, 100000}, 3162)) {
+        addScene(report, "brick wall", n, makeWall);
+        addScene(report, "kerb", n, makeKerb);
+    }
+    report.limitGrowth("brick wall", "cairn", 1.2);
+    report.limitGrowth("kerb", "cairn", 1.2);
+    return report.run(argc, argv);
+}

@@ -1,0 +1,195 @@
+#include "cairn/geometry/planar/gpc.h"
+
+#include "cairn/foundation/exception.h"
+
+#include <polyclipping/clipper.hpp>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <unordered_map>
+#include <vector>
+
+namespace cairn {
+
+namespace {
+
+using Contour = std::vector<gpc_vertex>;
+
+/// The grid of integers that a call works on: the operands' box from its middle, in steps of a power of two.
+class Grid {
+  public:
+    /// False where the operands have no extent, or none that can be told in numbers.
+    bool fit(const gpc_polygon& subject, const gpc_polygon& clip) {
+        gpc_vertex low{HUGE_VAL, HUGE_VAL}, high{-HUGE_VAL, -HUGE_VAL};
+        for (const gpc_polygon* const operand : {&subject, &clip}) {
+            for (int c = 0; c < operand->num_contours; ++c) {
+                for (int i = 0; i < operand->contour[c].num_vertices; ++i) {
+                    const gpc_vertex& corner = operand->contour[c].vertex[i];
+                    if (!std::isfinite(corner.x) || !std::isfinite(corner.y))
+                        return false;
+                    low = {std::min(low.x, corner.x), std::min(low.y, corner.y)};
+                    high = {std::max(high.x, corner.x), std::max(high.y, corner.y)};
+                }
+            }
+        }
+        m_extent = std::max(high.x - low.x, high.y - low.y);
+        if (!(m_extent > 0) || !std::isfinite(m_extent))
+            return false;
+        m_middle = {low.x + (high.x - low.x) / 2, low.y + (high.y - low.y) / 2};
+        m_exponent = BITS - std::ilogb(m_extent);
+        return true;
+    }
+    double extent() const { return m_extent; }
+
+    ClipperLib::Path place(const gpc_vertex_list& contour) {
+        ClipperLib::Path path;
+        path.reserve(static_cast<std::size_t>(contour.num_vertices));
+        for (int i = 0; i < contour.num_vertices; ++i) {
+            const gpc_vertex& corner = contour.vertex[i];
+            path.emplace_back(std::llround(std::scalbn(corner.x - m_middle.x, m_exponent)),
+                              std::llround(std::scalbn(corner.y - m_middle.y, m_exponent)));
+            m_corners.emplace(path.back(), corner); // the first of those that share a point
+        }
+        return path;
+    }
+    /// A corner of an operand exactly as it was, else the point itself.
+    gpc_vertex restore(const ClipperLib::IntPoint& point) const {
+        const auto it = m_corners.find(point);
+        if (it != m_corners.end())
+            return it->second;
+        return {m_middle.x + std::scalbn(static_cast<double>(point.X), -m_exponent),
+                m_middle.y + std::scalbn(static_cast<double>(point.Y), -m_exponent)};
+    }
+
+  private:
+    static constexpr int BITS =
+        48; // of the extent: fine enough, and what Clipper computes in `double` keeps its digits
+
+    struct Hash {
+        std::size_t operator()(const ClipperLib::IntPoint& point) const {
+            const auto x = static_cast<std::uint64_t>(point.X), y = static_cast<std::uint64_t>(point.Y);
+            const std::uint64_t hash = (x ^ std::rotl(y, 32)) * 0x9E3779B97F4A7C15u;
+            return static_cast<std::size_t>(hash ^ (hash >> 32));
+        }
+    };
+
+    double m_extent = 0;
+    gpc_vertex m_middle{};
+    int m_exponent = 0; ///< a step is two to the minus this
+    std::unordered_map<ClipperLib::IntPoint, gpc_vertex, Hash> m_corners;
+};
+
+void addPaths(ClipperLib::Clipper& clipper, Grid& grid, const gpc_polygon& operand, ClipperLib::PolyType type) {
+    for (int c = 0; c < operand.num_contours; ++c)
+        if (operand.contour[c].num_vertices >= 3)
+            clipper.AddPath(grid.place(operand.contour[c]), type, true);
+}
+
+/// The contour from its lowest corner on, the leftmost of those that are as low but for rounding, so that the start does
+/// not depend on how the areas were cut.
+void rotateToLowest(Contour& contour, double tolerance) {
+    double lowest = HUGE_VAL;
+    for (const gpc_vertex& corner : contour)
+        lowest = std::min(lowest, corner.y);
+    const auto isLow = [&](const gpc_vertex& corner) { return corner.y <= lowest + tolerance; };
+    auto first = std::find_if(contour.begin(), contour.end(), isLow);
+    for (auto it = first; it != contour.end(); ++it)
+        if (isLow(*it) && it->x < first->x - tolerance)
+            first = it;
+    std::rotate(contour.begin(), first, contour.end());
+}
+
+ClipperLib::ClipType typeOf(gpc_op operation) {
+    switch (operation) {
+    case GPC_DIFF:
+        return ClipperLib::ctDifference;
+    case GPC_INT:
+        return ClipperLib::ctIntersection;
+    case GPC_XOR:
+        return ClipperLib::ctXor;
+    case GPC_UNION:
+        break;
+    }
+    return ClipperLib::ctUnion;
+}
+
+struct Result {
+    Contour corners;
+    bool hole;
+};
+
+std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, const gpc_polygon& clip) {
+    constexpr double SAME = 1e-9; // of the extent: as low, as far left
+    std::vector<Result> results;
+    Grid grid;
+    if (!grid.fit(subject, clip))
+        return results;
+    ClipperLib::Clipper clipper;
+    // Corners on straight lines are whose business it is that reads the contours.
+    clipper.PreserveCollinear(true);
+    addPaths(clipper, grid, subject, ClipperLib::ptSubject);
+    addPaths(clipper, grid, clip, ClipperLib::ptClip);
+    ClipperLib::PolyTree tree;
+    clipper.Execute(typeOf(operation), tree, ClipperLib::pftEvenOdd, ClipperLib::pftEvenOdd);
+    for (const ClipperLib::PolyNode* node = tree.GetFirst(); node; node = node->GetNext()) {
+        Result result{{}, node->IsHole()};
+        for (const ClipperLib::IntPoint& point : node->Contour)
+            result.corners.push_back(grid.restore(point));
+        // Clipper's outlines run counter-clockwise.
+        std::reverse(result.corners.begin(), result.corners.end());
+        rotateToLowest(result.corners, SAME * grid.extent());
+        results.push_back(std::move(result));
+    }
+    return results;
+}
+
+template <class T> T* grown(T* room, int count) {
+    void* const larger = std::realloc(static_cast<void*>(room), static_cast<std::size_t>(count) * sizeof(T));
+    if (!larger)
+        throw new F_MemoryException_Allocation;
+    return static_cast<T*>(larger);
+}
+
+} // namespace
+
+gpc_polygon::~gpc_polygon() { gpc_free_polygon(this); }
+
+void gpc_add_contour(gpc_polygon* polygon, const gpc_vertex_list* contour, int hole) {
+    gpc_vertex* const corners = grown<gpc_vertex>(nullptr, std::max(contour->num_vertices, 1));
+    std::copy_n(contour->vertex, std::max(contour->num_vertices, 0), corners);
+    try {
+        polygon->hole = grown(polygon->hole, polygon->num_contours + 1);
+        polygon->contour = grown(polygon->contour, polygon->num_contours + 1);
+    } catch (...) {
+        std::free(corners);
+        throw;
+    }
+    polygon->hole[polygon->num_contours] = hole;
+    polygon->contour[polygon->num_contours] = {std::max(contour->num_vertices, 0), corners};
+    ++polygon->num_contours;
+}
+
+void gpc_free_polygon(gpc_polygon* polygon) {
+    for (int i = 0; i < polygon->num_contours; ++i)
+        std::free(polygon->contour[i].vertex);
+    std::free(polygon->contour);
+    std::free(polygon->hole);
+    polygon->contour = nullptr;
+    polygon->hole = nullptr;
+    polygon->num_contours = 0;
+}
+
+void gpc_polygon_clip(gpc_op operation, const gpc_polygon* subject, const gpc_polygon* clip, gpc_polygon* result) {
+    const std::vector<Result> areas = F_withFoundationExceptions([&] { return clipAreas(operation, *subject, *clip); });
+    gpc_free_polygon(result);
+    for (const Result& area : areas) {
+        Contour corners = area.corners;
+        const gpc_vertex_list contour{static_cast<int>(corners.size()), corners.data()};
+        gpc_add_contour(result, &contour, area.hole ? 1 : 0);
+    }
+}
+
+} // namespace cairn
