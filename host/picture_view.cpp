@@ -24,13 +24,19 @@ struct HalfSpace {
     double distance;
 };
 
-/// The part of a loop in a half space, after I. Sutherland and G. Hodgman, "Reentrant Polygon Clipping", 1974. Where a loop
-/// falls apart, its parts stay joined along the plane, which an area of odd numbers of loops does not see.
-PictureLoop cut(const PictureLoop& loop, const HalfSpace& side) {
+I_Color lit(const I_Color& color, const Vector& normal) {
+    const double light = AMBIENT + (1 - AMBIENT) * (0.5 + 0.5 * normal.dot(TO_LIGHT.normalized()));
+    const auto channel = [&](unsigned char c) { return static_cast<unsigned char>(c * light + 0.5); };
+    return {channel(color.red), channel(color.green), channel(color.blue)};
+}
+
+} // namespace
+
+PictureLoop cutLoop(const PictureLoop& loop, const Vector& normal, double distance) {
     PictureLoop kept;
     for (std::size_t i = 0; i < loop.size(); ++i) {
         const PictureCorner &from = loop[i], &to = loop[i + 1 < loop.size() ? i + 1 : 0];
-        const double a = side.normal.dot(from.at) - side.distance, b = side.normal.dot(to.at) - side.distance;
+        const double a = normal.dot(from.at) - distance, b = normal.dot(to.at) - distance;
         if (a >= 0)
             kept.push_back(from);
         if ((a >= 0) == (b >= 0))
@@ -42,14 +48,6 @@ PictureLoop cut(const PictureLoop& loop, const HalfSpace& side) {
     }
     return kept;
 }
-
-I_Color lit(const I_Color& color, const Vector& normal) {
-    const double light = AMBIENT + (1 - AMBIENT) * (0.5 + 0.5 * normal.dot(TO_LIGHT.normalized()));
-    const auto channel = [&](unsigned char c) { return static_cast<unsigned char>(c * light + 0.5); };
-    return {channel(color.red), channel(color.green), channel(color.blue)};
-}
-
-} // namespace
 
 PictureView::PictureView(const PictureScene& scene, int width, int height) : m_width(width), m_height(height) {
     const E_BBox<double>& box = scene.box;
@@ -134,7 +132,7 @@ bool PictureView::clip(std::vector<PictureLoop>& loops) const {
         sides = {{{0, 0, 1}, NEAR}, {{1, 0, x}, 0}, {{-1, 0, x}, 0}, {{0, 1, y}, 0}, {{0, -1, y}, 0}};
     for (const HalfSpace& side : sides)
         for (PictureLoop& loop : loops)
-            loop = cut(loop, side);
+            loop = cutLoop(loop, side.normal, side.distance);
     std::erase_if(loops, [](const PictureLoop& loop) { return loop.empty(); });
     return !loops.empty();
 }

@@ -19,6 +19,11 @@ struct SeenFace {
     PictureFaceKind kind = PictureFaceKind::SURFACE;
 };
 
+/// The part of a loop where normal times place is at least `distance`, after I. Sutherland and G. Hodgman, "Reentrant
+/// Polygon Clipping", 1974. Where a loop falls apart, its parts stay joined along the plane, which an area of odd numbers of
+/// loops does not see; cuts are no edges.
+PictureLoop cutLoop(const PictureLoop& loop, const M_Vector3Template<double>& normal, double distance);
+
 /// A camera: turns places of the world into those of a picture.
 ///
 /// The viewer's space has x to the right, y up and z away from the viewer, in units of half the longest side of the
