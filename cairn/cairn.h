@@ -87,6 +87,7 @@
 #include "cairn/geometry/planar/edge2d.h"
 #include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/planar/lasso.h"
+#include "cairn/geometry/planar/planar_picture.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "cairn/geometry/planar/triangulator.h"
 #include "cairn/geometry/planar_space_record.h"

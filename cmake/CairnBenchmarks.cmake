@@ -39,3 +39,17 @@ foreach(_scene IN LISTS _scenes)
     target_link_libraries(bench_${_name} PRIVATE ${_bench_libraries} benchmark::benchmark_main)
     add_dependencies(bench bench_${_name})
 endforeach()
+
+# The triangulation stands beside the library it calls, bare, and beside two that do the same work. They are linked to this
+# program alone: CGAL asks for exact rounding, which slows down everybody else.
+find_package(CGAL QUIET)
+find_package(GEOS QUIET)
+target_link_libraries(bench_triangulate PRIVATE triangle::triangle)
+if(CGAL_FOUND)
+    target_compile_definitions(bench_triangulate PRIVATE CAIRN_BENCH_WITH_CGAL)
+    target_link_libraries(bench_triangulate PRIVATE CGAL::CGAL)
+endif()
+if(GEOS_FOUND)
+    target_compile_definitions(bench_triangulate PRIVATE CAIRN_BENCH_WITH_GEOS)
+    target_link_libraries(bench_triangulate PRIVATE GEOS::geos_c)
+endif()

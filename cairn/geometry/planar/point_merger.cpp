@@ -39,7 +39,7 @@ int CN_PointMerger::add(const Point& point) {
 
 int CN_PointMerger::findByWalk(const Point& point) const {
     for (std::size_t i = 0; i < m_points.size(); ++i)
-        if ((m_points[i] - point).length() < m_tolerance)
+        if (m_points[i] == point || (m_points[i] - point).length() < m_tolerance)
             return static_cast<int>(i);
     return -1;
 }

@@ -6,9 +6,13 @@
 #include <triangle.h> // last: it defines short macros and global types
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <csetjmp>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <memory_resource>
 
 namespace {
 
@@ -120,12 +124,19 @@ namespace cairn {
 
 namespace {
 
-using Points = std::vector<M_Vector2Template<double>>;
+using Point = M_Vector2Template<double>;
+using Points = std::vector<Point>;
+using Room = std::pmr::memory_resource; // what the working sets of a triangulation stand in
+using Numbers = std::pmr::vector<int>;
+
+static_assert(sizeof(Point) == 2 * sizeof(double) && sizeof(CN_Segment) == 2 * sizeof(int),
+              "read as arrays of numbers");
 
 /// Directed segments by the point they start at.
 class SegmentSet {
   public:
-    SegmentSet(std::size_t points, const std::vector<CN_Segment>& segments) : m_first(points, {-1, -1}) {
+    SegmentSet(std::size_t points, const std::vector<CN_Segment>& segments, Room* room)
+        : m_first(points, {-1, -1}, room), m_more(room) {
         for (const CN_Segment& segment : segments)
             insert(segment[0], segment[1]);
     }
@@ -153,21 +164,21 @@ class SegmentSet {
         int to;
         int next; ///< in `m_more`, -1 for none
     };
-    std::vector<Entry> m_first; ///< of each point
-    std::vector<Entry> m_more;  ///< of points with several segments
+    std::pmr::vector<Entry> m_first; ///< of each point
+    std::pmr::vector<Entry> m_more;  ///< of points with several segments
 };
 
 /// Triangles by their directed sides.
 class SideTable {
   public:
-    SideTable(const int* corners, int triangles, std::size_t points) : m_begin(points + 1) {
-        const std::size_t sides = 3 * static_cast<std::size_t>(triangles);
+    SideTable(const int* corners, int triangles, std::size_t points, Room* room)
+        : m_begin(points + 1, room), m_sides(3 * static_cast<std::size_t>(triangles), room) {
+        const std::size_t sides = m_sides.size();
         for (std::size_t i = 0; i < sides; ++i)
             ++m_begin[static_cast<std::size_t>(corners[i])];
         int sum = 0;
         for (int& begin : m_begin)
             begin = sum += begin;
-        m_sides.resize(sides);
         for (std::size_t i = 0; i < sides; ++i) {
             const int to = corners[i % 3 == 2 ? i - 2 : i + 1];
             m_sides[static_cast<std::size_t>(--m_begin[static_cast<std::size_t>(corners[i])])] = {
@@ -195,76 +206,96 @@ class SideTable {
         int to;
         int triangle;
     };
-    std::vector<int> m_begin;  ///< of each point in `m_sides`
-    std::vector<Side> m_sides; ///< by the point they start at
+    Numbers m_begin;                ///< of each point in `m_sides`
+    std::pmr::vector<Side> m_sides; ///< by the point they start at
 };
 
 /// Brings numbers that are very large or very small to where products of four of them are exact to the last bit that
-/// matters. Powers of two leave the digits alone, and what is dropped is 1e-30 of the extent.
-void scaleToRange(std::vector<double>& coordinates) {
+/// matters, into `scaled`; false where they are there already. Powers of two leave the digits alone, and what is dropped is
+/// 1e-30 of the extent.
+bool scaleToRange(const Points& points, Points& scaled) {
     constexpr double LARGE = 0x1p150, SMALL = 0x1p-100;
     double largest = 0, smallest = LARGE;
-    for (const double c : coordinates) {
-        const double size = std::fabs(c);
-        largest = std::max(largest, size);
-        if (size > 0)
-            smallest = std::min(smallest, size);
+    for (const Point& p : points) {
+        for (const double size : {std::fabs(p.x), std::fabs(p.y)}) {
+            largest = std::max(largest, size);
+            if (size > 0)
+                smallest = std::min(smallest, size);
+        }
     }
     if (largest == 0 || (largest < LARGE && smallest > SMALL))
-        return;
+        return false;
     const int exponent = -std::ilogb(largest);
-    for (double& c : coordinates) {
-        c = std::scalbn(c, exponent);
-        if (std::fabs(c) < SMALL)
-            c = 0;
+    const auto scale = [exponent](double c) {
+        const double there = std::scalbn(c, exponent);
+        return std::fabs(there) < SMALL ? 0 : there;
+    };
+    for (const Point& p : points)
+        scaled.emplace_back(scale(p.x), scale(p.y));
+    return true;
+}
+
+/// True where no two points are the same: Triangle leaves out the second one and then fails over the segments that name it.
+bool areDistinct(const Points& points, Room* room) {
+    constexpr std::size_t COMPARED = 16; // few are compared faster than looked up
+    if (points.size() <= COMPARED) {
+        for (std::size_t i = 1; i < points.size(); ++i)
+            for (std::size_t j = 0; j < i; ++j)
+                if (points[i] == points[j])
+                    return false;
+        return true;
     }
+    // Open addressing, at most half full.
+    Numbers table(std::bit_ceil(2 * points.size()), -1, room);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const double x = points[i].x + 0.0, y = points[i].y + 0.0; // one zero
+        std::uint64_t key = std::bit_cast<std::uint64_t>(x) * 0x9E3779B97F4A7C15u ^ std::bit_cast<std::uint64_t>(y);
+        key = (key ^ (key >> 32)) * 0xD6E8FEB86659FD93u;
+        std::size_t slot = static_cast<std::size_t>(key >> 32) & (table.size() - 1);
+        for (; table[slot] >= 0; slot = (slot + 1) & (table.size() - 1))
+            if (points[static_cast<std::size_t>(table[slot])] == points[i])
+                return false;
+        table[slot] = static_cast<int>(i);
+    }
+    return true;
 }
 
 /// True unless all points lie on one line, or so near to one that rounding cannot tell.
-bool spansArea(const std::vector<double>& c) {
+bool spansArea(const Points& points) {
     // The error of the determinant below, relative to the sum of its parts (Shewchuk's orient2d).
     constexpr double ROUNDING = 3.4e-16;
-    std::size_t far = 0;
+    Point far;
     double distance = 0;
-    for (std::size_t i = 2; i < c.size(); i += 2) {
-        const double d = std::max(std::fabs(c[i] - c[0]), std::fabs(c[i + 1] - c[1]));
+    for (const Point& p : points) {
+        const Point apart = p - points[0];
+        const double d = std::max(std::fabs(apart.x), std::fabs(apart.y));
         if (d > distance)
-            distance = d, far = i;
+            distance = d, far = apart;
     }
-    for (std::size_t i = 2; i < c.size(); i += 2) {
-        const double left = (c[far] - c[0]) * (c[i + 1] - c[1]), right = (c[far + 1] - c[1]) * (c[i] - c[0]);
-        if (std::fabs(left - right) > ROUNDING * (std::fabs(left) + std::fabs(right)))
-            return true;
-    }
-    return false;
+    return std::any_of(points.begin(), points.end(), [&](const Point& p) {
+        const double left = far.x * (p.y - points[0].y), right = far.y * (p.x - points[0].x);
+        return std::fabs(left - right) > ROUNDING * (std::fabs(left) + std::fabs(right));
+    });
 }
 
 /// One triangulation.
 class Triangulation {
   public:
     Triangulation(const Points& points, const std::vector<CN_Segment>& segments)
-        : m_points(points), m_segments(segments), m_coordinates(2 * points.size()) {
-        for (std::size_t i = 0; i < points.size(); ++i) {
-            m_coordinates[2 * i] = points[i].x;
-            m_coordinates[2 * i + 1] = points[i].y;
-        }
-    }
+        : m_points(&points), m_segments(segments) {}
 
     void run(std::vector<int>& triangles) {
         if (!isSound())
             return;
-        scaleToRange(m_coordinates);
-        if (!spansArea(m_coordinates))
+        if (scaleToRange(*m_points, m_scaled))
+            m_points = &m_scaled;
+        if (!spansArea(*m_points) || !areDistinct(*m_points, &m_room))
             return;
+        // What Triangle reads it does not change.
         triangulateio input{};
-        input.pointlist = m_coordinates.data();
-        input.numberofpoints = static_cast<int>(m_points.size());
-        std::vector<int> ends(2 * m_segments.size());
-        for (std::size_t i = 0; i < m_segments.size(); ++i) {
-            ends[2 * i] = m_segments[i][0];
-            ends[2 * i + 1] = m_segments[i][1];
-        }
-        input.segmentlist = ends.data();
+        input.pointlist = const_cast<double*>(&m_points->front().x);
+        input.numberofpoints = static_cast<int>(m_points->size());
+        input.segmentlist = const_cast<int*>(m_segments.data()->data());
         input.numberofsegments = static_cast<int>(m_segments.size());
         switch (m_call.run(input, m_output)) {
         case FINISHED:
@@ -283,14 +314,14 @@ class Triangulation {
     bool isSound() const {
         constexpr std::size_t MOST =
             100'000'000; // places count in `int`, and so do Triangle's three corners a triangle
-        if (m_points.size() < 3 || m_points.size() > MOST || m_segments.size() > MOST)
+        if (m_points->size() < 3 || m_points->size() > MOST || m_segments.empty() || m_segments.size() > MOST)
             return false;
-        for (const double c : m_coordinates)
-            if (!std::isfinite(c))
+        for (const Point& p : *m_points)
+            if (!std::isfinite(p.x) || !std::isfinite(p.y))
                 return false;
         for (const CN_Segment& segment : m_segments)
             for (const int end : segment)
-                if (end < 0 || static_cast<std::size_t>(end) >= m_points.size())
+                if (end < 0 || static_cast<std::size_t>(end) >= m_points->size())
                     return false;
         return true;
     }
@@ -300,11 +331,11 @@ class Triangulation {
     void keepInside(std::vector<int>& triangles) {
         const int count = m_output.numberoftriangles;
         const int* const corners = m_output.trianglelist;
-        SegmentSet segments(m_points.size(), m_segments);
+        SegmentSet segments(m_points->size(), m_segments, &m_room);
         if (!addChains(segments))
             return;
-        std::vector<char> outside(static_cast<std::size_t>(count));
-        std::vector<int> open;
+        std::pmr::vector<char> outside(static_cast<std::size_t>(count), &m_room);
+        Numbers open(&m_room);
         for (int t = 0; t < count; ++t) {
             const int* const c = corners + 3 * std::size_t(t);
             if (segments.contains(c[0], c[1]) || segments.contains(c[1], c[2]) || segments.contains(c[2], c[0])) {
@@ -312,9 +343,8 @@ class Triangulation {
                 open.push_back(t);
             }
         }
-        const std::size_t seeds = open.size();
-        if (seeds > 0) {
-            const SideTable sides(corners, count, m_points.size());
+        if (!open.empty()) {
+            const SideTable sides(corners, count, m_points->size(), &m_room);
             while (!open.empty()) {
                 const int* const c = corners + 3 * std::size_t(open.back());
                 open.pop_back();
@@ -364,14 +394,14 @@ class Triangulation {
         if (std::binary_search(parts.begin(), parts.end(), segment))
             return true;
         // The parts lie exactly on the segment, so from each point it goes on by the one that turns least.
-        const M_Vector2Template<double> direction = at(segment[1]) - at(segment[0]);
+        const Point direction = at(segment[1]) - at(segment[0]);
         int from = segment[0];
         for (std::size_t steps = 0; from != segment[1]; ++steps) {
             int best = -1;
             double least = 0;
             for (auto it = std::lower_bound(parts.begin(), parts.end(), CN_Segment{from, -1});
                  it != parts.end() && (*it)[0] == from; ++it) {
-                const M_Vector2Template<double> step = at((*it)[1]) - at(from);
+                const Point step = at((*it)[1]) - at(from);
                 const double turn = std::fabs(std::atan2(direction.cross(step), direction.dot(step)));
                 if (best < 0 || turn < least)
                     best = (*it)[1], least = turn;
@@ -384,14 +414,13 @@ class Triangulation {
         return true;
     }
 
-    M_Vector2Template<double> at(int point) const {
-        return {m_coordinates[2 * static_cast<std::size_t>(point)],
-                m_coordinates[2 * static_cast<std::size_t>(point) + 1]};
-    }
+    const Point& at(int point) const { return (*m_points)[static_cast<std::size_t>(point)]; }
 
-    const Points& m_points;
+    const Points* m_points; ///< those given, or those brought to range
     const std::vector<CN_Segment>& m_segments;
-    std::vector<double> m_coordinates; ///< x and y of each point, brought to range
+    Points m_scaled;
+    std::byte m_buffer[4096]; ///< enough for the polygons that most levels are made of
+    std::pmr::monotonic_buffer_resource m_room{m_buffer, sizeof m_buffer};
     Call m_call;
     triangulateio m_output{}; ///< in the call's memory
 };

@@ -15,7 +15,7 @@ using CN_Segment = std::array<int, 2>;
 /// Delaunay one (Shewchuk's Triangle). A point on a segment splits it.
 ///
 /// `triangles` is left empty where the segments enclose nothing, cross, or name a point that is not there; where fewer than
-/// three points are distinct or all lie on one line; and where a coordinate is not finite. Throws an `F_Exception*` where
+/// three points are given, two are the same or all lie on one line; and where a coordinate is not finite. Throws an `F_Exception*` where
 /// memory runs out. Cost: n log n.
 void CN_triangulateOutlines(const std::vector<M_Vector2Template<double>>& points,
                             const std::vector<CN_Segment>& segments, std::vector<int>& triangles);
