@@ -26,6 +26,9 @@ void addCommands(CLI::App& app, Command& chosen) {
     addImportCommand(app, chosen);
     addExportCommand(app, chosen);
     addSaveCommand(app, chosen);
+    addMeasureCommand(app, chosen);
+    addRenderCommand(app, chosen);
+    addGenerateCommand(app, chosen);
     addImageCommand(app, chosen);
     addTexturesCommand(app, chosen);
     addThumbsCommand(app, chosen);

@@ -1,0 +1,45 @@
+#include "host/command_line.h"
+#include "host/generate_level.h"
+#include "host/level_session.h"
+
+namespace cairn::host {
+
+namespace {
+
+struct GenerateOptions : CommonOptions {
+    std::string output;
+    int rooms = 0;
+    std::uint64_t seed = 0;
+};
+
+ExitCode runGenerate(const GenerateOptions& options, Console& console) {
+    const LevelSession session(console, options.content);
+    const auto document = session.createDocument();
+    document->createCairnLevelEntities();
+    document->setInfoDocumentCreatedWithBuild("cairn generate");
+    generateLevel(*document, options.rooms, options.seed);
+    session.save(*document, options.output, console);
+    return ExitCode::DONE;
+}
+
+} // namespace
+
+void addGenerateCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<GenerateOptions>();
+    CLI::App* command = app.add_subcommand("generate", "Make a level of any size for tests and timings");
+    command->add_option("--rooms", options->rooms, "How many rooms it has")
+        ->type_name("N")
+        ->required()
+        ->check(CLI::Range(1, MAX_GENERATED_ROOMS));
+    command->add_option("--seed", options->seed, "What chance begins with, from 0 on: the same gives the same level")
+        ->type_name("S")
+        ->required();
+    addOutput(*command, options->output);
+    options->addContent(*command);
+    options->addQuiet(*command);
+    command->footer("The rooms are closed and stand on a grid: boxes, L-shaped rooms and rooms with a ramp, some with\n"
+                    "pillars, each with a light and some with a trigger.");
+    onChosen(*command, options, runGenerate, chosen);
+}
+
+} // namespace cairn::host

@@ -1,0 +1,141 @@
+#include "cairn/entities/cairn_level.h"
+#include "cairn/foundation/ascii.h"
+#include "cairn/foundation/file.h"
+#include "host/command_line.h"
+#include "host/level_session.h"
+#include "host/picture_raster.h"
+#include "host/picture_svg.h"
+#include "host/png_writer.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <cmath>
+
+namespace cairn::host {
+
+namespace {
+
+struct RenderOptions : CommonOptions {
+    std::string file;
+    std::string output;
+    std::string format; ///< empty: the output's ending decides
+    std::vector<double> from, to;
+    bool top = false;
+    bool wire = false;
+    std::vector<int> size{1024, 768};
+};
+
+constexpr int MAX_SIDE = 16384;
+
+bool isSvg(const RenderOptions& options) {
+    if (!options.format.empty())
+        return options.format == "svg";
+    if (options.output == "-")
+        throw Failure(ExitCode::COMMAND_LINE, "render", "--format is required with standard output");
+    const std::string_view name = options.output;
+    const std::string_view ending = name.substr(name.size() - std::min<std::size_t>(name.size(), 4));
+    if (!asciiEqualNoCase(ending, ".png") && !asciiEqualNoCase(ending, ".svg"))
+        throw Failure(ExitCode::COMMAND_LINE, options.output, "the ending is not that of a picture (.png, .svg)");
+    return asciiEqualNoCase(ending, ".svg");
+}
+
+void checkNumbers(const RenderOptions& options) {
+    for (const std::vector<double>* place : {&options.from, &options.to})
+        for (const double number : *place)
+            if (!std::isfinite(number))
+                throw Failure(ExitCode::COMMAND_LINE, "render", "a place must be three finite numbers");
+    for (const int side : options.size)
+        if (side < 1 || side > MAX_SIDE)
+            throw Failure(ExitCode::COMMAND_LINE, "render",
+                          fmt::format("a side must be from 1 to {} pixels", MAX_SIDE));
+    if (static_cast<std::size_t>(options.size[0]) * static_cast<std::size_t>(options.size[1]) > I_Image::MAX_PIXELS)
+        throw Failure(ExitCode::COMMAND_LINE, "render",
+                      fmt::format("a picture must have no more than {} pixels", I_Image::MAX_PIXELS));
+}
+
+PictureView chooseView(const RenderOptions& options, const PictureScene& scene) {
+    const int width = options.size[0], height = options.size[1];
+    if (options.top)
+        return PictureView::fromAbove(scene, width, height);
+    if (options.from.empty())
+        return PictureView::ofScene(scene, width, height);
+    return withFailure(ExitCode::COMMAND_LINE, "render", [&] {
+        return PictureView::between(scene, {options.from[0], options.from[1], options.from[2]},
+                                    {options.to[0], options.to[1], options.to[2]}, width, height);
+    });
+}
+
+/// What the picture lacks of the level.
+std::string lossesOf(const PictureScene& scene, const PictureLabels& labels) {
+    std::vector<std::string> losses;
+    const auto add = [&](std::size_t count, const char* what) {
+        if (count > 0)
+            losses.push_back(fmt::format("{} {}", count, what));
+    };
+    add(scene.hidden, "hidden with all below them");
+    add(scene.flat, "without area");
+    add(scene.tooFar, "too far away");
+    add(labels.leftOut, "names without room");
+    return losses.empty() ? "" : fmt::format("; not drawn: {}", fmt::join(losses, ", "));
+}
+
+ExitCode runRender(const RenderOptions& options, Console& console) {
+    const bool svg = isSvg(options);
+    checkNumbers(options);
+    LevelSession session(console, options.content);
+    const OpenedLevel level = session.openForUse(options.file, false);
+    const PictureScene scene = makePictureScene(*level.document->accessLevel());
+    const PictureView view = chooseView(options, scene);
+    const std::vector<SeenFace> faces = view.look(scene);
+    const PictureLabels labels = options.top ? placeLabels(scene, view) : PictureLabels();
+    const bool wire = options.wire || options.top;
+
+    std::string bytes;
+    if (svg)
+        bytes = drawSvg(view, faces, labels, wire);
+    else {
+        const auto image = drawRaster(view, faces, labels, wire);
+        const std::vector<unsigned char> png = encodePng(image->getPixels(), image->getWidth(), image->getHeight());
+        bytes.assign(png.begin(), png.end());
+    }
+    if (options.output == "-")
+        console.write(bytes);
+    else
+        withFailure(ExitCode::OUTPUT, options.output, [&] {
+            F_File::replace(options.output, {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
+        });
+    console.note(options.file,
+                 fmt::format("{} of {} faces seen{}", faces.size(), scene.faces.size(), lossesOf(scene, labels)));
+    return ExitCode::DONE;
+}
+
+} // namespace
+
+void addRenderCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<RenderOptions>();
+    CLI::App* command = app.add_subcommand("render", "Draw a picture of a level without a graphics card");
+    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
+    addOutput(*command, options->output);
+    command->add_option("--format", options->format, "Format of the picture where its ending does not tell")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"png", "svg"}));
+    CLI::Option* from = command->add_option("--from", options->from, "Where the viewer stands")->type_name("X Y Z");
+    CLI::Option* to = command->add_option("--to", options->to, "What the viewer looks at")->type_name("X Y Z");
+    from->expected(3)->needs(to);
+    to->expected(3)->needs(from);
+    command->add_flag("--top", options->top, "A floor plan: from above, with the names of rooms, entities and exits")
+        ->excludes(from)
+        ->excludes(to);
+    command->add_flag("--wire", options->wire, "Draw the edges of polygons, too");
+    command->add_option("--size", options->size, "Pixels, by default 1024 768")->type_name("W H")->expected(2);
+    options->addContent(*command);
+    options->addQuiet(*command);
+    command->footer(
+        "Without --from and --to the whole level is seen from above and in front. A face is drawn in its\n"
+        "material's average colour and only where its front looks at the viewer, so that one sees into a room\n"
+        "from outside. Exits (green) and triggers (orange) are outlines. On a plan +X runs right and +Z up.");
+    onChosen(*command, options, runRender, chosen);
+}
+
+} // namespace cairn::host

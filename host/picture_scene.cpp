@@ -1,0 +1,170 @@
+#include "host/picture_scene.h"
+
+#include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/portal.h"
+#include "cairn/entities/tri_mesh.h"
+#include "cairn/entities/ui_sphere_entity.h"
+#include "cairn/entities/virtual_node.h"
+#include "cairn/geometry/open_edges.h"
+#include "cairn/geometry/validate.h"
+#include "cairn/materials/material.h"
+#include "host/entity_text.h"
+
+namespace cairn::host {
+
+namespace {
+
+using Vector = M_Vector3Template<double>;
+
+constexpr I_Color NO_COLOR(176, 176, 176); ///< of faces without a picture to have a colour of
+constexpr I_Color ENTITY_COLOR(70, 110, 200);
+
+I_Color colorOf(const CN_Material* material) {
+    return material && material->getThumbImage() ? I_Color(material->getAverageValue()) : NO_COLOR;
+}
+
+class SceneCollector {
+  public:
+    explicit SceneCollector(CN_LevelEntity& root) : m_root(root), m_hasExits(findExits(root)) {}
+
+    PictureScene collect() {
+        for (CN_LevelEntity* child : m_root.getChildren())
+            visit(*child);
+        return std::move(m_scene);
+    }
+
+  private:
+    static bool findExits(const CN_LevelEntity& root) {
+        CN_ConstPreIterator it = root.createConstIterator();
+        for (it.begin(); !it.end(); ++it)
+            if (const auto* mesh = dynamic_cast<const CN_LevelEntityMesh*>(*it); mesh && mesh->isRoom())
+                return true;
+        return false;
+    }
+
+    /// Recursion is as deep as the tree, which a load bounds.
+    void visit(CN_LevelEntity& entity) {
+        if (!entity.isVisible()) {
+            ++m_scene.hidden;
+            return;
+        }
+        if (const auto* mesh = dynamic_cast<const CN_LevelEntityMesh*>(&entity))
+            addMesh(*mesh);
+        else if (const auto* triangles = dynamic_cast<const CN_LevelEntityTriMesh*>(&entity))
+            addTriangles(*triangles);
+        else if (const auto* portal = dynamic_cast<const CN_LevelEntityPortal*>(&entity))
+            addPortal(*portal);
+        else if (!dynamic_cast<const CN_VirtualNode*>(&entity))
+            addMark({entity.getWorldPosition(), plainName(entity), PictureMark::ENTITY, markColor(entity)});
+        for (CN_LevelEntity* child : entity.getChildren())
+            visit(*child);
+    }
+    /// Lights are as bright as paper: a darker shade of their colour shows on it.
+    static I_Color markColor(CN_LevelEntity& entity) {
+        auto* const sphere = dynamic_cast<CN_UISphereEntity*>(&entity);
+        const I_Color color = sphere ? sphere->getColor() : ENTITY_COLOR;
+        const auto darker = [](unsigned char c) { return static_cast<unsigned char>(c * 3 / 4); };
+        return {darker(color.red), darker(color.green), darker(color.blue)};
+    }
+
+    void addMesh(const CN_LevelEntityMesh& mesh) {
+        E_BBox<double> box;
+        for (const CN_Polygon& polygon : mesh.getPolygonList()) {
+            PictureFace face;
+            face.color = colorOf(polygon.getMaterial());
+            face.doubleSided = polygon.getMaterial() && polygon.getMaterial()->isDoubleSided();
+            face.kind = mesh.isTrigger()          ? PictureFaceKind::TRIGGER
+                        : polygon.isExitPolygon() ? PictureFaceKind::EXIT
+                                                  : PictureFaceKind::SURFACE;
+            face.loops = loopsOf(mesh, polygon);
+            addFace(std::move(face), CN_areaVector(polygon) * mesh.getWorldRotation(), box);
+        }
+        if (box.empty || mesh.isTrigger() || !isRoomLike(mesh))
+            return;
+        const Vector middle(box.minX / 2 + box.maxX / 2, box.minY / 2 + box.maxY / 2, box.minZ / 2 + box.maxZ / 2);
+        addMark({middle, plainName(mesh), PictureMark::ROOM, {}});
+    }
+    bool isRoomLike(const CN_LevelEntityMesh& mesh) const {
+        if (m_hasExits)
+            return mesh.isRoom();
+        return mesh.getParent() == &m_root && CN_volume(mesh) > 0 && CN_findOpenEdges(mesh, CN_LEVEL_TOLERANCE).empty();
+    }
+    /// The loops of edges, cut where neighbours in the list do not meet.
+    static std::vector<PictureLoop> loopsOf(const CN_Mesh& mesh, const CN_Polygon& polygon) {
+        std::vector<PictureLoop> loops;
+        int last = -1;
+        for (const CN_Edge& edge : polygon.getEdgeList()) {
+            if (loops.empty() || edge.index(0) != last)
+                loops.emplace_back();
+            loops.back().push_back({mesh.worldTransform(edge.getLocal(0))});
+            last = edge.index(1);
+        }
+        return loops;
+    }
+
+    void addTriangles(const CN_LevelEntityTriMesh& mesh) {
+        E_BBox<double> box;
+        for (const CN_TMTriangle& triangle : mesh.getTriangles()) {
+            Vector corners[3], normal;
+            if (!triangle.getCorners(corners)) {
+                ++m_scene.flat;
+                continue;
+            }
+            triangle.getNormal(normal);
+            PictureFace face;
+            face.color = colorOf(triangle.getMaterial());
+            face.doubleSided = triangle.getMaterial() && triangle.getMaterial()->isDoubleSided();
+            face.loops.emplace_back();
+            for (const Vector& corner : corners)
+                face.loops.back().push_back({mesh.worldTransform(corner)});
+            addFace(std::move(face), normal * mesh.getWorldRotation(), box);
+        }
+    }
+
+    void addFace(PictureFace face, const Vector& area, E_BBox<double>& meshBox) {
+        for (const PictureLoop& loop : face.loops)
+            for (const PictureCorner& corner : loop)
+                if (!corner.at.isFinite()) {
+                    ++m_scene.tooFar;
+                    return;
+                }
+        face.normal = area.normalized();
+        if (!(face.normal.length() > 0)) {
+            ++m_scene.flat;
+            return;
+        }
+        for (const PictureLoop& loop : face.loops)
+            for (const PictureCorner& corner : loop) {
+                m_scene.box.expand(corner.at);
+                meshBox.expand(corner.at);
+            }
+        m_scene.faces.push_back(std::move(face));
+    }
+
+    void addPortal(const CN_LevelEntityPortal& portal) {
+        constexpr I_Color COLOR(0, 120, 60);
+        const CN_Polygon* const polygon = portal.getPortalPolygon();
+        if (!polygon || polygon->getEdgeList().empty())
+            return;
+        addMark({polygon->getParent()->worldTransform(polygon->getPointOnPlane()), plainName(portal), PictureMark::EXIT,
+                 COLOR});
+    }
+    void addMark(PictureMark mark) {
+        if (!mark.at.isFinite()) {
+            ++m_scene.tooFar;
+            return;
+        }
+        m_scene.box.expand(mark.at);
+        m_scene.marks.push_back(std::move(mark));
+    }
+
+    CN_LevelEntity& m_root;
+    bool m_hasExits; ///< some mesh of the level leads to another
+    PictureScene m_scene;
+};
+
+} // namespace
+
+PictureScene makePictureScene(CN_LevelEntity& root) { return SceneCollector(root).collect(); }
+
+} // namespace cairn::host

@@ -1,0 +1,101 @@
+#include "cairn/document/level_file.h"
+#include "cairn/foundation/exception.h"
+#include "cairn/imaging/image.h"
+#include "tests/host/program_run.h"
+#include "tests/support/mesh_shelf.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+
+using namespace cairn::test;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+/// Measures, pictures and generated levels, through the program.
+class LevelCommands : public ProgramTest {
+  protected:
+    Json json(const std::vector<std::string>& arguments) {
+        const ProgramRun done = run(arguments);
+        EXPECT_EQ(done.code, 0) << done.error;
+        return Json::parse(done.output, nullptr, false);
+    }
+};
+
+TEST_F(LevelCommands, MeasureTellsTheSizesOfEachMesh) {
+    ShelfDocument document;
+    boxRoom(document);
+    rotatedRoom(document);
+    unitFloor(document);
+    emptyMesh(document);
+    cairn::CN_LevelFile::save(document, path("a.cairn").string());
+    const Json meshes = json({"measure", "--json", "a.cairn"})["meshes"];
+    ASSERT_EQ(meshes.size(), 4u);
+    EXPECT_EQ(meshes[0].dump(), R"({"entity":"::Box","polygons":6,"vertices":8,"closed":true,"area":208.0,)"
+                                R"("volume":192.0,"min":[0.0,0.0,0.0],"max":[8.0,4.0,6.0]})");
+    EXPECT_NEAR(meshes[1]["volume"].get<double>(), 192, 1e-9);
+    EXPECT_NEAR(meshes[1]["area"].get<double>(), 208, 1e-9);
+    EXPECT_EQ(meshes[2]["closed"], false);
+    EXPECT_TRUE(meshes[2]["volume"].is_null());
+    EXPECT_EQ(meshes[2]["area"], 1);
+    EXPECT_TRUE(meshes[3]["min"].is_null());
+    EXPECT_EQ(json({"measure", "--json", "a.cairn", "::rotated"})["meshes"].size(), 1u);
+    EXPECT_EQ(run({"measure", "a.cairn", "::Nobody"}).code, 1);
+}
+
+TEST_F(LevelCommands, GeneratedRoomsAreClosedSoundAndTheSameEachTime) {
+    for (const char* name : {"a.cairn", "b.cairn"})
+        ASSERT_EQ(run({"generate", "--rooms", "60", "--seed", "7", "-o", name}).code, 0);
+    EXPECT_EQ(read("a.cairn"), read("b.cairn"));
+    ASSERT_EQ(run({"generate", "--rooms", "60", "--seed", "8", "-o", "b.cairn"}).code, 0);
+    EXPECT_NE(read("a.cairn"), read("b.cairn"));
+    const ProgramRun check = run({"check", "--strict", "a.cairn"});
+    EXPECT_EQ(check.code, 0) << check.output;
+    const Json info = json({"info", "--json", "a.cairn"});
+    EXPECT_EQ(info["meshes"], 60);
+    EXPECT_EQ(info["kinds"]["CN_LevelEntityDynPointlight"], 60);
+    EXPECT_GT(info["triangles"].get<int>(), 60 * 6);
+    std::size_t pillars = 0;
+    for (const Json& mesh : json({"measure", "--json", "a.cairn"})["meshes"]) {
+        EXPECT_EQ(mesh["closed"], true) << mesh;
+        EXPECT_GT(mesh["volume"].get<double>(), 100) << mesh;
+        pillars += mesh["polygons"].get<int>() > 8;
+    }
+    EXPECT_GT(pillars, 20u);
+    EXPECT_EQ(run({"generate", "--rooms", "0", "--seed", "8", "-o", "c.cairn"}).code, 2);
+}
+
+TEST_F(LevelCommands, RenderDrawsPicturesOfTheSizeAskedFor) {
+    ASSERT_EQ(run({"generate", "--rooms", "4", "--seed", "1", "-o", "a.cairn"}).code, 0);
+    const auto sizeOf = [](const std::string& png) {
+        cairn::I_Image image;
+        image.construct(cairn::I_Image::PNG, png.data(), static_cast<int>(png.size()));
+        return std::pair(image.getWidth(), image.getHeight());
+    };
+    ASSERT_EQ(run({"render", "a.cairn", "-o", "a.png", "--size", "80", "60", "--from", "-1", "9", "-1", "--to", "8",
+                   "1", "8"})
+                  .code,
+              0);
+    EXPECT_EQ(sizeOf(read("a.png")), std::pair(80, 60));
+    const ProgramRun plan = run({"render", "a.cairn", "-o", "-", "--format", "png", "--top"});
+    EXPECT_EQ(sizeOf(plan.output), std::pair(1024, 768));
+    ASSERT_EQ(run({"render", "a.cairn", "-o", "a.svg", "--wire"}).code, 0);
+    EXPECT_EQ(read("a.svg").rfind("<?xml", 0), 0u);
+
+    const std::vector<std::string> wrong[] = {
+        {"render", "a.cairn", "-o", "a.jpg"},
+        {"render", "a.cairn", "-o", "-"},
+        {"render", "a.cairn", "-o", "b.png", "--from", "1", "2", "3"},
+        {"render", "a.cairn", "-o", "b.png", "--from", "1", "2", "3", "--to", "1", "2", "3"},
+        {"render", "a.cairn", "-o", "b.png", "--from", "1", "2", "nan", "--to", "1", "2", "3"},
+        {"render", "a.cairn", "-o", "b.png", "--top", "--from", "1", "2", "3", "--to", "4", "5", "6"},
+        {"render", "a.cairn", "-o", "b.png", "--size", "0", "10"},
+        {"render", "a.cairn", "-o", "b.png", "--size", "16384", "16384"},
+    };
+    for (const std::vector<std::string>& words : wrong)
+        EXPECT_EQ(run(words).code, 2) << words.back();
+}
+
+} // namespace

@@ -1,0 +1,161 @@
+#include "cairn/entities/cairn_level.h"
+#include "host/picture_order.h"
+#include "host/picture_raster.h"
+#include "host/picture_svg.h"
+#include "tests/support/mesh_shelf.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace cairn;
+using namespace cairn::host;
+using namespace cairn::test;
+
+namespace {
+
+using Vector = M_Vector3Template<double>;
+
+constexpr int SIZE = 200;
+
+/// The picture of one mesh of the shelf.
+struct Picture {
+    explicit Picture(CN_LevelEntityMesh* (*make)(CN_Document&)) {
+        make(document);
+        scene = makePictureScene(*document.accessLevel());
+    }
+    I_Color at(const PictureView& view, const Vector& world) const {
+        const auto image = drawRaster(view, view.look(scene), {}, false);
+        const PicturePoint point = view.project(view.toViewer(world));
+        return image->getPixels()[static_cast<int>(point.y) * SIZE + static_cast<int>(point.x)];
+    }
+
+    ShelfDocument document;
+    PictureScene scene;
+};
+
+TEST(Picture, APlanFillsConcaveAndHoledFloorsAsTheyAre) {
+    const struct {
+        CN_LevelEntityMesh* (*make)(CN_Document&);
+        std::vector<Vector> inside, outside;
+    } cases[] = {
+        {lRoom, {{1, 0, 1}, {1, 0, 7}, {7, 0, 1}, {3.75, 0, 3.75}}, {{7, 0, 7}, {4.25, 0, 4.25}}},
+        {pillarRoom, {{1, 0, 1}, {3, 0, 1}, {3, 0, 5}, {7, 0, 7}}, {{3, 0, 3}, {2.25, 0, 3.75}}},
+    };
+    for (const auto& [make, inside, outside] : cases) {
+        const Picture picture(make);
+        const PictureView view = PictureView::fromAbove(picture.scene, SIZE, SIZE);
+        const I_Color ground = PicturePalette::forView(view).background;
+        for (const Vector& point : inside)
+            EXPECT_NE(picture.at(view, point), ground) << point.x << ' ' << point.z;
+        for (const Vector& point : outside)
+            EXPECT_EQ(picture.at(view, point), ground) << point.x << ' ' << point.z;
+    }
+}
+
+TEST(Picture, RunsRightAndUpAsTheWorldDoes) {
+    const Picture picture(boxRoom);
+    const PictureView plan = PictureView::fromAbove(picture.scene, SIZE, SIZE);
+    const PicturePoint corner = plan.project(plan.toViewer({0, 0, 0})), far = plan.project(plan.toViewer({8, 0, 6}));
+    EXPECT_LT(corner.x, far.x);
+    EXPECT_GT(corner.y, far.y); // +Z runs up, and rows down
+    const PictureView view = PictureView::between(picture.scene, {4, 2, 1}, {4, 2, 6}, SIZE, SIZE);
+    EXPECT_GT(view.project(view.toViewer({5, 2, 6})).x, SIZE / 2);
+    EXPECT_LT(view.project(view.toViewer({4, 3, 6})).y, SIZE / 2);
+}
+
+TEST(Picture, ShowsTheNearestFaceWhoseFrontIsSeen) {
+    const Picture block(blockRoom);
+    // From inside the room: the block's side hides the wall behind it, beside it the wall is seen.
+    const PictureView inside = PictureView::between(block.scene, {0.5, 1, 3}, {8, 1, 3}, SIZE, SIZE);
+    const I_Color side = block.at(inside, {2, 1, 3});
+    EXPECT_NE(side, PicturePalette::forView(inside).background);
+    // Both faces look along -X, so that what differs is what is in front: the block looks at the viewer as the far wall does.
+    const std::vector<SeenFace> seen = inside.look(block.scene);
+    EXPECT_EQ(std::count_if(seen.begin(), seen.end(), [](const SeenFace& f) { return f.distance > 0; }), 0);
+    // From outside one looks through the near wall at the far one.
+    const PictureView outside = PictureView::between(block.scene, {-9, 3, 4}, {8, 3, 4}, SIZE, SIZE);
+    EXPECT_EQ(block.at(outside, {8, 3, 4}), side);
+}
+
+TEST(Picture, ACutLoopKeepsItsAreaOnBothSidesTogether) {
+    // A comb of three teeth, cut across them and beside them.
+    PictureLoop comb;
+    for (const auto& [x, y] : {std::pair<double, double>{0, 0},
+                               {0, 4},
+                               {1, 4},
+                               {1, 1},
+                               {2, 1},
+                               {2, 4},
+                               {3, 4},
+                               {3, 1},
+                               {4, 1},
+                               {4, 4},
+                               {5, 4},
+                               {5, 0}})
+        comb.push_back({{x, y, 0}});
+    const auto area = [](const PictureLoop& loop) {
+        double sum = 0;
+        for (std::size_t i = 0; i < loop.size(); ++i) {
+            const Vector &a = loop[i].at, &b = loop[(i + 1) % loop.size()].at;
+            sum += (a.x * b.y - a.y * b.x) / 2;
+        }
+        return sum;
+    };
+    const auto edges = [](const PictureLoop& loop) {
+        return std::count_if(loop.begin(), loop.end(), [](const PictureCorner& c) { return c.isEdge; });
+    };
+    for (const double height : {-1.0, 0.5, 1.0, 2.5, 4.0, 5.0}) {
+        const PictureLoop above = cutLoop(comb, {0, 1, 0}, height), below = cutLoop(comb, {0, -1, 0}, -height);
+        EXPECT_DOUBLE_EQ(area(above) + area(below), area(comb)) << height;
+    }
+    EXPECT_EQ(edges(cutLoop(comb, {0, 1, 0}, 2.5)), 9); // each tooth has its tip and two sides
+}
+
+TEST(Picture, PaintsWhatHidesAfterWhatIsHidden) {
+    // Everything that the depth buffer shows in front of another face must come later in the order of painting.
+    for (CN_LevelEntityMesh* (*make)(CN_Document&) : {blockRoom, pillarRoom, lRoom, tiltedRoof}) {
+        const Picture picture(make);
+        for (const PictureView& view : {PictureView::ofScene(picture.scene, SIZE, SIZE),
+                                        PictureView::between(picture.scene, {0.5, 1, 0.5}, {8, 1, 6}, SIZE, SIZE)}) {
+            const std::vector<SeenFace> seen = view.look(picture.scene);
+            const auto expected = drawRaster(view, seen, {}, false);
+            // Painted one after the other, each over the one before, without depths.
+            std::vector<I_Color> painted(SIZE * SIZE, PicturePalette::forView(view).background);
+            for (const SeenFace& face : orderForPainting(seen)) {
+                const auto alone = drawRaster(view, {face}, {}, false);
+                for (std::size_t i = 0; i < painted.size(); ++i)
+                    if (alone->getPixels()[i] != PicturePalette::forView(view).background)
+                        painted[i] = alone->getPixels()[i];
+            }
+            std::size_t different = 0;
+            for (std::size_t i = 0; i < painted.size(); ++i)
+                different += painted[i] != expected->getPixels()[i];
+            EXPECT_LE(different, 20u); // along cuts a pixel's middle may fall to either side
+        }
+    }
+}
+
+TEST(Picture, AnSvgNamesRoomsExitsAndEntitiesOnThePlan) {
+    ShelfDocument document;
+    twoRooms(document)->setName("A<&B", false);
+    const PictureScene scene = makePictureScene(*document.accessLevel());
+    const PictureView view = PictureView::fromAbove(scene, 400, 300);
+    const std::string svg = drawSvg(view, view.look(scene), placeLabels(scene, view), true);
+    for (const char* text : {">A&#60;&#38;B</text>", ">Second</text>", ">player</text>", ">ToSecond</text>"})
+        EXPECT_NE(svg.find(text), std::string::npos) << text;
+    EXPECT_NE(svg.find("stroke=\"#009650\""), std::string::npos); // the exit's line
+}
+
+TEST(Picture, IsDrawnOfWhatHasNoExtent) {
+    for (CN_LevelEntityMesh* (*make)(CN_Document&) : {emptyMesh, unitFloor}) {
+        const Picture picture(make);
+        for (const PictureView& view :
+             {PictureView::ofScene(picture.scene, SIZE, SIZE), PictureView::fromAbove(picture.scene, SIZE, SIZE)})
+            EXPECT_EQ(drawRaster(view, view.look(picture.scene), placeLabels(picture.scene, view), true)->getWidth(),
+                      SIZE);
+    }
+}
+
+} // namespace
