@@ -187,7 +187,9 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
     }
     EXPECT_TRUE(isRefused([&] {
         I_Image image;
-        construct(image, I_Image::JPEG, F_File::readAll(std::string(CAIRN_TEST_SOURCE_DIR) + "/data/images/four_channels.jpg")); // of which nothing says what they are
+        construct(image, I_Image::JPEG,
+                  F_File::readAll(std::string(CAIRN_TEST_SOURCE_DIR) +
+                                  "/data/images/four_channels.jpg")); // of which nothing says what they are
     }));
     for (const int levels : {3, 4}) { // of a side of 4 there are 4, 2 and 1
         Bytes file = test::makeScx(4, 4, 1);
