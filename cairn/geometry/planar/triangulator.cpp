@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory_resource>
+#include <utility>
 
 namespace {
 
@@ -329,43 +330,73 @@ class Triangulation {
     /// Triangle runs to the left of its sides, so a triangle that runs along a segment lies outside, and so does what it
     /// reaches without crossing one.
     void keepInside(std::vector<int>& triangles) {
-        const int count = m_output.numberoftriangles;
-        const int* const corners = m_output.trianglelist;
         SegmentSet segments(m_points->size(), m_segments, &m_room);
         if (!addChains(segments))
             return;
-        std::pmr::vector<char> outside(static_cast<std::size_t>(count), &m_room);
+        const auto count = static_cast<std::size_t>(m_output.numberoftriangles);
+        std::pmr::vector<char> outside(count, &m_room);
         Numbers open(&m_room);
-        for (int t = 0; t < count; ++t) {
-            const int* const c = corners + 3 * std::size_t(t);
+        for (int t = 0; t < m_output.numberoftriangles; ++t) {
+            const int* const c = cornersOf(t);
             if (segments.contains(c[0], c[1]) || segments.contains(c[1], c[2]) || segments.contains(c[2], c[0])) {
                 outside[static_cast<std::size_t>(t)] = 1;
                 open.push_back(t);
             }
         }
-        if (!open.empty()) {
-            const SideTable sides(corners, count, m_points->size(), &m_room);
-            while (!open.empty()) {
-                const int* const c = corners + 3 * std::size_t(open.back());
-                open.pop_back();
-                for (int i = 0; i < 3; ++i) {
-                    const int from = c[i], to = c[i == 2 ? 0 : i + 1];
-                    if (segments.contains(from, to))
-                        continue;
-                    const int across = sides.find(to, from);
-                    if (across < 0 || outside[static_cast<std::size_t>(across)])
-                        continue;
-                    outside[static_cast<std::size_t>(across)] = 1;
-                    open.push_back(across);
-                }
-            }
-        }
-        triangles.reserve(3 * static_cast<std::size_t>(count));
-        for (int t = 0; t < count; ++t) {
-            const int* const c = corners + 3 * std::size_t(t);
+        dropSurrounded(segments, open);
+        if (!open.empty())
+            flood(segments, open, outside);
+        triangles.reserve(3 * count);
+        for (int t = 0; t < m_output.numberoftriangles; ++t) {
+            const int* const c = cornersOf(t);
             if (!outside[static_cast<std::size_t>(t)])
                 for (const int corner : {c[0], c[2], c[1]})
                     triangles.push_back(corner);
+        }
+    }
+
+    const int* cornersOf(int triangle) const { return m_output.trianglelist + 3 * static_cast<std::size_t>(triangle); }
+
+    /// Calls `visit` with the ends of each side of a triangle that is not a segment.
+    template <class Visit> void forEachOpenSide(const SegmentSet& segments, int triangle, Visit&& visit) const {
+        const int* const c = cornersOf(triangle);
+        for (int i = 0; i < 3; ++i)
+            if (const int from = c[i], to = c[i == 2 ? 0 : i + 1]; !segments.contains(from, to))
+                visit(from, to);
+    }
+
+    /// Leaves those of the triangles that may have a neighbour which is not among them: none, where each hole has no
+    /// triangle but along its edges, and then there is nothing to look up.
+    void dropSurrounded(const SegmentSet& segments, Numbers& open) {
+        using Side = std::pair<std::uint64_t, int>; // its ends in order, and the triangle
+        std::pmr::vector<Side> sides(&m_room);
+        for (const int t : open)
+            forEachOpenSide(segments, t, [&](int from, int to) {
+                sides.emplace_back(
+                    std::uint64_t(std::uint32_t(std::min(from, to))) << 32 | std::uint32_t(std::max(from, to)), t);
+            });
+        std::sort(sides.begin(), sides.end());
+        open.clear();
+        for (std::size_t i = 0; i < sides.size(); ++i) {
+            if (i + 1 < sides.size() && sides[i].first == sides[i + 1].first)
+                ++i;
+            else
+                open.push_back(sides[i].second);
+        }
+    }
+
+    void flood(const SegmentSet& segments, Numbers& open, std::pmr::vector<char>& outside) {
+        const SideTable sides(m_output.trianglelist, m_output.numberoftriangles, m_points->size(), &m_room);
+        while (!open.empty()) {
+            const int triangle = open.back();
+            open.pop_back();
+            forEachOpenSide(segments, triangle, [&](int from, int to) {
+                const int across = sides.find(to, from);
+                if (across < 0 || outside[static_cast<std::size_t>(across)])
+                    return;
+                outside[static_cast<std::size_t>(across)] = 1;
+                open.push_back(across);
+            });
         }
     }
 
