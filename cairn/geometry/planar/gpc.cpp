@@ -82,10 +82,13 @@ class Grid {
     std::unordered_map<ClipperLib::IntPoint, gpc_vertex, Hash> m_corners;
 };
 
-void addPaths(ClipperLib::Clipper& clipper, Grid& grid, const gpc_polygon& operand, ClipperLib::PolyType type) {
+/// True where one of the contours has an area.
+bool addPaths(ClipperLib::Clipper& clipper, Grid& grid, const gpc_polygon& operand, ClipperLib::PolyType type) {
+    bool any = false;
     for (int c = 0; c < operand.num_contours; ++c)
         if (operand.contour[c].num_vertices >= 3)
-            clipper.AddPath(grid.place(operand.contour[c]), type, true);
+            any |= clipper.AddPath(grid.place(operand.contour[c]), type, true);
+    return any;
 }
 
 /// The contour from its lowest corner on, the leftmost of those that are as low but for rounding, so that the start does
@@ -130,10 +133,12 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
     ClipperLib::Clipper clipper;
     // Corners on straight lines are whose business it is that reads the contours.
     clipper.PreserveCollinear(true);
-    addPaths(clipper, grid, subject, ClipperLib::ptSubject);
-    addPaths(clipper, grid, clip, ClipperLib::ptClip);
+    bool any = addPaths(clipper, grid, subject, ClipperLib::ptSubject);
+    any |= addPaths(clipper, grid, clip, ClipperLib::ptClip);
     ClipperLib::PolyTree tree;
-    clipper.Execute(typeOf(operation), tree, ClipperLib::pftEvenOdd, ClipperLib::pftEvenOdd);
+    // It fails for nothing to clip, too.
+    if (!clipper.Execute(typeOf(operation), tree, ClipperLib::pftEvenOdd, ClipperLib::pftEvenOdd) && any)
+        throw new F_Exception("Two areas cannot be clipped");
     for (const ClipperLib::PolyNode* node = tree.GetFirst(); node; node = node->GetNext()) {
         Result result{{}, node->IsHole()};
         for (const ClipperLib::IntPoint& point : node->Contour)

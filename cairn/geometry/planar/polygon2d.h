@@ -182,6 +182,8 @@ class CN_2DPolygon {
     void hangHoles();
     void takeEdgesOfLassos();
     void removeRedundantVertices();
+    void removeRedundantCorners(LassoContainer& lasso);
+    void makeTriangles();
 
     std::vector<Point> m_vertices;      ///< no two nearer than the tolerance
     mutable std::vector<Links> m_links; ///< by the vertex they start at: made when first asked for, then kept in step

@@ -98,8 +98,9 @@ void CN_2DPolygon::connectLassos2() {
 
 /// Removes what is redundant from all loops, and loops without edges; the edges are those of the loops afterwards.
 void CN_2DPolygon::removeRedundantVertices() {
+    referenceVertices();
     for (LassoContainer& lasso : m_lassos)
-        deleteRedundantVertices(lasso);
+        removeRedundantCorners(lasso);
     for (LassoContainer& lasso : m_lassos)
         if (lasso.edges.empty())
             m_lassos.remove(&lasso);
@@ -120,6 +121,11 @@ void CN_2DPolygon::takeEdgesOfLassos() {
 
 void CN_2DPolygon::deleteRedundantVertices(LassoContainer& lasso) {
     referenceVertices();
+    removeRedundantCorners(lasso);
+}
+
+/// With the degrees as they are, which it keeps.
+void CN_2DPolygon::removeRedundantCorners(LassoContainer& lasso) {
     std::vector<int> loop; // where the edges start
     for (const CN_2DEdge& edge : lasso.edges)
         loop.push_back(edge.index(0));

@@ -1,3 +1,4 @@
+#include "cairn/foundation/exception.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "cairn/geometry/planar/triangulator.h"
 
@@ -21,6 +22,11 @@ int CN_2DPolygon::isClockwise() const {
 }
 
 int CN_2DPolygon::triangulate() {
+    F_withFoundationExceptions([this] { makeTriangles(); });
+    return 1;
+}
+
+void CN_2DPolygon::makeTriangles() {
     m_triangles.clear();
     // Vertices in use, in order, get the numbers from 0.
     std::vector<int> number(m_vertices.size(), -1), vertex;
@@ -46,7 +52,6 @@ int CN_2DPolygon::triangulate() {
     for (int& corner : m_triangles)
         corner = vertex[static_cast<std::size_t>(corner)];
     m_numTriangles = static_cast<int>(m_triangles.size() / 3);
-    return 1;
 }
 
 } // namespace cairn

@@ -67,6 +67,8 @@ class Call {
         block->next->prev = m_blocks.next = block;
         return block + 1;
     }
+    /// True where what the library took came from here.
+    bool hasTaken() const { return m_blocks.next != &m_blocks; }
     void give(void* room) { release(static_cast<Block*>(room) - 1); }
 
   private:
@@ -300,6 +302,8 @@ class Triangulation {
         input.numberofsegments = static_cast<int>(m_segments.size());
         switch (m_call.run(input, m_output)) {
         case FINISHED:
+            if (!m_call.hasTaken()) // its output stands somewhere else
+                throw new F_Exception("Triangle is linked in a way that it could end the process");
             break;
         case OUT_OF_MEMORY:
             throw new F_MemoryException_Allocation;
