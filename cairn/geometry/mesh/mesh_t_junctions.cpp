@@ -207,6 +207,7 @@ void CN_Polygon::createVerticesInTJunctions(double tolerance, bool useBoundingBo
     corners.addReached(*this, tolerance, useBoundingBoxes);
     if (!EdgeCutter(*this, tolerance, useBoundingBoxes, corners).cutAll())
         return;
+    mesh.setGeometryDirty(); // whatever the triangulation says
     mesh.handleOwnHierarchy();
     triangulize(true);
     calculateUVCoordinates();

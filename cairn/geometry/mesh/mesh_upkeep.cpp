@@ -8,12 +8,17 @@ void CN_Mesh::triangulizeAll(bool convexify) {
 }
 
 void CN_Mesh::flipFaces() {
+    // All are turned before one is triangulated, which may throw.
     for (CN_Polygon& polygon : m_polygonList)
-        polygon.flip(true);
+        polygon.flip(false);
     handleOwnHierarchy();
     invalidateObject(true);
     m_facesFlipped = !m_facesFlipped;
     setGeometryDirty();
+    for (CN_Polygon& polygon : m_polygonList) {
+        polygon.accessTriangleList().clear();
+        polygon.triangulize(true);
+    }
 }
 
 } // namespace cairn

@@ -126,7 +126,13 @@ void CN_Polygon::dump() const {
     for (const CN_Edge& edge : m_edgeList)
         writeEdge(edge, edge.getWorld(0), edge.getWorld(1), 6);
     F_System::verbose("Member of %d groups:\n", static_cast<int>(m_groups.size()));
-    for (CN_LevelEntityPolygonGroup* const group : m_groups)
+    // In the order in which they were made, not in that of their addresses; those that have died at the end.
+    std::vector<CN_LevelEntityPolygonGroup*> groups(m_groups.begin(), m_groups.end());
+    const auto ageOf = [](const CN_LevelEntityPolygonGroup* group) {
+        return CN_LevelEntity::isAlive(group) ? group->getProcessNumber() : std::numeric_limits<std::uint32_t>::max();
+    };
+    std::stable_sort(groups.begin(), groups.end(), [&](const auto* a, const auto* b) { return ageOf(a) < ageOf(b); });
+    for (CN_LevelEntityPolygonGroup* const group : groups)
         F_System::verbose("%08X (%s)\n", static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(group)),
                           CN_LevelEntity::isAlive(group) ? group->getName().str().c_str() : "INVALID");
     F_System::verbose("--------\n");
