@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <limits>
+#include <vector>
 
 namespace cairn {
 
