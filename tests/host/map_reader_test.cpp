@@ -46,8 +46,9 @@ TEST(MapReader, CountsBrushesOfEveryForm) {
     const std::string patch = "{ patchDef2 { common/caulk ( 3 3 0 0 0 ) ( ( ( 0 0 0 0 0 ) ( 1 1 1 1 1 ) ) ) } }\n";
     const std::string named =
         "(0 0 0)(1 0 0)(0 1 0) {fence 0 0 0 1 1 5 6 7\n( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) \"a b\" 0 0 0 1 +1";
-    const MapFile map = readMap("\xEF\xBB\xBF{\n\"classname\" \"worldspawn\"\n{" + FACE + VALVE_FACE + "}\n{" + named +
-                                "}" + patch + "}\n{" + FACE + "}\n" + patch);
+    const std::string text = "\xEF\xBB\xBF{\n\"classname\" \"worldspawn\"\n{" + FACE + VALVE_FACE + "}\n{" + named +
+                             "}" + patch + "}\n{" + FACE + "}\n" + patch;
+    const MapFile map = readMap(text);
     ASSERT_EQ(map.entities.size(), 1u);
     const MapBrushCounts& counts = map.entities[0].counts;
     EXPECT_EQ(counts.brushes, 2u);
