@@ -11,7 +11,8 @@ namespace cairn::host {
 namespace {
 
 constexpr int LONGEST = 24; ///< characters of a name
-constexpr I_Color ROOM_COLOR(20, 20, 24);
+/// Dots alone have the colours of what they stand for: pale ones make no readable text.
+constexpr I_Color TEXT_COLOR(20, 20, 24);
 constexpr int DOT_SPACE = 5; ///< pixels from the middle of a dot to its name
 
 /// Which cells of the picture, each as large as a character, have one.
@@ -57,7 +58,7 @@ PictureLabels placeLabels(const PictureScene& scene, const PictureView& view) {
             const int left = static_cast<int>(std::floor(at.x)) + (isRoom ? -length * LabelFont::WIDTH / 2 : DOT_SPACE);
             const int top = static_cast<int>(std::floor(at.y)) - LabelFont::HEIGHT / 2;
             if (taken.take(left, top, length))
-                placed.labels.push_back({left, top, text, isRoom ? ROOM_COLOR : mark.color});
+                placed.labels.push_back({left, top, text, TEXT_COLOR});
             else
                 ++placed.leftOut;
         }

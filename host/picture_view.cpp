@@ -15,7 +15,7 @@ constexpr double HALF_VIEW = 0.55;      // tangent of half the angle of view acr
 constexpr double NEAR = 1e-5;           // nothing nearer is drawn
 constexpr double MARGIN = 1.02;         // faces are cut a little outside of the picture, where the cuts don't show
 constexpr double PLAN_FILL = 0.9;       // of the picture, by a level from above
-constexpr double AMBIENT = 0.4;         // what the light leaves to a face that looks away from it
+constexpr double AMBIENT = 0.5;         // what the light leaves to a face that looks away from it
 const Vector TO_LIGHT(0.4, 0.8, -0.45); // not along an axis, so that the six sides of a room differ
 
 /// What holds of places on one side of a plane: normal times place is at least `distance`.
@@ -83,13 +83,21 @@ PictureView PictureView::ofScene(const PictureScene& scene, int width, int heigh
     view.turnTo(Vector(0.5, -0.75, 0.8).normalized());
     const double spanX = width / (2 * view.m_focus), spanY = height / (2 * view.m_focus);
     const E_BBox<double>& box = scene.box;
-    double away = 1;
+    // How far back the picture's four sides want the viewer, who stands half-way between what opposite sides want.
+    double right = 0, left = 0, up = 0, down = 0;
     for (int i = 0; i < 8; ++i) {
         const Vector corner =
             view.toViewer({i & 1 ? box.maxX : box.minX, i & 2 ? box.maxY : box.minY, i & 4 ? box.maxZ : box.minZ});
-        away = std::max({away, std::abs(corner.x) / spanX - corner.z, std::abs(corner.y) / spanY - corner.z});
+        const double x = corner.x / spanX, y = corner.y / spanY;
+        right = i == 0 ? x - corner.z : std::max(right, x - corner.z);
+        left = i == 0 ? -x - corner.z : std::max(left, -x - corner.z);
+        up = i == 0 ? y - corner.z : std::max(up, y - corner.z);
+        down = i == 0 ? -y - corner.z : std::max(down, -y - corner.z);
     }
-    view.m_eye += view.m_forward * (-1.03 * away);
+    constexpr double SPACE = 1.05; // for a rim, and 1 where the level is a point
+    const double away = std::max({(right + left) / 2, (up + down) / 2, 1.0}) * SPACE;
+    view.m_eye +=
+        view.m_right * ((right - left) / 2 * spanX) + view.m_up * ((up - down) / 2 * spanY) - view.m_forward * away;
     return view;
 }
 
