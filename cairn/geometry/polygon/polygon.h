@@ -189,14 +189,12 @@ class CN_Polygon {
     /// A boundary that runs the wrong way round in the plane of texture space 0 is turned by `flipVertexOrder` first, with
     /// a message unless the polygon has no number. One that encloses nothing or crosses itself gives a message, a dump to
     /// the log and no triangles. Nothing happens without edges and corners. Texture coordinates are gone afterwards. Throws
-    /// `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane, and from `convexify`.
+    /// `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane.
     void triangulize(bool convexify);
     /// True if a triangulation of the boundary as it stands, without a turn, has triangles. Changes nothing.
     bool canTriangulize() const;
     /// Merges the pieces of the triangulation into convex ones: always the first pair in list order that forms a convex
     /// region, which becomes a piece at the end, until none does. The n-gons go. Coordinates of merged pieces are zero.
-    /// Throws `M_PlanarSpace3Exception_Singular` as `getSpace` does, where there are two pieces or more, which stay then.
-    /// Cost: the product of the corners of two pieces for each merge.
     void convexify();
     /// The sum of the pieces' areas.
     double calcArea() const;
