@@ -4,6 +4,8 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
 #include "host/brush_solid.h"
+#include "host/console.h"
+#include "host/level_session.h"
 #include "host/map_import.h"
 
 #include <fmt/format.h>
@@ -80,7 +82,8 @@ template <class Visit> void forEachMesh(CN_Document& document, Visit&& visit) {
 
 std::size_t countPolygons(CN_Document& document) {
     std::size_t count = 0;
-    forEachMesh(document, [&](CN_LevelEntityMesh& mesh) { count += mesh.getPolygonList().count(); });
+    forEachMesh(document,
+                [&](CN_LevelEntityMesh& mesh) { count += static_cast<std::size_t>(mesh.getPolygonList().count()); });
     return count;
 }
 
@@ -138,6 +141,8 @@ void addScenes(bench::Report& report, const std::string& scene, const std::strin
 } // namespace cairn
 
 int main(int argc, char** argv) {
+    const cairn::host::Console console;
+    const cairn::host::LevelSession session(console, ""); // items and monsters need a content database
     cairn::bench::Report report("import");
     for (const int n : cairn::bench::sizes({35, 350, 3500}, 350))
         cairn::addScenes(report, "grid", cairn::gridText(n));
