@@ -105,7 +105,11 @@ CN_Texture& ImportMaterials::addTexture(const std::string& name, int format, con
     CN_TextureList& list = m_document.accessTextures();
     CN_Texture* texture = list.addNew();
     try {
-        texture->setName(name.c_str());
+        // A NUL would end the name, and one that begins with it would be none.
+        std::string plain = name;
+        std::replace_if(
+            plain.begin(), plain.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '_');
+        texture->setName(plain.c_str());
         list.setUniqueName(texture);
         texture->setSourceFormat(static_cast<I_Image::Format>(format));
         auto copy = std::make_unique<unsigned char[]>(std::max<std::size_t>(bytes.size(), 1));
