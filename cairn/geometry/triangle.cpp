@@ -25,6 +25,12 @@ const CN_Vertex& cornerOf(const CN_Triangle& triangle, int i) {
     return mesh.getVertexList()[corners[static_cast<std::size_t>(i)]];
 }
 
+/// The first place of a vertex among the corners, or -1.
+int placeOf(const std::vector<int>& corners, int vertex) {
+    const auto it = std::find(corners.begin(), corners.end(), vertex);
+    return it == corners.end() ? -1 : static_cast<int>(it - corners.begin());
+}
+
 } // namespace
 
 const CN_Triangle::Vector& CN_Triangle::getNormal() const { return requireParent(*this).getWorldNormal(); }
@@ -33,10 +39,7 @@ const CN_Triangle::Vector& CN_Triangle::getVertex(int i) const { return cornerOf
 
 const CN_Triangle::Vector& CN_Triangle::getVertexLocal(int i) const { return cornerOf(*this, i).local; }
 
-int CN_Triangle::hasVertex(int index) const {
-    const auto it = std::find(m_vertices.begin(), m_vertices.end(), index);
-    return it == m_vertices.end() ? -1 : static_cast<int>(it - m_vertices.begin());
-}
+int CN_Triangle::hasVertex(int index) const { return placeOf(m_vertices, index); }
 
 // Detail coordinates are made anew with the others and not turned.
 void CN_Triangle::flip() {
@@ -82,37 +85,19 @@ bool CN_Triangle::formsConvexRegion(const CN_Triangle& other) const {
 }
 
 void CN_Triangle::unify(const CN_Triangle& a, const CN_Triangle& b) {
-    const std::vector<int>* current = &a.m_vertices;
-    const std::vector<int>* rest = &b.m_vertices;
-    const auto isOutside = [rest](int index) { return std::find(rest->begin(), rest->end(), index) == rest->end(); };
-    auto at = std::find_if(current->begin(), current->end(), isOutside);
+    bool isContained = false;
+    const std::vector<CN_OutlinePlace> places = CN_uniteOutlines(
+        a.m_vertices, b.m_vertices, [&a](int vertex) { return placeOf(a.m_vertices, vertex); },
+        [&b](int vertex) { return placeOf(b.m_vertices, vertex); }, isContained);
     m_parent = a.m_parent;
-    if (at == current->end()) {
-        const CN_Mesh* const mesh = m_parent ? m_parent->getParent() : nullptr;
-        if (mesh && CN_Document::isAlive(mesh->getDocument()))
-            mesh->getDocument()->showMessage(
-                2, formatText("Two identical triangles found in %s", toString(mesh->getQualifiedName()).c_str()));
-        if (current->empty())
-            return;
-        --at;
-    }
-
-    // Round the outline, changing over at every corner that both have. Sound pieces come back to the start before each corner
-    // was seen.
+    const CN_Mesh* const mesh = m_parent ? m_parent->getParent() : nullptr;
+    if (isContained && mesh && CN_Document::isAlive(mesh->getDocument()))
+        mesh->getDocument()->showMessage(
+            2, formatText("Two identical triangles found in %s", toString(mesh->getQualifiedName()).c_str()));
     std::vector<int> outline;
-    const int start = *at;
-    for (std::size_t steps = current->size() + rest->size(); steps > 0; --steps) {
-        const auto there = std::find(rest->begin(), rest->end(), *at);
-        if (there != rest->end()) {
-            std::swap(current, rest);
-            at = there;
-        }
-        outline.push_back(*at);
-        if (++at == current->end())
-            at = current->begin();
-        if (*at == start)
-            break;
-    }
+    outline.reserve(places.size());
+    for (const CN_OutlinePlace& place : places)
+        outline.push_back((place.isOfFirst ? a : b).m_vertices[place.corner]);
     m_uv.assign(outline.size(), {});
     m_lightmapUV.assign(outline.size(), {});
     m_vertices = std::move(outline);

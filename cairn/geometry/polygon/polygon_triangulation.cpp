@@ -7,11 +7,14 @@
 #include <queue>
 #include <tuple>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace cairn {
 
 namespace {
+
+using Vector = M_Vector3Template<double>;
 
 constexpr double SNAP_TOLERANCE = 1e-5; // corners nearer than this are one for the planar polygon
 
@@ -19,17 +22,17 @@ constexpr double SNAP_TOLERANCE = 1e-5; // corners nearer than this are one for 
 ///
 /// The rule is a walk that starts anew after every merge: the first piece T in list order, with the first other piece U that
 /// fits it. A pair that was refused is refused for ever, as pieces never change. So the pairs that share an edge are kept in
-/// the order in which that walk meets them, and each is tried once.
+/// the order in which that walk meets them, and each is tried once. Edges keep their identity and what lies across them when
+/// pieces merge. Corners are numbered within the polygon.
 class ConvexMerge {
   public:
-    ConvexMerge(CN_Polygon& polygon, CN_Polygon::TriangleList& list)
-        : m_polygon(polygon), m_list(list), m_space(polygon.getSpace()) {}
+    ConvexMerge(CN_Polygon& polygon, CN_Polygon::TriangleList& list) : m_polygon(polygon), m_list(list) {}
 
     void run() {
+        const CN_Polygon::PlanarSpace space = m_polygon.getSpace();
         for (CN_Triangle& triangle : m_list)
-            m_pieces.push_back({&triangle, triangle.area()});
-        for (int piece = 0; piece < static_cast<int>(m_pieces.size()); ++piece)
-            addSides(piece);
+            addTriangle(triangle, space);
+        findOpposites();
         for (int piece = 0; piece < static_cast<int>(m_pieces.size()); ++piece)
             addPairs(piece, false);
         Pair last{-1, -1, 0};
@@ -42,12 +45,15 @@ class ConvexMerge {
             if (isNew && fits(pair))
                 merge(pair);
         }
+        writeBack();
     }
 
   private:
     struct Piece {
-        CN_Triangle* triangle; ///< in the list; null once it is part of another
-        double area;
+        CN_Triangle* triangle = nullptr; ///< in the list; null for one that was merged
+        std::vector<int> corners, sides; ///< a side begins at each corner
+        double area = 0;
+        bool isGone = false; ///< part of another
     };
     /// Two pieces by number, which is their order in the list, and the first one's corner where an edge they share begins.
     struct Pair {
@@ -56,81 +62,158 @@ class ConvexMerge {
             return std::tie(piece, other, corner) > std::tie(b.piece, b.other, b.corner);
         }
     };
-    /// An edge of a piece, by its first corner.
+    /// An edge of a piece.
     struct Side {
-        int piece, corner;
+        int piece, corner; ///< where it is now
+        int opposite;      ///< the first side that runs back along it, -1 for none
+        int next;          ///< another one between the same corners, -1 for none
+        std::uint64_t key; ///< the corners it runs between
     };
 
     static std::uint64_t keyOf(int from, int to) {
         return std::uint64_t{static_cast<std::uint32_t>(from)} << 32 | static_cast<std::uint32_t>(to);
     }
-    const std::vector<int>& cornersOf(int piece) const {
-        return m_pieces[static_cast<std::size_t>(piece)].triangle->getVertices();
-    }
-    bool isGone(int piece) const { return !m_pieces[static_cast<std::size_t>(piece)].triangle; }
+    Piece& pieceAt(int number) { return m_pieces[static_cast<std::size_t>(number)]; }
+    Side& sideAt(int number) { return m_sides[static_cast<std::size_t>(number)]; }
 
-    template <class Visit> void forEachSide(int piece, Visit&& visit) const {
-        const std::vector<int>& corners = cornersOf(piece);
-        for (std::size_t i = 0; i < corners.size(); ++i)
-            visit(static_cast<int>(i), corners[i], corners[(i + 1) % corners.size()]);
-    }
-    void addSides(int piece) {
-        forEachSide(piece, [&](int corner, int from, int to) {
-            m_sides.emplace(keyOf(from, to), Side{piece, corner});
-        });
-    }
-    /// The pairs of a piece with its neighbours; with `bothWays` theirs with it, too.
-    void addPairs(int piece, bool bothWays) {
-        forEachSide(piece, [&](int corner, int from, int to) {
-            const auto [first, end] = m_sides.equal_range(keyOf(to, from));
-            for (auto it = first; it != end; ++it) {
-                const Side& side = it->second;
-                if (side.piece == piece || isGone(side.piece))
-                    continue;
-                m_pairs.push({piece, side.piece, corner});
-                if (bothWays)
-                    m_pairs.push({side.piece, piece, side.corner});
+    void addTriangle(CN_Triangle& triangle, const CN_Polygon::PlanarSpace& space) {
+        const int number = static_cast<int>(m_pieces.size());
+        Piece& piece = m_pieces.emplace_back();
+        piece.triangle = &triangle;
+        for (const int vertex : triangle.getVertices()) {
+            const auto [entry, isNew] = m_numberOf.try_emplace(vertex, static_cast<int>(m_vertices.size()));
+            if (isNew) {
+                const Vector& place = m_polygon.getParent()->getVertexList()[vertex].local;
+                m_vertices.push_back(vertex);
+                m_places.push_back(place);
+                m_points.push_back(space.toUV(place));
             }
-        });
+            piece.corners.push_back(entry->second);
+        }
+        for (std::size_t i = 0; i < piece.corners.size(); ++i) {
+            const int from = piece.corners[i], to = piece.corners[(i + 1) % piece.corners.size()];
+            piece.sides.push_back(static_cast<int>(m_sides.size()));
+            m_sides.push_back({number, static_cast<int>(i), -1, -1, keyOf(from, to)});
+        }
+        piece.area = areaOf(piece.corners);
+    }
+
+    void findOpposites() {
+        std::unordered_map<std::uint64_t, int> firstOf;
+        firstOf.reserve(m_sides.size());
+        for (int i = 0; i < static_cast<int>(m_sides.size()); ++i) {
+            const auto [entry, isNew] = firstOf.try_emplace(sideAt(i).key, i);
+            if (!isNew)
+                sideAt(i).next = std::exchange(entry->second, i);
+        }
+        for (Side& side : m_sides)
+            if (const auto found = firstOf.find(side.key << 32 | side.key >> 32); found != firstOf.end())
+                side.opposite = found->second;
+    }
+
+    /// The pairs of a piece with its neighbours; with `bothWays` theirs with it, too.
+    void addPairs(int number, bool bothWays) {
+        for (const int own : pieceAt(number).sides)
+            for (int other = sideAt(own).opposite; other >= 0; other = sideAt(other).next) {
+                const Side& side = sideAt(other);
+                if (side.piece == number)
+                    continue;
+                m_pairs.push({number, side.piece, sideAt(own).corner});
+                if (bothWays)
+                    m_pairs.push({side.piece, number, side.corner});
+            }
     }
 
     // The sum of areas keeps pieces without any apart.
     bool fits(const Pair& pair) {
-        if (isGone(pair.piece) || isGone(pair.other))
-            return false;
-        const auto areaOf = [this](int piece) { return m_pieces[static_cast<std::size_t>(piece)].area; };
-        return areaOf(pair.piece) + areaOf(pair.other) > 0 &&
-               CN_formsConvexRegion(cornersOf(pair.piece), cornersOf(pair.other), pair.corner,
-                                    [this](int index) { return pointOf(index); });
+        const Piece &piece = pieceAt(pair.piece), &other = pieceAt(pair.other);
+        return !piece.isGone && !other.isGone && piece.area + other.area > 0 &&
+               CN_formsConvexRegion(piece.corners, other.corners, pair.corner,
+                                    [this](int corner) { return m_points[static_cast<std::size_t>(corner)]; });
     }
-    const M_Vector2Template<double>& pointOf(int index) {
-        const auto [point, isNew] = m_points.try_emplace(index);
-        if (isNew)
-            point->second = m_space.toUV(m_polygon.getParent()->getVertexList()[index].local);
-        return point->second;
+    /// As `CN_Triangle::area` has it.
+    double areaOf(const std::vector<int>& corners) const {
+        const auto place = [&](std::size_t i) { return m_places[static_cast<std::size_t>(corners[i])]; };
+        double sum = 0;
+        for (std::size_t i = 2; i < corners.size(); ++i)
+            sum += (place(i - 1) - place(0)).cross(place(i) - place(0)).length();
+        return sum / 2;
     }
 
     void merge(const Pair& pair) {
-        CN_Triangle& made = m_list.emplace();
-        made.setParent(&m_polygon);
-        CN_Triangle*& a = m_pieces[static_cast<std::size_t>(pair.piece)].triangle;
-        CN_Triangle*& b = m_pieces[static_cast<std::size_t>(pair.other)].triangle;
-        made.unify(*a, *b);
-        m_list.remove(a);
-        m_list.remove(b);
-        a = b = nullptr;
         const int number = static_cast<int>(m_pieces.size());
-        m_pieces.push_back({&made, made.area()});
-        addSides(number);
+        m_pieces.emplace_back();
+        Piece &made = m_pieces.back(), &a = pieceAt(pair.piece), &b = pieceAt(pair.other);
+        enter(a.corners, m_placeInA);
+        enter(b.corners, m_placeInB);
+        const auto find = [](const std::vector<int>& placeIn) {
+            return [&placeIn](int corner) { return placeIn[static_cast<std::size_t>(corner)]; };
+        };
+        bool isContained = false;
+        for (const CN_OutlinePlace& at :
+             CN_uniteOutlines(a.corners, b.corners, find(m_placeInA), find(m_placeInB), isContained)) {
+            const Piece& source = at.isOfFirst ? a : b;
+            Side& side = sideAt(source.sides[at.corner]);
+            side.piece = number;
+            side.corner = static_cast<int>(made.corners.size());
+            made.corners.push_back(source.corners[at.corner]);
+            made.sides.push_back(source.sides[at.corner]);
+        }
+        leave(a.corners, m_placeInA);
+        leave(b.corners, m_placeInB);
+        if (isContained)
+            tellOfContained(a, b);
+        made.area = areaOf(made.corners);
+        for (Piece* const gone : {&a, &b}) {
+            gone->isGone = true;
+            if (gone->triangle)
+                m_list.remove(std::exchange(gone->triangle, nullptr));
+            gone->corners = gone->sides = {};
+        }
         addPairs(number, true);
+    }
+    void enter(const std::vector<int>& corners, std::vector<int>& placeIn) const {
+        placeIn.resize(m_vertices.size(), -1);
+        for (std::size_t i = corners.size(); i-- > 0;)
+            placeIn[static_cast<std::size_t>(corners[i])] = static_cast<int>(i);
+    }
+    static void leave(const std::vector<int>& corners, std::vector<int>& placeIn) {
+        for (const int corner : corners)
+            placeIn[static_cast<std::size_t>(corner)] = -1;
+    }
+    /// Lets the triangles tell what they tell when they are made one.
+    void tellOfContained(const Piece& a, const Piece& b) const {
+        CN_Triangle first, second, made;
+        setVertices(first, a);
+        setVertices(second, b);
+        made.unify(first, second);
+    }
+    void setVertices(CN_Triangle& triangle, const Piece& piece) const {
+        triangle.setParent(&m_polygon);
+        for (const int corner : piece.corners)
+            triangle.accessVertices().push_back(m_vertices[static_cast<std::size_t>(corner)]);
+    }
+
+    void writeBack() {
+        for (const Piece& piece : m_pieces) {
+            if (piece.isGone || piece.triangle)
+                continue;
+            CN_Triangle& made = m_list.emplace();
+            setVertices(made, piece);
+            made.accessUV().resize(piece.corners.size());
+            made.accessLightmapUV().resize(piece.corners.size());
+        }
     }
 
     CN_Polygon& m_polygon;
     CN_Polygon::TriangleList& m_list;
-    CN_Polygon::PlanarSpace m_space;
-    std::vector<Piece> m_pieces;                                          ///< by number
-    std::unordered_multimap<std::uint64_t, Side> m_sides;                 ///< by the vertices they run between
-    std::unordered_map<int, M_Vector2Template<double>> m_points;          ///< of vertices, in the polygon's plane
+    std::unordered_map<int, int> m_numberOf;         ///< of mesh vertices: their numbers here
+    std::vector<int> m_vertices;                     ///< the mesh vertices, by number
+    std::vector<Vector> m_places;                    ///< in the mesh's space, by number
+    std::vector<M_Vector2Template<double>> m_points; ///< in the polygon's plane, by number
+    std::vector<Piece> m_pieces;                     ///< by number
+    std::vector<Side> m_sides;                       ///< of the triangles, in the order of their corners
+    std::vector<int> m_placeInA, m_placeInB;         ///< of the corners of two pieces that merge, -1 for others
     std::priority_queue<Pair, std::vector<Pair>, std::greater<>> m_pairs; ///< not tried yet
 };
 
