@@ -11,13 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        c = asciiLower(c);
-    return result;
-}
-
 /// With "/" between folders and none at the ends.
 std::string withSlashes(std::string_view name) {
     std::string path(name);
@@ -82,7 +75,7 @@ ImportImages::ImportImages(const fs::path& folder) {
     list(m_folder, "", 0);
     std::sort(m_files.begin(), m_files.end());
     for (std::size_t i = 0; i < m_files.size(); ++i)
-        m_byName[lowered(withoutImageEnding(lastPart(m_files[i])))].push_back(i);
+        m_byName[asciiLowered(withoutImageEnding(lastPart(m_files[i])))].push_back(i);
 }
 
 ImportImages ImportImages::withoutSearch(const fs::path& folder) {
@@ -113,7 +106,7 @@ std::optional<fs::path> ImportImages::find(std::string_view name) const {
     if (isImage(name))
         if (auto file = fileInside(m_folder, name))
             return file;
-    const std::string wanted = lowered(withSlashes(name));
+    const std::string wanted = asciiLowered(withSlashes(name));
     const std::string bare(withoutImageEnding(wanted));
     const std::vector<std::size_t>* candidates = nullptr;
     // A name may end like an image's and mean "name.tga.png"; the whole of it counts first.
@@ -125,7 +118,7 @@ std::optional<fs::path> ImportImages::find(std::string_view name) const {
     std::size_t best = 0;
     int most = -1;
     for (const std::size_t i : *candidates) {
-        const std::string file = lowered(m_files[i]);
+        const std::string file = asciiLowered(m_files[i]);
         // A match of the ending, too, is better than one without, but folders count more.
         const int common = 2 * commonParts(withoutImageEnding(file), bare) + (lastPart(file) == lastPart(wanted));
         if (common > most) {

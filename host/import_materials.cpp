@@ -18,13 +18,6 @@ namespace cairn::host {
 
 namespace {
 
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        c = asciiLower(c);
-    return result;
-}
-
 /// A number of a name that is the same everywhere (FNV-1a, 32 bits).
 std::uint32_t numberOf(std::string_view name) {
     std::uint32_t hash = 2166136261u;
@@ -58,7 +51,7 @@ ImportMaterials::ImportMaterials(CN_Document& document, std::string category, do
       m_scale(static_cast<int>(std::clamp(std::round(scale), 1.0, 1e6))), m_images(images) {}
 
 CN_Material& ImportMaterials::get(std::string_view name, std::string_view image) {
-    CN_Material*& material = m_materials[lowered(name)];
+    CN_Material*& material = m_materials[asciiLowered(name)];
     if (material)
         return *material;
     CN_Texture* texture = nullptr;
