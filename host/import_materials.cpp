@@ -51,7 +51,7 @@ ImportMaterials::ImportMaterials(CN_Document& document, std::string category, do
       m_scale(static_cast<int>(std::clamp(std::round(scale), 1.0, 1e6))), m_images(images) {}
 
 CN_Material& ImportMaterials::get(std::string_view name, std::string_view image) {
-    CN_Material*& material = m_materials[asciiLowered(name)];
+    CN_Material*& material = m_materials[{asciiLowered(name), std::string(image)}];
     if (material)
         return *material;
     CN_Texture* texture = nullptr;
@@ -69,6 +69,7 @@ CN_Material& ImportMaterials::get(std::string_view name, std::string_view image)
     if (!material)
         throw new F_Exception("A material cannot be made");
     material->setName(CString(string(name)));
+    m_category->setUniqueName(material, false);
     return *material;
 }
 

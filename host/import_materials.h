@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace cairn {
 class CN_Document;
@@ -33,8 +34,9 @@ class ImportMaterials {
     /// sizes the texture. `images` must outlive this.
     ImportMaterials(CN_Document& document, std::string category, double scale, const ImportImages& images);
 
-    /// The material of that name without regard to case. `image` names its image file, the material's own name where it is
-    /// empty. Valid as long as the document keeps it.
+    /// The material of that name and image, the name without regard to case: names of a level's materials differ by more. One
+    /// whose name another has with another image gets a number ahead. `image` names the image file, the material's own name
+    /// where it is empty. Valid as long as the document keeps it.
     CN_Material& get(std::string_view name, std::string_view image = {});
     const Counts& getCounts() const { return m_counts; }
 
@@ -47,9 +49,10 @@ class ImportMaterials {
     std::string m_categoryName;
     int m_scale;
     const ImportImages& m_images;
-    CN_MaterialsCategory* m_category = nullptr;      ///< not owned; null before the first material
-    std::map<std::string, CN_Material*> m_materials; ///< not owned, by name in small letters
-    std::map<std::string, CN_Texture*> m_textures;   ///< not owned: by file
+    CN_MaterialsCategory* m_category = nullptr; ///< not owned; null before the first material
+    /// Not owned, by name in small letters and image.
+    std::map<std::pair<std::string, std::string>, CN_Material*> m_materials;
+    std::map<std::string, CN_Texture*> m_textures; ///< not owned: by file
     Counts m_counts;
 };
 

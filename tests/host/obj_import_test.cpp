@@ -2,6 +2,7 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/foundation/exception.h"
+#include "cairn/foundation/memory_file.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/materials/material.h"
 #include "host/level_session.h"
@@ -14,6 +15,7 @@
 
 using namespace cairn;
 using namespace cairn::host;
+using namespace std::string_literals;
 
 namespace {
 
@@ -21,11 +23,11 @@ using Vector = M_Vector3Template<double>;
 
 class ObjImport : public testing::Test {
   protected:
-    ObjImportSummary import(const std::string& text, double scale = 1) {
+    ObjImportSummary import(const std::string& text, double scale = 1, const ObjImages& images = {}) {
         m_document->createCairnLevelEntities();
         ImportMaterials materials(*m_document, "shapes", 1, m_images);
         m_text = text;
-        return importObj(readObj(m_text), {}, "shapes", scale, materials, *m_document);
+        return importObj(readObj(m_text), images, "shapes", scale, materials, *m_document);
     }
     CN_LevelEntityMesh& mesh(const char* name) {
         return dynamic_cast<CN_LevelEntityMesh&>(*m_document->accessLevel()->hasChildNamed(name));
@@ -91,6 +93,19 @@ TEST_F(ObjImport, MakesAMeshOfEachObjectAndGroup) {
     EXPECT_EQ(mesh("other").getVertexList().count(), 3u);
     EXPECT_EQ(m_document->getMaterials().numMaterials(), 1);
     EXPECT_EQ(m_document->getMaterials().find("shapes", "red")->getUseCount(), 5);
+}
+
+TEST_F(ObjImport, KeepsMaterialsApartThatTheLevelCouldNot) {
+    const std::string faces =
+        "v 0 0 0\nv 1 0 0\nv 1 1 0\nusemtl wood\nf 1 2 3\nusemtl Wood\nf 1 2 3\nusemtl WOOD\nf 1 2 3\n";
+    import(faces, 1, {{"wood", "a.tga"}, {"Wood", "b.tga"}, { "WOOD", "a.tga" }});
+    EXPECT_EQ(m_document->getMaterials().find("shapes", "wood")->getUseCount(), 2);
+    EXPECT_EQ(m_document->getMaterials().find("shapes", "[1]Wood")->getUseCount(), 1);
+
+    import("v 0 0 0\nv 1 0 0\nv 1 1 0\nusemtl \0two\nf 1 2 3\n"s);
+    F_MemoryFile file;
+    m_document->save(file); // which refuses textures without a name
+    EXPECT_NE(m_document->getTextures().get("_two.png"), nullptr);
 }
 
 TEST_F(ObjImport, FitsCoordinatesOnlyWhereAPlaneHasThem) {
