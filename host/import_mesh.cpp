@@ -134,8 +134,8 @@ class MeshMaker {
         if (face.mapping) {
             if (const auto space = toSpace(*face.mapping, face.normal, corner, m_origin))
                 return *space;
+            ++m_counts.unmapped;
         }
-        ++m_counts.unmapped;
         return *toSpace(usualMapping(face.normal), face.normal, corner, m_origin);
     }
 

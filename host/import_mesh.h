@@ -43,13 +43,13 @@ struct ImportMesh {
 struct ImportMeshCounts {
     std::size_t meshes = 0;
     std::size_t polygons = 0;
-    std::size_t unmapped = 0;       ///< polygons whose mapping spans no plane: their axes are the usual ones
+    std::size_t unmapped = 0;       ///< polygons with a mapping that a level cannot hold: their axes are the usual ones
     std::size_t untriangulated = 0; ///< polygons without triangles
 };
 
 /// Makes a mesh entity below `parent`, which takes it, in the middle of its corners: polygons with planes, texture spaces,
-/// triangles, texture coordinates and boxes. A face whose mapping spans no plane gets the axes along which the world looks
-/// at it, as one without does. Valid as long as it is in the tree.
+/// triangles, texture coordinates and boxes. A face whose mapping spans no plane, or repeats too finely or too coarsely,
+/// gets the axes along which the world looks at it, as one without does. Valid as long as it is in the tree.
 CN_LevelEntityMesh& addImportMesh(const ImportMesh& source, CN_LevelEntity& parent, ImportMeshCounts& counts);
 
 /// The sum of the crosses of a loop's corners, twice its area long: M. Newell's normal.

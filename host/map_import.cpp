@@ -413,8 +413,8 @@ std::string meshText(const ImportMeshCounts& meshes, const ImportMaterials::Coun
         text += fmt::format(
             "; {}", counted(materials.undecoded, "image that cannot be decoded", "images that cannot be decoded"));
     if (meshes.unmapped > 0)
-        text += fmt::format("; {}", counted(meshes.unmapped, "polygon whose texture's axes are none has the usual ones",
-                                            "polygons whose textures' axes are none have the usual ones"));
+        text += fmt::format("; {} the usual axes for textures that span no plane, or repeat too finely or coarsely",
+                            counted(meshes.unmapped, "polygon has", "polygons have"));
     if (meshes.untriangulated > 0)
         text += fmt::format("; {}", counted(meshes.untriangulated, "polygon could not be triangulated",
                                             "polygons could not be triangulated"));

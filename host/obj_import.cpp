@@ -192,9 +192,7 @@ ObjImportSummary importObj(const ObjFile& object, const ObjImages& images, const
 std::string ObjImportSummary::text() const {
     std::string text = fmt::format("imported {} of {}", counted(meshes.polygons, "polygon", "polygons"),
                                    counted(meshes.meshes, "mesh", "meshes"));
-    ImportMeshCounts rest = meshes;
-    rest.unmapped = 0;
-    text += meshText(rest, materials);
+    text += meshText(meshes, materials);
     if (unmapped > 0)
         text += fmt::format("; {} the usual axes for texture coordinates that no plane has",
                             counted(unmapped, "polygon has", "polygons have"));

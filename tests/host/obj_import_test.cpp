@@ -111,6 +111,10 @@ TEST_F(ObjImport, KeepsMaterialsApartThatTheLevelCouldNot) {
 TEST_F(ObjImport, FitsCoordinatesOnlyWhereAPlaneHasThem) {
     const std::string corners = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nvt 0.2 0.7\n";
     EXPECT_EQ(import(corners + "f 1/1 2/2 3/3 4/4\nf 1/1 2/2 3/3 4/5\nf 1/5 2/5 3/5 4/5\n").unmapped, 1u);
+    const ObjImportSummary tiny = import(corners + "f 1/1 2/2 3/3 4/4\n", 1e-3); // a repeat of 0.001, which is too fine
+    EXPECT_EQ(tiny.meshes.unmapped, 1u);
+    EXPECT_NE(tiny.text().find("1 polygon has the usual axes for textures that"), std::string::npos) << tiny.text();
+    import(corners + "f 1/1 2/2 3/3 4/4\nf 1/1 2/2 3/3 4/5\nf 1/5 2/5 3/5 4/5\n");
     const CN_Polygon& plain = *std::next(mesh("shapes").getPolygonList().begin(), 2);
     for (const CN_Edge& edge : plain.getEdgeList()) {
         const auto uv = plain.getUVSpace(0).toUV(edge.getLocal(0));
