@@ -218,8 +218,8 @@ class LevelGenerator {
     }
 
     void addRoom(int index, const Vector& corner) {
-        Chance chance(m_seed + static_cast<std::uint64_t>(index));
-        chance.next();
+        // Mixed, not added: else the rooms of one seed would be the next ones of the seed before it.
+        Chance chance(Chance(m_seed).next() ^ Chance(~static_cast<std::uint64_t>(index)).next());
         auto& room =
             add<CN_LevelEntityMesh>(*m_document.accessLevel(), CN_KIND_MESH, fmt::format("Room{}", index + 1), corner);
         RoomBuilder builder(room, m_surfaces);
