@@ -84,8 +84,12 @@ class GltfWriter {
         for (const ExportNode& node : m_scene.nodes)
             addNode(node);
         for (std::size_t i = 0; i < m_scene.nodes.size(); ++i)
-            for (const ExportAnimation& animation : m_scene.nodes[i].animations)
+            for (const ExportAnimation& animation : m_scene.nodes[i].animations) {
+                if (!animation.isExact)
+                    m_scene.lose("animations have keyframes that scale or shear, and turn and move only",
+                                 qualifiedName(*m_scene.nodes[i].entity));
                 addAnimation(animation, static_cast<int>(i));
+            }
         tinygltf::Scene scene;
         scene.nodes = {0};
         m_model.scenes.push_back(scene);

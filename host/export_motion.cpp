@@ -49,14 +49,24 @@ std::vector<ExportKey> sample(const CN_MeshAnimation& animation, int moments) {
     return keys;
 }
 
-ExportAnimation stepThrough(const CN_Keyframes& keyframes, std::string name) {
+/// Whether a key's turn and place are all that the keyframe does to an entity of that scale.
+bool isRigid(const M_Matrix4x3Template<double>& matrix, const M_Vector3Template<double>& scale) {
+    constexpr double SAME_SCALE = 1e-6;
+    const ExportPlacement placement = placementAcross(matrix.rotation, matrix.translation);
+    return placement.isExact && (placement.scale - scale).length() <= SAME_SCALE * scale.length();
+}
+
+ExportAnimation stepThrough(const CN_Keyframes& keyframes, std::string name, const M_Vector3Template<double>& scale) {
     ExportAnimation steps;
     steps.name = std::move(name);
     steps.isStepped = true;
     std::vector<string> names;
     keyframes.getNames(names);
-    for (const string& each : names)
-        steps.moves.push_back(keyAt(static_cast<double>(steps.moves.size()), keyframes.find(each)->getMatrix()));
+    for (const string& each : names) {
+        const M_Matrix4x3Template<double>& matrix = keyframes.find(each)->getMatrix();
+        steps.moves.push_back(keyAt(static_cast<double>(steps.moves.size()), matrix));
+        steps.isExact &= isRigid(matrix, scale);
+    }
     takeShortWays(steps.moves);
     steps.turns = steps.moves;
     return steps;
@@ -77,7 +87,8 @@ std::vector<ExportAnimation> makeExportAnimations(const CN_LevelEntity& entity) 
             animation.turns = sample(*each, each->getRotationGraph().getSamples());
         }
     if (made.empty() && animated->getKeyframes()->getCount() > 1)
-        made.push_back(stepThrough(*animated->getKeyframes(), qualifiedName(entity) + " keyframes"));
+        made.push_back(stepThrough(*animated->getKeyframes(), qualifiedName(entity) + " keyframes",
+                                   placementAcross(entity.getRotation(), entity.getPosition()).scale));
     return made;
 }
 

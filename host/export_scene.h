@@ -40,6 +40,7 @@ struct ExportAnimation {
     std::vector<ExportKey> moves; ///< its translations count; times ascend
     std::vector<ExportKey> turns; ///< its rotations count; times ascend
     bool isStepped = false;       ///< each key holds until the next one
+    bool isExact = true;          ///< false where a keyframe has another scale than its entity, or is sheared or flat
 };
 
 /// An entity in the export.

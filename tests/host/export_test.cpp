@@ -423,6 +423,9 @@ TEST(ExportMotion, FollowsTheCurvesBetweenItsKeyframes) {
     ASSERT_EQ(steps.size(), 1u);
     EXPECT_TRUE(steps[0].isStepped);
     EXPECT_EQ(steps[0].moves.size(), 2u);
+    EXPECT_TRUE(steps[0].isExact);
+    animated.accessKeyframes()->getFirst()->setMatrix({Matrix({2, 0, 0}, {0, 2, 0}, {0, 0, 2}), Vector()});
+    EXPECT_FALSE(makeExportAnimations(door)[0].isExact);
     EXPECT_TRUE(makeExportAnimations(*document->accessLevel()->hasChildNamed("Pillar")).empty());
 }
 
