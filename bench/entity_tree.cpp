@@ -12,10 +12,6 @@
 #include <string>
 #include <vector>
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 // Loading and saving levels by the number of their entities, and what naming costs under a parent of many children.
 
 namespace cairn {
@@ -113,20 +109,11 @@ void addNaming(bench::Report& report, int n) {
     });
 }
 
-/// Keeps freed memory in the process: otherwise every iteration of the large sizes, and of these alone, has the kernel
-/// fault its pages in anew, which costs many times what is measured here.
-void keepFreedMemory() {
-#ifdef __GLIBC__
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-#endif
-}
-
 } // namespace
 } // namespace cairn
 
 int main(int argc, char** argv) {
-    cairn::keepFreedMemory();
+    cairn::bench::keepFreedMemory();
     cairn::bench::Report report("entity_tree");
     for (const int n : cairn::bench::sizes({1000, 10000, 100000})) {
         cairn::addScenes(report, "flat", n, 1);

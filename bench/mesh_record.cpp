@@ -307,20 +307,11 @@ void reportMemory(int n) {
 #endif
 }
 
-/// Keeps freed memory in the process: otherwise every iteration of the large sizes, and of these alone, has the kernel
-/// fault its pages in anew, which costs many times what is measured here.
-void keepFreedMemory() {
-#ifdef __GLIBC__
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-#endif
-}
-
 } // namespace
 } // namespace cairn
 
 int main(int argc, char** argv) {
-    cairn::keepFreedMemory();
+    cairn::bench::keepFreedMemory();
     cairn::bench::Report report("mesh_record");
     for (const int n : cairn::bench::sizes({1000, 10000, 100000}))
         cairn::addScenes(report, n);

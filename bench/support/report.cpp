@@ -11,6 +11,10 @@
 #include <string_view>
 #include <utility>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace cairn::bench {
 
 namespace {
@@ -59,6 +63,13 @@ std::string timeText(double nanoseconds) {
 std::string sizeText(double n) { return fmt::format("{:.0f}", n); }
 
 } // namespace
+
+void keepFreedMemory() {
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+#endif
+}
 
 bool quick() { return isSet("CAIRN_BENCH_QUICK"); }
 

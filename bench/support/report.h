@@ -34,6 +34,10 @@ bool quick();
 /// The sizes to run: all of them, or in a quick run those up to `quickLimit`.
 std::vector<int> sizes(std::vector<int> all, int quickLimit = 1000);
 
+/// Keeps freed memory in the process: otherwise every iteration of the large sizes, and of these alone, has the kernel
+/// fault its pages in anew, which costs many times what is measured. For the first line of a program.
+void keepFreedMemory();
+
 /// Adds up the parts of an iteration that count; handed to the work of `Report::addTimed`.
 class Watch {
   public:
