@@ -6,6 +6,8 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/platform/handlers.h"
+#include "host/console.h"
+#include "host/level_session.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -14,10 +16,12 @@
 
 namespace cairn::fuzz {
 
-/// Silences the library's message boxes and turns an end of the process that it asks for into an exception.
+/// Opens an empty content database, without which items and monsters cannot be made, silences the library's message boxes
+/// and turns an end of the process that it asks for into an exception.
 inline void prepare() {
-    setMessageBoxHandler([](const CString&, unsigned) {});
-    setProcessEndHandler([](int) { throw new F_Exception("the library ended the process"); });
+    static const host::Console console;
+    static const host::LevelSession session(console, "");
+    setMessageBoxHandler([](const CString&, unsigned) {}); // the session would keep what they say
 }
 
 /// Runs `import` on a new level. One that it refuses, with a text that begins with "line ", is fine; else the level must be
