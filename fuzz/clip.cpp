@@ -1,15 +1,12 @@
-#include "cairn/document/document.h"
-#include "cairn/entities/cairn_level.h"
-#include "cairn/entities/mesh_entity.h"
 #include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "cairn/platform/handlers.h"
+#include "fuzz/support/one_polygon.h"
 
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 // Any two areas clip: what they share and what is left of the first add up to the first, and the result becomes polygons.
@@ -33,20 +30,13 @@ double areaOf(const gpc_polygon& polygon) {
 }
 
 void writePolygons(const gpc_polygon& contours) {
-    CN_Document document;
-    document.createCairnLevelEntities();
-    auto owned = std::make_unique<CN_LevelEntityMesh>();
-    CN_LevelEntityMesh& mesh = *owned;
-    mesh.setDocument(&document);
-    document.accessLevel()->addOwned(std::move(owned), false);
-    CN_Polygon& source = *mesh.addPolygon();
-    source.setNormal({0, 1, 0});
-    CN_2DPolygon planar(&source, 1e-5);
+    fuzz::OnePolygon source;
+    CN_2DPolygon planar(source.polygon, 1e-5);
     planar.createFrom(&contours);
     CN_2DPolygon again = planar;
     again.connectLassos2();
     planar.triangulate();
-    for (CN_Polygon* const polygon : planar.outputPolygons(&mesh, 0, true)) {
+    for (CN_Polygon* const polygon : planar.outputPolygons(source.mesh, 0, true)) {
         if (polygon->numVertices() != polygon->getEdgeList().count())
             std::abort();
         polygon->triangulize(false);

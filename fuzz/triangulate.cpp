@@ -1,15 +1,13 @@
-#include "cairn/document/document.h"
-#include "cairn/entities/cairn_level.h"
-#include "cairn/entities/mesh_entity.h"
 #include "cairn/geometry/planar/planar_picture.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "cairn/platform/handlers.h"
+#include "fuzz/support/one_polygon.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 // Any outline triangulates to triangles that cover no more than it encloses, or to none, and leaves the mesh usable.
 //
@@ -66,14 +64,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    CN_Document document;
-    document.createCairnLevelEntities();
-    auto owned = std::make_unique<CN_LevelEntityMesh>();
-    CN_LevelEntityMesh& mesh = *owned;
-    mesh.setDocument(&document);
-    document.accessLevel()->addOwned(std::move(owned), false);
-    CN_Polygon& polygon = *mesh.addPolygon();
-    polygon.setNormal({0, 1, 0});
+    fuzz::OnePolygon level;
+    CN_LevelEntityMesh& mesh = *level.mesh;
+    CN_Polygon& polygon = *level.polygon;
 
     Bytes bytes(data, size);
     const int kind = bytes.next() % 3;
