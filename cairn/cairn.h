@@ -51,6 +51,7 @@
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/mesh_interface.h"
 #include "cairn/entities/mesh_properties.h"
+#include "cairn/entities/movable_mesh.h"
 #include "cairn/entities/parenting.h"
 #include "cairn/entities/player.h"
 #include "cairn/entities/polygon_group.h"
