@@ -112,13 +112,16 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     void texturize(CN_Material* material, bool applyTiles);
     /// @}
 
-    /// @name Upkeep of all polygons (mesh_upkeep.cpp, mesh_t_junctions.cpp)
+    /// @name Upkeep of all polygons (mesh_upkeep.cpp, mesh_t_junctions.cpp, polygon/polygon_neighbors.cpp)
     /// @{
     /// `CN_Polygon::triangulize` for each polygon.
     void triangulizeAll(bool convexify);
     /// `CN_Polygon::createVerticesInTJunctions` for each polygon in list order, with bounding boxes that are built at the
     /// start. `tolerance` is a length, at most 0.1 to be sure to miss none. Cost: near linear in edges.
     void createVerticesInTJunctions(double tolerance);
+    /// `CN_Polygon::createSharedEdgeList` for each polygon, with boxes as they are. Cost: near linear in edges and in what
+    /// is found.
+    void createSharedEdgeLists();
     /// Turns every polygon over (`CN_Polygon::flip`) and triangulates it anew.
     void flipFaces();
     /// @}
