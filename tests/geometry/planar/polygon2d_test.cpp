@@ -14,9 +14,13 @@
 namespace cairn {
 namespace {
 
+using test::addContour;
+using test::fromLowest;
 using test::PlanarLoop;
 using test::PlanarPoint;
 using test::PlanarShape;
+using test::reversed;
+using test::square;
 using Vector = M_Vector3Template<double>;
 
 constexpr double SNAP = 1e-5;
@@ -41,26 +45,10 @@ struct Ground {
     CN_2DPolygon planar() { return {polygon, SNAP}; }
 };
 
-void addContour(gpc_polygon& polygon, const PlanarLoop& loop, int hole) {
-    std::vector<gpc_vertex> corners;
-    for (const PlanarPoint& p : loop)
-        corners.push_back({p.x, p.y});
-    const gpc_vertex_list contour{static_cast<int>(corners.size()), corners.data()};
-    gpc_add_contour(&polygon, &contour, hole);
-}
-
 PlanarLoop pointsOf(const LassoContainer& lasso) {
     PlanarLoop loop;
     for (const CN_2DEdge& edge : lasso.edges)
         loop.push_back(edge.point(0));
-    return loop;
-}
-
-PlanarLoop fromLowest(PlanarLoop loop) {
-    const auto below = [](const PlanarPoint& p, const PlanarPoint& q) {
-        return std::pair(p.y, p.x) < std::pair(q.y, q.x);
-    };
-    std::rotate(loop.begin(), std::min_element(loop.begin(), loop.end(), below), loop.end());
     return loop;
 }
 
@@ -75,12 +63,6 @@ double triangleArea(const CN_2DPolygon& planar) {
     }
     return sum;
 }
-
-PlanarLoop square(double x, double y, double side) {
-    return {{x, y}, {x, y + side}, {x + side, y + side}, {x + side, y}};
-}
-
-PlanarLoop reversed(const PlanarLoop& loop) { return {loop.rbegin(), loop.rend()}; }
 
 TEST(PlanarPolygon, LaysAPolygonOut) {
     Ground ground({square(0, 0, 4), reversed(square(1, 1, 2))});

@@ -199,15 +199,5 @@ TEST(PolygonUV, CopiedPropertiesAreAllButTheShape) {
     world.setMaterial(nullptr); // which is of the other document
 }
 
-TEST(PolygonUV, TexturizeTakesTheLengthsOfTheTiles) {
-    Floor floor;
-    CN_Material& material = *floor.document.accessMaterials().getDefaultMaterial();
-    material.setTiles(2, 5, true);
-    floor.mesh.texturize(&material, true);
-    EXPECT_NEAR(floor.polygon.getUVSpace(0).getMatrix().row(0).length(), 2, 1e-12);
-    EXPECT_NEAR(floor.polygon.getUVSpace(0).getMatrix().row(1).length(), 5, 1e-12);
-    EXPECT_FALSE(floor.polygon.isUVCalculated()) << "extents are those of the old axes";
-}
-
 } // namespace
 } // namespace cairn
