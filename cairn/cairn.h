@@ -114,6 +114,7 @@
 #include "cairn/materials/texture.h"
 #include "cairn/materials/texture_list.h"
 #include "cairn/math/bbox.h"
+#include "cairn/math/fpu_control.h"
 #include "cairn/math/matrix3.h"
 #include "cairn/math/matrix4x3.h"
 #include "cairn/math/planar_space3.h"
