@@ -74,6 +74,7 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/file.h"
 #include "cairn/foundation/memory_file.h"
+#include "cairn/foundation/script.h"
 #include "cairn/foundation/shared_string.h"
 #include "cairn/foundation/strings.h"
 #include "cairn/foundation/system.h"
