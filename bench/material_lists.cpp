@@ -5,10 +5,10 @@
 #include "cairn/foundation/memory_file.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/texture_list.h"
+#include "tests/support/image_files.h"
 
 #include <fmt/format.h>
 
-#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -127,19 +127,6 @@ Bytes makeJpeg(int width, int height, std::mt19937& random) {
     return file;
 }
 
-Bytes makePlainTga(int width, int height, std::mt19937& random) {
-    Bytes file(18);
-    file[2] = 2;
-    file[12] = static_cast<unsigned char>(width & 255);
-    file[13] = static_cast<unsigned char>(width >> 8);
-    file[14] = static_cast<unsigned char>(height & 255);
-    file[15] = static_cast<unsigned char>(height >> 8);
-    file[16] = 24;
-    const Bytes pixels = makePixels(width, height, random);
-    file.insert(file.end(), pixels.begin(), pixels.end());
-    return file;
-}
-
 /// A stored document of n textures and a material of each: nine JPEG of 320 x 240 to one TGA of 512 x 512 and 24 bits.
 struct StoredDocument {
     static constexpr int KINDS = 10;
@@ -151,19 +138,16 @@ struct StoredDocument {
     explicit StoredDocument(int n) : count(n) {
         std::mt19937 random(11);
         for (int i = 0; i < KINDS; ++i)
-            sources.push_back(i == 0 ? makePlainTga(512, 512, random) : makeJpeg(320, 240, random));
+            sources.push_back(i == 0 ? cairn::test::makeTga(512, 512, makePixels(512, 512, random))
+                                     : makeJpeg(320, 240, random));
         cairn::CN_Document document;
         document.createCairnLevelEntities();
         cairn::CN_TextureList& textures = document.accessTextures();
         auto* const category = document.accessMaterials().addCategory(&textures, "Walls");
         for (int i = 0; i < n; ++i) {
-            const Bytes& source = sourceOf(i);
-            auto* const copy = new unsigned char[source.size()];
-            std::memcpy(copy, source.data(), source.size());
             CN_Texture* const texture = textures.addNew();
             texture->setName(nameOf(i).c_str());
-            texture->setSourceFormat(formatOf(i));
-            texture->setSource(copy, static_cast<int>(source.size()), true);
+            cairn::test::setSource(*texture, sourceOf(i), formatOf(i));
             category->add(0, nameOf(i).c_str(), nullptr);
         }
         cairn::F_MemoryFile file;

@@ -100,6 +100,7 @@ void writeFiles(const std::vector<ExportFile>& files, const std::string& output)
 }
 
 void writeScene(ExportScene& scene, const std::string& format, const ExportOptions& options, Console& console) {
+    const Progress progress(console, options.output);
     if (format == "obj") {
         writeFiles(writeObj(scene, std::filesystem::path(options.output).filename().string()), options.output);
         return;
@@ -134,7 +135,11 @@ ExitCode runExport(const ExportOptions& options, Console& console) {
     LevelSession session(console, options.content);
     const OpenedLevel level = session.openForUse(options.file, options.force);
     const ExportChoice choice = choose(options, *level.document);
-    ExportScene scene = makeExportScene(*level.document->getLevel(), choice);
+    ExportScene scene;
+    {
+        const Progress progress(console, options.file, "polygons");
+        scene = makeExportScene(*level.document->getLevel(), choice);
+    }
     if (scene.nodes.empty())
         throw Failure(ExitCode::NO, options.file, "nothing of it is chosen for the export");
     writeScene(scene, format, options, console);

@@ -17,7 +17,10 @@ ExitCode runGenerate(const GenerateOptions& options, Console& console) {
     const auto document = session.createDocument();
     document->createCairnLevelEntities();
     document->setInfoDocumentCreatedWithBuild("cairn generate");
-    generateLevel(*document, options.rooms, options.seed);
+    {
+        const Progress progress(console, options.output, "rooms");
+        generateLevel(*document, options.rooms, options.seed);
+    }
     session.save(*document, options.output, console);
     return ExitCode::DONE;
 }

@@ -65,18 +65,31 @@ struct Told {
     std::string summary;
 };
 
-Told importMapSource(const ImportOptions& options, const ImportImages& images, CN_Document& document) {
+MapFile readMapShown(std::string_view text, const std::string& source, const Console& console) {
+    const Progress progress(console, source, "faces");
+    return readMap(text);
+}
+ObjFile readObjShown(std::string_view text, const std::string& source, const Console& console) {
+    const Progress progress(console, source, "lines");
+    return readObj(text);
+}
+
+Told importMapSource(const ImportOptions& options, const ImportImages& images, CN_Document& document,
+                     const Console& console) {
     const std::string text = readSource(options.source, MAX_MAP_BYTES);
-    const MapFile map = readMap(text);
+    const MapFile map = readMapShown(text, options.source, console);
+    const Progress progress(console, options.source, "polygons");
     const double scale = options.scale.value_or(DEFAULT_MAP_SCALE);
     ImportMaterials materials(document, nameOf(options), 1 / scale, images);
     MapImportSummary summary = importMap(map, scale, materials, document);
     return {std::move(summary.findings), summary.text()};
 }
 
-Told importObjSource(const ImportOptions& options, const ImportImages& images, CN_Document& document) {
+Told importObjSource(const ImportOptions& options, const ImportImages& images, CN_Document& document,
+                     const Console& console) {
     const std::string text = readSource(options.source, MAX_OBJ_BYTES);
-    const ObjFile object = readObj(text);
+    const ObjFile object = readObjShown(text, options.source, console);
+    const Progress progress(console, options.source, "polygons");
     std::vector<ImportFinding> findings;
     ObjImages names;
     if (options.source != "-")
@@ -94,7 +107,7 @@ ExitCode runImport(const ImportOptions& options, Console& console) {
     const auto document = session.createDocument();
     document->createCairnLevelEntities();
     const Told told = withFailure(ExitCode::INPUT, options.source, [&] {
-        return (format == "obj" ? importObjSource : importMapSource)(options, images, *document);
+        return (format == "obj" ? importObjSource : importMapSource)(options, images, *document, console);
     });
     session.save(*document, options.output, console);
     for (const ImportFinding& finding : told.findings)

@@ -88,11 +88,13 @@ ExitCode runMeasure(const MeasureOptions& options, Console& console) {
     if (!options.entity.empty() && !(top = findEntity(*top, options.entity)))
         throw Failure(ExitCode::NO, options.file,
                       fmt::format("no entity is named \"{}\"", toShownText(options.entity)));
+    const Progress progress(console, options.file, "meshes");
     Json meshes = Json::array();
     const auto show = [&](const CN_LevelEntity& entity) {
         const auto* mesh = dynamic_cast<const CN_Mesh*>(&entity);
         if (!mesh)
             return;
+        Progress::count();
         const Measures measures = measure(*mesh);
         if (options.json)
             meshes.push_back(toJson(entity, measures));

@@ -4,6 +4,7 @@
 #include "host/command_line.h"
 #include "host/level_session.h"
 #include "host/picture_raster.h"
+#include "host/picture_roofs.h"
 #include "host/picture_svg.h"
 #include "host/png_writer.h"
 
@@ -67,17 +68,23 @@ PictureView chooseView(const RenderOptions& options, const PictureScene& scene) 
 }
 
 /// What the picture lacks of the level.
-std::string lossesOf(const PictureScene& scene, const PictureLabels& labels) {
+std::string lossesOf(const PictureScene& scene, std::size_t roofs, const PictureLabels& labels) {
     std::vector<std::string> losses;
     const auto add = [&](std::size_t count, const char* what) {
         if (count > 0)
             losses.push_back(fmt::format("{} {}", count, what));
     };
     add(scene.hidden, "hidden with all below them");
+    add(roofs, "of roofs");
     add(scene.flat, "without area");
     add(scene.tooFar, "too far away");
     add(labels.leftOut, "names without room");
     return losses.empty() ? "" : fmt::format("; not drawn: {}", fmt::join(losses, ", "));
+}
+
+PictureScene collectScene(CN_Document& document, const RenderOptions& options, const Console& console) {
+    const Progress progress(console, options.file);
+    return makePictureScene(*document.accessLevel());
 }
 
 ExitCode runRender(const RenderOptions& options, Console& console) {
@@ -85,7 +92,9 @@ ExitCode runRender(const RenderOptions& options, Console& console) {
     checkNumbers(options);
     LevelSession session(console, options.content);
     const OpenedLevel level = session.openForUse(options.file, false);
-    const PictureScene scene = makePictureScene(*level.document->accessLevel());
+    PictureScene scene = collectScene(*level.document, options, console);
+    const Progress progress(console, options.output, "faces");
+    const std::size_t roofs = options.top ? markRoofs(scene) : 0;
     const PictureView view = chooseView(options, scene);
     const std::vector<SeenFace> faces = view.look(scene);
     const PictureLabels labels = options.top ? placeLabels(scene, view) : PictureLabels();
@@ -105,8 +114,8 @@ ExitCode runRender(const RenderOptions& options, Console& console) {
         withFailure(ExitCode::OUTPUT, options.output, [&] {
             F_File::replace(options.output, {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
         });
-    console.note(options.file,
-                 fmt::format("{} of {} faces seen{}", faces.size(), scene.faces.size(), lossesOf(scene, labels)));
+    console.note(options.file, fmt::format("{} of {} faces seen{}", faces.size(), scene.faces.size(),
+                                           lossesOf(scene, roofs, labels)));
     return ExitCode::DONE;
 }
 
@@ -134,7 +143,10 @@ void addRenderCommand(CLI::App& app, Command& chosen) {
     command->footer(
         "Without --from and --to the whole level is seen from above and in front. A face is drawn in its\n"
         "material's average colour and only where its front looks at the viewer, so that one sees into a room\n"
-        "from outside. Exits (green) and triggers (orange) are outlines. On a plan +X runs right and +Z up.");
+        "from outside. Exits (green) and triggers (orange) are outlines.\n"
+        "On a plan +X runs right and +Z up. In a level without rooms, as a .map gives, the highest solid over a floor\n"
+        "is a roof and left out where there is space below it, so that one sees the floors and the tops of walls.\n"
+        "Where names have no room beside each other, those of rooms come first and those of lights last.");
     onChosen(*command, options, runRender, chosen);
 }
 

@@ -74,9 +74,15 @@ std::string Console::colored(std::string_view text, bool error) const {
 
 Progress* Progress::s_current = nullptr;
 
-Progress::Progress(const Console& console, std::string subject)
-    : m_subject(std::move(subject)), m_enabled(!console.isQuiet() && ::isatty(STDERR_FILENO)),
-      m_next(Clock::now() + std::chrono::milliseconds(500)), m_outer(s_current) {
+namespace {
+
+const auto PROGRAM_BEGAN = std::chrono::steady_clock::now();
+
+} // namespace
+
+Progress::Progress(const Console& console, std::string subject, const char* unit)
+    : m_subject(std::move(subject)), m_unit(unit), m_enabled(!console.isQuiet() && ::isatty(STDERR_FILENO)),
+      m_next(PROGRAM_BEGAN + std::chrono::milliseconds(500)), m_outer(s_current) {
     s_current = this;
 }
 
@@ -88,15 +94,20 @@ Progress::~Progress() {
 
 void Progress::advance(int step) {
     constexpr int ENTITY_DONE = 3;
-    constexpr std::size_t LOOK_AT_CLOCK_EVERY = 64;
-    if (step != ENTITY_DONE || !s_current || !s_current->m_enabled)
+    if (step == ENTITY_DONE)
+        count();
+}
+
+void Progress::count() {
+    if (!s_current || !s_current->m_enabled)
         return;
-    if (++s_current->m_count % LOOK_AT_CLOCK_EVERY == 0 && Clock::now() >= s_current->m_next)
+    ++s_current->m_count;
+    if (Clock::now() >= s_current->m_next)
         s_current->show();
 }
 
 void Progress::show() {
-    const std::string line = fmt::format("cairn: {}: {} entities", toShownText(m_subject), m_count);
+    const std::string line = fmt::format("cairn: {}: {} {}", toShownText(m_subject), m_count, m_unit);
     writeError('\r' + line);
     m_shownLength = line.size();
     m_next = Clock::now() + std::chrono::milliseconds(100);

@@ -46,16 +46,19 @@ class Console {
     bool m_quiet = false; ///< no notes, no progress
 };
 
-/// Shows on standard error, where that is a terminal, how far a long command is. Nothing is shown for the first half
-/// second, and the line is gone at the end.
+/// Shows on standard error, where that is a terminal, how far a part of a long command is. Nothing is shown in the first
+/// half second of the program, and the line is gone at the end of the part.
 class Progress {
   public:
-    Progress(const Console& console, std::string subject);
+    /// `unit` says in the plural what is counted.
+    Progress(const Console& console, std::string subject, const char* unit = "entities");
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// The document's cursor callback: counts the entities of the progress that lives now.
+    /// Counts one more of the progress that lives now; nothing is done where none does.
+    static void count();
+    /// The document's cursor callback: counts its entities.
     static void advance(int step);
 
   private:
@@ -65,8 +68,9 @@ class Progress {
 
     static Progress* s_current; ///< not owned: receives the callbacks
     std::string m_subject;      ///< file at work
+    const char* m_unit;
     bool m_enabled;
-    std::size_t m_count = 0;       ///< entities done
+    std::size_t m_count = 0;       ///< of what is done
     std::size_t m_shownLength = 0; ///< of the line on the terminal
     Clock::time_point m_next;      ///< when to show again
     Progress* m_outer;             ///< not owned: the current one before this

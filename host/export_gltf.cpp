@@ -6,6 +6,7 @@
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
 #include "cairn/version.h"
+#include "host/console.h"
 #include "host/entity_text.h"
 #include "host/export_images.h"
 #include "host/failure.h"
@@ -81,8 +82,10 @@ class GltfWriter {
 
     std::string write(bool binary) {
         m_model.asset.generator = std::string("cairn ") + version();
-        for (const ExportNode& node : m_scene.nodes)
+        for (const ExportNode& node : m_scene.nodes) {
             addNode(node);
+            Progress::count();
+        }
         for (std::size_t i = 0; i < m_scene.nodes.size(); ++i)
             for (const ExportAnimation& animation : m_scene.nodes[i].animations) {
                 if (!animation.isExact)

@@ -3,6 +3,7 @@
 #include "cairn/foundation/ascii.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
+#include "host/console.h"
 #include "host/entity_text.h"
 #include "host/export_images.h"
 #include "host/safe_file_names.h"
@@ -71,9 +72,11 @@ class ObjWriter {
         // Readers end a name at a blank.
         const std::string mtlName = m_fileNames.make(toWord(stemOf(m_objName)), ".mtl");
         m_obj = "mtllib " + mtlName + '\n';
-        for (const ExportNode& node : m_scene.nodes)
+        for (const ExportNode& node : m_scene.nodes) {
             if (!node.surfaces.empty())
                 addObject(node);
+            Progress::count();
+        }
         m_files.push_back(fileOf(mtlName, m_mtl));
         m_files.push_back(fileOf(m_objName, m_obj));
         return std::move(m_files);

@@ -2,6 +2,7 @@
 
 #include "cairn/entities/tri_mesh.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "host/console.h"
 #include "host/entity_text.h"
 #include "host/export_motion.h"
 
@@ -82,12 +83,16 @@ class GeometryExport {
     void run() {
         if (const auto* mesh = dynamic_cast<const CN_Mesh*>(m_node.entity)) {
             int index = 0;
-            for (const CN_Polygon& polygon : mesh->getPolygonList())
+            for (const CN_Polygon& polygon : mesh->getPolygonList()) {
                 addPolygon(polygon, index++);
+                Progress::count();
+            }
         }
         if (const auto* mesh = dynamic_cast<const CN_LevelEntityTriMesh*>(m_node.entity))
-            for (const CN_TMTriangle& triangle : mesh->getTriangles())
+            for (const CN_TMTriangle& triangle : mesh->getTriangles()) {
                 addTriangle(*mesh, triangle);
+                Progress::count();
+            }
         // A face none of whose triangles has an area leaves an empty surface.
         std::erase_if(m_node.surfaces, [](const ExportSurface& surface) { return surface.indices.empty(); });
     }

@@ -9,6 +9,7 @@
 #include "cairn/geometry/validate.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
+#include "host/console.h"
 
 #include <fmt/format.h>
 
@@ -200,8 +201,10 @@ class LevelGenerator {
         int side = 1;
         while (side * side < rooms)
             ++side;
-        for (int i = 0; i < rooms; ++i)
+        for (int i = 0; i < rooms; ++i) {
             addRoom(i, {i % side * CELL, 0, i / side * CELL});
+            Progress::count();
+        }
         m_document.accessPlayer()->setPosition({1, 1, 1});
     }
 

@@ -6,6 +6,8 @@
 #include "cairn/foundation/ascii.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/geometry/exits.h"
+#include "cairn/geometry/validate.h"
+#include "host/console.h"
 
 #include <fmt/format.h>
 
@@ -219,12 +221,17 @@ CN_LevelEntityMesh& addImportMesh(const ImportMesh& source, CN_LevelEntity& pare
     MeshMaker(source, middle, *mesh, counts).make();
     mesh->handleOwnHierarchy();
     mesh->transform();
+    auto face = source.faces.begin();
     for (CN_Polygon& polygon : mesh->accessPolygonList()) {
+        if (CN_isDegenerate(polygon) && counts.degenerate++ == 0)
+            counts.firstDegenerateLine = face->line;
+        ++face;
         polygon.triangulize(true);
         if (polygon.getTriangleList().empty())
             ++counts.untriangulated;
         polygon.calculateUVCoordinates();
         polygon.buildBoundingBox(true);
+        Progress::count();
     }
     mesh->calculateBoundingBox();
     mesh->invalidateObject(true);

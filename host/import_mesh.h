@@ -30,6 +30,7 @@ struct ImportFace {
     M_Vector3Template<double> normal;   ///< unit
     std::optional<ImportMapping> mapping;
     CN_Material* material = nullptr; ///< not owned
+    std::uint32_t line = 0;          ///< of the source, from 1
 };
 
 /// A mesh on its way into a level, in the space of the level.
@@ -45,6 +46,8 @@ struct ImportMeshCounts {
     std::size_t polygons = 0;
     std::size_t unmapped = 0;       ///< polygons with a mapping that a level cannot hold: their axes are the usual ones
     std::size_t untriangulated = 0; ///< polygons without triangles
+    std::size_t degenerate = 0;     ///< polygons so thin or small that a level does not count them as areas
+    std::uint32_t firstDegenerateLine = 0; ///< of the source
 };
 
 /// Makes a mesh entity below `parent`, which takes it, in the middle of its corners: polygons with planes, texture spaces,

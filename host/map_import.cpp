@@ -259,6 +259,7 @@ class MapImporter {
 
     ImportFace makeFace(const MapFace& source, const Vector& normal, const std::vector<std::uint32_t>& corners) {
         ImportFace face;
+        face.line = source.line;
         face.corners.assign(corners.rbegin(), corners.rend()); // the way into our space mirrors
         face.normal = fromMap(normal);
         CN_Material& material = m_materials.get(source.texture);
@@ -415,6 +416,9 @@ std::string meshText(const ImportMeshCounts& meshes, const ImportMaterials::Coun
     if (meshes.unmapped > 0)
         text += fmt::format("; {} the usual axes for textures that span no plane, or repeat too finely or coarsely",
                             counted(meshes.unmapped, "polygon has", "polygons have"));
+    if (meshes.degenerate > 0)
+        text += fmt::format("; {} too thin or small to be an area of a level, the first on line {}",
+                            counted(meshes.degenerate, "polygon is", "polygons are"), meshes.firstDegenerateLine);
     if (meshes.untriangulated > 0)
         text += fmt::format("; {}", counted(meshes.untriangulated, "polygon could not be triangulated",
                                             "polygons could not be triangulated"));

@@ -2,6 +2,7 @@
 
 #include "cairn/foundation/ascii.h"
 #include "cairn/foundation/exception.h"
+#include "host/console.h"
 
 #include <fmt/format.h>
 
@@ -191,6 +192,7 @@ class MapParser {
     }
 
     void readFace(MapBrushCounts& counts) {
+        Progress::count();
         MapFace face;
         face.line = m_line;
         for (double* point : face.points) {

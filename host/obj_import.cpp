@@ -66,6 +66,7 @@ class GroupMaker {
             return;
         }
         face.material = &material;
+        face.line = source.line;
         if (mapped)
             map(face, coordinates);
         m_mesh.faces.push_back(std::move(face));

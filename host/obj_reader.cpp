@@ -2,6 +2,7 @@
 
 #include "cairn/foundation/ascii.h"
 #include "cairn/foundation/exception.h"
+#include "host/console.h"
 #include "host/map_reader.h"
 
 #include <fmt/format.h>
@@ -98,9 +99,11 @@ class ObjParser {
         m_file.materials.emplace_back();
         m_materialNumbers.emplace(std::string_view(), 0);
         std::string_view line;
-        while (m_lines.next(line))
+        while (m_lines.next(line)) {
             if (const std::string_view word = takeStatementWord(line); !word.empty())
                 readStatement(word, line);
+            Progress::count();
+        }
         return std::move(m_file);
     }
 

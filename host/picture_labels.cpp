@@ -45,7 +45,7 @@ class TakenCells {
 PictureLabels placeLabels(const PictureScene& scene, const PictureView& view) {
     PictureLabels placed;
     TakenCells taken;
-    for (const PictureMark::Kind kind : {PictureMark::ROOM, PictureMark::ENTITY, PictureMark::EXIT})
+    for (const PictureMark::Kind kind : {PictureMark::ROOM, PictureMark::ENTITY, PictureMark::EXIT, PictureMark::LIGHT})
         for (const PictureMark& mark : scene.marks) {
             if (mark.kind != kind)
                 continue;

@@ -22,8 +22,8 @@ struct PictureLabels {
     std::size_t leftOut = 0; ///< names without room
 };
 
-/// Places the scene's marks on the picture: first the names of rooms, in their middle, then those of entities and of exits
-/// beside their dots. What would cover an earlier name is left out, its dot is not.
+/// Places the scene's marks on the picture: first the names of rooms, in their middle, then those of entities, of exits
+/// and, as there are so many, last of lights beside their dots. What would cover an earlier name is left out, its dot is not.
 PictureLabels placeLabels(const PictureScene& scene, const PictureView& view);
 
 } // namespace cairn::host

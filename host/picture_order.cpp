@@ -1,5 +1,7 @@
 #include "host/picture_order.h"
 
+#include "host/console.h"
+
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -41,7 +43,7 @@ class PaintingOrder {
             auto [list, isDone] = std::move(m_open.back());
             m_open.pop_back();
             if (isDone || list.size() < 2)
-                std::move(list.begin(), list.end(), std::back_inserter(m_ordered));
+                take(std::move(list));
             else
                 part(std::move(list));
         }
@@ -49,6 +51,13 @@ class PaintingOrder {
     }
 
   private:
+    void take(FaceList faces) {
+        for (SeenFace& face : faces) {
+            m_ordered.push_back(std::move(face));
+            Progress::count();
+        }
+    }
+
     /// Parts a list by the plane of one of its faces. As all faces are turned to the viewer, what lies on the front side of
     /// the plane is painted over what lies behind it.
     void part(FaceList faces) {

@@ -1,5 +1,6 @@
 #include "host/picture_raster.h"
 
+#include "host/console.h"
 #include "host/label_font.h"
 
 #include <algorithm>
@@ -131,9 +132,11 @@ std::unique_ptr<I_Image> drawRaster(const PictureView& view, const std::vector<S
         std::make_unique<I_Image>(static_cast<unsigned>(view.getWidth()), static_cast<unsigned>(view.getHeight()));
     std::fill_n(image->accessPixels(), std::ptrdiff_t{view.getWidth()} * view.getHeight(), palette.background);
     Raster raster(view, *image);
-    for (const SeenFace& face : faces)
+    for (const SeenFace& face : faces) {
         if (face.kind == PictureFaceKind::SURFACE)
             raster.fill(face);
+        Progress::count();
+    }
     for (const SeenFace& face : faces)
         if (wire && face.kind == PictureFaceKind::SURFACE)
             raster.drawEdges(face, palette.wire);

@@ -1,5 +1,6 @@
 #include "host/picture_scene.h"
 
+#include "cairn/entities/dyn_pointlight.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/portal.h"
 #include "cairn/entities/tri_mesh.h"
@@ -8,6 +9,7 @@
 #include "cairn/geometry/open_edges.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/materials/material.h"
+#include "host/console.h"
 #include "host/entity_text.h"
 
 namespace cairn::host {
@@ -55,9 +57,13 @@ class SceneCollector {
         else if (const auto* portal = dynamic_cast<const CN_LevelEntityPortal*>(&entity))
             addPortal(*portal);
         else if (!dynamic_cast<const CN_VirtualNode*>(&entity))
-            addMark({entity.getWorldPosition(), plainName(entity), PictureMark::ENTITY, markColor(entity)});
+            addMark({entity.getWorldPosition(), plainName(entity), kindOf(entity), markColor(entity)});
+        Progress::count();
         for (CN_LevelEntity* child : entity.getChildren())
             visit(*child);
+    }
+    static PictureMark::Kind kindOf(const CN_LevelEntity& entity) {
+        return dynamic_cast<const CN_LevelEntityDynPointlight*>(&entity) ? PictureMark::LIGHT : PictureMark::ENTITY;
     }
     /// Lights are as bright as paper: a darker shade of their colour shows on it.
     static I_Color markColor(CN_LevelEntity& entity) {
@@ -69,8 +75,11 @@ class SceneCollector {
 
     void addMesh(const CN_LevelEntityMesh& mesh) {
         E_BBox<double> box;
+        const double volume = CN_volume(mesh); // negative where faces look outward
+        const bool isClosed = volume != 0 && !mesh.isTrigger() && CN_findOpenEdges(mesh, CN_LEVEL_TOLERANCE).empty();
         for (const CN_Polygon& polygon : mesh.getPolygonList()) {
             PictureFace face;
+            face.isSolid = isClosed && volume < 0;
             face.color = colorOf(polygon.getMaterial());
             face.doubleSided = polygon.getMaterial() && polygon.getMaterial()->isDoubleSided();
             face.kind = mesh.isTrigger()          ? PictureFaceKind::TRIGGER
@@ -79,15 +88,11 @@ class SceneCollector {
             face.loops = loopsOf(mesh, polygon);
             addFace(std::move(face), CN_areaVector(polygon) * mesh.getWorldRotation(), box);
         }
-        if (box.empty || mesh.isTrigger() || !isRoomLike(mesh))
+        const bool isRoom = m_hasExits ? mesh.isRoom() : mesh.getParent() == &m_root && isClosed && volume > 0;
+        if (box.empty || mesh.isTrigger() || !isRoom)
             return;
         const Vector middle(box.minX / 2 + box.maxX / 2, box.minY / 2 + box.maxY / 2, box.minZ / 2 + box.maxZ / 2);
         addMark({middle, plainName(mesh), PictureMark::ROOM, {}});
-    }
-    bool isRoomLike(const CN_LevelEntityMesh& mesh) const {
-        if (m_hasExits)
-            return mesh.isRoom();
-        return mesh.getParent() == &m_root && CN_volume(mesh) > 0 && CN_findOpenEdges(mesh, CN_LEVEL_TOLERANCE).empty();
     }
     /// The loops of edges, cut where neighbours in the list do not meet.
     static std::vector<PictureLoop> loopsOf(const CN_Mesh& mesh, const CN_Polygon& polygon) {

@@ -32,11 +32,13 @@ struct PictureFace {
     I_Color color;
     PictureFaceKind kind = PictureFaceKind::SURFACE;
     bool doubleSided = false;
+    bool isSolid = false; ///< of a closed mesh whose faces look outward
+    bool isRoof = false;  ///< left out of plans
 };
 
 /// A name at a place of the level.
 struct PictureMark {
-    enum Kind { ROOM, ENTITY, EXIT };
+    enum Kind { ROOM, ENTITY, EXIT, LIGHT };
     M_Vector3Template<double> at; ///< in the world
     std::string name;             ///< as stored
     Kind kind = ENTITY;

@@ -148,6 +148,8 @@ bool PictureView::clip(std::vector<PictureLoop>& loops) const {
 std::vector<SeenFace> PictureView::look(const PictureScene& scene) const {
     std::vector<SeenFace> seen;
     for (const PictureFace& face : scene.faces) {
+        if (m_flat && face.isRoof)
+            continue;
         SeenFace view{face.loops, {}, 0, lit(face.color, face.normal), face.kind};
         for (PictureLoop& loop : view.loops)
             for (PictureCorner& corner : loop)

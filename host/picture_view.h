@@ -55,7 +55,7 @@ class PictureView {
     }
 
     /// The faces of the scene that can be seen, in their order, cut to the picture and lit by one far light. From above
-    /// exits and triggers are seen from all sides.
+    /// exits and triggers are seen from all sides, and roofs are not.
     std::vector<SeenFace> look(const PictureScene& scene) const;
 
   private:

@@ -104,6 +104,25 @@ bool isLinear(const CN_Polygon& polygon) {
     });
 }
 
+/// Why the polygon bounds no area; empty for one that does, as far as its corners tell.
+string degeneracyOf(const CN_Polygon& polygon) {
+    if (polygon.getEdgeList().empty())
+        return "The polygon has no edges";
+    for (const CN_Edge& edge : polygon.getEdgeList())
+        if (edge.index(0) == edge.index(1) || edge.getVertex(0) == edge.getVertex(1))
+            return formatText("The edge from vertex %d to %d has no length", edge.index(0), edge.index(1));
+    string loopFault;
+    forEachLoop(polygon.getEdgeList(), [&](const CN_Edge& first, const CN_Edge& last, int count) {
+        if (last.index(1) != first.index(0))
+            loopFault = formatText("The boundary from vertex %d ends at %d", first.index(0), last.index(1));
+        else if (count < 3)
+            loopFault = formatText("A loop has %d corners", count);
+    });
+    if (loopFault.empty() && isLinear(polygon))
+        return "All corners lie on one line";
+    return loopFault;
+}
+
 /// Looks at one mesh.
 class MeshValidator {
   public:
@@ -186,25 +205,11 @@ class MeshValidator {
     }
 
     bool isDegenerate(const CN_Polygon& polygon) {
-        const auto found = [this](string message) {
-            add("polygon-degenerate", std::move(message));
-            return true;
-        };
-        if (polygon.getEdgeList().empty())
-            return found("The polygon has no edges");
-        for (const CN_Edge& edge : polygon.getEdgeList())
-            if (edge.index(0) == edge.index(1) || edge.getVertex(0) == edge.getVertex(1))
-                return found(formatText("The edge from vertex %d to %d has no length", edge.index(0), edge.index(1)));
-        string loopFault;
-        forEachLoop(polygon.getEdgeList(), [&](const CN_Edge& first, const CN_Edge& last, int count) {
-            if (last.index(1) != first.index(0))
-                loopFault = formatText("The boundary from vertex %d ends at %d", first.index(0), last.index(1));
-            else if (count < 3)
-                loopFault = formatText("A loop has %d corners", count);
-        });
-        if (!loopFault.empty())
-            return found(loopFault);
-        return isLinear(polygon) && found("All corners lie on one line");
+        string fault = degeneracyOf(polygon);
+        if (fault.empty())
+            return false;
+        add("polygon-degenerate", std::move(fault));
+        return true;
     }
 
     void checkPlane(const CN_Polygon& polygon) {

@@ -71,6 +71,8 @@ std::vector<CN_Finding> CN_validateDocument(const CN_Document& document, double 
 /// True where nothing internal is found in the document: for assertions and fuzzing.
 bool CN_isConsistent(const CN_Document& document);
 
+/// True for what `CN_validateMesh` finds as polygon-degenerate. Parents and indices must be right.
+bool CN_isDegenerate(const CN_Polygon& polygon);
 /// The polygon's area along the direction from which its outer loop runs counter-clockwise, holes taken away. M. Newell's
 /// method, in the mesh's space. Parents and indices must be right.
 M_Vector3Template<double> CN_areaVector(const CN_Polygon& polygon);

@@ -15,7 +15,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cstring>
 
 namespace cairn::host {
 namespace {
@@ -96,11 +95,8 @@ class TexturesProgram : public test::ProgramTest {
         CN_TextureList& textures = document.accessTextures();
         for (const char* name : {"../up.tga", "UP.TGA", "red.tga"}) {
             CN_Texture* const texture = textures.addNew();
-            auto* bytes = new unsigned char[m_red.size()];
-            std::memcpy(bytes, m_red.data(), m_red.size());
             texture->setName(name);
-            texture->setSourceFormat(I_Image::TGA);
-            texture->setSource(bytes, static_cast<int>(m_red.size()), true);
+            test::setSource(*texture, m_red);
         }
         document.accessMaterials().setList(&textures);
         document.accessMaterials().addCategory(&textures, "Walls")->add(64, "red.tga", nullptr);
@@ -129,15 +125,10 @@ TEST_F(TexturesProgram, ListsAndExtractsSources) {
     EXPECT_EQ(refused.error, "cairn: linked/red.tga: something other than a plain file stands there\n");
     EXPECT_FALSE(std::filesystem::exists(path("victim")));
     EXPECT_FALSE(std::filesystem::exists(path("linked/up.tga"))) << "nothing is written where a place is taken";
-    EXPECT_EQ(run({"textures", "a.cairn"}).output.find("\"../up.tga\" TGA 64 x 64, 12306 bytes, 0 references\n"), 0u);
-}
-
-TEST_F(TexturesProgram, CountsInInfo) {
     const Json info = Json::parse(run({"info", "--json", "a.cairn"}).output);
-    EXPECT_EQ(info["textures"], 3);
-    EXPECT_EQ(info["texels"], 3 * 64 * 64);
-    EXPECT_EQ(info["materials"], 1);
-    EXPECT_EQ(info["categories"], 1);
+    for (const auto& [key, count] : {std::pair("textures", 3), {"texels", 3 * 64 * 64}, {"materials", 1}, {"categories", 1}})
+        EXPECT_EQ(info[key], count) << key;
+    EXPECT_EQ(run({"textures", "a.cairn"}).output.find("\"../up.tga\" TGA 64 x 64, 12306 bytes, 0 references\n"), 0u);
 }
 
 TEST_F(TexturesProgram, DrawsASheetOfThumbnails) {
@@ -159,10 +150,7 @@ TEST_F(TexturesProgram, ExtractsUnderEndingsOfItsOwnWhereANameHidesAnother) {
     document.createCairnLevelEntities();
     CN_Texture& texture = *document.accessTextures().addNew();
     texture.editName() = CString(std::string("a.tga\0./x", 9));
-    texture.setSourceFormat(I_Image::TGA);
-    auto* bytes = new unsigned char[m_red.size()];
-    std::memcpy(bytes, m_red.data(), m_red.size());
-    texture.setSource(bytes, static_cast<int>(m_red.size()), true);
+    test::setSource(texture, m_red);
     CN_LevelFile::save(document, path("nul.cairn").string());
     EXPECT_EQ(run({"textures", "nul.cairn", "--extract", "out"}).code, 0);
     EXPECT_EQ(read("out/x.tga"), std::string(m_red.begin(), m_red.end()));
@@ -189,9 +177,7 @@ TEST_F(TexturesProgram, ChecksTexturesThatDoNotDecode) {
     document.createCairnLevelEntities();
     CN_Texture* const texture = document.accessTextures().addNew();
     texture->setName("noise.tga");
-    auto* bytes = new unsigned char[3]{};
-    texture->setSourceFormat(I_Image::TGA);
-    EXPECT_NE(test::failureText([&] { texture->setSource(bytes, 3, true); }), "(nothing thrown)");
+    EXPECT_NE(test::failureText([&] { test::setSource(*texture, Bytes(3)); }), "(nothing thrown)");
     CN_LevelFile::save(document, path("bad.cairn").string());
     const Json problems = Json::parse(run({"check", "--json", "bad.cairn"}).output)["files"][0]["problems"];
     ASSERT_EQ(problems.size(), 1u) << "its message box is not told once more: " << problems;

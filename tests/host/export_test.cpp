@@ -29,14 +29,12 @@ using Vector = M_Vector3Template<double>;
 using Matrix = M_Matrix3Template<double>;
 
 /// A texture of the document, of an uncompressed TGA in one colour or of the bytes given.
-CN_Texture* addTexture(CN_Document& document, const char* name, test::Bytes bytes = test::makeTga(2, 2, 10, 20, 30),
+CN_Texture* addTexture(CN_Document& document, const char* name,
+                       const test::Bytes& bytes = test::makeTga(2, 2, 10, 20, 30),
                        I_Image::Format format = I_Image::TGA) {
     CN_Texture* const texture = document.accessTextures().addNew();
-    auto* owned = new unsigned char[bytes.size()];
-    std::copy(bytes.begin(), bytes.end(), owned);
     texture->setName(name);
-    texture->setSourceFormat(format);
-    texture->setSource(owned, static_cast<int>(bytes.size()), true);
+    test::setSource(*texture, bytes, format);
     return texture;
 }
 

@@ -123,6 +123,16 @@ TEST_F(ObjImport, FitsCoordinatesOnlyWhereAPlaneHasThem) {
     }
 }
 
+TEST_F(ObjImport, TellsOfFacesTooThinForALevel) {
+    const ObjImportSummary summary = import("v 0 0 0\nv 1 0 0\nv 0.5 1e-6 0\nv 0 1 0\nv 1e-6 0 0\nv 0 1e-6 0\n"
+                                            "f 1 2 4\nf 1 2 3\nf 1 5 6\n");
+    EXPECT_EQ(summary.flat, 0u);
+    EXPECT_EQ(summary.meshes.degenerate, 2u);
+    EXPECT_NE(summary.text().find("; 2 polygons are too thin or small to be an area of a level, the first on line 8"),
+              std::string::npos)
+        << summary.text();
+}
+
 TEST_F(ObjImport, StopsAtTheLineOfAFault) {
     const std::string head = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
     const struct {

@@ -1,6 +1,7 @@
 #include "cairn/entities/cairn_level.h"
 #include "host/picture_order.h"
 #include "host/picture_raster.h"
+#include "host/picture_roofs.h"
 #include "host/picture_svg.h"
 #include "tests/support/mesh_shelf.h"
 
@@ -146,6 +147,76 @@ TEST(Picture, AnSvgNamesRoomsExitsAndEntitiesOnThePlan) {
     for (const char* text : {">A&#60;&#38;B</text>", ">Second</text>", ">player</text>", ">ToSecond</text>"})
         EXPECT_NE(svg.find(text), std::string::npos) << text;
     EXPECT_NE(svg.find("stroke=\"#009650\""), std::string::npos); // the exit's line
+}
+
+/// A block between two corners, as a solid of a level.
+void addBlock(PictureScene& scene, const Vector& least, const Vector& most, I_Color color) {
+    for (const bool isTop : {false, true}) {
+        const double y = isTop ? most.y : least.y;
+        PictureFace face;
+        face.loops = {{{{least.x, y, least.z}}, {{least.x, y, most.z}}, {{most.x, y, most.z}}, {{most.x, y, least.z}}}};
+        face.normal = {0, isTop ? 1.0 : -1.0, 0};
+        face.color = color;
+        face.isSolid = true;
+        scene.faces.push_back(face);
+    }
+    scene.box.expand(least);
+    scene.box.expand(most);
+}
+
+TEST(Picture, APlanLeavesOutWhatIsOverFloorsWithSpaceBetween) {
+    const I_Color floor(200, 0, 0), wall(0, 200, 0), roof(0, 0, 200), ground(250, 249, 245);
+    PictureScene scene;
+    addBlock(scene, {0, -1, 0}, {8, 0, 8}, floor);
+    addBlock(scene, {0, 0, 0}, {1, 4, 8}, wall);
+    addBlock(scene, {3, 0, 3}, {4, 1, 4}, wall);     // stands on the floor
+    addBlock(scene, {-20, 4, -20}, {9, 5, 9}, roof); // its middle is over nothing
+    addBlock(scene, {1, 5, 0}, {8, 6, 8}, roof);     // lies on the other
+    addBlock(scene, {12, -1, 0}, {16, 3, 8}, wall);  // alone
+    EXPECT_EQ(markRoofs(scene), 2u);
+    const PictureView view = PictureView::fromAbove(scene, SIZE, SIZE);
+    const auto image = drawRaster(view, view.look(scene), {}, false);
+    const struct {
+        Vector place;
+        int channel; ///< the bright one, -1 for paper
+    } cases[] = {{{6, 0, 6}, 0}, {{0.5, 0, 5}, 1}, {{3.5, 0, 3.5}, 1}, {{14, 0, 4}, 1}, {{-10, 0, -10}, -1}};
+    for (const auto& [place, channel] : cases) {
+        const PicturePoint point = view.project(view.toViewer(place));
+        const I_Color seen = image->getPixels()[static_cast<int>(point.y) * SIZE + static_cast<int>(point.x)];
+        EXPECT_EQ(seen.red > 99, channel <= 0) << place.x;
+        EXPECT_EQ(seen.green > 99, channel != 0) << place.x;
+        EXPECT_EQ(seen == ground, channel < 0) << place.x;
+    }
+
+    // Rooms look inward: what hangs in one is no roof.
+    ShelfDocument document;
+    CN_LevelEntityMesh* const upper = boxRoom(document);
+    boxRoom(document);
+    upper->setPosition({0, 20, 0});
+    for (const std::size_t roofs : {std::size_t{0}, std::size_t{1}}) {
+        PictureScene stacked = makePictureScene(*document.accessLevel());
+        EXPECT_EQ(markRoofs(stacked), roofs);
+        CN_PreIterator it = document.accessLevel()->createIterator();
+        for (it.begin(); !it.end(); ++it)
+            if (auto* mesh = dynamic_cast<CN_LevelEntityMesh*>(*it))
+                mesh->flipFaces();
+    }
+}
+
+TEST(Picture, NamesOfLightsGiveWayToAllOthers) {
+    PictureScene scene;
+    addBlock(scene, {0, 0, 0}, {8, 4, 6}, {});
+    for (const PictureMark::Kind kind : {PictureMark::LIGHT, PictureMark::EXIT, PictureMark::ENTITY, PictureMark::ROOM})
+        for (const double x : {1.0, 7.0})
+            if (kind != PictureMark::ROOM || x < 2)
+                scene.marks.push_back({{x, 0, 3}, std::to_string(kind), kind, {}});
+    std::string names;
+    const PictureLabels placed = placeLabels(scene, PictureView::fromAbove(scene, SIZE, SIZE));
+    for (const PictureLabel& label : placed.labels)
+        names += label.text + ' ';
+    EXPECT_EQ(names, "0 1 ") << "the room's here, an entity's there";
+    EXPECT_EQ(placed.leftOut, 5u);
+    EXPECT_EQ(placed.dots.size(), 6u);
 }
 
 TEST(Picture, IsDrawnOfWhatHasNoExtent) {

@@ -4,6 +4,7 @@
 #include "tests/host/program_run.h"
 #include "tests/support/test_data.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -150,6 +151,29 @@ TEST_F(Program, SurvivesStandardStreamsThatTakeNothing) {
     }
     EXPECT_EQ(runInShell("info nothing.cairn", "2>/dev/full").code, 3);
     EXPECT_EQ(runInShell("info -", "<&-").code, 3);
+}
+
+TEST_F(Program, ShowsProgressOnATerminalAfterHalfASecond) {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_TRUE(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+    const std::string name = ::ptsname(terminal);
+    const int held = ::open(name.c_str(), O_RDWR | O_NOCTTY); // what is written outlives the program
+    ::fcntl(terminal, F_SETFL, O_NONBLOCK);
+    const auto shownBy = [&](const std::string& words) {
+        const ProgramRun done = runInShell(words, "2>" + name, "(sleep 1.5; cat a.obj) | ");
+        EXPECT_EQ(done.code, 0) << words;
+        std::string shown(4096, '\0');
+        shown.resize(static_cast<std::size_t>(std::max<ssize_t>(0, ::read(terminal, shown.data(), shown.size()))));
+        return shown;
+    };
+    write("a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    const std::string shown = shownBy("import - --format obj -o a.cairn");
+    EXPECT_EQ(shown.substr(0, 17), "\rcairn: -: 1 line") << shown;
+    EXPECT_NE(shown.find("\rcairn: -: 1 polygons\r"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("\rcairn: -: imported"), std::string::npos) << shown;
+    EXPECT_EQ(shownBy("import --quiet - --format obj -o a.cairn"), "");
+    ::close(held);
+    ::close(terminal);
 }
 
 TEST_F(Program, AFileOverTheSizeLimitIsAFailedWrite) {

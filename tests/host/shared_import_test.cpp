@@ -176,6 +176,7 @@ TEST_F(SharedImport, ObjectsHaveTheFacesOfTheReadme) {
         }
         std::map<std::string, std::size_t> codes = faults();
         EXPECT_EQ(codes["polygon-nonplanar"], summary.bent);
+        EXPECT_EQ(codes["polygon-degenerate"], summary.meshes.degenerate);
         // A face whose corners leave its plane is that first of all.
         EXPECT_EQ(codes["polygon-untriangulated"],
                   summary.meshes.untriangulated - std::min<std::size_t>(summary.meshes.untriangulated, summary.bent));

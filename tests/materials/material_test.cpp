@@ -25,10 +25,7 @@ class MaterialTest : public testing::Test {
     CN_Texture* addTexture(const char* name, const test::Bytes& file, I_Image::Format format = I_Image::TGA) {
         CN_Texture* texture = m_list.addNew();
         texture->setName(name);
-        texture->setSourceFormat(format);
-        auto bytes = std::make_unique<unsigned char[]>(file.size());
-        std::copy(file.begin(), file.end(), bytes.get());
-        test::failureText([&] { texture->setSource(bytes.release(), static_cast<int>(file.size()), true); });
+        test::failureText([&] { test::setSource(*texture, file, format); });
         return texture;
     }
     CN_Texture* addTexture(const char* name, int width = 2, int height = 2) {

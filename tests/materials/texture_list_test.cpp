@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include <cstring>
 #include <functional>
 #include <random>
 
@@ -103,7 +102,7 @@ TEST_F(TextureListTest, FindsTheFirstOfANameInAnyCase) {
     EXPECT_EQ(m_list.get("late.tga"), second);
 }
 
-/// Looks textures up by walking the list, as the index must find them.
+/// Look-ups and unique names are those of a walk over the list.
 RC_GTEST_PROP(TextureListIndex, FindsWhatAWalkFinds, (const std::vector<unsigned>& steps)) {
     constexpr const char* NAMES[] = {"a", "A", "b", "[1]a", ""};
     CN_TextureList list;
@@ -124,27 +123,20 @@ RC_GTEST_PROP(TextureListIndex, FindsWhatAWalkFinds, (const std::vector<unsigned
         else if (any && step % 8 == 4)
             any->setName(name);
         else if (any && step % 8 == 5) {
-            list.setUniqueName(any);
-            RC_ASSERT(walk(any->name().view(), any) == nullptr);
+            CN_Texture outside;
+            outside.setName(name);
+            for (CN_Texture* each : {any, &outside}) {
+                std::string expected(each->name().view());
+                for (int i = 1; walk(expected, each); ++i)
+                    expected = "[" + std::to_string(i) + "]" + std::string(each->name().view());
+                list.setUniqueName(each);
+                RC_ASSERT(each->name().view() == expected);
+            }
         } else
             RC_ASSERT(list.get(name) == walk(name, nullptr));
     }
     for (const char* name : NAMES)
         RC_ASSERT(list.get(name) == walk(name, nullptr));
-}
-
-TEST_F(TextureListTest, MakesNamesUnique) {
-    addNamed(m_list, "a.tga");
-    CN_Texture* const second = addNamed(m_list, "A.tga");
-    CN_Texture* const third = addNamed(m_list, "a.TGA");
-    m_list.setUniqueName(second);
-    m_list.setUniqueName(third);
-    m_list.setUniqueName(m_list.list().first());
-    EXPECT_EQ(namesOf(m_list), "a.tga [1]A.tga [2]a.TGA");
-    CN_Texture outside;
-    outside.setName("[1]A.TGA");
-    m_list.setUniqueName(&outside);
-    EXPECT_EQ(outside.name(), "[1][1]A.TGA");
 }
 
 TEST_F(TextureListTest, AddsFilesAndCopies) {
@@ -256,10 +248,7 @@ TEST_F(TextureListTest, WritesASetInTheOrderOfTheSet) {
     std::set<CN_Texture*> set;
     for (const char* name : {"a", "b", "c"}) {
         CN_Texture* const texture = addNamed(m_list, name);
-        texture->setSourceFormat(I_Image::TGA);
-        auto* bytes = new unsigned char[m_tga.size()];
-        std::memcpy(bytes, m_tga.data(), m_tga.size());
-        texture->setSource(bytes, static_cast<int>(m_tga.size()), true);
+        test::setSource(*texture, m_tga);
         if (*name != 'b')
             set.insert(texture);
     }

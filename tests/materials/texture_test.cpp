@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstring>
+#include <algorithm>
 
 namespace cairn {
 namespace {
@@ -20,12 +20,6 @@ using test::failureText;
 Bytes sourceOf(const CN_Texture& texture) {
     const auto* bytes = static_cast<const unsigned char*>(texture.getSource());
     return {bytes, bytes + texture.getSourceSize()};
-}
-
-unsigned char* copyOf(const Bytes& bytes) {
-    auto* copy = new unsigned char[bytes.size()];
-    std::memcpy(copy, bytes.data(), bytes.size());
-    return copy;
 }
 
 class TextureTest : public testing::Test {
@@ -89,19 +83,20 @@ TEST_F(TextureTest, WhatDoesNotDecodeLeavesNoSource) {
 
 TEST_F(TextureTest, TakesBytesOverAndGivesThemBack) {
     CN_Texture texture;
-    texture.setSourceFormat(I_Image::TGA);
-    texture.setSource(copyOf(m_red), static_cast<int>(m_red.size()), true);
+    test::setSource(texture, m_red);
     EXPECT_EQ(texture.getWidth(), 4);
 
     const std::unique_ptr<unsigned char[]> old(
         const_cast<unsigned char*>(static_cast<const unsigned char*>(texture.getSource())));
     const Bytes wide = test::makeTga(8, 1, 1, 2, 3);
-    texture.setSource(copyOf(wide), static_cast<int>(wide.size()), false);
+    auto* const given = new unsigned char[wide.size()];
+    std::copy(wide.begin(), wide.end(), given);
+    texture.setSource(given, static_cast<int>(wide.size()), false);
     EXPECT_EQ(old[2], 2) << "still the caller's";
     EXPECT_EQ(texture.getWidth(), 8);
     EXPECT_EQ(sourceOf(texture), wide);
 
-    EXPECT_NE(failureText([&] { texture.setSource(copyOf(Bytes(7)), 7, true); }), "(nothing thrown)");
+    EXPECT_NE(failureText([&] { test::setSource(texture, Bytes(7)); }), "(nothing thrown)");
     EXPECT_EQ(texture.getSourceSize(), 7);
     EXPECT_EQ(texture.getWidth(), 0);
     EXPECT_NE(failureText([&] { texture.setSource(nullptr, -1, true); }), "(nothing thrown)");
@@ -148,7 +143,7 @@ TEST_F(TextureTest, EqualsByNameSizeFormatAndBytes) {
         texture->setName(name);
         texture->setSourceFormat(format);
         if (!bytes.empty())
-            texture->setSource(copyOf(bytes), static_cast<int>(bytes.size()), true);
+            test::setSource(*texture, bytes, format);
         return texture;
     };
     const auto red = make("a", I_Image::TGA, m_red);

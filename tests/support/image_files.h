@@ -1,27 +1,41 @@
 #pragma once
 
+#include "cairn/materials/texture.h"
 #include "tests/support/old_records.h"
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
+#include <memory>
 
 namespace cairn::test {
 
-/// An uncompressed TGA of 24 bits a pixel, all of one colour.
-inline Bytes makeTga(int width, int height, unsigned char red, unsigned char green, unsigned char blue) {
-    Bytes file(18 + static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+/// An uncompressed TGA of 24 bits a pixel; `pixels` are blue, green and red, row by row.
+inline Bytes makeTga(int width, int height, const Bytes& pixels) {
+    Bytes file(18);
     file[2] = 2;
     file[12] = static_cast<unsigned char>(width & 255);
     file[13] = static_cast<unsigned char>(width >> 8);
     file[14] = static_cast<unsigned char>(height & 255);
     file[15] = static_cast<unsigned char>(height >> 8);
     file[16] = 24;
-    for (std::size_t at = 18; at < file.size(); at += 3) {
-        file[at] = blue;
-        file[at + 1] = green;
-        file[at + 2] = red;
-    }
+    file.insert(file.end(), pixels.begin(), pixels.end());
     return file;
+}
+/// The same, all of one colour.
+inline Bytes makeTga(int width, int height, unsigned char red, unsigned char green, unsigned char blue) {
+    Bytes pixels;
+    for (int i = 0; i < width * height; ++i)
+        pixels.insert(pixels.end(), {blue, green, red});
+    return makeTga(width, height, pixels);
+}
+
+/// Gives a texture a copy of the bytes, as a file that it decodes.
+inline void setSource(CN_Texture& texture, const Bytes& bytes, I_Image::Format format = I_Image::TGA) {
+    auto copy = std::make_unique<unsigned char[]>(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), copy.get());
+    texture.setSourceFormat(format);
+    texture.setSource(copy.release(), static_cast<int>(bytes.size()), true);
 }
 
 /// A container of surfaces with uncompressed pixels of 32 bits, all zero: a flat picture, or with `faces` 6 a cube.
