@@ -263,8 +263,6 @@ class E_FSM {
     /// @}
 
   private:
-    friend class FSMRecord;
-
     template <class Machine, class F> static void forEachMessageOf(Machine& machine, F& f) {
         for (auto& [name, handler] : machine.m_handlers)
             handler.forEachList([&f](auto& messages) {
@@ -272,9 +270,11 @@ class E_FSM {
                     f(message);
             });
     }
+    template <class Test> bool anyMessage(Test&& test) const;
     void endWalks();
-    void eraseHandler(const istring& name);
-    template <class Edit> void editMessages(Edit&& edit);
+    void endWalksAt(const istring& name);
+    void upgrade();
+    void upgradeKeyframeHandlers();
 
     NameSet m_states;
     istring m_defaultState;         ///< empty for none
