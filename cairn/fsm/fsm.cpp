@@ -11,10 +11,17 @@ namespace cairn {
 namespace {
 
 /// The handlers that kinds of entities make themselves.
-constexpr std::array<const char*, 11> HARDCODED_HANDLERS = {
-    "Startup",      "T_Activate", "OnActivate",        "OnDeath",
-    "OnLowHealth",  "OnPlayerAttack", "OnUse",         "DO_BulletCollides",
-    "DO_MovedToInvalidPosition", "DO_MovedToInvalidPositionEnds", "DO_OnDeath"};
+constexpr std::array<const char*, 11> HARDCODED_HANDLERS = {"Startup",
+                                                            "T_Activate",
+                                                            "OnActivate",
+                                                            "OnDeath",
+                                                            "OnLowHealth",
+                                                            "OnPlayerAttack",
+                                                            "OnUse",
+                                                            "DO_BulletCollides",
+                                                            "DO_MovedToInvalidPosition",
+                                                            "DO_MovedToInvalidPositionEnds",
+                                                            "DO_OnDeath"};
 
 istring inParentheses(const char* prefix, const istring& name) { return (istring(prefix) += name) += ')'; }
 
@@ -167,9 +174,8 @@ const istring* E_FSM::getHandlerForMessage(const Message& message) const {
 template <class Test> bool E_FSM::anyMessage(Test&& test) const {
     for (const auto& [name, handler] : m_handlers) {
         bool found = false;
-        handler.forEachList([&](const MessageList& messages) {
-            found = found || std::any_of(messages.begin(), messages.end(), test);
-        });
+        handler.forEachList(
+            [&](const MessageList& messages) { found = found || std::any_of(messages.begin(), messages.end(), test); });
         if (found)
             return true;
     }
@@ -213,8 +219,8 @@ bool E_FSM::isReferenced(const CN_Document* document) const {
         return false;
     const auto refers = [this](const CN_LevelEntity* entity) {
         const E_FSM* const machine = entity->getFSM();
-        return machine && machine->anyMessage(
-                              [this](const Message& m) { return m.refersTo(m_parent) && !m.isCommentMessage(); });
+        return machine &&
+               machine->anyMessage([this](const Message& m) { return m.refersTo(m_parent) && !m.isCommentMessage(); });
     };
     if (refers(level))
         return true;

@@ -277,7 +277,7 @@ class E_FSM {
     void upgradeKeyframeHandlers();
 
     NameSet m_states;
-    istring m_defaultState;         ///< empty for none
+    istring m_defaultState; ///< empty for none
     NameSet m_customEvents;
     HandlerMap m_handlers;
     TimerMap m_timers;

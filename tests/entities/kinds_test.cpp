@@ -96,8 +96,10 @@ std::vector<istring> handlersOf(const CN_LevelEntity& entity) {
     if (!entity.hasFSM())
         return {};
     EXPECT_EQ(entity.getFSM()->getParent(), &entity);
-    const std::set<istring>& names = entity.getFSM()->getMessageHandlers();
-    return {names.begin(), names.end()};
+    std::vector<istring> names;
+    for (const auto& [name, handler] : entity.getFSM()->getMessageHandlers())
+        names.push_back(name);
+    return names;
 }
 
 /// Answers to every kind and notes which of its operations was called for which kind.
