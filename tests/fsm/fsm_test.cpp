@@ -201,7 +201,7 @@ TEST(FSM, IsReferencedByTargetsAndArgumentsOfAnyMachineOfTheLevel) {
     const E_FSM& fsm = *entity->getFSM();
     EXPECT_FALSE(fsm.isReferenced(&document));
     EXPECT_FALSE(fsm.isReferenced(nullptr));
-    E_FSM::MessageList& list = document.getPlayer()->accessFSM()->createMessageHandler("a").m_sendAfter;
+    E_FSM::MessageList& list = level.getChildren().front()->accessFSM()->createMessageHandler("a").m_sendAfter;
     list.push_back(line("x", nullptr, {"::FSM_00"}));
     EXPECT_FALSE(fsm.isReferenced(&document));
     list.front().m_objectArguments = {entity};

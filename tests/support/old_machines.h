@@ -12,28 +12,28 @@ namespace cairn::test {
 
 /// A message as it shall stand in a file.
 struct OldMessage {
-    std::string text, name, targetName;
-    std::vector<std::string> arguments;
+    std::string text = {}, name = {}, targetName = {};
+    std::vector<std::string> arguments = {};
     bool global = false;
-    unsigned int target = 0;           ///< identity, where the version stores it
-    std::vector<unsigned int> objects; ///< likewise
+    unsigned int target = 0;                ///< identity, where the version stores it
+    std::vector<unsigned int> objects = {}; ///< likewise
 };
 
 struct OldHandler {
-    std::string name;
-    std::vector<OldMessage> before;
-    std::vector<std::pair<std::string, std::vector<OldMessage>>> onState;
-    std::vector<OldMessage> after;
+    std::string name = {};
+    std::vector<OldMessage> before = {};
+    std::vector<std::pair<std::string, std::vector<OldMessage>>> onState = {};
+    std::vector<OldMessage> after = {};
 };
 
 struct OldMachine {
     int version = 1;        ///< of the machine: 0 has no chunk and no timers
     int messageVersion = 1; ///< 0 has no chunk and no identities
-    std::vector<std::string> states;
-    std::string defaultState;
-    std::vector<std::string> events;
-    std::vector<OldHandler> handlers;
-    std::vector<std::string> timers; ///< with the flag set and 2.5 for the time
+    std::vector<std::string> states = {};
+    std::string defaultState = {};
+    std::vector<std::string> events = {};
+    std::vector<OldHandler> handlers = {};
+    std::vector<std::string> timers = {}; ///< with the flag set and 2.5 for the time
 };
 
 void writeOldMachine(F_MemoryFile& file, const OldMachine& machine);
