@@ -190,7 +190,7 @@ TEST_F(BrushImport, GivesBrushEntitiesAMachineWithMeshesBelow) {
     const MapImportSummary summary =
         import("{\"classname\" \"func_door\" \"targetname\" \"d\"\n" + block("64 64 0", "128 80 96", wall) + "}\n" +
                "{\"classname\" \"func_wall\" \"origin\" \"1 2 3\"\n" + block("0 0 0", "8 8 8", wall) +
-               block("8 8 8", "16 16 16", wall) + "}\n{\"classname\" \"trigger_once\"\n" +
+               block("8 8 8", "16 16 16", wall) + "}\n{\"classname\" \"trigger_once\" \"target\" \"d\"\n" +
                block("0 0 0", "8 8 8", wall) + "}");
     EXPECT_EQ(summary.brushEntities, 3u);
     EXPECT_TRUE(summary.made.empty());
@@ -205,6 +205,9 @@ TEST_F(BrushImport, GivesBrushEntitiesAMachineWithMeshesBelow) {
     EXPECT_TRUE(meshBelow(door).isDynamic());
     EXPECT_FALSE(meshBelow(still).isDynamic());
     EXPECT_TRUE(meshBelow(trigger).isTrigger());
+    EXPECT_NE(test::textOf(*meshBelow(trigger).getFSM()).find("T_Activate: before{parent->FSM_Send(Activate);"),
+              std::string::npos);
+    EXPECT_NE(test::textOf(*trigger.getFSM()).find("{parent::func_door->FSM_Send(Activate);"), std::string::npos);
     EXPECT_EQ(meshBelow(still).getBoundingMin(), Vector(-8, 0, 0));
     EXPECT_EQ(meshBelow(still).getWorldPosition(), Vector(-4, 4, 4));
 }
