@@ -49,7 +49,8 @@ TEST_F(HierarchyUtils, FindsTheWayUp) {
 
     CN_Selection* selection = document.accessSelection();
     selection->add(prefab);
-    EXPECT_EQ(Utils::getFirstSelectedParent(inner, selection), prefab);
+    EXPECT_EQ(Utils::getFirstSelectedParent(inner, selection), content) << "which a prefab brings";
+    EXPECT_EQ(Utils::getFirstSelectedParent(content, selection), prefab);
     EXPECT_EQ(Utils::getFirstSelectedParent(mesh, selection), nullptr);
     EXPECT_EQ(Utils::getFirstNonSelectedParent(content, selection), mesh);
     EXPECT_EQ(Utils::getFirstDynamicParentOrSelf(inner), nullptr);
