@@ -6,8 +6,9 @@
 #include <cmath>
 #include <memory>
 
-// Finding and mending the corners that lie on edges of other polygons, by the number of polygons: a brick wall, in which each
-// brick's corners lie on the long edges of the rows above and below, and one long kerb along all bricks of a row.
+// Finding and mending the corners that lie on edges of other polygons, and finding the polygons that share edges then, by the
+// number of polygons: a brick wall, in which each brick's corners lie on the long edges of the rows above and below, and one
+// long kerb along all bricks of a row.
 
 namespace cairn {
 namespace {
@@ -58,12 +59,20 @@ std::shared_ptr<Level> makeKerb(int bricks) {
     return level;
 }
 
-void addScene(bench::Report& report, const std::string& scene, int n, std::shared_ptr<Level> (*make)(int)) {
+/// Finding and mending, and finding the neighbours of all polygons in what is mended then.
+void addScenes(bench::Report& report, const std::string& scene, int n, std::shared_ptr<Level> (*make)(int)) {
     const std::shared_ptr<Level> level = make(n);
     report.addTimed(scene, "cairn", n, [level](bench::Watch& watch) {
         CN_LevelEntityMesh mesh = *level->mesh;
         watch.timed([&mesh] { mesh.createVerticesInTJunctions(TOLERANCE); });
         return mesh.getVertexList().count();
+    });
+    auto mended = std::make_shared<CN_LevelEntityMesh>(*level->mesh);
+    mended->createVerticesInTJunctions(TOLERANCE);
+    mended->transform();
+    report.addTimed(scene + ", neighbours", "cairn", n, [level, mended](bench::Watch& watch) {
+        watch.timed([&mended] { mended->createSharedEdgeLists(); });
+        return mended->getPolygonList().first()->getSharedEdgeList().count();
     });
 }
 
@@ -74,10 +83,10 @@ int main(int argc, char** argv) {
     using namespace cairn;
     bench::Report report("t_junctions");
     for (const int n : bench::sizes({1000, 3162, 10000, 31623, 100000}, 3162)) {
-        addScene(report, "brick wall", n, makeWall);
-        addScene(report, "kerb", n, makeKerb);
+        addScenes(report, "brick wall", n, makeWall);
+        addScenes(report, "kerb", n, makeKerb);
     }
-    report.limitGrowth("brick wall", "cairn", 1.2);
-    report.limitGrowth("kerb", "cairn", 1.2);
+    for (const char* const scene : {"brick wall", "kerb", "brick wall, neighbours", "kerb, neighbours"})
+        report.limitGrowth(scene, "cairn", 1.2);
     return report.run(argc, argv);
 }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <memory>
 #include <random>
+#include <string_view>
 #include <vector>
 
 #ifdef CAIRN_BENCH_WITH_CGAL
@@ -274,5 +275,10 @@ int main(int argc, char** argv) {
     }
     report.limitRatio("holes", "cairn", 1.15);
     report.limitRatio("holes", "triangulize", 2);
+    for (const char* const scene : {"star", "comb", "holes"}) {
+        report.limitGrowthTo("Triangle, bare", scene, "cairn");
+        for (const char* const peer : {"CGAL", "GEOS"})
+            report.limitRatioTo(peer, scene, "cairn", 1, std::string_view(scene) == "holes" ? 16 : 64);
+    }
     return report.run(argc, argv);
 }

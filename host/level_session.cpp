@@ -6,6 +6,9 @@
 #include "cairn/document/level_file_library.h"
 #include "cairn/document/shared_db.h"
 #include "cairn/entities/cairn_level.h"
+#include "host/catalogue.h"
+
+#include <fmt/format.h>
 
 #include <cmath>
 
@@ -16,18 +19,14 @@ std::vector<std::string> LevelSession::s_messages;
 LevelSession::LevelSession(const Console& console, const std::string& contentFile)
     : m_console(console), m_hasContent(!contentFile.empty()) {
     s_messages.clear();
-    m_oldMessageBox = setMessageBoxHandler([](const CString& text, unsigned) { s_messages.push_back(text.str()); });
-    m_oldProcessEnd = setProcessEndHandler([](int) {
-        throw new F_Exception(s_messages.empty() ? "The library asked to end the process" : s_messages.back());
-    });
+    replaceHandlers();
     contentPath() = CString(contentFile);
     CN_LevelFileLibrary::setSharedDBPathCallback(&LevelSession::contentPath);
     if (!CN_SharedDB::createInstance()) {
         const std::string reason = s_messages.empty() ? "cannot be opened" : s_messages.back();
         const std::string details = "Details:\n";
         const std::size_t at = reason.find(details);
-        setMessageBoxHandler(std::move(m_oldMessageBox));
-        setProcessEndHandler(std::move(m_oldProcessEnd));
+        restoreHandlers();
         throw Failure(ExitCode::INPUT, contentFile,
                       at == std::string::npos ? reason : reason.substr(at + details.size()));
     }
@@ -37,8 +36,41 @@ LevelSession::LevelSession(const Console& console, const std::string& contentFil
 LevelSession::~LevelSession() {
     CN_SharedDB::deleteInstance();
     CN_LevelFileLibrary::setSharedDBPathCallback(nullptr);
+    restoreHandlers();
+}
+
+/// The one line for the console is that "messages.txt" cannot be read, which is none of the business of a command that
+/// needs no catalogue; `readCatalogue` tells those that do.
+void LevelSession::replaceHandlers() {
+    m_oldMessageBox = setMessageBoxHandler([](const CString& text, unsigned) { s_messages.push_back(text.str()); });
+    m_oldProcessEnd = setProcessEndHandler([](int) {
+        throw new F_Exception(s_messages.empty() ? "The library asked to end the process" : s_messages.back());
+    });
+    m_oldConsoleLine = setConsoleLineHandler([](const std::string&) {});
+}
+
+void LevelSession::restoreHandlers() {
     setMessageBoxHandler(std::move(m_oldMessageBox));
     setProcessEndHandler(std::move(m_oldProcessEnd));
+    setConsoleLineHandler(std::move(m_oldConsoleLine));
+}
+
+const CN_FSMMessageInfoProvider* LevelSession::readCatalogue(const std::string& named) const {
+    const std::string file = findCatalogue(named);
+    if (file.empty()) {
+        m_console.warn("message catalogue", "there is none: messages are not looked up");
+        return nullptr;
+    }
+    CN_FSMMessageInfoProvider& catalogue = CN_LevelFileLibrary::instance()->accessMessageInfoProvider();
+    try {
+        withFailure(ExitCode::INPUT, file, [&] { catalogue.read(file); });
+    } catch (const Failure& failure) {
+        if (!named.empty() || failure.code() != ExitCode::INPUT)
+            throw;
+        m_console.warn(file, fmt::format("messages are not looked up: {}", failure.what()));
+        return nullptr;
+    }
+    return &catalogue;
 }
 
 void LevelSession::collect(int, const CString& message) { s_messages.push_back(message.str()); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cairn/document/document.h"
+#include "cairn/fsm/message_info_provider.h"
 #include "cairn/platform/handlers.h"
 #include "host/console.h"
 
@@ -25,8 +26,8 @@ struct OpenedLevel {
     bool isWhole() const { return fault.empty(); }
 };
 
-/// The library under this program: its message boxes are collected, the end it asks for becomes an exception, and its
-/// content database is open. One lives while a command runs, and puts back what it found.
+/// The library under this program: its message boxes are collected, its lines for the console dropped, the end it asks for
+/// becomes an exception, and its content database is open. One lives while a command runs, and puts back what it found.
 class LevelSession {
   public:
     /// Opens the content database of that file, an empty one in memory where the name is empty. Throws a `Failure`
@@ -38,6 +39,11 @@ class LevelSession {
 
     /// True where the user named a content database.
     bool hasContent() const { return m_hasContent; }
+
+    /// Reads the message catalogue into the library: the file of that name, where it is empty the one that `findCatalogue`
+    /// finds. Null where that is none, or where it cannot be read, which is told; a named file that cannot be read throws a
+    /// `Failure`.
+    const CN_FSMMessageInfoProvider* readCatalogue(const std::string& named) const;
 
     /// A document without a level, with progress and messages bound.
     std::unique_ptr<CN_Document> createDocument() const;
@@ -55,6 +61,8 @@ class LevelSession {
     void save(CN_Document& document, const std::string& file, Console& output) const;
 
   private:
+    void replaceHandlers();
+    void restoreHandlers();
     static void collect(int severity, const CString& message);
     static CString& contentPath();
     static bool settle(CN_Document& document);
@@ -63,6 +71,7 @@ class LevelSession {
     bool m_hasContent;
     MessageBoxHandler m_oldMessageBox;
     ProcessEndHandler m_oldProcessEnd;
+    ConsoleLineHandler m_oldConsoleLine;
     static std::vector<std::string> s_messages; ///< shown since they were last taken
 };
 

@@ -62,6 +62,10 @@ std::string timeText(double nanoseconds) {
 
 std::string sizeText(double n) { return fmt::format("{:.0f}", n); }
 
+std::string rowName(const std::string& scene, const std::string& contender, double n) {
+    return fmt::format("{}/{}/{}", scene, contender, sizeText(n));
+}
+
 } // namespace
 
 void keepFreedMemory() {
@@ -119,16 +123,25 @@ Report::Report(std::string program) : m_program(std::move(program)) {}
 
 benchmark::internal::Benchmark* Report::addRow(const std::string& scene, const std::string& contender, double n,
                                                std::function<void(benchmark::State&)> body) {
-    m_rows.push_back({scene, contender, fmt::format("{}/{}/{}", scene, contender, sizeText(n)), n});
+    m_rows.push_back({scene, contender, rowName(scene, contender, n), n});
     return benchmark::RegisterBenchmark(m_rows.back().name.c_str(), std::move(body));
 }
 
 void Report::limitRatio(const std::string& scene, const std::string& contender, double ratio, double from, double to) {
-    m_ratioLimits.push_back({scene, contender, ratio, from, to});
+    m_ratioLimits.push_back({scene, contender, ratio, from, to, ""});
+}
+
+void Report::limitRatioTo(const std::string& peer, const std::string& scene, const std::string& contender, double ratio,
+                          double from, double to) {
+    m_ratioLimits.push_back({scene, contender, ratio, from, to, peer});
 }
 
 void Report::limitGrowth(const std::string& scene, const std::string& contender, double exponent) {
-    m_growthLimits.push_back({scene, contender, exponent});
+    m_growthLimits.push_back({scene, contender, exponent, ""});
+}
+
+void Report::limitGrowthTo(const std::string& peer, const std::string& scene, const std::string& contender) {
+    m_growthLimits.push_back({scene, contender, 0, peer});
 }
 
 namespace {
@@ -196,10 +209,20 @@ int Report::run(int argc, char** argv) {
 
         std::string line = fmt::format("{:<28} n={:<8} {:<32} {:>11} +-{:4.1f}%  {:7.3f}x", row.scene, sizeText(row.n),
                                        row.contender, timeText(time), 100 * spread(result.times), ratio);
-        for (const RatioLimit& limit : m_ratioLimits)
-            if (limit.scene == row.scene && limit.contender == row.contender && row.n >= limit.from &&
-                row.n <= limit.to)
+        for (const RatioLimit& limit : m_ratioLimits) {
+            if (limit.scene != row.scene || limit.contender != row.contender || row.n < limit.from || row.n > limit.to)
+                continue;
+            if (limit.peer.empty()) {
                 line += fmt::format("  limit {:g}x: {:.2f}x {}", limit.ratio, ratio, verdict(ratio <= limit.ratio));
+                continue;
+            }
+            const auto peer = collector.results.find(rowName(limit.scene, limit.peer, row.n));
+            if (peer == collector.results.end())
+                continue;
+            const double toPeer = time / median(peer->second.times);
+            line += fmt::format("  limit {:g}x of {}: {:.2f}x {}", limit.ratio, limit.peer, toPeer,
+                                verdict(toPeer <= limit.ratio));
+        }
         if (result.witness && reference.witness && !sameWitness(*result.witness, *reference.witness)) {
             differs = true;
             line += fmt::format("  DIFFERS {:.9g} != {:.9g}", *result.witness, *reference.witness);
@@ -215,10 +238,17 @@ int Report::run(int argc, char** argv) {
         const double exponent = growthExponent(curve);
         std::string line = fmt::format("{:<28} {:<32} e = {:.2f}  (n {}..{})", key.first, key.second, exponent,
                                        sizeText(curve.front().first), sizeText(curve.back().first));
-        for (const GrowthLimit& limit : m_growthLimits)
-            if (limit.scene == key.first && limit.contender == key.second)
+        for (const GrowthLimit& limit : m_growthLimits) {
+            if (limit.scene != key.first || limit.contender != key.second)
+                continue;
+            if (limit.peer.empty()) {
                 line += fmt::format("  limit {:g}: {:.2f} {}", limit.exponent, exponent,
                                     verdict(exponent <= limit.exponent));
+            } else if (const auto& peer = growth[{limit.scene, limit.peer}]; peer.size() == curve.size()) {
+                const double theirs = growthExponent(peer);
+                line += fmt::format("  limit {:.2f} of {}: {}", theirs, limit.peer, verdict(exponent <= theirs));
+            }
+        }
         fmt::print("{}\n", line);
     }
     fmt::print("\n# limits: {} held, {} missed\n", held, missed);

@@ -103,8 +103,15 @@ class Report {
     void limitRatio(const std::string& scene, const std::string& contender, double ratio, double from = 0,
                     double to = std::numeric_limits<double>::infinity());
 
+    /// The same in comparison with another contender than the reference; it need not be in the run, and then nothing is said.
+    void limitRatioTo(const std::string& peer, const std::string& scene, const std::string& contender, double ratio,
+                      double from = 0, double to = std::numeric_limits<double>::infinity());
+
     /// States the exponent e up to which a contender's time may grow with n^e.
     void limitGrowth(const std::string& scene, const std::string& contender, double exponent);
+
+    /// States that a contender's exponent may be no larger than that of another one.
+    void limitGrowthTo(const std::string& peer, const std::string& scene, const std::string& contender);
 
     /// Runs what the command line asks for (all options of Google Benchmark) with random interleaving and prints the report:
     /// the median of the repetitions, its ratio to the reference at the same size, the growth exponent by least squares, and
@@ -120,10 +127,12 @@ class Report {
     struct RatioLimit {
         std::string scene, contender;
         double ratio, from, to;
+        std::string peer; ///< empty for the reference
     };
     struct GrowthLimit {
         std::string scene, contender;
         double exponent;
+        std::string peer; ///< whose exponent it is; empty where the limit tells it
     };
     class Collector;
 

@@ -1,7 +1,5 @@
 #include "cairn/entities/tri_mesh.h"
 
-#include "cairn/animation/keyframes.h"
-#include "cairn/animation/mesh_animations.h"
 #include "cairn/document/document.h"
 #include "cairn/document/host_interfaces.h"
 #include "cairn/entities/finite_box.h"
@@ -70,7 +68,7 @@ bool meetTriangle(TriangleHit& hit, const M_Vector3Template<double> (&corners)[3
 CN_LevelEntityTriMesh::CN_LevelEntityTriMesh() : CN_LevelEntity(CN_KIND_TRIMESH, 18) {}
 
 CN_LevelEntityTriMesh::CN_LevelEntityTriMesh(const CN_LevelEntityTriMesh& other)
-    : CN_LevelEntity(other), CN_MeshInterface(other), CN_AnimationInterface(other) {
+    : CN_LevelEntity(other), CN_MovableMesh(other) {
     copyFields(other);
     requestRenderer();
 }
@@ -78,6 +76,7 @@ CN_LevelEntityTriMesh::CN_LevelEntityTriMesh(const CN_LevelEntityTriMesh& other)
 CN_LevelEntityTriMesh& CN_LevelEntityTriMesh::operator=(const CN_LevelEntityTriMesh& other) {
     if (this != &other) {
         CN_LevelEntity::operator=(other);
+        CN_MovableMesh::operator=(other);
         dropTriangles();
         copyFields(other);
         requestRenderer();
@@ -88,11 +87,8 @@ CN_LevelEntityTriMesh& CN_LevelEntityTriMesh::operator=(const CN_LevelEntityTriM
 void CN_LevelEntityTriMesh::copyFields(const CN_LevelEntityTriMesh& other) {
     m_localMin = other.m_localMin;
     m_localMax = other.m_localMax;
-    m_meshProperties = other.m_meshProperties;
     m_sourceObjectName = other.m_sourceObjectName;
     m_sourceFileName = other.m_sourceFileName;
-    m_dynamic = other.m_dynamic;
-    m_animation = other.m_animation;
     m_vertices = other.m_vertices;
     m_triangles = other.m_triangles;
     m_geometryDirty = true;
@@ -208,22 +204,15 @@ string CN_LevelEntityTriMesh::findRecordFault() const {
 
 // Keyframes stand in the parent's space, so that a point of the mesh must land where it did at each of them.
 void CN_LevelEntityTriMesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
-    CN_Keyframes* const keyframes = m_dynamic ? accessKeyframes() : nullptr;
     const M_Matrix4x3Template<double> fromOwn = M_Matrix4x3Template(m_rotation, m_position).inverse();
     const Matrix toNew = m.rotation.inverse();
-    if (!toNew.isFinite() || (keyframes && !fromOwn.isFinite()))
+    if (!toNew.isFinite() || (movesByKeyframes() && !fromOwn.isFinite()))
         return;
     const Vector offset = m_position - m.translation;
     for (CN_TMVertex& vertex : m_vertices)
         for (Vector* const v : {&vertex.position, &vertex.secondPosition})
             *v = (*v * m_rotation + offset) * toNew;
-    if (keyframes) {
-        const auto toOldSpace = m * fromOwn;
-        for (CN_Keyframe* keyframe = keyframes->getFirst(); keyframe; keyframe = keyframes->getNext())
-            keyframe->setMatrix(toOldSpace * keyframe->getMatrix());
-        if (CN_MeshAnimations* const animations = accessAnimations())
-            animations->updateKeyframes();
-    }
+    moveOriginOfKeyframes(m * fromOwn);
     CN_LevelEntity::changeSpaceExplicit(m);
     handleOwnHierarchy();
     calculateBoundingBox();
@@ -282,24 +271,6 @@ void CN_LevelEntityTriMesh::calculateBoundingBox() {
         radius = std::max(radius, vertex.position.length());
     }
     m_boundingRadius = static_cast<float>(std::min<double>(radius, std::numeric_limits<float>::max()));
-}
-
-void CN_LevelEntityTriMesh::makeDynamic(bool lit) {
-    m_dynamic = true;
-    m_animation.makeDynamic(this);
-    m_meshProperties.lightDynamic = lit;
-    m_meshProperties.setDefaultPhysicalMaterial();
-    createFSM();
-    invalidateObject(true);
-}
-
-void CN_LevelEntityTriMesh::makeStatic() {
-    if (!m_dynamic && !m_animation.getKeyframes())
-        return;
-    m_animation.makeStatic(this);
-    m_dynamic = false;
-    deleteFSM();
-    invalidateObject(true);
 }
 
 void CN_LevelEntityTriMesh::updateMaterialRefCounts(bool add) {

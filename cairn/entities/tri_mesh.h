@@ -1,10 +1,7 @@
 #pragma once
 
-#include "cairn/animation/animation.h"
-#include "cairn/animation/animation_interface.h"
 #include "cairn/entities/level_entity.h"
-#include "cairn/entities/mesh_interface.h"
-#include "cairn/entities/mesh_properties.h"
+#include "cairn/entities/movable_mesh.h"
 #include "cairn/entities/trimesh_parts.h"
 #include "cairn/lighting/lightmap_pool_interface.h"
 
@@ -16,7 +13,7 @@ namespace cairn {
 inline constexpr int CAIRN_LVL_ENTITY_TRIMESH_VERSION = 3;
 
 /// A mesh of fixed triangles that was brought in from a modelling tool, in a vertex and a triangle list.
-class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, public CN_AnimationInterface {
+class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MovableMesh {
   public:
     using VertexVector = std::vector<CN_TMVertex>;
     using TriangleVector = std::vector<CN_TMTriangle>;
@@ -48,36 +45,9 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
     /// Renews the boxes in both spaces and the radius; a mesh without vertices has unset boxes and the radius 0.
     void calculateBoundingBox();
 
-    /// @name Mesh interface
+    /// @name Mesh interface: the rest is `CN_MovableMesh`'s
     /// @{
-    void setDynamic(bool dynamic) override { m_dynamic = dynamic; }
-    bool isDynamic() const override { return m_dynamic; }
-    void makeDynamic(bool lit) override;
-    void makeStatic() override;
-    void setMeshProperties(const CN_MeshProperties& properties) override { m_meshProperties = properties; }
-    const CN_MeshProperties& getMeshProperties() const override { return m_meshProperties; }
     void updateMaterialRefCounts(bool add) override;
-    /// @}
-
-    /// @name Animation interface: the mesh's own `CN_Animation`
-    /// @{
-    void gotoKeyframe(const string& name) override { m_animation.gotoKeyframe(this, name); }
-    bool addKeyframe(const string& name) override { return m_animation.addKeyframe(this, name); }
-    void transformKeyframes(const M_Matrix4x3Template<double>& matrix) override {
-        m_animation.transformKeyframes(matrix);
-    }
-    CN_MeshAnimations* accessAnimations() override { return m_animation.accessAnimations(); }
-    const CN_MeshAnimations* getAnimations() const override { return m_animation.getAnimations(); }
-    CN_Keyframes* accessKeyframes() override { return m_animation.accessKeyframes(); }
-    const CN_Keyframes* getKeyframes() const override { return m_animation.getKeyframes(); }
-    const string& getCurrentKeyframe() const override { return m_animation.getCurrentKeyframe(); }
-    const string& getDefaultKeyframe() const override { return m_animation.getDefaultKeyframe(); }
-    const string& getLightingKeyframe() const override { return m_animation.getLightingKeyframe(); }
-    void setKeyframes(CN_Keyframes* keyframes) override { m_animation.setKeyframes(keyframes); }
-    void setAnimations(CN_MeshAnimations* animations) override { m_animation.setAnimations(animations); }
-    void setCurrentKeyframe(const string& name) override { m_animation.setCurrentKeyframe(name); }
-    void setDefaultKeyframe(const string& name) override { m_animation.setDefaultKeyframe(name); }
-    void setLightingKeyframe(const string& name) override { m_animation.setLightingKeyframe(name); }
     /// @}
 
     /// @name Geometry
@@ -116,6 +86,7 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
     bool onCanAdd(int entityId) override;
 
   private:
+    CN_LevelEntity& accessEntity() override { return *this; }
     void requestRenderer();
     void copyFields(const CN_LevelEntityTriMesh& other);
     void dropTriangles();
@@ -124,11 +95,8 @@ class CN_LevelEntityTriMesh : public CN_LevelEntity, public CN_MeshInterface, pu
 
     Vector m_localMin{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};    ///< in the mesh's own space
     Vector m_localMax{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND}; ///< in the mesh's own space
-    CN_MeshProperties m_meshProperties;                                   ///< for the game
     string m_sourceObjectName;                                            ///< in the modelling tool
     string m_sourceFileName;                                              ///< in the modelling tool
-    bool m_dynamic = false;                                               ///< moves in the game
-    CN_Animation m_animation;                                             ///< its keyframes and animations
     VertexVector m_vertices;                                              ///< what triangles name by place
     TriangleVector m_triangles;                                           ///< of this mesh
     bool m_geometryDirty = true;                                          ///< the geometry has changed

@@ -29,11 +29,14 @@ double outside(const Vector& min, const Vector& max, const Vector& point) {
 } // namespace
 
 CN_PointTree::CN_PointTree(std::vector<Entry> entries) : m_entries(std::move(entries)) {
+    std::erase_if(m_entries, [](const Entry& entry) { return !entry.point.isFinite(); });
     if (!m_entries.empty())
         build(0, m_entries.size());
 }
 
 void CN_PointTree::insert(const Entry& entry) {
+    if (!entry.point.isFinite())
+        return;
     if (m_nodes.empty()) {
         m_entries.push_back(entry);
         build(0, 1);

@@ -10,7 +10,7 @@
 namespace cairn {
 
 /// Finds numbered points near a line: a tree of boxes, halved at the median along the longest side. Points that come later
-/// go where they widen the boxes least.
+/// go where they widen the boxes least. A point that is not finite is near nothing.
 class CN_PointTree {
   public:
     using Vector = M_Vector3Template<double>;

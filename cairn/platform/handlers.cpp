@@ -14,6 +14,7 @@ struct Handlers {
     MessageBoxHandler messageBox;
     ProcessEndHandler processEnd;
     VerboseHandler verbose;
+    ConsoleLineHandler consoleLine;
 };
 
 /// Never destroyed: the end of the process may still write through them. What is called is a copy, as a handler may
@@ -37,6 +38,10 @@ VerboseHandler setVerboseHandler(VerboseHandler handler) {
     return std::exchange(handlers().verbose, std::move(handler));
 }
 
+ConsoleLineHandler setConsoleLineHandler(ConsoleLineHandler handler) {
+    return std::exchange(handlers().consoleLine, std::move(handler));
+}
+
 void AfxMessageBox(const CString& text, unsigned style) {
     if (const MessageBoxHandler handler = handlers().messageBox)
         return handler(text, style);
@@ -55,6 +60,13 @@ void terminateAfterMessage(const CString& reason) {
 void writeVerbose(const std::string& text) {
     if (const VerboseHandler handler = handlers().verbose)
         handler(text);
+}
+
+void writeConsoleLine(const std::string& line) {
+    if (const ConsoleLineHandler handler = handlers().consoleLine)
+        return handler(line);
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
 }
 
 } // namespace cairn

@@ -4,8 +4,8 @@
 
 #include <functional>
 
-/// The three ways in which the library reaches out of itself without a document at hand: a message box, the end of the
-/// process and the diagnostic log. A host replaces each; the defaults suit a program without windows.
+/// The four ways in which the library reaches out of itself without a document at hand: a message box, the end of the
+/// process, the diagnostic log and a line on the console. A host replaces each; the defaults suit a program without windows.
 namespace cairn {
 
 inline constexpr unsigned MB_OK = 0x0;
@@ -20,12 +20,16 @@ using MessageBoxHandler = std::function<void(const CString& text, unsigned style
 using ProcessEndHandler = std::function<void(int exitCode)>;
 /// Receives each diagnostic text, unchanged: some end in a line feed, some do not.
 using VerboseHandler = std::function<void(const std::string& text)>;
+/// Receives each line for the console, without its line feed.
+using ConsoleLineHandler = std::function<void(const std::string& line)>;
 
 /// Installs a handler and gives the one before. An empty function brings the default back: the message box's is a line
-/// on standard error, the process end's is `std::exit`, the log's drops the text.
+/// on standard error, the process end's is `std::exit`, the log's drops the text, the console line's writes it to
+/// standard output and flushes that.
 MessageBoxHandler setMessageBoxHandler(MessageBoxHandler handler);
 ProcessEndHandler setProcessEndHandler(ProcessEndHandler handler);
 VerboseHandler setVerboseHandler(VerboseHandler handler);
+ConsoleLineHandler setConsoleLineHandler(ConsoleLineHandler handler);
 
 /// Shows `text` through the message box handler.
 void AfxMessageBox(const CString& text, unsigned style = MB_OK);
@@ -34,5 +38,7 @@ void AfxMessageBox(const CString& text, unsigned style = MB_OK);
 [[noreturn]] void terminateAfterMessage(const CString& reason);
 /// Hands `text` to the log.
 void writeVerbose(const std::string& text);
+/// Writes a line for whoever watches the console.
+void writeConsoleLine(const std::string& line);
 
 } // namespace cairn

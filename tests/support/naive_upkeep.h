@@ -11,7 +11,11 @@ namespace cairn::test {
 /// The corners of the pieces that the triangulation merges into; nothing changes.
 std::vector<std::vector<int>> naiveConvexPieces(const CN_Polygon& polygon);
 
-/// `CN_Mesh::createVerticesInTJunctions`.
+/// `createVerticesInTJunctions` of a polygon and of a mesh.
+void naiveTJunctions(CN_Polygon& polygon, double tolerance, bool useBoundingBoxes);
 void naiveTJunctions(CN_Mesh& mesh, double tolerance);
+
+/// The polygons that `CN_Polygon::createSharedEdgeList` finds, by their places in the mesh; nothing changes.
+std::vector<int> naiveSharedEdgeList(const CN_Polygon& polygon);
 
 } // namespace cairn::test

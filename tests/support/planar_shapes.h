@@ -1,9 +1,12 @@
 #pragma once
 
+#include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/planar/triangulator.h"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
+#include <utility>
 #include <vector>
 
 /// Outlines in the plane, and slow answers about them to hold the quick ones against.
@@ -13,6 +16,29 @@ using PlanarPoint = M_Vector2Template<double>;
 /// A closed loop. Outlines run clockwise, holes counter-clockwise.
 using PlanarLoop = std::vector<PlanarPoint>;
 using PlanarShape = std::vector<PlanarLoop>;
+
+inline PlanarLoop square(double x, double y, double side) {
+    return {{x, y}, {x, y + side}, {x + side, y + side}, {x + side, y}};
+}
+
+inline PlanarLoop reversed(const PlanarLoop& loop) { return {loop.rbegin(), loop.rend()}; }
+
+/// The same loop from its lowest corner on, the leftmost of equals.
+inline PlanarLoop fromLowest(PlanarLoop loop) {
+    const auto below = [](const PlanarPoint& p, const PlanarPoint& q) {
+        return std::pair(p.y, p.x) < std::pair(q.y, q.x);
+    };
+    std::rotate(loop.begin(), std::min_element(loop.begin(), loop.end(), below), loop.end());
+    return loop;
+}
+
+inline void addContour(gpc_polygon& polygon, const PlanarLoop& loop, int hole) {
+    std::vector<gpc_vertex> corners;
+    for (const PlanarPoint& p : loop)
+        corners.push_back({p.x, p.y});
+    const gpc_vertex_list contour{static_cast<int>(corners.size()), corners.data()};
+    gpc_add_contour(&polygon, &contour, hole);
+}
 
 /// The area to the right of a loop's edges.
 inline double rightArea(const PlanarLoop& loop) {

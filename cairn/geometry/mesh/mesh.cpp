@@ -18,14 +18,13 @@ CN_Mesh::CN_Mesh(int entityId, int imageIndex, CN_Document* document)
     initializeMembers();
 }
 
-CN_Mesh::CN_Mesh(const CN_Mesh& other) : CN_LevelEntity(other), CN_MeshInterface(other), CN_AnimationInterface(other) {
-    copyGeometry(other);
-}
+CN_Mesh::CN_Mesh(const CN_Mesh& other) : CN_LevelEntity(other), CN_MovableMesh(other) { copyGeometry(other); }
 
 CN_Mesh& CN_Mesh::operator=(const CN_Mesh& other) {
     if (this != &other) {
         dropPolygons(); // which count on what their own document has
         CN_LevelEntity::operator=(other);
+        CN_MovableMesh::operator=(other);
         copyGeometry(other);
     }
     return *this;
@@ -56,10 +55,7 @@ void CN_Mesh::copyGeometry(const CN_Mesh& other) {
     m_mappingDirty = true;
     m_facesFlipped = other.m_facesFlipped;
     m_lastHitPolygon = nullptr;
-    m_meshProperties = other.m_meshProperties;
-    m_dynamic = other.m_dynamic;
     setTriggerProperties(other.m_triggerProperties.get());
-    m_animation = other.m_animation;
     m_boundingBox = other.m_boundingBox;
 }
 
@@ -146,24 +142,6 @@ void CN_Mesh::createFSM() {
         m_fsm->createDynamicMeshHandlers();
     else if (isTrigger())
         m_fsm->createMessageHandler("T_Activate");
-}
-
-void CN_Mesh::makeDynamic(bool lit) {
-    m_dynamic = true;
-    m_animation.makeDynamic(this);
-    m_meshProperties.lightDynamic = lit;
-    m_meshProperties.setDefaultPhysicalMaterial();
-    createFSM();
-    invalidateObject(true);
-}
-
-void CN_Mesh::makeStatic() {
-    if (!m_dynamic && !m_animation.getKeyframes())
-        return;
-    m_animation.makeStatic(this);
-    m_dynamic = false;
-    deleteFSM();
-    invalidateObject(true);
 }
 
 void CN_Mesh::updateMaterialRefCounts(bool add) {

@@ -1,11 +1,8 @@
 #pragma once
 
-#include "cairn/animation/animation.h"
-#include "cairn/animation/animation_interface.h"
 #include "cairn/containers/dl_list.h"
 #include "cairn/entities/level_entity.h"
-#include "cairn/entities/mesh_interface.h"
-#include "cairn/entities/mesh_properties.h"
+#include "cairn/entities/movable_mesh.h"
 #include "cairn/entities/trigger_properties.h"
 #include "cairn/geometry/polygon/polygon.h"
 #include "cairn/geometry/vertex.h"
@@ -35,7 +32,7 @@ template <class T> int getPointerListIndex(const F_DLList<T*>& list, const T* po
 /// An editable mesh: a level entity made of polygons over a list of vertices that they share.
 ///
 /// Vertices and polygons keep their addresses as long as they are in the mesh. A vertex is named by its place in the list.
-class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_AnimationInterface {
+class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
   public:
     using VertexList = F_DLListInit<CN_Vertex>;
     using PolygonList = F_DLListInit<CN_Polygon>;
@@ -74,37 +71,9 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     void createFSM() override;
     /// @}
 
-    /// @name Mesh interface
+    /// @name Mesh interface: the rest is `CN_MovableMesh`'s
     /// @{
-    void setDynamic(bool dynamic) override { m_dynamic = dynamic; }
-    bool isDynamic() const override { return m_dynamic; }
-    void makeDynamic(bool lit) override;
-    void makeStatic() override;
-    void setMeshProperties(const CN_MeshProperties& properties) override { m_meshProperties = properties; }
-    const CN_MeshProperties& getMeshProperties() const override { return m_meshProperties; }
-    CN_MeshProperties& accessMeshProperties() { return m_meshProperties; }
     void updateMaterialRefCounts(bool add) override;
-    /// @}
-
-    /// @name Animation interface: the mesh's own `CN_Animation`
-    /// @{
-    void gotoKeyframe(const string& name) override { m_animation.gotoKeyframe(this, name); }
-    bool addKeyframe(const string& name) override { return m_animation.addKeyframe(this, name); }
-    void transformKeyframes(const M_Matrix4x3Template<double>& matrix) override {
-        m_animation.transformKeyframes(matrix);
-    }
-    CN_MeshAnimations* accessAnimations() override { return m_animation.accessAnimations(); }
-    const CN_MeshAnimations* getAnimations() const override { return m_animation.getAnimations(); }
-    CN_Keyframes* accessKeyframes() override { return m_animation.accessKeyframes(); }
-    const CN_Keyframes* getKeyframes() const override { return m_animation.getKeyframes(); }
-    const string& getCurrentKeyframe() const override { return m_animation.getCurrentKeyframe(); }
-    const string& getDefaultKeyframe() const override { return m_animation.getDefaultKeyframe(); }
-    const string& getLightingKeyframe() const override { return m_animation.getLightingKeyframe(); }
-    void setKeyframes(CN_Keyframes* keyframes) override { m_animation.setKeyframes(keyframes); }
-    void setAnimations(CN_MeshAnimations* animations) override { m_animation.setAnimations(animations); }
-    void setCurrentKeyframe(const string& name) override { m_animation.setCurrentKeyframe(name); }
-    void setDefaultKeyframe(const string& name) override { m_animation.setDefaultKeyframe(name); }
-    void setLightingKeyframe(const string& name) override { m_animation.setLightingKeyframe(name); }
     /// @}
 
     /// @name Vertices (mesh_vertices.cpp)
@@ -143,13 +112,16 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     void texturize(CN_Material* material, bool applyTiles);
     /// @}
 
-    /// @name Upkeep of all polygons (mesh_upkeep.cpp, mesh_t_junctions.cpp)
+    /// @name Upkeep of all polygons (mesh_upkeep.cpp, mesh_t_junctions.cpp, polygon/polygon_neighbors.cpp)
     /// @{
     /// `CN_Polygon::triangulize` for each polygon.
     void triangulizeAll(bool convexify);
     /// `CN_Polygon::createVerticesInTJunctions` for each polygon in list order, with bounding boxes that are built at the
     /// start. `tolerance` is a length, at most 0.1 to be sure to miss none. Cost: near linear in edges.
     void createVerticesInTJunctions(double tolerance);
+    /// `CN_Polygon::createSharedEdgeList` for each polygon, with boxes as they are. Cost: near linear in edges and in what
+    /// is found.
+    void createSharedEdgeLists();
     /// Turns every polygon over (`CN_Polygon::flip`) and triangulates it anew.
     void flipFaces();
     /// @}
@@ -209,6 +181,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     bool onCanAdd(int entityId) override;
 
   private:
+    CN_LevelEntity& accessEntity() override { return *this; }
     void initializeMembers();
     void dropPolygons();
     void copyGeometry(const CN_Mesh& other);
@@ -227,11 +200,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MeshInterface, public CN_Animat
     bool m_facesFlipped = false;                               ///< stored in the file
     CN_Polygon* m_lastHitPolygon = nullptr;                    ///< not owned: of the last ray
     bool m_bspDirty = true;                                    ///< the tree is older than the geometry
-    CN_MeshProperties m_meshProperties;                        ///< for the game
     PolygonGroups m_polygonGroups;                             ///< not owned: those among the children
-    bool m_dynamic = false;                                    ///< moves in the game
     std::unique_ptr<CN_TriggerProperties> m_triggerProperties; ///< null for a mesh that is no trigger
-    CN_Animation m_animation;                                  ///< its keyframes and animations
     E_BBox<double> m_boundingBox;                              ///< in the mesh's space
 };
 

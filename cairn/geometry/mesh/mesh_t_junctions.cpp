@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace cairn {
@@ -12,11 +13,6 @@ namespace cairn {
 namespace {
 
 using Vector = M_Vector3Template<double>;
-
-/// Rounding of places along an edge, by their size, with room to spare: what a search looks farther by.
-constexpr double ROUNDING = 1e-9;
-
-double largestCoordinate(const Vector& v) { return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)}); }
 
 /// The line of an edge as it is now.
 struct EdgeLine {
@@ -34,7 +30,7 @@ struct EdgeLine {
         return CN_lineDistance(point, start, end) < tolerance && d > 2 * tolerance && d < length - 2 * tolerance;
     }
     /// How far a point that one rounding holds and another does not may lie off.
-    double slack() const { return ROUNDING * (largestCoordinate(start) + largestCoordinate(end) + length); }
+    double slack() const { return CN_roundingAlong(start, end); }
 };
 
 /// The corners of polygons that edges of others may run through: the start points of their edges, by place.
@@ -183,7 +179,9 @@ class EdgeCutter {
     void insert(CN_Edge& edge, const Vector& point) {
         CN_Mesh& mesh = *m_polygon.accessParent();
         const int made = mesh.getVertexList().count();
-        mesh.addVertex()->local = point;
+        CN_Vertex& vertex = *mesh.addVertex();
+        vertex.local = point;
+        vertex.world = mesh.worldTransform(point);
         CN_Edge& before = m_polygon.accessEdgeList().emplaceBefore(&edge, edge.index(0), made);
         before.setParent(&m_polygon);
         before.setHoleStart(edge.isHoleStart());
@@ -214,23 +212,18 @@ void CN_Polygon::createVerticesInTJunctions(double tolerance, bool useBoundingBo
     mesh.invalidateObject(true);
 }
 
-// One index serves all polygons and follows what each of them changes. The hierarchy is renewed once, as no step of another
-// polygon reads places in the world.
+// One index serves all polygons and follows what each of them changes. The hierarchy is renewed once, at the first cut: from
+// then on new vertices get their right place in the world, which is what a polygon that is triangulated may tell of.
 void CN_Mesh::createVerticesInTJunctions(double tolerance) {
     for (CN_Polygon& polygon : m_polygonList)
         polygon.buildBoundingBox(true);
     CornerIndex corners(*this);
     corners.addAll();
-    struct Finish {
-        CN_Mesh& mesh;
-        bool anyCut = false;
-        void operator()() const {
-            if (!anyCut)
-                return;
-            mesh.handleOwnHierarchy();
-            mesh.invalidateObject(true);
-        }
-    } finish{*this};
+    bool anyCut = false;
+    const auto finish = [&] {
+        if (anyCut)
+            invalidateObject(true);
+    };
     try {
         std::size_t place = 0;
         for (CN_Polygon& polygon : m_polygonList) {
@@ -238,7 +231,8 @@ void CN_Mesh::createVerticesInTJunctions(double tolerance) {
             polygon.optimizeRedundantVertices();
             const bool isCut = EdgeCutter(polygon, tolerance, true, corners).cutAll();
             if (isCut) {
-                finish.anyCut = true;
+                if (!std::exchange(anyCut, true))
+                    handleOwnHierarchy();
                 polygon.triangulize(true);
                 polygon.calculateUVCoordinates();
             }

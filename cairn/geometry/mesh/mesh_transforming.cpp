@@ -1,5 +1,3 @@
-#include "cairn/animation/keyframes.h"
-#include "cairn/animation/mesh_animations.h"
 #include "cairn/geometry/mesh/mesh.h"
 
 namespace cairn {
@@ -19,9 +17,8 @@ void takeAlong(CN_Polygon::PlanarSpace& space, const M_Matrix4x3Template<double>
 
 // Keyframes stand in the parent's space, so that a point of the mesh must land where it did at each of them.
 void CN_Mesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
-    CN_Keyframes* const keyframes = m_dynamic ? accessKeyframes() : nullptr;
     const M_Matrix4x3Template<double> own(m_rotation, m_position), fromOwn = own.inverse();
-    if (!m.rotation.inverse().isFinite() || (keyframes && !fromOwn.isFinite()))
+    if (!m.rotation.inverse().isFinite() || (movesByKeyframes() && !fromOwn.isFinite()))
         return;
     const M_Matrix4x3Template<double> change = own * m.inverse();
     for (CN_Vertex& vertex : m_vertexList)
@@ -34,13 +31,7 @@ void CN_Mesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
         takeAlong(polygon.accessLightmapMapping().getPhysicalSpace(), change);
         polygon.markUVDirty();
     }
-    if (keyframes) {
-        const auto toOldSpace = m * fromOwn;
-        for (CN_Keyframe* keyframe = keyframes->getFirst(); keyframe; keyframe = keyframes->getNext())
-            keyframe->setMatrix(toOldSpace * keyframe->getMatrix());
-        if (CN_MeshAnimations* const animations = accessAnimations())
-            animations->updateKeyframes();
-    }
+    moveOriginOfKeyframes(m * fromOwn);
     CN_LevelEntity::changeSpaceExplicit(m);
     handleOwnHierarchy();
     calculateBoundingBox();

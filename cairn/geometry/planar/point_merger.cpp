@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cmath>
+#include <utility>
 
 namespace cairn {
 
@@ -24,22 +25,27 @@ CN_PointMerger::CN_PointMerger(std::vector<Point>& points, double tolerance, std
 
 int CN_PointMerger::add(const Point& point) {
     const bool hashed = !m_heads.empty();
-    const int found = hashed ? findByCell(point) : findByWalk(point);
-    if (found >= 0)
+    // One that is near none needs no cell, in which all of its kind would be walked.
+    const bool mayBeFound = !std::isnan(point.x) && !std::isnan(point.y);
+    if (const int found = !mayBeFound ? -1 : hashed ? findByCell(point) : findByWalk(point); found >= 0)
         return found;
     m_points.push_back(point);
     const int place = static_cast<int>(m_points.size()) - 1;
-    if (hashed) {
-        int& head = m_heads[slotOf(std::floor(point.x / m_cell), std::floor(point.y / m_cell))];
-        m_before.push_back(head);
-        head = place;
-    }
+    if (hashed)
+        m_before.push_back(-1);
+    if (hashed && mayBeFound)
+        m_before.back() =
+            std::exchange(m_heads[slotOf(std::floor(point.x / m_cell), std::floor(point.y / m_cell))], place);
     return place;
+}
+
+bool CN_PointMerger::isNear(std::size_t place, const Point& point) const {
+    return m_points[place] == point || (m_points[place] - point).length() < m_tolerance;
 }
 
 int CN_PointMerger::findByWalk(const Point& point) const {
     for (std::size_t i = 0; i < m_points.size(); ++i)
-        if (m_points[i] == point || (m_points[i] - point).length() < m_tolerance)
+        if (isNear(i, point))
             return static_cast<int>(i);
     return -1;
 }
@@ -52,7 +58,7 @@ int CN_PointMerger::findByCell(const Point& point) const {
     for (int c = 0; c < (columns[0] == columns[1] ? 1 : 2); ++c)
         for (int r = 0; r < (rows[0] == rows[1] ? 1 : 2); ++r)
             for (int i = m_heads[slotOf(columns[c], rows[r])]; i >= 0; i = m_before[static_cast<std::size_t>(i)])
-                if ((first < 0 || i < first) && (m_points[static_cast<std::size_t>(i)] - point).length() < m_tolerance)
+                if ((first < 0 || i < first) && isNear(static_cast<std::size_t>(i), point))
                     first = i;
     return first;
 }

@@ -15,11 +15,12 @@ class CN_PointMerger {
     /// Appends to `points`, which is empty and outlives the merger; `expected` is how many may come.
     CN_PointMerger(std::vector<Point>& points, double tolerance, std::size_t expected);
 
-    /// The place of the first point nearer than the tolerance; else of this one, which is appended. A point that is not
-    /// finite is near none.
+    /// The place of the first point that equals this one or is nearer than the tolerance; else of this one, which is
+    /// appended. So an infinite point is near its equals alone, and one with a NaN near none, not even near itself.
     int add(const Point& point);
 
   private:
+    bool isNear(std::size_t place, const Point& point) const;
     std::size_t slotOf(double column, double row) const;
     int findByWalk(const Point& point) const;
     int findByCell(const Point& point) const;

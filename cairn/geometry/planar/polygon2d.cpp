@@ -5,9 +5,26 @@
 #include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/planar/point_merger.h"
 
+#include <unordered_map>
 #include <utility>
 
 namespace cairn {
+
+namespace {
+
+/// U and N of texture space 0 at unit length, V so that the plane is seen from behind: clockwise in it is counter-clockwise
+/// seen from the side that N points to. Singular where the texture space is, but for rounding.
+M_Matrix3Template<double> axesOf(const CN_Polygon& polygon) {
+    using Vector = CN_2DPolygon::Vector;
+    const M_Matrix3Template<double>& axes = polygon.getUVSpace(0).getMatrix();
+    const Vector u = axes.row(0).normalized(), n = axes.row(2).normalized();
+    Vector v = n.cross(u);
+    if (u.cross(v).dot(n) > 0)
+        v = -v;
+    return {u, v, n};
+}
+
+} // namespace
 
 CN_2DPolygon::CN_2DPolygon(CN_Polygon* polygon, double snapTolerance)
     : m_source(polygon), m_snapTolerance(snapTolerance) {
@@ -15,14 +32,17 @@ CN_2DPolygon::CN_2DPolygon(CN_Polygon* polygon, double snapTolerance)
         uniteNgons();
         return;
     }
-    // A polygon of nothing yet has a space, too: its user may go on with `createFrom`.
     const bool hasEdges = polygon->getVertexBuffer().empty() && !polygon->getEdgeList().empty();
-    makeSpace(hasEdges ? polygon->getEdgeList().first()->getLocal(0) : polygon->getPointOnPlane());
+    const Vector origin = hasEdges ? polygon->getEdgeList().first()->getLocal(0) : polygon->getPointOnPlane();
     const int corners = hasEdges ? polygon->getEdgeList().count() : polygon->getVertexBuffer().count();
     if (corners < 3) {
+        // A polygon of nothing yet has a space, too, if there is one: its user may go on with `createFrom`.
         m_valid = 0;
+        if (const M_Matrix3Template<double> axes = axesOf(*polygon); axes.determinant() != 0)
+            m_space = PlanarSpace(axes, origin, {0, 0});
         return;
     }
+    makeSpace(origin);
     if (hasEdges)
         layOutEdges();
     else
@@ -40,8 +60,6 @@ CN_2DPolygon& CN_2DPolygon::operator=(const CN_2DPolygon& other) {
 
 void CN_2DPolygon::copyFrom(const CN_2DPolygon& other) {
     m_vertices = other.m_vertices;
-    m_links.clear();
-    m_linksMade = false;
     m_degrees = other.m_degrees;
     m_ref = other.m_ref;
     m_triangles = other.m_triangles;
@@ -68,6 +86,34 @@ void CN_2DPolygon::copyFrom(const CN_2DPolygon& other) {
     }
     m_holeCursor = mine(other.m_holeCursor);
     m_topLevelCursor = mine(other.m_topLevelCursor);
+    copyLinks(other);
+}
+
+/// Once edges and loops are copied.
+void CN_2DPolygon::copyLinks(const CN_2DPolygon& other) {
+    m_links.clear();
+    m_linksMade = other.m_linksMade;
+    if (!m_linksMade)
+        return;
+    m_links = other.m_links;
+    std::unordered_map<const CN_2DEdge*, CN_2DEdge*> mine;
+    const auto pair = [&](const EdgeList& theirs, EdgeList& copies) {
+        CN_2DEdge* copy = copies.first();
+        for (const CN_2DEdge& edge : theirs) {
+            mine.emplace(&edge, copy);
+            copy = copies.next(copy);
+        }
+    };
+    pair(other.m_edges, m_edges);
+    const LassoContainer* lasso = other.m_lassos.first();
+    for (LassoContainer& copy : m_lassos) {
+        pair(lasso->edges, copy.edges);
+        lasso = other.m_lassos.next(lasso);
+    }
+    for (Links& links : m_links)
+        for (Link& link : links)
+            if (const auto it = mine.find(link.edge); it != mine.end())
+                link.edge = it->second;
 }
 
 void CN_2DPolygon::clear() {
@@ -84,16 +130,7 @@ void CN_2DPolygon::clear() {
     m_valid = 1;
 }
 
-/// U and N of texture space 0 at unit length, V so that the plane is seen from behind: clockwise in it is counter-clockwise
-/// seen from the side that N points to.
-void CN_2DPolygon::makeSpace(const Vector& origin) {
-    const M_Matrix3Template<double>& axes = m_source->getUVSpace(0).getMatrix();
-    const Vector u = axes.row(0).normalized(), n = axes.row(2).normalized();
-    Vector v = n.cross(u);
-    if (u.cross(v).dot(n) > 0)
-        v = -v;
-    m_space = PlanarSpace({u, v, n}, origin, {0, 0});
-}
+void CN_2DPolygon::makeSpace(const Vector& origin) { m_space = PlanarSpace(axesOf(*m_source), origin, {0, 0}); }
 
 CN_2DPolygon::Vector CN_2DPolygon::toLocal(const Point& point) const {
     const Point p = point - m_space.getOffset();

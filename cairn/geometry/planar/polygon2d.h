@@ -31,9 +31,11 @@ class CN_2DPolygon {
     /// @{
     /// From a polygon's n-gons (in its mesh's space) where it has some, united; else from its edges; else from the corners
     /// it collects, as a chain that is open between the last one and the first. Points nearer than `snapTolerance` become
-    /// one, edges between such points go. With fewer than three corners it is not `valid` and empty. Throws
-    /// `M_PlanarSpace3Exception_Singular` where the polygon's texture space 0 gives no plane.
+    /// one, edges between such points go. With fewer than three corners it is not `valid` and empty. Where the polygon's
+    /// texture space 0 gives no plane, it throws `M_PlanarSpace3Exception_Singular`, or with fewer than three corners keeps
+    /// the default space.
     CN_2DPolygon(CN_Polygon* polygon, double snapTolerance);
+    /// Connections of edges of the other's lists become those of the copy's; one to an edge of the caller stays as it is.
     CN_2DPolygon(const CN_2DPolygon& other);
     CN_2DPolygon& operator=(const CN_2DPolygon& other);
     ~CN_2DPolygon() = default;
@@ -81,7 +83,10 @@ class CN_2DPolygon {
     /// @{
     /// Replaces the contents by loops of the contours, which are in `getSpace`. Loops that run along each other are fused
     /// into one, a vertex on an edge splits it, corners on a straight line go. Holes hang on the smallest top-level loop that
-    /// contains them; one that is in none has no parent. Cost: near linear in corners.
+    /// contains them; one that is in none has no parent.
+    ///
+    /// Cost: near linear in corners where they lie as in levels. It adds up the corners in the box of each long slanted side,
+    /// the square of the edges at a vertex, and for each hole the corners of the top-level loops whose box it lies in.
     void createFrom(const gpc_polygon* polygon);
     /// @}
 
@@ -136,7 +141,8 @@ class CN_2DPolygon {
     /// The same for the edges of one loop.
     static int intersectLasso(const CN_2DEdge& edge, const LassoContainer& lasso);
     /// Finds the shortest line from the start of an edge of one loop to the start of one of the other that crosses no edge;
-    /// false where there is none.
+    /// false where there is none. Cost: all pairs of their edges, held and sorted, and all edges of the polygon for each pair
+    /// that is tried, which are all of them where there is none.
     bool findConnection(LassoContainer& a, LassoContainer& b, CN_2DEdge*& edgeA, CN_2DEdge*& edgeB) const;
     /// Tells holes from top-level loops by where they lie, removes corners on straight lines, and hangs the holes on the
     /// smallest top-level loops that contain them.
@@ -176,12 +182,14 @@ class CN_2DPolygon {
     void layOutCorners();
     void uniteNgons();
     void copyFrom(const CN_2DPolygon& other);
+    void copyLinks(const CN_2DPolygon& other);
     void clear();
     std::vector<Links>& requireLinks() const;
     const Links& linksFrom(int vertex) const { return requireLinks().at(static_cast<std::size_t>(vertex)); }
     void hangHoles();
     void takeEdgesOfLassos();
     void removeRedundantVertices();
+    bool isStraight(int start, int corner, int end) const;
     void removeRedundantCorners(LassoContainer& lasso);
     void makeTriangles();
 

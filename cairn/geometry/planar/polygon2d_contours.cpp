@@ -1,10 +1,10 @@
 #include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/planar/point_merger.h"
 #include "cairn/geometry/planar/polygon2d.h"
+#include "cairn/geometry/planar/side_splitter.h"
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <utility>
 
 namespace cairn {
@@ -16,8 +16,7 @@ class CN_2DPolygon::Contours {
 
     void run(const gpc_polygon& contours) {
         mergePoints(contours);
-        splitSides();
-        for (const Side& side : m_sides)
+        for (const CN_Side& side : CN_splitSides(m_polygon.m_vertices, m_sides, m_polygon.m_snapTolerance))
             m_polygon.addEdge(side.from, side.to, nullptr)->setLassoID(side.contour);
         removeOpposites();
         walkLoops();
@@ -26,13 +25,6 @@ class CN_2DPolygon::Contours {
     }
 
   private:
-    using Points = std::vector<Point>;
-
-    /// An edge on its way to the polygon.
-    struct Side {
-        int from, to;
-        int contour;
-    };
     /// A contour, or several that were fused.
     struct Area {
         bool isHole;
@@ -57,76 +49,6 @@ class CN_2DPolygon::Contours {
         }
         m_polygon.m_numVertices = static_cast<int>(m_polygon.m_vertices.size());
         m_polygon.m_ref.assign(m_polygon.m_vertices.size(), -1);
-    }
-
-    /// Splits each side at the vertices that lie on it, and the halves again.
-    void splitSides() {
-        for (const bool byY : {false, true}) {
-            std::vector<int>& order = m_order[byY];
-            order.resize(m_polygon.m_vertices.size());
-            std::iota(order.begin(), order.end(), 0);
-            std::stable_sort(order.begin(), order.end(),
-                             [&](int a, int b) { return coordinate(a, byY) < coordinate(b, byY); });
-        }
-        std::vector<Side> whole;
-        whole.swap(m_sides);
-        for (const Side& side : whole) {
-            // A vertex splits a side once, or two that are near to one another would go on for ever.
-            std::vector<int> taken;
-            std::vector<Side> open{side};
-            while (!open.empty()) {
-                const Side next = open.back();
-                open.pop_back();
-                const int vertex = findVertexOn(next, taken);
-                if (vertex < 0) {
-                    m_sides.push_back(next);
-                    continue;
-                }
-                taken.push_back(vertex);
-                open.push_back({vertex, next.to, next.contour});
-                open.push_back({next.from, vertex, next.contour});
-            }
-        }
-    }
-
-    double coordinate(int vertex, bool byY) const {
-        const Point& point = m_polygon.m_vertices[static_cast<std::size_t>(vertex)];
-        return byY ? point.y : point.x;
-    }
-
-    /// The first vertex that lies on the side and not at its ends; -1 for none.
-    int findVertexOn(const Side& side, const std::vector<int>& taken) const {
-        const double tolerance = m_polygon.m_snapTolerance;
-        const Points& vertices = m_polygon.m_vertices;
-        const Point &from = vertices[static_cast<std::size_t>(side.from)],
-                    &to = vertices[static_cast<std::size_t>(side.to)];
-        const double length = (to - from).length();
-        if (!(length >= 2 * tolerance))
-            return -1;
-        const Point direction = (to - from) * (1 / length);
-        // Candidates stand in the side's range of x or of y, whichever holds fewer.
-        std::vector<int>::const_iterator begin[2], end[2];
-        for (const bool byY : {false, true}) {
-            const double a = coordinate(side.from, byY), b = coordinate(side.to, byY);
-            const double low = std::min(a, b) - 2 * tolerance, high = std::max(a, b) + 2 * tolerance;
-            begin[byY] = std::lower_bound(m_order[byY].begin(), m_order[byY].end(), low,
-                                          [&](int v, double limit) { return coordinate(v, byY) < limit; });
-            end[byY] = std::upper_bound(m_order[byY].begin(), m_order[byY].end(), high,
-                                        [&](double limit, int v) { return limit < coordinate(v, byY); });
-        }
-        const bool byY = end[1] - begin[1] < end[0] - begin[0];
-        int first = -1;
-        for (auto it = begin[byY]; it < end[byY]; ++it) {
-            const int v = *it;
-            if (v == side.from || v == side.to || (first >= 0 && v > first))
-                continue;
-            const Point apart = vertices[static_cast<std::size_t>(v)] - from;
-            const double along = apart.dot(direction);
-            if (std::fabs(apart.cross(direction)) < 2 * tolerance && along >= tolerance &&
-                along <= length - tolerance && std::find(taken.begin(), taken.end(), v) == taken.end())
-                first = v;
-        }
-        return first;
     }
 
     int areaOf(const CN_2DEdge& edge) {
@@ -233,9 +155,8 @@ class CN_2DPolygon::Contours {
     }
 
     CN_2DPolygon& m_polygon;
-    std::vector<Side> m_sides;
-    std::vector<Area> m_areas;   ///< contours, then what was fused of them
-    std::vector<int> m_order[2]; ///< vertices by x and by y
+    std::vector<CN_Side> m_sides; ///< of the contours, whole
+    std::vector<Area> m_areas;    ///< contours, then what was fused of them
 };
 
 void CN_2DPolygon::createFrom(const gpc_polygon* polygon) {

@@ -36,6 +36,62 @@ double areaOf(const LassoContainer& lasso) {
     return std::fabs(twice / 2);
 }
 
+/// A top-level loop that holes may lie in.
+struct Outline {
+    LassoContainer* lasso; ///< not owned
+    double area;
+    Point low, high; ///< its box
+
+    explicit Outline(LassoContainer& loop) : lasso(&loop), area(areaOf(loop)) {
+        for (const CN_2DEdge& edge : loop.edges) {
+            const Point& corner = edge.point(0);
+            low = &edge == loop.edges.first() ? corner : Point(std::min(low.x, corner.x), std::min(low.y, corner.y));
+            high = &edge == loop.edges.first() ? corner : Point(std::max(high.x, corner.x), std::max(high.y, corner.y));
+        }
+    }
+    /// False where it is plain without a look at the edges that the point is in no closed loop of them.
+    bool mayHold(const Point& point) const {
+        return point.x >= low.x && point.x <= high.x && point.y >= low.y && point.y <= high.y;
+    }
+};
+
+/// Vertices in a ring that starts at one of them, any of which can be taken out.
+class Ring {
+  public:
+    explicit Ring(const CN_2DPolygon::EdgeList& edges) {
+        const auto count = static_cast<std::size_t>(edges.count());
+        m_places.reserve(count);
+        for (const CN_2DEdge& edge : edges) {
+            const std::size_t place = m_places.size();
+            m_places.push_back({edge.index(0), (place + 1) % count, (place + count - 1) % count});
+        }
+        m_size = count;
+    }
+
+    std::size_t size() const { return m_size; }
+    std::size_t first() const { return m_first; }
+    int vertex(std::size_t place) const { return m_places[place].vertex; }
+    std::size_t next(std::size_t place) const { return m_places[place].next; }
+    std::size_t prev(std::size_t place) const { return m_places[place].prev; }
+    void remove(std::size_t place) {
+        const Place& gone = m_places[place];
+        m_places[gone.prev].next = gone.next;
+        m_places[gone.next].prev = gone.prev;
+        if (place == m_first)
+            m_first = gone.next;
+        --m_size;
+    }
+
+  private:
+    struct Place {
+        int vertex;
+        std::size_t next, prev;
+    };
+    std::vector<Place> m_places;
+    std::size_t m_first = 0; ///< where the ring starts
+    std::size_t m_size;      ///< those not taken out
+};
+
 LassoContainer* nextOf(CN_2DPolygon::LassoList& lassos, LassoContainer*& cursor, bool hole) {
     cursor = cursor ? lassos.next(cursor) : lassos.first();
     while (cursor && (cursor->isHole != 0) != hole)
@@ -124,67 +180,72 @@ void CN_2DPolygon::deleteRedundantVertices(LassoContainer& lasso) {
     removeRedundantCorners(lasso);
 }
 
+/// Whether the corner between two edges that make one is on the line of that one.
+bool CN_2DPolygon::isStraight(int start, int corner, int end) const {
+    const Point &from = m_vertices[static_cast<std::size_t>(start)], &at = m_vertices[static_cast<std::size_t>(corner)];
+    const Point direction = m_vertices[static_cast<std::size_t>(end)] - from;
+    return m_degrees[static_cast<std::size_t>(corner)] == 2 &&
+           std::fabs((at - from).cross(direction)) < m_snapTolerance * direction.length();
+}
+
 /// With the degrees as they are, which it keeps.
 void CN_2DPolygon::removeRedundantCorners(LassoContainer& lasso) {
-    std::vector<int> loop; // where the edges start
-    for (const CN_2DEdge& edge : lasso.edges)
-        loop.push_back(edge.index(0));
-    // Whether the corner between two edges that make one is on the line of that one.
-    const auto isStraight = [&](int start, int corner, int end) {
-        const Point &from = m_vertices[static_cast<std::size_t>(start)],
-                    &at = m_vertices[static_cast<std::size_t>(corner)];
-        const Point direction = m_vertices[static_cast<std::size_t>(end)] - from;
-        return m_degrees[static_cast<std::size_t>(corner)] == 2 &&
-               std::fabs((at - from).cross(direction)) < m_snapTolerance * direction.length();
-    };
-    bool changed = false;
-    for (std::size_t i = 0; i < loop.size() && loop.size() > 1;) {
-        const std::size_t corner = (i + 1) % loop.size(), end = (i + 2) % loop.size();
-        if (loop[i] == loop[end]) {
+    Ring ring(lasso.edges);
+    const std::size_t count = ring.size();
+    for (std::size_t at = ring.first(); ring.size() > 1;) {
+        const std::size_t corner = ring.next(at), end = ring.next(corner);
+        if (ring.vertex(at) == ring.vertex(end)) {
             // Out and back: both edges go, and what came before may run back along what follows now.
-            for (const int vertex : {loop[i], loop[corner], loop[corner], loop[end]})
-                --m_degrees[static_cast<std::size_t>(vertex)];
-            loop.erase(loop.begin() + static_cast<std::ptrdiff_t>(std::max(corner, end)));
-            loop.erase(loop.begin() + static_cast<std::ptrdiff_t>(std::min(corner, end)));
-            i = end < i || i == 0 ? 0 : i - 1;
-        } else if (isStraight(loop[i], loop[corner], loop[end])) {
-            loop.erase(loop.begin() + static_cast<std::ptrdiff_t>(corner));
-            if (corner < i)
-                --i;
+            for (const std::size_t place : {at, corner, corner, end})
+                --m_degrees[static_cast<std::size_t>(ring.vertex(place))];
+            const bool startsAnew = at == ring.first() || corner == ring.first() || end == ring.first();
+            const std::size_t before = ring.prev(at);
+            ring.remove(corner);
+            ring.remove(end);
+            at = startsAnew ? ring.first() : before;
+        } else if (isStraight(ring.vertex(at), ring.vertex(corner), ring.vertex(end))) {
+            ring.remove(corner);
+        } else if (corner == ring.first()) {
+            break;
         } else {
-            ++i;
-            continue;
+            at = corner;
         }
-        changed = true;
     }
-    if (!changed)
+    if (ring.size() == count)
         return;
     lasso.edges.clear();
-    if (loop.size() < 2)
+    if (ring.size() < 2)
         return;
-    for (std::size_t i = 0; i < loop.size(); ++i)
-        lasso.edges.emplace().set(loop[i], loop[(i + 1) % loop.size()], this, -1);
+    std::size_t at = ring.first();
+    do {
+        const std::size_t next = ring.next(at);
+        lasso.edges.emplace().set(ring.vertex(at), ring.vertex(next), this, -1);
+        at = next;
+    } while (at != ring.first());
 }
 
 void CN_2DPolygon::hangHoles() {
-    std::vector<std::pair<double, LassoContainer*>> outlines; // by area
+    std::vector<Outline> outlines; // by area
     for (LassoContainer& lasso : m_lassos) {
         lasso.parent = nullptr;
         lasso.holes.clear();
-        if (!lasso.isHole)
-            outlines.emplace_back(areaOf(lasso), &lasso);
+        if (!lasso.isHole && !lasso.edges.empty())
+            outlines.emplace_back(lasso);
     }
-    std::stable_sort(outlines.begin(), outlines.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::stable_sort(outlines.begin(), outlines.end(),
+                     [](const Outline& a, const Outline& b) { return a.area < b.area; });
     for (LassoContainer& hole : m_lassos) {
         if (!hole.isHole || hole.edges.empty())
             continue;
-        for (const auto& [area, outline] : outlines) {
-            if (!intersectLasso(*hole.edges.first(), *outline))
-                continue;
-            hole.parent = outline;
-            outline->holes.add(&hole);
-            break;
-        }
+        const CN_2DEdge& edge = *hole.edges.first();
+        const Point inside = besideMiddle(edge);
+        const auto around = std::find_if(outlines.begin(), outlines.end(), [&](const Outline& outline) {
+            return outline.mayHold(inside) && intersectLasso(edge, *outline.lasso);
+        });
+        if (around == outlines.end())
+            continue;
+        hole.parent = around->lasso;
+        around->lasso->holes.add(&hole);
     }
 }
 

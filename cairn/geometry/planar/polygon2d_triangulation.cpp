@@ -1,6 +1,7 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "cairn/geometry/planar/triangulator.h"
+#include "cairn/math/fpu_control.h"
 
 #include <cmath>
 
@@ -22,6 +23,7 @@ int CN_2DPolygon::isClockwise() const {
 }
 
 int CN_2DPolygon::triangulate() {
+    [[maybe_unused]] const M_FPUControl precision;
     F_withFoundationExceptions([this] { makeTriangles(); });
     return 1;
 }

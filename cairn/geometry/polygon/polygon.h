@@ -195,6 +195,9 @@ class CN_Polygon {
     bool canTriangulize() const;
     /// Merges the pieces of the triangulation into convex ones: always the first pair in list order that forms a convex
     /// region, which becomes a piece at the end, until none does. The n-gons go. Coordinates of merged pieces are zero.
+    /// Throws `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane, and an `F_Exception*` where a piece
+    /// names a vertex that the mesh lacks; the pieces stay then. Cost: n log n for n pieces, and a look at each corner of
+    /// every piece that is made on the way.
     void convexify();
     /// The sum of the pieces' areas.
     double calcArea() const;
@@ -281,8 +284,8 @@ class CN_Polygon {
     /// True if an edge of each share a stretch in the world (`CN_Edge::sharesSpace`). It is that of the first such pair in
     /// the order of this polygon's edges, from `point` along `vector`, which stay where there is none.
     bool findCommonEdgeSegment(const CN_Polygon* other, Vector& point, Vector& vector) const;
-    /// Finds the polygons of the mesh that share a stretch of an edge with this one, in list order, among those whose boxes
-    /// meet its own.
+    /// Finds the polygons of the mesh that share a stretch of an edge with this one in the world, in list order, among those
+    /// whose boxes meet its own. Cost: a walk of the mesh's polygons; for all of them use `CN_Mesh::createSharedEdgeLists`.
     void createSharedEdgeList();
     /// @}
 

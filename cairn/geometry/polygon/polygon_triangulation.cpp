@@ -26,7 +26,8 @@ constexpr double SNAP_TOLERANCE = 1e-5; // corners nearer than this are one for 
 /// pieces merge. Corners are numbered within the polygon.
 class ConvexMerge {
   public:
-    ConvexMerge(CN_Polygon& polygon, CN_Polygon::TriangleList& list) : m_polygon(polygon), m_list(list) {}
+    ConvexMerge(CN_Polygon& polygon, const CN_Mesh& mesh, CN_Polygon::TriangleList& list)
+        : m_polygon(polygon), m_mesh(mesh), m_list(list) {}
 
     void run() {
         const CN_Polygon::PlanarSpace space = m_polygon.getSpace();
@@ -83,7 +84,7 @@ class ConvexMerge {
         for (const int vertex : triangle.getVertices()) {
             const auto [entry, isNew] = m_numberOf.try_emplace(vertex, static_cast<int>(m_vertices.size()));
             if (isNew) {
-                const Vector& place = m_polygon.getParent()->getVertexList()[vertex].local;
+                const Vector& place = m_mesh.getVertexList()[vertex].local;
                 m_vertices.push_back(vertex);
                 m_places.push_back(place);
                 m_points.push_back(space.toUV(place));
@@ -206,6 +207,7 @@ class ConvexMerge {
     }
 
     CN_Polygon& m_polygon;
+    const CN_Mesh& m_mesh;
     CN_Polygon::TriangleList& m_list;
     std::unordered_map<int, int> m_numberOf;         ///< of mesh vertices: their numbers here
     std::vector<int> m_vertices;                     ///< the mesh vertices, by number
@@ -289,7 +291,7 @@ void CN_Polygon::convexify() {
     if (m_lists)
         m_lists->ngonList.clear();
     if (m_triangleList.count() > 1)
-        ConvexMerge(*this, m_triangleList).run();
+        ConvexMerge(*this, requireMesh(), m_triangleList).run();
 }
 
 double CN_Polygon::calcArea() const {

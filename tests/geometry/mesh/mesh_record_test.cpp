@@ -136,20 +136,11 @@ TEST(PolygonRecord, RepairsWhatItCan) {
     const Case cases[] = {
         {"nothing", [](OldPolygon&) {},
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getWorldNormal(), p.getNormal()); }, "", 0},
-        {"a short reference normal",
-         [](OldPolygon& p) {
-             p.referenceNormal = {0.4, 0, 0};
-         },
+        {"a short reference normal", [](OldPolygon& p) { p.referenceNormal = Vector(0.4, 0, 0); },
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getReferenceNormal(), Vector(0, 1, 0)); }, "", 1},
-        {"a long one",
-         [](OldPolygon& p) {
-             p.referenceNormal = {3, 0, 0};
-         },
+        {"a long one", [](OldPolygon& p) { p.referenceNormal = Vector(3, 0, 0); },
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getReferenceNormal(), Vector(1, 0, 0)); }, "", 0},
-        {"one that is none",
-         [](OldPolygon& p) {
-             p.referenceNormal = {0, ENDLESS, NOT_A_NUMBER};
-         },
+        {"one that is none", [](OldPolygon& p) { p.referenceNormal = Vector(0, ENDLESS, NOT_A_NUMBER); },
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getReferenceNormal(), Vector(0, 1, 0)); }, "", 1},
         {"normals of no length", [](OldPolygon& p) { p.referenceNormal = p.normal = {}; },
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getReferenceNormal(), Vector()); }, "", 0},
@@ -183,21 +174,12 @@ TEST(PolygonRecord, RepairsWhatItCan) {
          },
          [](const CN_Polygon& p, Shelf&) { EXPECT_TRUE(p.getUVSpace(0).getMatrix().isInvertible()); },
          "Polygon 0 has an invalid texture space. Resetting...Polygon 0 has a null edge", 2},
-        {"a tilted extra space",
-         [&](OldPolygon& p) {
-             p.spaces = {{1, tilted}};
-         },
+        {"a tilted extra space", [&](OldPolygon& p) { p.spaces.emplace_back(1, tilted); },
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getUVSpace(1).getOffset().x, 0); }, "", 0},
-        {"a singular extra space",
-         [&](OldPolygon& p) {
-             p.spaces = {{5, singular}};
-         },
+        {"a singular extra space", [&](OldPolygon& p) { p.spaces.emplace_back(5, singular); },
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getUVSpace(5).getMatrix(), p.getUVSpace(0).getMatrix()); }, "",
          1},
-        {"a short row",
-         [](OldPolygon& p) {
-             p.space.matrix.row(0) = {0.00005, 0, 0};
-         },
+        {"a short row", [](OldPolygon& p) { p.space.matrix.row(0) = Vector(0.00005, 0, 0); },
          [](const CN_Polygon& p, Shelf&) { EXPECT_EQ(p.getUVSpace(0).getMatrix().row(0), Vector(0.001, 0, 0)); }, "",
          1},
         {"a short row that stays none",
@@ -268,18 +250,9 @@ TEST(PolygonRecord, RepairsWhatItCan) {
 
 TEST(PolygonRecord, RefusesWhatGeometryCouldNotBear) {
     const std::pair<const char*, std::function<void(OldPolygon&)>> cases[] = {
-        {"an edge from vertex 0 to vertex 4",
-         [](OldPolygon& p) {
-             p.edges[2] = {0, 4};
-         }},
-        {"an edge from vertex -1",
-         [](OldPolygon& p) {
-             p.edges[2] = {-1, 0};
-         }},
-        {"a corner at vertex 4",
-         [](OldPolygon& p) {
-             p.triangles = {{0, 1, 4}};
-         }},
+        {"an edge from vertex 2 to vertex 4", [](OldPolygon& p) { p.edges[2].second = 4; }},
+        {"an edge from vertex -1", [](OldPolygon& p) { p.edges[2].first = -1; }},
+        {"a corner at vertex 4", [](OldPolygon& p) { p.triangles[0][2] = 4; }},
         {"-1 holes", [](OldPolygon& p) { p.holes = -1; }},
         {"4 holes", [](OldPolygon& p) { p.holes = 4; }},
         {"-7 edges", [](OldPolygon& p) { p.edgeCount = -7; }},
@@ -428,10 +401,7 @@ TEST(MeshRecord, DynamicMeshesTriggersAndEdgelessPolygonsComeBackOnce) {
 TEST(MeshRecord, SaveRefusesWhatLoadWould) {
     const std::pair<const char*, std::function<void(CN_LevelEntityMesh&, CN_Polygon&)>> cases[] = {
         {"vertices", [](CN_LevelEntityMesh& mesh, CN_Polygon&) { mesh.accessVertexList()[0].local.x = ENDLESS; }},
-        {"plane",
-         [](CN_LevelEntityMesh&, CN_Polygon& p) {
-             p.setNormal({NOT_A_NUMBER, 0, 0});
-         }},
+        {"plane", [](CN_LevelEntityMesh&, CN_Polygon& p) { p.setNormal(Vector(NOT_A_NUMBER, 0, 0)); }},
         {"holes", [](CN_LevelEntityMesh&, CN_Polygon& p) { p.setNumHoles(-1); }},
         {"edge", [](CN_LevelEntityMesh&, CN_Polygon& p) { p.addEdge(0, 99, false); }},
         {"triangle",

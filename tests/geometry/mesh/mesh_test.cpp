@@ -218,18 +218,19 @@ TEST(Mesh, TexturizesWhatIsNoExit) {
         bool applyTiles;
         double u, v;       ///< of the material
         double hasU, hasV; ///< of the polygon then
-        bool changes;
+        bool changes, scales;
     } cases[] = {
-        {"a new one", material, true, 2, 3, 2, 3, true},
-        {"the same with other tiles", material, true, 4, 5, 4, 5, true},
-        {"without them", material, false, 6, 7, 4, 5, false},
-        {"a tile without length", material, true, 0, 7, 4, 5, true},
-        {"none", nullptr, true, 6, 7, 4, 5, true},
+        {"a new one", material, true, 2, 3, 2, 3, true, true},
+        {"the same with other tiles", material, true, 4, 5, 4, 5, true, true},
+        {"without them", material, false, 6, 7, 4, 5, false, false},
+        {"a tile without length", material, true, 0, 7, 4, 5, true, true},
+        {"none", nullptr, true, 6, 7, 4, 5, true, false},
     };
     CN_Polygon& floor = mesh.accessPolygonList()[0];
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         floor.setUVDirty(false);
+        floor.setUVCalculated(true);
         mesh.setUVDirty(false);
         material->setTiles(c.u, c.v, true);
         mesh.texturize(c.given, c.applyTiles);
@@ -240,6 +241,7 @@ TEST(Mesh, TexturizesWhatIsNoExit) {
         EXPECT_DOUBLE_EQ(rows.row(0).length(), c.hasU);
         EXPECT_DOUBLE_EQ(rows.row(1).length(), c.hasV);
         EXPECT_EQ(floor.isUVDirty(), c.changes);
+        EXPECT_EQ(floor.isUVCalculated(), !c.scales) << "extents are those of the old axes";
         EXPECT_EQ(mesh.isUVDirty(), c.changes);
     }
 }

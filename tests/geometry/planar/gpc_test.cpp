@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 #include <set>
 
@@ -13,14 +12,8 @@ namespace {
 using test::PlanarLoop;
 using test::PlanarPoint;
 using test::PlanarShape;
-
-void add(gpc_polygon& polygon, const PlanarLoop& loop) {
-    std::vector<gpc_vertex> corners;
-    for (const PlanarPoint& p : loop)
-        corners.push_back({p.x, p.y});
-    const gpc_vertex_list contour{static_cast<int>(corners.size()), corners.data()};
-    gpc_add_contour(&polygon, &contour, 0);
-}
+using test::reversed;
+using test::square;
 
 /// What an operation gives.
 struct Clipped {
@@ -30,10 +23,10 @@ struct Clipped {
     Clipped(gpc_op operation, const PlanarShape& a, const PlanarShape& b) {
         gpc_polygon subject, clip, result;
         for (const PlanarLoop& loop : a)
-            add(subject, loop);
+            test::addContour(subject, loop, 0);
         for (const PlanarLoop& loop : b)
-            add(clip, loop);
-        add(result, {{9, 9}, {8, 8}, {9, 8}}); // goes
+            test::addContour(clip, loop, 0);
+        test::addContour(result, {{9, 9}, {8, 8}, {9, 8}}, 0); // goes
         gpc_polygon_clip(operation, &subject, &clip, &result);
         for (int c = 0; c < result.num_contours; ++c) {
             loops.emplace_back();
@@ -44,12 +37,6 @@ struct Clipped {
     }
     double area() const { return test::rightArea(loops); }
 };
-
-PlanarLoop square(double x, double y, double side) {
-    return {{x, y}, {x, y + side}, {x + side, y + side}, {x + side, y}};
-}
-
-PlanarLoop reversed(const PlanarLoop& loop) { return {loop.rbegin(), loop.rend()}; }
 
 TEST(Clipping, OperationsGiveOutlinesAndHoles) {
     const PlanarLoop big = square(0, 0, 4), inner = square(1, 1, 2), corner = square(3, 3, 2);
@@ -78,17 +65,8 @@ TEST(Clipping, OperationsGiveOutlinesAndHoles) {
         const Clipped clipped(c.operation, c.a, c.b);
         EXPECT_EQ(clipped.holes, c.holes) << c.name;
         ASSERT_EQ(clipped.loops.size(), c.result.size()) << c.name;
-        for (std::size_t i = 0; i < c.result.size(); ++i) {
-            // From its lowest corner on, the leftmost of equals.
-            PlanarLoop expected = c.result[i];
-            std::rotate(expected.begin(),
-                        std::min_element(expected.begin(), expected.end(),
-                                         [](const PlanarPoint& p, const PlanarPoint& q) {
-                                             return std::pair(p.y, p.x) < std::pair(q.y, q.x);
-                                         }),
-                        expected.end());
-            EXPECT_EQ(clipped.loops[i], expected) << c.name;
-        }
+        for (std::size_t i = 0; i < c.result.size(); ++i)
+            EXPECT_EQ(clipped.loops[i], test::fromLowest(c.result[i])) << c.name;
     }
 }
 

@@ -3,7 +3,7 @@
 #include "cairn/geometry/planar/planar_picture.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "tests/support/mesh_shelf.h"
-#include "tests/support/planar_shapes.h"
+#include "tests/support/naive_planar.h"
 #include "tests/support/process_state_guard.h"
 #include "tests/support/temporary_folder.h"
 
@@ -14,9 +14,13 @@
 namespace cairn {
 namespace {
 
+using test::addContour;
+using test::fromLowest;
 using test::PlanarLoop;
 using test::PlanarPoint;
 using test::PlanarShape;
+using test::reversed;
+using test::square;
 using Vector = M_Vector3Template<double>;
 
 constexpr double SNAP = 1e-5;
@@ -41,26 +45,10 @@ struct Ground {
     CN_2DPolygon planar() { return {polygon, SNAP}; }
 };
 
-void addContour(gpc_polygon& polygon, const PlanarLoop& loop, int hole) {
-    std::vector<gpc_vertex> corners;
-    for (const PlanarPoint& p : loop)
-        corners.push_back({p.x, p.y});
-    const gpc_vertex_list contour{static_cast<int>(corners.size()), corners.data()};
-    gpc_add_contour(&polygon, &contour, hole);
-}
-
 PlanarLoop pointsOf(const LassoContainer& lasso) {
     PlanarLoop loop;
     for (const CN_2DEdge& edge : lasso.edges)
         loop.push_back(edge.point(0));
-    return loop;
-}
-
-PlanarLoop fromLowest(PlanarLoop loop) {
-    const auto below = [](const PlanarPoint& p, const PlanarPoint& q) {
-        return std::pair(p.y, p.x) < std::pair(q.y, q.x);
-    };
-    std::rotate(loop.begin(), std::min_element(loop.begin(), loop.end(), below), loop.end());
     return loop;
 }
 
@@ -75,12 +63,6 @@ double triangleArea(const CN_2DPolygon& planar) {
     }
     return sum;
 }
-
-PlanarLoop square(double x, double y, double side) {
-    return {{x, y}, {x, y + side}, {x + side, y + side}, {x + side, y}};
-}
-
-PlanarLoop reversed(const PlanarLoop& loop) { return {loop.rbegin(), loop.rend()}; }
 
 TEST(PlanarPolygon, LaysAPolygonOut) {
     Ground ground({square(0, 0, 4), reversed(square(1, 1, 2))});
@@ -102,6 +84,41 @@ TEST(PlanarPolygon, LaysAPolygonOut) {
     EXPECT_EQ(copy.getNumTriangles(), 8);
     EXPECT_EQ(copy.getEdges().first()->getParent(), &copy);
     EXPECT_EQ(copy.getEdges().last()->point(1), PlanarPoint(3, 1));
+}
+
+TEST(PlanarPolygon, ACopyKeepsConnections) {
+    Ground ground({square(0, 0, 4)});
+    CN_2DPolygon planar = ground.planar();
+    CN_2DEdge diagonal;
+    diagonal.set(1, 3, &planar, -1);
+    planar.makeConnection(&diagonal);
+    planar.clearConnection(0, 1);
+    planar.connect(2, 0, planar.accessEdges().last());
+    CN_2DPolygon assigned = Ground().planar();
+    assigned = planar;
+    for (CN_2DPolygon copy : {planar, assigned}) {
+        EXPECT_EQ(copy.edge(1, 3), &diagonal) << "an edge of the caller";
+        EXPECT_FALSE(copy.connected(0, 1));
+        EXPECT_EQ(copy.edgeRef(0, 1), 1) << "the edge is there all the same";
+        EXPECT_EQ(copy.edge(2, 0), copy.getEdges().last());
+        copy.removeEdge(copy.accessEdges().first());
+        EXPECT_EQ(copy.edgeRef(0, 1), 0);
+    }
+    EXPECT_EQ(planar.edgeRef(0, 1), 1);
+}
+
+/// Axes that are too long for their length to be told in numbers.
+TEST(PlanarPolygon, TooFewCornersNeedNoPlane) {
+    for (const int corners : {0, 1, 2, 3}) {
+        Ground ground;
+        ground.polygon->editUVSpace(0).setMatrix({{1e200, 0, 0}, {0, 0, -1}, {0, 1, 0}});
+        for (int i = 0; i < corners; ++i)
+            ground.polygon->addVertex({i * 1.0, 0, i * i * 1.0});
+        if (corners < 3)
+            EXPECT_EQ(ground.planar().valid(), 0) << corners;
+        else
+            EXPECT_NE(test::failureText([&] { ground.planar(); }), "(nothing thrown)");
+    }
 }
 
 TEST(PlanarPolygon, PointsThatCoincideAreOneVertex) {
@@ -309,6 +326,60 @@ TEST(PlanarPolygon, ContoursBecomeLoops) {
         for (const LassoContainer& lasso : copy.getLassos())
             EXPECT_TRUE(!lasso.parent || copy.getLassos().contains(lasso.parent)) << c.name;
     }
+}
+
+/// Two squares that meet but for a gap are one outline: the clipper joins them, or leaves them apart and the loops are fused.
+TEST(PlanarPolygon, ClippedNeighboursBecomeOneLoop) {
+    for (const double turn : {0.0, 0.3, 1.1}) {
+        for (const double gap : {0.0, 1e-12, 1e-9, 1e-6}) {
+            const auto placed = [&](PlanarLoop loop) {
+                for (PlanarPoint& p : loop)
+                    p = PlanarPoint(std::cos(turn), std::sin(turn)) * p.x +
+                        PlanarPoint(-std::sin(turn), std::cos(turn)) * p.y + PlanarPoint(100 * turn, 0);
+                return loop;
+            };
+            gpc_polygon one, other, both;
+            addContour(one, placed(square(0, 0, 4)), 0);
+            addContour(other, placed(square(4 + gap, 1, 2)), 0);
+            gpc_polygon_clip(GPC_UNION, &one, &other, &both);
+            CN_2DPolygon planar = Ground().planar();
+            planar.createFrom(&both);
+            EXPECT_EQ(planar.getLassos().count(), 1) << turn << " " << gap;
+            EXPECT_EQ(planar.getNumEdges(), 8) << turn << " " << gap;
+            EXPECT_EQ(planar.isClockwise(), 1);
+            planar.triangulate();
+            EXPECT_EQ(planar.getNumTriangles(), 6) << turn << " " << gap;
+            EXPECT_NEAR(triangleArea(planar), 20, 1e-4);
+        }
+    }
+}
+
+TEST(PlanarPolygon, RedundantVerticesGoAsInAWalkThatErasesThem) {
+    test::RandomShapes random(12);
+    int gone = 0;
+    for (int round = 0; round < 2000; ++round) {
+        // Steps on a small lattice: out and back, straight on, and over vertices that are there.
+        PlanarLoop lattice;
+        for (int i = 0; i < 9; ++i)
+            lattice.emplace_back(i % 3, i / 3);
+        Ground ground({lattice});
+        CN_2DPolygon planar = ground.planar();
+        planar.accessEdges().clear();
+        std::vector<int> loop;
+        for (int i = random.count(2, 14); i > 0; --i)
+            if (const int next = random.count(0, 8); loop.empty() || (next != loop.back() && next != loop.front()))
+                loop.push_back(next);
+        LassoContainer& lasso = planar.accessLassos().emplace();
+        for (std::size_t i = 0; i < loop.size() && loop.size() > 1; ++i)
+            lasso.edges.add(*planar.addEdge(loop[i], loop[(i + 1) % loop.size()], nullptr));
+        planar.deleteRedundantVertices(lasso);
+        std::vector<int> left;
+        for (const CN_2DEdge& edge : lasso.edges)
+            left.push_back(edge.index(0));
+        ASSERT_EQ(left, test::naiveRedundantVertices(planar.getVertices(), loop, SNAP)) << round;
+        gone += static_cast<int>(loop.size() - left.size());
+    }
+    EXPECT_GT(gone, 2000);
 }
 
 TEST(PlanarPolygon, TellsHolesByWhereTheyLie) {

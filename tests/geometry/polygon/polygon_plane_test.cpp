@@ -59,6 +59,7 @@ TEST(PolygonPlane, PointsMoveOntoThePlane) {
     ShelfDocument document;
     CN_Polygon& floor = test::unitFloor(document)->accessPolygonList()[0];
     EXPECT_EQ(floor.distLocal({3, -2, 1}), -2);
+    EXPECT_EQ(floor.getPlane().distance({3, 2, 1}), 2);
     Vector point(3, 4, 5);
     floor.project(point);
     EXPECT_EQ(point, Vector(3, 0, 5));

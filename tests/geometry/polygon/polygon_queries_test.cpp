@@ -1,6 +1,7 @@
 #include "cairn/entities/polygon_group.h"
-#include "tests/support/mesh_shelf.h"
+#include "tests/support/naive_upkeep.h"
 #include "tests/support/process_state_guard.h"
+#include "tests/support/random_polygons.h"
 
 #include <gtest/gtest.h>
 
@@ -134,20 +135,62 @@ TEST(PolygonQueries, EdgesShareAStretch) {
     }
 }
 
-TEST(PolygonQueries, NeighborsAreInListOrder) {
+std::vector<int> neighborsOf(const CN_LevelEntityMesh& mesh, const CN_Polygon& polygon) {
+    std::vector<int> places;
+    for (const CN_Polygon* const neighbor : polygon.getSharedEdgeList())
+        places.push_back(mesh.findPolygonIndex(neighbor));
+    return places;
+}
+
+void expectNeighborsOfTheListWalk(CN_LevelEntityMesh& mesh) {
+    std::vector<std::vector<int>> expected, ofEach, ofAll;
+    for (CN_Polygon& polygon : mesh.accessPolygonList()) {
+        expected.push_back(test::naiveSharedEdgeList(polygon));
+        polygon.createSharedEdgeList();
+        ofEach.push_back(neighborsOf(mesh, polygon));
+    }
+    EXPECT_EQ(ofEach, expected);
+    mesh.createSharedEdgeLists();
+    for (const CN_Polygon& polygon : mesh.getPolygonList())
+        ofAll.push_back(neighborsOf(mesh, polygon));
+    EXPECT_EQ(ofAll, expected);
+}
+
+TEST(PolygonQueries, NeighborsAreThoseOfTheListWalk) {
     ShelfDocument document;
-    CN_LevelEntityMesh& box = *test::splitBox(document, test::Split::T_JUNCTION);
-    const auto neighborsOf = [&box](int place) {
-        CN_Polygon& polygon = box.accessPolygonList()[place];
-        polygon.createSharedEdgeList();
-        polygon.createSharedEdgeList();
-        std::vector<int> places;
-        for (const CN_Polygon* const neighbor : polygon.getSharedEdgeList())
-            places.push_back(box.findPolygonIndex(neighbor));
-        return places;
-    };
-    EXPECT_EQ(neighborsOf(0), (std::vector<int>{2, 3, 4, 5, 6})) << "the floor meets both halves of the wall";
-    EXPECT_EQ(neighborsOf(2), (std::vector<int>{0, 1, 3, 6}));
+    CN_LevelEntityMesh& split = *test::splitBox(document, test::Split::T_JUNCTION);
+    split.createSharedEdgeLists();
+    EXPECT_EQ(neighborsOf(split, split.getPolygonList()[0]), (std::vector<int>{2, 3, 4, 5, 6}))
+        << "the floor meets both halves of the wall";
+    for (const test::ShelfMesh& sample : test::meshShelf())
+        if (sample.polygons <= 100) {
+            SCOPED_TRACE(sample.name);
+            expectNeighborsOfTheListWalk(*sample.build(document));
+        }
+    // Triangles between places on a grid that is off by up to the tolerance, with boxes and normals of any kind; some places
+    // are no numbers.
+    for (unsigned int seed = 0; seed < 16; ++seed) {
+        SCOPED_TRACE(seed);
+        test::RandomPolygons random(seed);
+        CN_LevelEntityMesh& mesh = *test::addFixture(document, "Heap");
+        const double size = seed % 4 == 0 ? 0.001 : 1;
+        for (int i = 0; i < 60; ++i) {
+            CN_Polygon& polygon = *mesh.addPolygon();
+            for (int corner = 0; corner < 3; ++corner)
+                polygon.addVertex(Vector(random.count(0, 4), 0, random.count(0, 4)) * size +
+                                  Vector(random.number(-1, 1), random.number(-1, 1), random.number(-1, 1)) * 0.0006);
+            if (i % 8 == 0)
+                mesh.accessVertexList().last()->local.x = mesh.accessVertexList().last()->world.x =
+                    std::numeric_limits<double>::quiet_NaN();
+            polygon.constructEdges();
+            if (random.count(0, 9) > 0)
+                polygon.buildBoundingBox(true);
+            polygon.setWorldNormal(Vector(0, 1, 0));
+            if (random.count(0, 2) == 0)
+                polygon.setWorldNormal({random.number(-1, 1), random.number(0, 0.01), random.number(-1, 1)});
+        }
+        expectNeighborsOfTheListWalk(mesh);
+    }
 }
 
 TEST(PolygonQueries, DumpTellsTheShape) {

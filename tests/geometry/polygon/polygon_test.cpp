@@ -106,8 +106,27 @@ TEST(Polygon, IsBuiltOfCorners) {
     for (const CN_Polygon::Lasso& lasso : polygon.getLassos())
         loops.push_back(lasso.size());
     EXPECT_EQ(loops, (std::vector<std::size_t>{3, 2}));
-    const CN_Vertex* const made = floor.mesh.addVertexCheck({1, 0, 1}, 0);
-    EXPECT_EQ(made, floor.mesh.getVertexList().last());
+}
+
+TEST(Polygon, CornersAreLookedForInTheSpaceTheyAreGivenIn) {
+    Floor floor;
+    floor.mesh.setRotation({{-1, 0, 0}, {0, 1, 0}, {0, 0, -1}});
+    floor.mesh.setPosition({10, 0, 0});
+    const CN_Vertex* const corner = &floor.mesh.getVertexList()[2];
+    const Vector local(1, 0, 1), world(9, 0, -1);
+    ASSERT_EQ(corner->world, world);
+    EXPECT_EQ(floor.mesh.addVertexCheck(local, 1e-6), corner);
+    EXPECT_EQ(floor.mesh.addVertexCheckWorld(world, 1e-6), corner);
+    CN_Polygon& polygon = *floor.mesh.addPolygon();
+    EXPECT_EQ(polygon.addVertexCheck(world), corner);
+    EXPECT_EQ(polygon.addEdge(local, {0, 0, 0})->index(0), 2);
+    EXPECT_EQ(floor.mesh.getVertexList().count(), 4);
+
+    const CN_Vertex* const made = floor.mesh.addVertexCheck(local, 0);
+    EXPECT_EQ(made, floor.mesh.getVertexList().last()) << "none is nearer than that";
+    EXPECT_EQ(polygon.addVertexCheck(local), made) << "it stands there in both spaces";
+    EXPECT_EQ(floor.mesh.addVertexCheckWorld({8, 0, -3}, 1e-6)->local, Vector(2, 0, 3));
+    EXPECT_EQ(floor.mesh.getBoundingMax().z, 3) << "widened by the place in the mesh";
 }
 
 TEST(Polygon, FirstSpaceHasTheDocumentsScale) {

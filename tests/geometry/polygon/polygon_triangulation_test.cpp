@@ -124,27 +124,6 @@ TEST(PolygonTriangulation, HandednessOfHolesWallsAndRooms) {
     EXPECT_NEAR(volume, 192, 1e-12);
 }
 
-TEST(PolygonTriangulation, CoversEveryPolygonOfTheShelf) {
-    for (const test::ShelfMesh& sample : test::meshShelf()) {
-        SCOPED_TRACE(sample.name);
-        ShelfDocument document;
-        CN_LevelEntityMesh* const mesh = sample.build(document);
-        mesh->triangulizeAll(false);
-        for (CN_Polygon& polygon : mesh->accessPolygonList()) {
-            const int corners = polygon.getEdgeList().count();
-            EXPECT_EQ(polygon.getTriangleList().count(), corners + 2 * polygon.getNumHoles() - 2);
-            EXPECT_NEAR(polygon.calcArea(), CN_areaVector(polygon).length(), 1e-12 + sample.tolerance);
-            for (const CN_Triangle& triangle : polygon.getTriangleList()) {
-                EXPECT_EQ(triangle.getParent(), &polygon);
-                EXPECT_GT(normalOf(triangle).dot(polygon.getNormal()), 0);
-            }
-            const Corners once = cornersOf(polygon);
-            polygon.triangulize(false);
-            EXPECT_EQ(cornersOf(polygon), once);
-        }
-    }
-}
-
 TEST(PolygonTriangulation, CoversRandomPolygonsWithHoles) {
     constexpr int POLYGONS = 10000;
     ShelfDocument document;

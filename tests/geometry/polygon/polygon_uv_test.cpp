@@ -1,7 +1,8 @@
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
+#include "cairn/materials/texture.h"
+#include "cairn/materials/texture_list.h"
 #include "tests/support/mesh_shelf.h"
-#include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
 
@@ -76,6 +77,48 @@ TEST(PolygonUV, LightmapAndDetailHaveCoordinatesOfTheirOwn) {
     material.setBlendType(CN_Material::BLEND_PLAIN);
     floor.polygon.calculateUVCoordinates();
     EXPECT_TRUE(piece.getDetailUV().empty());
+}
+
+TEST(PolygonUV, TheLightLayerHasItsOwnSpaceWhereItIsShown) {
+    Floor floor;
+    CN_Material* const lit = floor.document.accessMaterials().find("Default")->add(0, "", nullptr);
+    lit->setLightTexture(floor.document.accessTextures().addNew());
+    floor.document.accessPreferences().setRenderingMode(RENDER_LIGHT_LAYER);
+    floor.polygon.setMaterial(lit);
+    const PlanarSpace base = floor.polygon.getUVSpace(0);
+    const CN_UVSpace baseRow = *floor.polygon.getUVSpaces().find(0);
+    floor.polygon.editUVSpace(2) = PlanarSpace(Matrix({0.5, 0, 0}, {0, 0, 0.5}, {0, 1, 0}), {}, {7.25, 0});
+    floor.polygon.calculateUVCoordinates();
+    const CN_UVSpace& shown = *floor.polygon.getUVSpaces().find(2);
+    EXPECT_EQ(shown.space.getOffset(), (M_Vector2Template<double>{-0.75, -1}));
+    EXPECT_EQ(shown.min, (M_Vector2Template<float>{-0.75F, -1}));
+    EXPECT_EQ(shown.max, (M_Vector2Template<float>{1.25F, 1}));
+    const CN_Triangle& piece = *floor.polygon.getTriangleList().first();
+    for (std::size_t i = 0; i < 4; ++i) {
+        const Vector& corner = piece.getVertexLocal(static_cast<int>(i));
+        EXPECT_EQ(piece.getUV()[i], (M_Vector2Template<float>{static_cast<float>(2 * corner.x - 0.75),
+                                                              static_cast<float>(2 * corner.z - 1)}));
+    }
+
+    const PlanarSpace texture(Matrix({4, 0, 0}, {0, 0, 4}, {0, 1, 0}), {1, 0, 1}, {});
+    floor.polygon.planarMap(texture);
+    EXPECT_EQ(shown.space.getMatrix(), texture.getMatrix());
+    EXPECT_EQ(shown.space.getPoint(), texture.getPoint());
+    EXPECT_EQ(floor.polygon.getUVSpace(0).getMatrix(), base.getMatrix()) << "the base texture stays";
+    EXPECT_EQ(floor.polygon.getUVSpace(0).getOffset(), base.getOffset());
+    EXPECT_EQ(floor.polygon.getUVSpaces().find(0)->max, baseRow.max);
+
+    floor.polygon.setMappingDirty(false);
+    floor.mesh.setMappingDirty(false);
+    floor.polygon.setUVDirty(false);
+    floor.polygon.setMaterial(nullptr);
+    EXPECT_TRUE(floor.polygon.isUVDirty());
+    EXPECT_FALSE(floor.polygon.isMappingDirty() || floor.mesh.isMappingDirty());
+    ASSERT_TRUE(floor.polygon.hasUVSpace(2)) << "without a material the light layer waits for the next one";
+    EXPECT_EQ(shown.max.x, 1.25F);
+    EXPECT_EQ(floor.polygon.getUVSpaceID(), 0);
+    floor.polygon.setMaterial(floor.document.accessMaterials().getDefaultMaterial());
+    EXPECT_FALSE(floor.polygon.hasUVSpace(2));
 }
 
 TEST(PolygonUV, PlanarMapGoesOnOverPolygonsOfATurnedMesh) {
@@ -154,16 +197,6 @@ TEST(PolygonUV, CopiedPropertiesAreAllButTheShape) {
         EXPECT_NEAR(a.y, b.y, 1e-9);
     }
     world.setMaterial(nullptr); // which is of the other document
-}
-
-TEST(PolygonUV, TexturizeTakesTheLengthsOfTheTiles) {
-    Floor floor;
-    CN_Material& material = *floor.document.accessMaterials().getDefaultMaterial();
-    material.setTiles(2, 5, true);
-    floor.mesh.texturize(&material, true);
-    EXPECT_NEAR(floor.polygon.getUVSpace(0).getMatrix().row(0).length(), 2, 1e-12);
-    EXPECT_NEAR(floor.polygon.getUVSpace(0).getMatrix().row(1).length(), 5, 1e-12);
-    EXPECT_FALSE(floor.polygon.isUVCalculated()) << "extents are those of the old axes";
 }
 
 } // namespace
