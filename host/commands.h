@@ -23,6 +23,7 @@ void addTreeCommand(CLI::App& app, Command& chosen);
 void addCheckCommand(CLI::App& app, Command& chosen);
 void addImportCommand(CLI::App& app, Command& chosen);
 void addExportCommand(CLI::App& app, Command& chosen);
+void addEditCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
 void addMeasureCommand(CLI::App& app, Command& chosen);
 void addRenderCommand(CLI::App& app, Command& chosen);

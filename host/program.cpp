@@ -25,6 +25,7 @@ void addCommands(CLI::App& app, Command& chosen) {
     addCheckCommand(app, chosen);
     addImportCommand(app, chosen);
     addExportCommand(app, chosen);
+    addEditCommand(app, chosen);
     addSaveCommand(app, chosen);
     addMeasureCommand(app, chosen);
     addRenderCommand(app, chosen);

@@ -3,6 +3,7 @@
 #include "cairn/foundation/strings.h"
 #include "cairn/math/vector3.h"
 
+#include <cstdint>
 #include <string>
 
 namespace cairn {
@@ -63,6 +64,19 @@ class CN_HierarchyUtils {
     /// The same as one static text: valid until the next call, so never called twice in one expression. It ends at a
     /// NUL in a name.
     static const char* getFullyQualifiedName(const CN_LevelEntity* entity);
+    /// The entity at the end of a path of steps divided by "::", or null. "this" is `base`; a path that begins with "::",
+    /// and every other one where `base` has no parent, leads from the level's root; each step is a child's name without
+    /// regard to case, or "parent". `deepest` (may be null) becomes the last entity that was reached, null above the root.
+    /// The empty path gives the entity where it begins. Constant time a step.
+    static CN_LevelEntity* mapNameToObject(const istring& name, const CN_LevelEntity** deepest,
+                                           const CN_LevelEntity* base);
+    /// How often `mapNameToObject` was called in this process, and the microseconds that it took.
+    static unsigned getMapNameCalls() { return s_mapNameCalls; }
+    static std::uint64_t getMapNameTime() { return s_mapNameTime; }
+
+  private:
+    inline static unsigned s_mapNameCalls = 0;
+    inline static std::uint64_t s_mapNameTime = 0; ///< microseconds
 };
 
 } // namespace cairn

@@ -61,9 +61,14 @@ class E_FSM {
 
         /// Rebuilds the line for its target's present place: the shortest path from the entity of `fsm` for a relative
         /// line, the qualified name for an absolute one. A line without target looks it up first, by its path or its
-        /// target's name. False, with the line as it was, if there is none to be found; true for comments and
-        /// global messages, which stay as they are. A target that has died counts as none.
+        /// target's name. False, with the line as it was, if there is none to be found, or none in the same tree for a
+        /// relative line; true for comments and global messages, which stay as they are. A target that has died counts
+        /// as none.
         bool updateTargetName(E_FSM* fsm);
+        /// The arguments in one text, with that between them.
+        istring joinArguments(const char* separator) const;
+        /// Replaces all from the line's first "(" on by a "(", `arguments` and ");"; nothing else follows.
+        void rewriteArguments(const istring& arguments);
         /// @}
 
         /// @name Following renames (message_renames.cpp)
@@ -180,6 +185,12 @@ class E_FSM {
     /// Calls `f` with each message of each handler, comments included: handlers by name, lists as `forEachList` has them.
     template <class F> void forEachMessage(F&& f) { forEachMessageOf(*this, f); }
     template <class F> void forEachMessage(F&& f) const { forEachMessageOf(*this, f); }
+
+    /// Calls `f` with each list of messages in the same order; it may change the list.
+    template <class F> void forEachList(F&& f) {
+        for (auto& [name, handler] : m_handlers)
+            handler.forEachList(f);
+    }
 
     /// The name of the handler that holds this very message; null for a comment and for a message of elsewhere.
     const istring* getHandlerForMessage(const Message& message) const;
