@@ -146,7 +146,7 @@ void tell(const std::string& done, const std::vector<ExportLoss>& losses, const 
     console.flush();
     console.note(file, "exported " + done);
     for (const ExportLoss& loss : losses)
-        console.warn(file, fmt::format("{} {}, the first is {}", loss.count, loss.what, toShownText(loss.first)));
+        console.warn(file, fmt::format("{} {}, the first is {}", loss.count, loss.what, loss.first));
 }
 
 std::string describe(const ExportScene& scene, const Format& format) {
