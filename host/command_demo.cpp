@@ -136,7 +136,7 @@ class Demo {
             throw new F_Exception(path(name) + " differs when it is saved again");
         step(fmt::format("saved it again: the same {} bytes", bytes.size()));
 
-        const std::vector<Problem> problems = findProblems(level, true, false);
+        const std::vector<Problem> problems = findProblems(level, true, session.readCatalogue(""), false);
         if (!problems.empty())
             throw new F_Exception(fmt::format("{}: {}: {}", path(name), problems[0].kind->code, problems[0].message));
         step("checked it: no problems");
@@ -163,7 +163,7 @@ class Demo {
         m_console.writeLine("Look at them next:");
         const std::string level = path("demo.cairn"), content = path("content.db");
         for (const std::string& words : {"tree " + level, "info --json " + level, "check " + level, "fsm " + level,
-                                         "edit --help", "content list " + content})
+                                         std::string("edit --help"), "content list " + content})
             m_console.writeLine("  " + toShownText(m_console.program() + ' ' + words));
     }
 

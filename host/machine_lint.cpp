@@ -3,11 +3,14 @@
 #include "cairn/fsm/fsm.h"
 #include "cairn/fsm/message_info_provider.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "host/catalogue.h"
 #include "host/entity_text.h"
+#include "host/map_import.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <set>
 #include <utility>
 
@@ -20,6 +23,14 @@ using MessageInfo = CN_FSMMessageInfoProvider::MessageInfo;
 /// The type of a receiver that is the game and no entity.
 constexpr unsigned GAME = 0;
 
+/// "2", "2 to 3" or "at least 2".
+std::string textOf(const ArgumentCount& count) {
+    if (count.least == count.most)
+        return fmt::format("{}", count.least);
+    return count.most == std::numeric_limits<std::size_t>::max() ? fmt::format("at least {}", count.least)
+                                                                 : fmt::format("{} to {}", count.least, count.most);
+}
+
 bool isOneOf(const istring& name, std::initializer_list<const char*> names) {
     return std::any_of(names.begin(), names.end(), [&](const char* one) { return name == one; });
 }
@@ -27,7 +38,7 @@ bool isOneOf(const istring& name, std::initializer_list<const char*> names) {
 /// Goes over the machines of a level twice: what they say, then what each of them lacks.
 class MachineLint {
   public:
-    MachineLint(CN_FSMMessageInfoProvider& catalogue, const MachineProblem& tell)
+    MachineLint(const CN_FSMMessageInfoProvider* catalogue, const MachineProblem& tell)
         : m_catalogue(catalogue), m_tell(tell) {}
 
     void look(CN_LevelEntity& root) {
@@ -79,18 +90,17 @@ class MachineLint {
             m_tell("fsm-dangling-target", entity, fmt::format("The target of \"{}\" is no entity", line));
         else if (isOneOf(message.m_name, {"EnableExit", "EnableExitAIActivation"}) && !namesExit(message))
             m_tell("fsm-bad-exit", entity, fmt::format("The target of \"{}\" has no such exit", line));
-        if (m_catalogue.isEmpty())
+        if (!m_catalogue)
             return;
-        istring name = message.m_name;
-        const MessageInfo* const info = m_catalogue.getMessageInfo(name);
+        const MessageInfo* const info = m_catalogue->getMessageInfo(message.m_name);
         if (!info) {
             m_tell("fsm-unknown-message", entity, fmt::format("The catalogue has no message of \"{}\"", line));
             return;
         }
-        if (info->arguments.size() != message.m_arguments.size())
+        if (const ArgumentCount count = countArguments(*info); !count.contains(message.m_arguments.size()))
             m_tell("fsm-argument-count", entity,
-                   fmt::format("\"{}\" has {} arguments where the catalogue has {}", line, message.m_arguments.size(),
-                               info->arguments.size()));
+                   fmt::format("\"{}\" has {} where the catalogue says {}", line,
+                               counted(message.m_arguments.size(), "argument", "arguments"), textOf(count)));
         if ((message.m_target || message.m_global) && !isReceived(*info, message))
             m_tell("fsm-receiver", entity, fmt::format("The target of \"{}\" takes no such message", line));
     }
@@ -109,7 +119,7 @@ class MachineLint {
                            [type](const auto& receiver) { return receiver.type == type; });
     }
 
-    CN_FSMMessageInfoProvider& m_catalogue;
+    const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
     const MachineProblem& m_tell;
     std::set<Named> m_entered; ///< states, by the entity of their machine
     std::set<Named> m_started; ///< timers, likewise
@@ -117,7 +127,7 @@ class MachineLint {
 
 } // namespace
 
-void findMachineProblems(CN_LevelEntity& root, CN_FSMMessageInfoProvider& catalogue, const MachineProblem& tell) {
+void findMachineProblems(CN_LevelEntity& root, const CN_FSMMessageInfoProvider* catalogue, const MachineProblem& tell) {
     MachineLint(catalogue, tell).look(root);
 }
 

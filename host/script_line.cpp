@@ -1,6 +1,7 @@
 #include "host/script_line.h"
 
 #include "cairn/document/document.h"
+#include "cairn/entities/level_entity.h"
 #include "host/edit_language.h"
 #include "host/text.h"
 

@@ -4,10 +4,12 @@
 #include "cairn/document/perf_counter.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/for_each.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/prefab_content.h"
 #include "cairn/entities/tri_mesh.h"
+#include "cairn/fsm/message_tests.h"
 
 #include <fmt/format.h>
 
@@ -70,6 +72,20 @@ bool isInNonEditablePrefab(const CN_LevelEntity* entity) {
     const CN_LevelEntityPrefab* around = prefabOf(contentAround(entity));
     return around && !around->isEditable();
 }
+
+/// Gathers the prefabs that an entity's machine names.
+class GatherReferencedPrefabs : public CN_ForEachConst {
+  public:
+    explicit GatherReferencedPrefabs(std::set<const CN_LevelEntity*>& prefabs) : m_prefabs(prefabs) {}
+
+    void operator()(const CN_LevelEntity* entity) override {
+        if (const E_FSM* const machine = entity->getFSM())
+            machine->forEachMessage(FSMPred_PrefabReferenced(m_prefabs));
+    }
+
+  private:
+    std::set<const CN_LevelEntity*>& m_prefabs; ///< not owned
+};
 
 /// `own` where the entity has the property itself, else `inherited` where it lies in a subtree that has it.
 int overlayStep(bool has, bool inSubtree, int own, int inherited) { return has ? own : inSubtree ? inherited : 0; }
@@ -188,6 +204,17 @@ bool CN_HierarchyUtils::canExportLevelOrSelection(const CN_Document* document, b
         return false;
     }
     return true;
+}
+
+void CN_HierarchyUtils::gatherReferencedPrefabs(const CN_Document* document, std::set<const CN_LevelEntity*>& prefabs) {
+    prefabs.clear();
+    const CN_LevelEntity* const level = document ? document->getLevel() : nullptr;
+    if (!level)
+        return;
+    GatherReferencedPrefabs gather(prefabs);
+    CN_ConstPreIterator it = level->createConstIterator();
+    for (it.begin(); !it.end(); ++it)
+        gather(*it);
 }
 
 int CN_HierarchyUtils::getImageIndex(const CN_LevelEntity* entity, bool plain, int* overlay) {

@@ -4,6 +4,7 @@
 #include "cairn/math/vector3.h"
 
 #include <cstdint>
+#include <set>
 #include <string>
 
 namespace cairn {
@@ -49,6 +50,9 @@ class CN_HierarchyUtils {
     static bool areAllTopLevelEntitiesRooms(const CN_Document* document, bool selectionOnly, int& count);
     /// True if the level or its selection stands in rooms; else `error` says why not.
     static bool canExportLevelOrSelection(const CN_Document* document, bool selectionOnly, string& error);
+    /// Fills `prefabs`, which is emptied first, with the prefabs that messages of the level's state machines have for
+    /// their target or in their arguments. Comments do not count, nor does a machine of the root.
+    static void gatherReferencedPrefabs(const CN_Document* document, std::set<const CN_LevelEntity*>& prefabs);
     /// The index of the entity's icon in the host's image list. With `plain` that of its kind and state alone;
     /// otherwise with 23 for an invisible one and 46 for what lies in a prefab that is not editable, and `overlay` (may
     /// be null) becomes 1 or 2 where the entity or an ancestor is excluded from game, plus 3 or 6 where the entity or
