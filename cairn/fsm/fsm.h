@@ -60,10 +60,10 @@ class E_FSM {
         /// @{
 
         /// Rebuilds the line for its target's present place: the shortest path from the entity of `fsm` for a relative
-        /// line, the qualified name for an absolute one. A line without target looks it up first, by its path or its
-        /// target's name. False, with the line as it was, if there is none to be found, or none in the same tree for a
-        /// relative line; true for comments and global messages, which stay as they are. A target that has died counts
-        /// as none.
+        /// line, the qualified name for an absolute one; a line to the root, which has none, becomes relative. A line
+        /// without target looks it up first, by its path or its target's name. False, with the line as it was, if there
+        /// is none to be found, or none in the same tree for a relative line; true for comments and global messages,
+        /// which stay as they are. A target that has died counts as none.
         bool updateTargetName(E_FSM* fsm);
         /// The arguments in one text, with that between them.
         istring joinArguments(const char* separator) const;

@@ -59,7 +59,7 @@ std::optional<istring> findRelativeName(const CN_LevelEntity* from, const CN_Lev
 bool E_FSM::Message::updateTargetName(E_FSM* fsm) {
     if (m_global || isCommentMessage())
         return true;
-    const bool relative = nameRelative();
+    bool relative = nameRelative();
     CN_LevelEntity* const owner = fsm->getParent();
     if (!CN_LevelEntity::isAlive(m_target)) {
         // An empty line, and a name that was never known, name nothing.
@@ -70,6 +70,7 @@ bool E_FSM::Message::updateTargetName(E_FSM* fsm) {
             return false;
     }
     std::optional<istring> path = m_target->getQualifiedName();
+    relative = relative || path->empty(); // no absolute path names a root
     if (relative)
         path = owner ? findRelativeName(owner, m_target) : std::nullopt;
     if (!path)

@@ -36,7 +36,8 @@ bool FSMPred_NonlocalNameReference::operator()(const E_FSM::Message& message) {
 bool FSMPred_IsLocal::operator()(const E_FSM::Message& message) {
     if (message.m_global || message.isCommentMessage() || !message.nameRelative())
         return true;
-    const bool below = message.m_target && (message.m_target == m_entity || message.m_target->isParent(m_entity));
+    const bool below = CN_LevelEntity::isAlive(message.m_target) &&
+                       (message.m_target == m_entity || message.m_target->isParent(m_entity));
     m_local &= below;
     return below;
 }

@@ -30,29 +30,37 @@ CN_LevelEntity* findLoaded(unsigned int identity) {
     return found == loaded.end() ? nullptr : found->second;
 }
 
-void clearReferences(Message& message) {
-    message.m_target = nullptr;
+/// Identities mean something until the end of their load only.
+void forgetIdentities(Message& message) {
     message.m_targetId = 0;
-    std::fill(message.m_objectArguments.begin(), message.m_objectArguments.end(), nullptr);
     message.m_objectArgumentIds.clear();
 }
 
-/// Binds what a record gave by identity. Entities that are bound already stay.
+void clearReferences(Message& message) {
+    message.m_target = nullptr;
+    std::fill(message.m_objectArguments.begin(), message.m_objectArguments.end(), nullptr);
+    forgetIdentities(message);
+}
+
+/// The object argument of that index by its identity, else by its name; null where neither leads to an entity.
+CN_LevelEntity* findObjectArgument(const Message& message, std::size_t index, const CN_LevelEntity& owner) {
+    if (CN_LevelEntity* const entity = findLoaded(message.m_objectArgumentIds[index]))
+        return entity;
+    return index < message.m_arguments.size() ? owner.mapNameToObject(message.m_arguments[index], nullptr) : nullptr;
+}
+
+/// Binds what a record gave by identity. Entities that are bound already stay; those that have died leave.
 void bindReferences(Message& message, const CN_LevelEntity& owner) {
-    for (std::size_t i = 0; i < message.m_objectArgumentIds.size() && i < message.m_objectArguments.size(); ++i) {
-        const unsigned int identity = message.m_objectArgumentIds[i];
-        if (identity == 0)
-            continue;
-        CN_LevelEntity* entity = findLoaded(identity);
-        if (!entity && i < message.m_arguments.size())
-            entity = owner.mapNameToObject(message.m_arguments[i], nullptr);
-        message.m_objectArguments[i] = entity;
+    for (std::size_t i = 0; i < message.m_objectArguments.size(); ++i) {
+        CN_LevelEntity*& entity = message.m_objectArguments[i];
+        if (i < message.m_objectArgumentIds.size() && message.m_objectArgumentIds[i] != 0)
+            entity = findObjectArgument(message, i, owner);
+        else if (!CN_LevelEntity::isAlive(entity))
+            entity = nullptr;
     }
-    message.m_objectArgumentIds.clear();
-    if (message.m_targetId == 0 && CN_LevelEntity::isAlive(message.m_target))
-        return;
-    message.m_target = findLoaded(message.m_targetId);
-    message.m_targetId = 0;
+    if (message.m_targetId != 0 || !CN_LevelEntity::isAlive(message.m_target))
+        message.m_target = findLoaded(message.m_targetId);
+    forgetIdentities(message);
     if (message.m_target)
         return;
     const bool byPath = CN_FSMChangeManager::instance()->isDeSerialisingPrefab();
@@ -83,7 +91,7 @@ bool updateArguments(Message& message) {
 void rebuildLine(Message& message) {
     istring arguments = " ";
     for (const istring& argument : message.m_arguments)
-        arguments.append(arguments.size() > 1 ? ", " : "").append(quotedArgument(argument));
+        arguments.append(&argument == &message.m_arguments.front() ? "" : ", ").append(quotedArgument(argument));
     message.rewriteArguments(arguments.append(" "));
 }
 
@@ -133,8 +141,10 @@ void CN_FSMWalker::operator()(CN_LevelEntity* entity) {
 }
 
 void ForEach_FSMDeserializeEntityReferences::visit(E_FSM& machine) {
-    forEachLine(machine, [&](Message& message) {
-        if (m_clear)
+    machine.forEachMessage([&](Message& message) {
+        if (message.isCommentMessage())
+            forgetIdentities(message);
+        else if (m_clear)
             clearReferences(message);
         else if (machine.getParent())
             bindReferences(message, *machine.getParent());
@@ -217,9 +227,9 @@ void CN_FSMDeleteWalker::visit(E_FSM& machine) {
 }
 
 bool ForEach_FSMDeleteObject::isToBeDeleted(const Message& message) const {
-    return m_entities.contains(message.m_target) ||
-           std::any_of(message.m_objectArguments.begin(), message.m_objectArguments.end(),
-                       [this](const CN_LevelEntity* entity) { return entity && m_entities.contains(entity); });
+    const auto dies = [this](const CN_LevelEntity* entity) { return entity && m_entities.contains(entity); };
+    return dies(message.m_target) ||
+           std::any_of(message.m_objectArguments.begin(), message.m_objectArguments.end(), dies);
 }
 
 bool ForEach_FSMDeleteAnimationSends::isToBeDeleted(const Message& message) const {
