@@ -14,7 +14,7 @@ namespace {
 struct CheckOptions : CommonOptions {
     std::vector<std::string> files;
     std::vector<std::string> ignored; ///< codes
-    std::string catalogue; ///< file, empty for the usual ones
+    std::string catalogue;            ///< file, empty for the usual ones
     bool strict = false;
 
     bool isIgnored(const Problem& problem) const {

@@ -202,9 +202,9 @@ class ProblemFinder {
     const OpenedLevel& m_level;
     bool m_checkContent;
     const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
-    const CN_LevelEntity* m_player = nullptr; ///< not owned
-    bool m_brokenRotation = false;            ///< the report names the entities with broken rotations
-    std::set<std::string> m_reported;         ///< texts of the load's report
+    const CN_LevelEntity* m_player = nullptr;     ///< not owned
+    bool m_brokenRotation = false;                ///< the report names the entities with broken rotations
+    std::set<std::string> m_reported;             ///< texts of the load's report
     /// Codes of its findings that last, entities and polygons.
     std::set<std::tuple<std::string_view, std::string, int>> m_lasting;
     std::vector<Problem> m_problems;
