@@ -24,6 +24,8 @@ void addCheckCommand(CLI::App& app, Command& chosen);
 void addImportCommand(CLI::App& app, Command& chosen);
 void addExportCommand(CLI::App& app, Command& chosen);
 void addEditCommand(CLI::App& app, Command& chosen);
+void addFsmCommand(CLI::App& app, Command& chosen);
+void addRefsCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
 void addMeasureCommand(CLI::App& app, Command& chosen);
 void addRenderCommand(CLI::App& app, Command& chosen);

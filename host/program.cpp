@@ -26,6 +26,8 @@ void addCommands(CLI::App& app, Command& chosen) {
     addImportCommand(app, chosen);
     addExportCommand(app, chosen);
     addEditCommand(app, chosen);
+    addFsmCommand(app, chosen);
+    addRefsCommand(app, chosen);
     addSaveCommand(app, chosen);
     addMeasureCommand(app, chosen);
     addRenderCommand(app, chosen);

@@ -55,6 +55,7 @@ TEST_F(MessageTargets, PathsLeadByChildrenAndParents) {
     }
     EXPECT_EQ(CN_HierarchyUtils::getMapNameCalls() - callsBefore, cases.size());
     EXPECT_EQ(knob->mapNameToObject("parent", nullptr), door);
+    EXPECT_EQ(CN_HierarchyUtils::mapNameToObject("Hall", nullptr, nullptr), nullptr);
 
     const auto detached = makeEntity(CN_KIND_FSM);
     EXPECT_EQ(resolve("Hall", detached.get()), NaiveResolution());

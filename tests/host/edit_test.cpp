@@ -138,15 +138,16 @@ TEST_F(Edit, ChangesTheTree) {
 
 TEST_F(Edit, MessagesFollowWhatTheyName) {
     ASSERT_EQ(run(TWO_ROOMS), "");
-    ASSERT_EQ(run(R"(fsm-state ::Room1::Guard idle
+    ASSERT_EQ(run(R"script(fsm-state ::Room1::Guard idle
 fsm-state ::Room1::Guard run
-fsm-send ::Clock Startup before "  ::Room1::Guard -> FSM_Switch( run )" fsm -
-                      send ::Clock Startup after "Room1::Guard->LookAt(::Room2::Gate, \"a, b\", f(1,2));" fsm -
-                      send ::Clock Startup after "player->Go" fsm - send ::Room1::Guard FSM_Switch(run) state
-                  : RUN "this->FSM_Switch(idle);" fsm - send ::Room1::Guard OnDeath before "activator->Blame();" fsm -
-                        send ::Room1::Guard OnDeath before "# gone" fsm -
-                        send ::Room1::Guard OnDeath before "Print(hello)") "),
-                                                                           "");
+fsm-send ::Clock Startup before "  ::Room1::Guard -> FSM_Switch( run )"
+fsm-send ::Clock Startup after "Room1::Guard->LookAt(::Room2::Gate, \"a, b\", f(1,2));"
+fsm-send ::Clock Startup after "player->Go"
+fsm-send ::Room1::Guard FSM_Switch(run) state:RUN "this->FSM_Switch(idle);"
+fsm-send ::Room1::Guard OnDeath before "activator->Blame();"
+fsm-send ::Room1::Guard OnDeath before "# gone"
+fsm-send ::Room1::Guard OnDeath before "Print(hello)")script"),
+              "");
     EXPECT_EQ(lines("::Clock"), "::Room1::Guard->FSM_Switch(run);\n"
                                 "Room1::Guard->LookAt( ::Room2::Gate, \"a, b\", f(1,2) );\nplayer->Go();\n");
     EXPECT_EQ(lines("::Room1::Guard"), "this->FSM_Switch(idle);\nactivator->Blame();\n# gone\nPrint(hello);\n");
