@@ -126,10 +126,10 @@ TEST_F(MessageTargets, FindsTheStepOfALineThatNamesAnEntity) {
 }
 
 TEST_F(MessageTargets, LinesAreRebuiltForTheirTargetsPlace) {
+    const auto elsewhere = makeEntity(CN_KIND_FSM);
     CN_LevelEntity* const dead = addChild(*hall, CN_KIND_FSM, "Dead");
     hall->remove(dead);
     delete dead;
-    const auto elsewhere = makeEntity(CN_KIND_FSM);
     struct Case {
         CN_LevelEntity *owner, *target;
         const char *targetName, *text, *rebuilt; ///< null: it stays as it is, with false

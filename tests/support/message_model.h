@@ -31,8 +31,10 @@ class MessageModel {
     MessageModel(std::size_t machines, Choose choose) : m_most(2 * machines), m_choose(std::move(choose)) {
         m_document.createCairnLevelEntities();
         m_nodes.push_back({m_document.accessLevel(), {}});
-        m_nodes.push_back({m_document.accessLevel()->hasChildNamed("player"), {}});
-        m_nodes.back().entity->deleteFSM();
+        Node& player = m_nodes.emplace_back(Node{m_document.accessPlayer(), {}});
+        player.machine.exists = true;
+        for (const auto& [name, handler] : player.entity->getFSM()->getMessageHandlers())
+            player.machine.handlers[name];
         CN_FSMChangeManager::instance()->documentChangedNotification(nullptr, &m_document, nullptr);
         for (std::size_t i = 0; i < machines; ++i)
             addEntity(true);
@@ -135,7 +137,9 @@ class MessageModel {
     enum Naming { STATE, EVENT, TIMER, ANIMATION, EXIT, NONE };
 
     std::size_t choose(std::size_t below) { return m_choose(below); }
-    template <class List> auto& chooseOf(List& list) { return *std::next(std::begin(list), choose(std::size(list))); }
+    template <class List> auto& chooseOf(List& list) {
+        return *std::next(std::begin(list), static_cast<std::ptrdiff_t>(choose(std::size(list))));
+    }
     Node& chooseNode() { return chooseOf(m_nodes); }
 
     /// A node with a machine: the first from a random one on, or null.
@@ -324,10 +328,10 @@ class MessageModel {
         messages->erase(messages->begin() + at);
     }
 
-    /// A copy of one entity's machine in the place of another's.
+    /// A copy of one entity's machine in the place of another's; but the player's has handlers that no other has.
     void copyMachine() {
         Node *const from = chooseMachine(), *const to = chooseMachine();
-        if (!from || from == to || choose(4) != 0)
+        if (!from || from == to || to->entity == m_document.getPlayer() || choose(4) != 0)
             return;
         auto copy = std::make_unique<E_FSM>(*from->entity->getFSM());
         copy->reParentTo(to->entity);
