@@ -1,171 +1,188 @@
-#include "cairn/document/document.h"
-#include "cairn/entities/cairn_level.h"
 #include "cairn/entities/fsm_entity.h"
 #include "cairn/entities/hierarchy_utils.h"
-#include "cairn/fsm/fsm.h"
-#include "tests/support/naive_paths.h"
+#include "tests/fsm/message_level.h"
+#include "tests/support/naive_targets.h"
 
 #include <gtest/gtest.h>
 
-using namespace cairn;
+#include <random>
 
+namespace cairn::test {
 namespace {
 
-/// A level of entities with machines:
-///
-///     player
-///     Hall: Door, door2 below it Bolt
-///     Yard: Door
-struct Level {
-    Level() {
-        document.createCairnLevelEntities();
-        root = document.accessLevel();
-        player = document.accessPlayer();
-        hall = add(root, "Hall");
-        door = add(hall, "Door");
-        door2 = add(hall, "door2");
-        bolt = add(door2, "Bolt");
-        yard = add(root, "Yard");
-        yardDoor = add(yard, "Door");
+struct MessageTargets : testing::Test, MessageLevel {
+    static NaiveResolution resolve(const std::string& path, const CN_LevelEntity* base) {
+        NaiveResolution so;
+        so.entity = base->mapNameToObject(toIString(path), &so.deepest);
+        return so;
     }
-    CN_LevelEntity* add(CN_LevelEntity* parent, const char* name) {
-        auto made = std::make_unique<CN_LevelEntityFSM>();
-        CN_LevelEntity* const entity = made.get();
-        made->setDocument(&document);
-        made->setName(name, false);
-        parent->addOwned(std::move(made), false);
-        return entity;
-    }
-
-    CN_Document document;
-    CN_LevelEntity *root, *player, *hall, *door, *door2, *bolt, *yard, *yardDoor;
 };
 
-} // namespace
-
-TEST(Paths, LeadToEntities) {
-    Level l;
-    const struct {
+TEST_F(MessageTargets, PathsLeadByChildrenAndParents) {
+    struct Case {
         const CN_LevelEntity* base;
         const char* path;
-        const CN_LevelEntity *end, *deepest;
-    } cases[] = {
-        {l.bolt, "This", l.bolt, l.bolt},
-        {l.bolt, "", l.bolt, l.bolt},
-        {l.bolt, "parent", l.door2, l.door2},
-        {l.bolt, "PARENT::parent::DOOR", l.door, l.door},
-        {l.bolt, "parent::parent::parent", l.root, l.root},
-        {l.bolt, "parent::parent::parent::parent", nullptr, nullptr},
-        {l.bolt, "this::parent", nullptr, l.bolt},
-        {l.bolt, "::Hall::Door2::bolt", l.bolt, l.bolt},
-        {l.bolt, "::Hall::Door2::bol", nullptr, l.door2},
-        {l.bolt, "::Hall::Door2::bolts", nullptr, l.door2},
-        {l.bolt, "::Hall::", nullptr, l.hall},
-        {l.bolt, "::", nullptr, l.root},
-        {l.bolt, "Hall", nullptr, l.bolt},
-        {l.bolt, "player", nullptr, l.bolt},
-        {l.root, "Hall::Door", l.door, l.door}, // on the root every path is absolute
-        {l.root, "::Hall::Door", l.door, l.door},
-        {l.root, "parent", nullptr, nullptr},
-        {l.hall, "Door::parent::door2", l.door2, l.door2},
+        const CN_LevelEntity *entity, *deepest;
     };
-    for (const auto& c : cases) {
-        const unsigned calls = CN_HierarchyUtils::getMapNameCalls();
-        const CN_LevelEntity* deepest = l.player;
-        EXPECT_EQ(c.base->mapNameToObject(c.path, &deepest), c.end) << c.path;
-        EXPECT_EQ(deepest, c.deepest) << c.path;
-        EXPECT_EQ(CN_HierarchyUtils::getMapNameCalls(), calls + 1);
-        const CN_LevelEntity* naiveDeepest = nullptr;
-        EXPECT_EQ(test::naiveMapNameToObject(c.path, naiveDeepest, c.base), c.end) << c.path;
-        EXPECT_EQ(naiveDeepest, c.deepest) << c.path;
+    const unsigned callsBefore = CN_HierarchyUtils::getMapNameCalls();
+    const std::vector<Case> cases = {
+        {door, "this", door, door},
+        {&root, "THIS", &root, &root},
+        {door, "", door, door},
+        {&root, "", &root, &root},
+        {door, "Knob", knob, knob},
+        {hall, "DOOR::knob", knob, knob},
+        {door, "parent", hall, hall},
+        {door, "parent::PARENT", &root, &root},
+        {door, "parent::parent::parent", nullptr, nullptr},
+        {door, "parent::parent::parent::Hall", nullptr, nullptr},
+        {hall, "Door::parent::Doorway", doorway, doorway},
+        {knob, "::Hall::Door", door, door},
+        {&root, "Hall::Door", door, door}, // at the root all paths are absolute
+        {&root, "::player", player, player},
+        {door, "player", nullptr, door}, // stands in lines only
+        {door, "::", nullptr, &root},
+        {door, "::Hall::", nullptr, hall},
+        {door, "this::Knob", nullptr, door},
+        {hall, "Doo", nullptr, hall},
+        {hall, "Doorways", nullptr, hall},
+        {hall, "Door::Lock::Key", nullptr, door},
+    };
+    for (const Case& c : cases) {
+        const NaiveResolution expected{c.entity, c.deepest};
+        EXPECT_EQ(resolve(c.path, c.base), expected) << c.path;
+        EXPECT_EQ(naiveMapNameToObject(c.path, c.base), expected) << c.path;
     }
-    EXPECT_EQ(CN_HierarchyUtils::mapNameToObject("x", nullptr, nullptr), nullptr);
-    CN_LevelEntityFSM alone;
-    EXPECT_EQ(alone.mapNameToObject("x", nullptr), nullptr); // in no level
-    EXPECT_EQ(alone.mapNameToObject("this", nullptr), &alone);
+    EXPECT_EQ(CN_HierarchyUtils::getMapNameCalls() - callsBefore, cases.size());
+    EXPECT_EQ(knob->mapNameToObject("parent", nullptr), door);
+    EXPECT_EQ(CN_HierarchyUtils::mapNameToObject("Hall", nullptr, nullptr), nullptr);
+
+    const auto detached = makeEntity(CN_KIND_FSM);
+    EXPECT_EQ(resolve("Hall", detached.get()), NaiveResolution());
+    EXPECT_EQ(resolve("this", detached.get()), (NaiveResolution{detached.get(), detached.get()}));
 }
 
-TEST(Paths, FindTheStepThatNamesATarget) {
-    Level l;
-    const struct {
-        const CN_LevelEntity *from, *target;
+TEST_F(MessageTargets, PathsAgreeWithAWalkOfTheSiblings) {
+    const unsigned seed = 7;
+    std::mt19937 random(seed);
+    const auto choose = [&](std::size_t below) { return random() % below; };
+    std::vector<CN_LevelEntity*> entities{&root, hall, yard, knob};
+    for (int i = 0; i < 400; ++i) {
+        CN_LevelEntity* const parent = entities[choose(choose(2) ? 2 : entities.size())]; // two have very many
+        const char* const stems[] = {"a", "ab", "AB", "parents"};
+        entities.push_back(addChild(*parent, CN_KIND_FSM, CString(stems[choose(4)])));
+    }
+    const auto assign = [&](CN_LevelEntity* to, CN_LevelEntity* from) {
+        dynamic_cast<CN_LevelEntityFSM&>(*to) = dynamic_cast<CN_LevelEntityFSM&>(*from);
+    };
+    for (int i = 0; i < 20; ++i) // assignment alone gives siblings one name, in a case of its own
+        assign(entities[4 + choose(400)], entities[4 + choose(400)]);
+    for (int i = 0; i < 5000; ++i) {
+        std::string path = choose(2) ? "::" : "";
+        for (std::size_t steps = choose(5); steps > 0; --steps) {
+            std::string name = choose(4) ? entities[choose(entities.size())]->getName().str() : "parent";
+            if (choose(4) == 0)
+                name = asciiLowered(name);
+            if (choose(10) == 0)
+                name.resize(choose(name.size() + 1));
+            path += name + (steps > 1 || choose(20) == 0 ? "::" : "");
+        }
+        const CN_LevelEntity* const base = entities[choose(entities.size())];
+        ASSERT_EQ(resolve(path, base), naiveMapNameToObject(path, base)) << path << ", seed " << seed;
+    }
+}
+
+TEST_F(MessageTargets, FindsTheStepOfALineThatNamesAnEntity) {
+    struct Case {
+        const CN_LevelEntity *owner, *target;
         const char* text;
-        bool found;
-        int position, length;
-    } cases[] = {
-        {l.bolt, l.bolt, "this->Go();", true, 0, 4},
-        {l.bolt, l.door2, "parent->Go();", true, 0, 6},
-        {l.bolt, l.hall, "parent::parent->Go();", true, 8, 6},
-        {l.bolt, l.door, "parent::parent::Door->Go();", true, 16, 4},
-        {l.bolt, l.door, "::Hall::Door->Go();", true, 2, 4}, // it lies below the first step's start already
-        {l.bolt, l.bolt, "Nobody->Go();", true, 0, 6},       // the search begins with the start itself
-        {l.door, l.bolt, "Nobody->Go();", false, 0, 0},
-        {l.door, l.yard, "parent::parent::parent->Go();", false, 0, 0},
-        {l.door, l.yard, "", false, 0, 0},
+        int position, length; ///< -1 where it is not found
     };
-    for (const auto& c : cases) {
+    const std::vector<Case> cases = {
+        {door, door, "this->Say();", 0, 4},
+        {door, hall, "parent->Say();", 0, 6},
+        {door, yard, "parent::parent::Yard->Say(Yard);", 16, 4},
+        {hall, knob, "Door::Knob->Say();", 6, 4},
+        {knob, yard, "::Yard->Say();", 2, 4},
+        {&root, yard, "Yard", 0, 4},
+        {hall, knob, "Knob->Say();", 0, 4},    // any descendant
+        {hall, knob, "Doorway->Say();", 0, 7}, // one that is met on the way to the named one counts
+        {hall, doorway, "door->Say();", 0, 4},
+        {door, yard, "knob->Say();", -1, -1}, // names have case here
+        {door, door, "that->Say(this);", 0, 4}, // the search begins with the entity itself
+        {door, yard, "Knob->Say(Yard);", -1, -1},
+        {hall, yard, "parent::parent::Yard->Say();", -1, -1},
+        {door, player, "player->Say();", -1, -1},
+        {door, door, "->Say();", -1, -1},
+    };
+    for (const Case& c : cases) {
         int position = -1, length = -1;
-        EXPECT_EQ(c.from->getObjectReferenceFromMessageString(c.target, c.text, position, length), c.found) << c.text;
-        if (c.found) {
-            EXPECT_EQ(position, c.position) << c.text;
-            EXPECT_EQ(length, c.length) << c.text;
+        const bool found = c.owner->getObjectReferenceFromMessageString(c.target, c.text, position, length);
+        EXPECT_EQ(found, c.length >= 0) << c.text;
+        if (found) {
+            EXPECT_EQ(std::pair(position, length), std::pair(c.position, c.length)) << c.text;
         }
     }
 }
 
-TEST(Targets, LinesShowTheShortestPathOrTheQualifiedName) {
-    Level l;
-    E_FSM::Message message;
-    message.m_name = "Go";
-    message.m_arguments = {"a", "b"};
-    const struct {
+TEST_F(MessageTargets, LinesAreRebuiltForTheirTargetsPlace) {
+    const auto elsewhere = makeEntity(CN_KIND_FSM);
+    CN_LevelEntity* const dead = addChild(*hall, CN_KIND_FSM, "Dead");
+    hall->remove(dead);
+    delete dead;
+    struct Case {
         CN_LevelEntity *owner, *target;
-        const char *before, *after;
-    } cases[] = {
-        {l.bolt, l.bolt, "", "this->Go(a, b);"},
-        {l.bolt, l.player, "", "player->Go(a, b);"},
-        {l.player, l.player, "", "player->Go(a, b);"},
-        {l.bolt, l.door2, "", "parent->Go(a, b);"},
-        {l.bolt, l.root, "", "parent::parent::parent->Go(a, b);"},
-        {l.door, l.yardDoor, "", "parent::parent::Yard::Door->Go(a, b);"},
-        {l.door, l.bolt, "", "parent::door2::Bolt->Go(a, b);"},
-        {l.hall, l.bolt, "", "door2::Bolt->Go(a, b);"},
-        {l.hall, l.bolt, "::x->y", "::Hall::door2::Bolt->Go(a, b);"},
-        {l.hall, nullptr, "DOOR2::bolt->old(", "door2::Bolt->Go(a, b);"},
-        {l.hall, nullptr, "->", "this->Go(a, b);"},
-        {l.hall, nullptr, "", nullptr},
-        {l.hall, nullptr, "nobody->x();", nullptr},
-        {l.hall, nullptr, "::Hall->x();", nullptr}, // an absolute line goes by the target's name
-        {l.hall, nullptr, "# Door->x();", "# Door->x();"},
+        const char *targetName, *text, *rebuilt; ///< null: it stays as it is, with false
+        CN_LevelEntity* found;
     };
-    for (const auto& c : cases) {
-        E_FSM::Message changed = message;
-        changed.m_text = c.before;
-        changed.m_target = c.target;
-        EXPECT_EQ(changed.updateTargetName(c.owner->accessFSM()), c.after != nullptr) << c.before;
-        EXPECT_EQ(changed.m_text, c.after ? c.after : c.before);
-        if (c.after && !changed.isCommentMessage()) {
-            EXPECT_EQ(changed.m_targetPath, changed.getWrittenPath());
-            EXPECT_EQ(changed.m_targetName, changed.m_target->getQualifiedName());
-        }
+    const std::vector<Case> cases = {
+        {door, yard, "", "?->Say(a,b);", "parent::parent::Yard->Say(a, b);", yard},
+        {door, hall, "", "?", "parent->Say(a, b);", hall},
+        {door, doorway, "", "?", "parent::Doorway->Say(a, b);", doorway},
+        {hall, knob, "", "?", "Door::Knob->Say(a, b);", knob},
+        {door, door, "", "?", "this->Say(a, b);", door},
+        {knob, player, "", "?", "player->Say(a, b);", player},
+        {player, player, "", "?", "player->Say(a, b);", player},
+        {door, &root, "", "?", "parent::parent->Say(a, b);", &root},
+        {door, knob, "", "::x->Say();", "::Hall::Door::Knob->Say(a, b);", knob},
+        {door, player, "", "::x->Say();", "::player->Say(a, b);", player},
+        {door, &root, "", "::->Say();", "parent::parent->Say(a, b);", &root}, // no absolute path leads there
+        {door, nullptr, "::Yard", "KNOB->Say();", "Knob->Say(a, b);", knob},
+        {door, nullptr, "", "parent::Door", "this->Say(a, b);", door},
+        {door, nullptr, "", "->Say();", "this->Say(a, b);", door},
+        {door, dead, "", "Knob->Say();", "Knob->Say(a, b);", knob},
+        {door, nullptr, "::yard", "::Hall->Say();", "::Yard->Say(a, b);", yard}, // by the name, not by the line
+        {door, nullptr, "", "::Yard->Say();", nullptr, nullptr},
+        {door, nullptr, "::gone", "::Yard->Say();", nullptr, nullptr},
+        {door, nullptr, "::Yard", "gone->Say();", nullptr, nullptr},
+        {door, nullptr, "::Yard", "", nullptr, nullptr},
+        {door, dead, "", "Dead->Say();", nullptr, nullptr},
+        {door, elsewhere.get(), "", "x->Say();", nullptr, elsewhere.get()},
+    };
+    for (const Case& c : cases) {
+        E_FSM::Message message = makeMessage(c.text, c.target, "Say", {"a", "b"});
+        message.m_targetName = c.targetName;
+        EXPECT_EQ(message.updateTargetName(c.owner->accessFSM()), c.rebuilt != nullptr) << c.text;
+        EXPECT_EQ(message.m_target, c.found) << c.text;
+        EXPECT_EQ(view(message.m_text), c.rebuilt ? c.rebuilt : c.text);
+        if (!c.rebuilt)
+            continue;
+        EXPECT_EQ(view(message.m_targetName), naiveQualifiedName(c.found)) << c.text;
+        EXPECT_EQ(message.m_targetPath, message.getWrittenPath());
+        const E_FSM::Message once = message;
+        EXPECT_TRUE(message.updateTargetName(c.owner->accessFSM()));
+        EXPECT_EQ(view(message.m_text), view(once.m_text)) << "a second time";
     }
-    message.m_text = "::x->y";
-    message.m_targetName = "::Yard::door";
-    EXPECT_TRUE(message.updateTargetName(l.hall->accessFSM()));
-    EXPECT_EQ(message.m_text, "::Yard::Door->Go(a, b);");
-    E_FSM::Message global;
-    global.m_text = "Print( x )";
-    global.m_global = true;
-    EXPECT_TRUE(global.updateTargetName(l.hall->accessFSM()));
-    EXPECT_EQ(global.m_text, "Print( x )");
 
-    // What has died or stands in no tree of the machine's has no path.
-    message.m_text = "parent::Yard->Go();";
-    message.m_target = l.yard;
-    l.root->remove(l.yard);
-    EXPECT_FALSE(message.updateTargetName(l.hall->accessFSM()));
-    EXPECT_EQ(message.m_text, "parent::Yard->Go();");
-    delete l.yard;
-    EXPECT_FALSE(message.updateTargetName(l.hall->accessFSM()));
-    EXPECT_EQ(message.m_target, nullptr);
+    E_FSM::Message global = makeMessage("Print(a,b);", yard), comment = makeMessage("#", yard);
+    global.m_global = true;
+    for (E_FSM::Message* const message : {&global, &comment}) {
+        const E_FSM::Message before = *message;
+        EXPECT_TRUE(message->updateTargetName(door->accessFSM()));
+        EXPECT_EQ(view(message->m_text), view(before.m_text));
+        EXPECT_TRUE(message->m_targetName.empty());
+    }
 }
+
+} // namespace
+} // namespace cairn::test

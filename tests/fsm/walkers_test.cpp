@@ -1,272 +1,272 @@
-#include "cairn/document/document.h"
-#include "cairn/document/selection.h"
-#include "cairn/entities/cairn_level.h"
-#include "cairn/entities/fsm_entity.h"
-#include "cairn/entities/prefab.h"
-#include "cairn/entities/waypoint.h"
-#include "cairn/fsm/change_manager.h"
 #include "cairn/fsm/walkers.h"
-#include "cairn/platform/handlers.h"
-#include "tests/support/level_bytes.h"
+#include "tests/fsm/message_level.h"
 #include "tests/support/machine_text.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
 
-using namespace cairn;
-
+namespace cairn::test {
 namespace {
 
-class Walkers : public testing::Test {
-  protected:
-    Walkers() {
-        document.createCairnLevelEntities();
-        root = document.accessLevel();
-        speaker = add<CN_LevelEntityFSM>(*root, "Speaker");
-        target = add<CN_LevelEntityFSM>(*root, "Target");
-        CN_FSMChangeManager::instance()->documentChangedNotification(nullptr, &document, nullptr);
-        setMessageBoxHandler([](const CString& text, unsigned) { s_boxes.push_back(std::string(text.view())); });
-        s_boxes.clear();
-    }
-    template <class Kind> Kind* add(CN_LevelEntity& parent, const char* name) {
-        auto made = std::make_unique<Kind>();
-        Kind* const entity = made.get();
-        made->setDocument(&document);
-        made->setName(name, false);
-        parent.addOwned(std::move(made), false);
-        return entity;
-    }
-    /// Adds a message of the speaker to the target.
-    E_FSM::Message& say(const char* name, std::vector<istring> arguments, const char* handler = "Startup") {
-        E_FSM::Message message;
-        message.m_name = name;
-        message.m_target = target;
-        message.m_objectArguments.resize(arguments.size());
-        message.m_arguments = std::move(arguments);
-        message.updateTargetName(speaker->accessFSM());
-        E_FSM::MessageList& list = speaker->accessFSM()->createMessageHandler(handler).m_sendAfter;
-        return list.emplace_back(std::move(message));
-    }
-    std::string lines() {
-        std::string all;
-        speaker->getFSM()->forEachMessage([&](const E_FSM::Message& m) {
-            all.append(view(m.m_text));
-            for (const istring& argument : m.m_arguments)
-                all.append(" ").append(view(argument));
-            all.append("\n");
-        });
-        return all;
-    }
-    template <class Walker> void run(Walker walker) { root->forEachEntity(&walker); }
-    template <class Walker> bool found(Walker walker) {
-        root->forEachEntity(&walker);
-        return walker.m_found;
+using Arguments = std::vector<istring>;
+
+struct Walkers : testing::Test, MessageLevel {
+    ProcessStateGuard guard;
+
+    template <class Walker> void run(Walker&& walker) { root.forEachEntity(&walker); }
+
+    /// The message, sent from the yard to the door, after the door's "old" became "new": its arguments and its line.
+    template <class Walker> std::string renamed(const char* name, Arguments arguments, const char* text) {
+        messagesOf(yard) = {makeMessage(text, door, name, std::move(arguments))};
+        run(Walker(door, "old", "new"));
+        const E_FSM::Message& message = messagesOf(yard).front();
+        return toString(message.joinArguments(",") + "|" + message.m_text).c_str();
     }
 
-    test::ProcessStateGuard process;
-    CN_Document document;
-    CN_LevelEntity* root;
-    CN_LevelEntityFSM *speaker, *target;
-    static std::vector<std::string> s_boxes;
+    /// The lines of the yard's messages.
+    std::string linesLeft() {
+        std::string lines;
+        for (const E_FSM::Message& message : messagesOf(yard))
+            lines.append(view(message.m_text)).append(" ");
+        return lines;
+    }
 };
 
-std::vector<std::string> Walkers::s_boxes;
-
-} // namespace
-
-TEST_F(Walkers, RenamesFollowInMessagesToTheEntity) {
-    const istring from = "OPEN", to = "shut";
-    const auto expect = [&](auto walker, const char* name, std::vector<istring> arguments, const char* after) {
-        speaker->accessFSM()->deleteMessageHandler("Startup");
-        say(name, std::move(arguments));
-        run(std::move(walker));
-        EXPECT_EQ(lines(), after) << name;
+TEST_F(Walkers, MessagesFollowRenames) {
+    const auto state = &Walkers::renamed<ForEach_FSMRenameStates>;
+    const auto timer = &Walkers::renamed<ForEach_FSMRenameTimer>;
+    const auto animation = &Walkers::renamed<ForEach_FSMRenameAnimations>;
+    const auto event = &Walkers::renamed<ForEach_FSMRenameCustomSends>;
+    const auto exit = &Walkers::renamed<ForEach_FSMRenameExits>;
+    struct Case {
+        decltype(state) walker;
+        const char* name;
+        Arguments arguments;
+        const char *text, *renamed;
     };
-    const char* const kept = "parent::Target->Go(open); open\n";
-    expect(ForEach_FSMRenameStates(target, from, to), "FSM_Switch", {"open"},
-           "parent::Target->FSM_Switch(shut); shut\n");
-    expect(ForEach_FSMRenameStates(target, from, to), "FSM_Switch", {"open2"},
-           "parent::Target->FSM_Switch(open2); open2\n");
-    expect(ForEach_FSMRenameStates(target, from, to), "FSM_Switch", {}, "parent::Target->FSM_Switch();\n");
-    expect(ForEach_FSMRenameStates(target, from, to), "Go", {"open"}, kept);
-    expect(ForEach_FSMRenameStates(root, from, to), "FSM_Switch", {"open"}, "parent::Target->FSM_Switch(open); open\n");
-    for (const char* const name : {"FSM_StartTimer", "FSM_PauseTimer", "FSM_ResumeTimer"})
-        expect(ForEach_FSMRenameTimer(target, from, to), name, {"open"},
-               (std::string("parent::Target->") + name + "(shut); shut\n").c_str());
-    expect(ForEach_FSMRenameAnimations(target, from, to), "DO_Animate", {"open", "1"},
-           "parent::Target->DO_Animate(shut, 1); shut 1\n");
-    expect(ForEach_FSMRenameCustomSends(target, from, to), "FSM_Send", {"open", "1"},
-           "parent::Target->FSM_Send(shut); shut 1\n");
-    expect(ForEach_FSMRenameCustomSends(target, from, to), "AI_PushCommand", {"fsmsend", "1", "open", "x"},
-           "parent::Target->AI_PushCommand(fsmsend,1,shut); fsmsend 1 shut x\n");
-    expect(ForEach_FSMRenameCustomSends(target, from, to), "AI_PushCommand", {"WAIT", "1", "open"},
-           "parent::Target->AI_PushCommand(WAIT, 1, open); WAIT 1 open\n");
-    expect(ForEach_FSMRenameExits(target, from, to), "EnableExit", {"1", "open"},
-           "parent::Target->EnableExit(1, open); 1 shut\n"); // the line follows with the next update
-    expect(ForEach_FSMRenameExits(target, from, to), "EnableExit", {"open"},
-           "parent::Target->EnableExit(open); open\n");
-    expect(ForEach_FSMRenameMessage("go", "Run", nullptr), "Go", {"open"}, kept);
-    EXPECT_EQ(speaker->getFSM()->getMessageHandler("Startup")->m_sendAfter[0].m_name, "Run");
+    const std::vector<Case> cases = {
+        {state, "fsm_switch", {"OLD", "old"}, "old->FSM_Switch(OLD, old);", "new,old|old->FSM_Switch(new, old);"},
+        {state, "FSM_Switch", {"old"}, "x->x(folder, old);", "new|x->x(fnewer, old);"}, // the first find, in any word
+        {state, "FSM_Switch", {"old"}, "old->x", "new|old->x"},                         // no argument to be seen
+        {state, "FSM_Switch", {"x", "old"}, "x->x(x, old);", "x,old|x->x(x, old);"},
+        {state, "FSM_Send", {"old"}, "x->x(old);", "old|x->x(old);"},
+        {state, "FSM_Switch", {}, "x->x(old);", "|x->x(old);"},
+        {state, "FSM_Switch", {"old"}, " #x->x(old);", "old| #x->x(old);"},
+        {timer, "FSM_StartTimer", {"old"}, "x->x( old );", "new|x->x( new );"},
+        {timer, "FSM_PauseTimer", {"old"}, "x->x(old);", "new|x->x(new);"},
+        {timer, "FSM_ResumeTimer", {"old"}, "x->x(old);", "new|x->x(new);"},
+        {timer, "FSM_StopTimer", {"old"}, "x->x(old);", "old|x->x(old);"},
+        {animation, "DO_Animate", {"old", "1"}, "x->x(old, 1);", "new,1|x->x(new, 1);"},
+        {event, "FSM_Send", {"old"}, "old->x( \"old\" )", "new|old->x(new);"}, // built anew
+        {event, "FSM_Send", {"x"}, "x->x( x );", "x|x->x( x );"},
+        {event, "AI_AddCommand", {"fsmsend", "2", "Old"}, "x->x(fsmsend, 2, Old);", "fsmsend,2,new|x->x(fsmsend,2,new);"},
+        {event, "AI_PushCommand", {"FSMSEND", "2", "old"}, "x->x();", "FSMSEND,2,new|x->x(FSMSEND,2,new);"},
+        {event, "AI_AddCommand", {"GOTO", "2", "old"}, "x->x(old);", "GOTO,2,old|x->x(old);"},
+        {event, "AI_AddCommand", {"FSMSEND", "old"}, "x->x(old);", "FSMSEND,old|x->x(old);"},
+        {exit, "EnableExit", {"1", "old"}, "x->x(1, old);", "1,new|x->x(1, old);"}, // the line stays
+        {exit, "EnableExitAIActivation", {"1", "old"}, "x->x(1, old);", "1,new|x->x(1, old);"},
+        {exit, "EnableExit", {"old"}, "x->x(old);", "old|x->x(old);"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ((this->*c.walker)(c.name, c.arguments, c.text), c.renamed) << c.name;
+    messagesOf(yard) = {makeMessage("x->x(old);", hall, "FSM_Switch", {"old"})};
+    run(ForEach_FSMRenameStates(door, "old", "new"));
+    EXPECT_EQ(linesLeft(), "x->x(old); ") << "another entity's state";
+}
 
-    target->accessFSM()->addState("open");
-    target->accessFSM()->addTimer("open", false, 1);
-    run(ForEach_FSMRenameStates(target, from, to));
-    run(ForEach_FSMRenameTimer(target, from, to));
-    EXPECT_TRUE(target->getFSM()->hasState(to));
-    EXPECT_TRUE(target->getFSM()->hasTimer(to));
+TEST_F(Walkers, RenamesOfStatesAndTimersBeginAtTheEntityItself) {
+    door->accessFSM()->addState("old");
+    door->accessFSM()->addTimer("old", false, 1);
+    hall->accessFSM()->addState("old");
+    messagesOf(door) = {makeMessage("this->x(old);", door, "FSM_Switch", {"old"})};
+    run(ForEach_FSMRenameStates(door, "OLD", "new"));
+    run(ForEach_FSMRenameTimer(door, "OLD", "new"));
+    EXPECT_EQ(textOf(*door->getFSM()), "new* ; ; new off 1.000000 ;\nFSM_Switch(new):\nOnEndTimer(new):\n"
+                                       "OnStartTimer(new):\nStartup: before{this->x(new);|FSM_Switch||new,"
+                                       "|to ::Hall::Door|with none}");
+    EXPECT_TRUE(hall->getFSM()->hasState("old"));
+}
+
+TEST_F(Walkers, MessagesGetAnotherName) {
+    messagesOf(yard) = {makeMessage("1", nullptr, "Say", {"a"}), makeMessage("2", door, "SAY"),
+                        makeMessage("#3", door, "Say", {"a"}), makeMessage("4", nullptr, "Go", {"a"})};
+    int asked = 0;
+    run(ForEach_FSMRenameMessage("say", "Tell", [&](E_FSM::Message& message) {
+        ++asked;
+        return !message.m_arguments.empty();
+    }));
+    const auto names = [this] {
+        std::string text;
+        for (const E_FSM::Message& message : messagesOf(yard))
+            text.append(view(message.m_name)).append(" ");
+        return text;
+    };
+    EXPECT_EQ(names(), "Tell SAY Say Go ");
+    EXPECT_EQ(asked, 2);
+    run(ForEach_FSMRenameMessage("say", "Tell", nullptr));
+    EXPECT_EQ(names(), "Tell Tell Say Go ");
+    EXPECT_EQ(linesLeft(), "1 2 #3 4 ");
 }
 
 TEST_F(Walkers, DeletionsLeaveTheOthersInOrder) {
-    const auto expect = [&](auto walker, const char* after) {
-        E_FSM& machine = *speaker->accessFSM();
-        machine.deleteMessageHandler("Startup");
-        say("DO_Animate", {"open"});
-        say("FSM_Send", {"open"});
-        say("EnableExit", {"1", "open"});
-        say("EnableExitAIActivation", {"1"});
-        say("Go", {}).m_text = "# DO_Animate(open)";
-        say("Go", {"::"}).m_objectArguments[0] = root;
-        run(std::move(walker));
-        std::string left;
-        machine.forEachMessage([&](const E_FSM::Message& m) { left.append(view(m.m_text).substr(0, 20)).append("|"); });
-        std::string names;
-        machine.forEachMessage([&](const E_FSM::Message& m) { names.append(view(m.m_name)).append(" "); });
-        EXPECT_EQ(names, after);
+    const auto fill = [this] {
+        E_FSM::MessageHandler& handler = yard->accessFSM()->createMessageHandler("Startup");
+        handler.m_sendBefore = {
+            makeMessage("a", hall),
+            makeMessage("b", door, "FSM_Send", {"alarm"}),
+            makeMessage("c", door, "FSM_Send", {"other"}),
+            makeMessage("#d", door, "FSM_Send", {"alarm"}),
+            makeMessage("e", door, "DO_Animate", {"Open", "1"}),
+            makeMessage("f", nullptr, "EnableExit", {"1", "Exit"}),
+            makeMessage("g", door, "EnableExit", {"1", "exit"}),
+            makeMessage("h", door, "EnableExitAIActivation", {"1", "Back"}),
+            makeMessage("i", door, "EnableExit", {"1"}),
+            makeMessage("j", hall, "Say", {"x", "::Hall::Door"}),
+            makeMessage("k", door, "FSM_Send"),
+            makeMessage("l", hall, "FSM_Send", {"alarm"}),
+        };
+        handler.m_sendBefore[9].m_objectArguments = {nullptr, door};
+        handler.m_sendOnState["idle"] = handler.m_sendAfter = {makeMessage("m", door, "FSM_Send", {"alarm"})};
     };
-    expect(ForEach_FSMDeleteAnimationSends(target, "OPEN"), "FSM_Send EnableExit EnableExitAIActivation Go Go ");
-    expect(ForEach_FSMDeleteCustomSends(target, "OPEN"), "DO_Animate EnableExit EnableExitAIActivation Go Go ");
-    expect(ForEach_FSMDeleteExitSends(target, "OPEN"), "DO_Animate FSM_Send EnableExitAIActivation Go Go ");
-    expect(ForEach_FSMDeleteExitSends(target, ""), "DO_Animate FSM_Send Go Go ");
-    expect(ForEach_FSMDeleteExitSends(root, ""), "DO_Animate FSM_Send EnableExit EnableExitAIActivation Go Go ");
-    expect(ForEach_FSMDeleteObject(root), "DO_Animate FSM_Send EnableExit EnableExitAIActivation Go ");
-    expect(ForEach_FSMDeleteObject(target), "Go "); // the comment
+    const auto leftBy = [&](CN_ForEach&& walker) {
+        fill();
+        root.forEachEntity(&walker);
+        const E_FSM::MessageHandler& handler = *yard->getFSM()->getMessageHandler("Startup");
+        std::string lines = linesLeft();
+        lines.erase(std::remove(lines.begin(), lines.end(), ' '), lines.end());
+        return lines + std::to_string(handler.m_sendAfter.size()) +
+               std::to_string(handler.m_sendOnState.at("idle").size());
+    };
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject(door)), "a#dfl00");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject({door, hall})), "#df00");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject(nullptr)), "abc#defghijkl11");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteAnimationSends(door, "OPEN")), "abc#dfghijkl11");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteCustomSends(door, "Alarm")), "ac#defghijkl00");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "EXIT")), "abc#defhijkl11");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "")), "abc#defjkl11");
 }
 
-TEST_F(Walkers, QueriesFindWhatTheyAreFor) {
-    auto* const place = add<CN_LevelEntityWaypoint>(*target, "Place");
-    EXPECT_FALSE(found(ForEach_FSMObjectReferenced(target)));
-    say("FSM_Switch", {"a"});
-    say("FSM_Send", {"a"});
-    say("FSM_PauseTimer", {"a"});
-    say("DO_Animate", {"a"});
-    EXPECT_TRUE(found(ForEach_FSMStateReferred(target, "A")));
-    EXPECT_TRUE(found(ForEach_FSMCustomReferred(target, "A")));
-    EXPECT_TRUE(found(ForEach_FSMTimerReferred(target, "A")));
-    EXPECT_TRUE(found(ForEach_FSMAnimationReferred(target, "A")));
-    EXPECT_FALSE(found(ForEach_FSMStateReferred(target, "b")));
-    EXPECT_FALSE(found(ForEach_FSMAnimationReferred(speaker, "a")));
-    EXPECT_TRUE(found(ForEach_FSMObjectReferenced(target)));
-    EXPECT_TRUE(found(ForEach_FSMNonlocalNameReference(target)));
-    EXPECT_FALSE(found(ForEach_FSMObjectReferenced(place)));
-    say("Go", {"x"}).m_objectArguments[0] = place;
-    EXPECT_TRUE(found(ForEach_FSMObjectReferenced(place)));
+TEST_F(Walkers, QueriesFindWhatMessagesName) {
+    messagesOf(yard) = {
+        makeMessage("#", door, "FSM_Switch", {"comment"}),     makeMessage("a", door, "FSM_Switch", {"s"}),
+        makeMessage("b", door, "FSM_Send", {"e"}),             makeMessage("c", door, "FSM_ResumeTimer", {"t"}),
+        makeMessage("d", door, "DO_Animate", {"a", "forward"}), makeMessage("e", hall, "Say", {"::Hall::Door::Knob"}),
+    };
+    messagesOf(yard).back().m_objectArguments = {knob};
+    const auto finds = [this](auto&& walker) {
+        run(walker);
+        return walker.m_found;
+    };
+    for (const CN_LevelEntity* const entity : {door, hall}) {
+        EXPECT_EQ(finds(ForEach_FSMStateReferred(entity, "S")), entity == door);
+        EXPECT_EQ(finds(ForEach_FSMCustomReferred(entity, "E")), entity == door);
+        EXPECT_EQ(finds(ForEach_FSMTimerReferred(entity, "T")), entity == door);
+        EXPECT_EQ(finds(ForEach_FSMAnimationReferred(entity, "A")), entity == door);
+    }
+    EXPECT_FALSE(finds(ForEach_FSMStateReferred(door, "comment")));
+    EXPECT_FALSE(finds(ForEach_FSMCustomReferred(door, "s")));
+    EXPECT_TRUE(finds(ForEach_FSMObjectReferenced(knob)));
+    EXPECT_TRUE(finds(ForEach_FSMObjectReferenced(hall)));
+    EXPECT_FALSE(finds(ForEach_FSMObjectReferenced(doorway)));
+    FSMPred_SendsTo sends(door, "fsm_send", {"E"}), tooMany(door, "FSM_Send", {"e", "e"});
+    yard->getFSM()->forEachMessage([&](const E_FSM::Message& message) {
+        sends(message);
+        tooMany(message);
+    });
+    EXPECT_TRUE(sends.m_found);
+    EXPECT_FALSE(tooMany.m_found);
+
+    CN_LevelEntity* const waypoint = addChild(*hall, CN_KIND_WAYPOINT, "W");
+    messagesOf(yard)[0].m_objectArguments = {addChild(*hall, CN_KIND_WAYPOINT, "OfComment")};
+    messagesOf(yard)[1].m_objectArguments = {knob, nullptr, waypoint};
     std::set<CN_LevelEntity*> waypoints;
-    ForEach_FSMReferencesWaypoint gather(waypoints);
-    root->forEachEntity(&gather);
-    EXPECT_EQ(waypoints, std::set<CN_LevelEntity*>{place});
+    run(ForEach_FSMReferencesWaypoint(waypoints));
+    EXPECT_EQ(waypoints, std::set<CN_LevelEntity*>{waypoint});
+}
 
-    const auto isLocal = [this](const CN_LevelEntity* entity) {
-        ForEach_FSMIsLocal local(entity);
-        speaker->forEachEntity(&local);
-        return local.m_local;
+TEST_F(Walkers, TellNamesFromPlacesInLines) {
+    const auto named = [this](CN_LevelEntity* owner, CN_LevelEntity* target, const char* text) {
+        messagesOf(owner) = {makeMessage(text, target)};
+        ForEach_FSMNonlocalNameReference walker(target);
+        run(walker);
+        messagesOf(owner).clear();
+        return walker.m_found;
     };
-    EXPECT_FALSE(isLocal(speaker)); // "parent::Target" leaves its subtree
-    EXPECT_TRUE(isLocal(root));
-    for (E_FSM::Message& m : speaker->accessFSM()->accessMessageHandler("Startup")->m_sendAfter)
-        m.m_text = "::Target->x();";
-    EXPECT_TRUE(isLocal(speaker));
-
-    speaker->accessFSM()->deleteMessageHandler("Startup");
-    say("Go", {}).m_text = "nothing->Go();";
-    EXPECT_FALSE(found(ForEach_FSMNonlocalNameReference(target)));
-    EXPECT_EQ(s_boxes, std::vector<std::string>{"Couldn't find valid target reference from message 'nothing->Go();'!"});
+    EXPECT_FALSE(named(door, door, "THIS->Say();"));
+    EXPECT_FALSE(named(door, hall, "parent->Say();"));
+    EXPECT_TRUE(named(hall, door, "Door->Say();"));
+    EXPECT_TRUE(named(door, door, "::Hall::Door->Say();"));
+    EXPECT_FALSE(named(door, knob, "#Knob->Say();"));
+    EXPECT_TRUE(guard.boxes().empty());
+    EXPECT_FALSE(named(door, yard, "Lawn->Say();"));
+    ASSERT_EQ(guard.boxes().size(), 1u);
+    EXPECT_EQ(guard.boxes()[0].text, "Couldn't find valid target reference from message 'Lawn->Say();'!");
 }
 
-TEST_F(Walkers, LinesFollowRenamesMovesAndArguments) {
-    auto* const place = add<CN_LevelEntityWaypoint>(*target, "Place");
-    E_FSM::Message& near = say("Go", {"x", "b c", "\"d e\""});
-    near.m_objectArguments[0] = place;
-    E_FSM::Message far = near;
-    far.m_text = "::Target->Go();";
-    speaker->accessFSM()->createMessageHandler("Far").m_sendBefore = {far};
-    CN_FSMChangeManager& manager = *CN_FSMChangeManager::instance();
-    target->setName("Aim", false);
-    manager.documentUpdatedNotification(nullptr);
-    const std::string arguments = "->Go( ::Aim::Place, \"b c\", \"d e\" ); ::Aim::Place b c \"d e\"\n";
-    EXPECT_EQ(lines(), "::Aim" + arguments + "parent::Aim" + arguments);
-
-    speaker->add(target, true);
-    manager.documentUpdatedNotification(nullptr);
-    const std::string moved = "->Go( ::Speaker::Aim::Place, \"b c\", \"d e\" ); ::Speaker::Aim::Place b c \"d e\"\n";
-    EXPECT_EQ(lines(), "::Speaker::Aim" + moved + "Aim" + moved);
-
-    speaker->accessFSM()->accessMessageHandler("Far")->m_sendBefore[0].m_text = "edited";
-    manager.documentUpdatedNotification(nullptr); // nothing was raised
-    EXPECT_EQ(speaker->getFSM()->getMessageHandler("Far")->m_sendBefore[0].m_text, "edited");
+TEST_F(Walkers, LocalIsWhatStaysInTheSubtree) {
+    const auto local = [this](E_FSM::Message message) {
+        messagesOf(door) = {std::move(message)};
+        ForEach_FSMIsLocal walker(hall);
+        run(walker);
+        return walker.m_local;
+    };
+    EXPECT_TRUE(local(makeMessage("parent->Say();", hall)));
+    EXPECT_TRUE(local(makeMessage("Knob->Say();", knob)));
+    EXPECT_FALSE(local(makeMessage("parent::parent::Yard->Say();", yard)));
+    EXPECT_TRUE(local(makeMessage("::Yard->Say();", yard)));
+    EXPECT_TRUE(local(makeMessage("# Yard", yard)));
+    EXPECT_FALSE(local(makeMessage("gone->Say();", nullptr)));
+    E_FSM::Message global = makeMessage("Print();", nullptr);
+    global.m_global = true;
+    EXPECT_TRUE(local(global));
 }
 
-TEST_F(Walkers, BindingGoesByIdentityThenByNames) {
-    CN_FSMChangeManager& manager = *CN_FSMChangeManager::instance();
-    E_FSM::Message& message = say("Go", {"::Target", "::Target", "::Target", "none"});
-    const E_FSM::Message unbound = [&] {
-        E_FSM::Message m = message;
-        m.m_target = nullptr;
-        m.m_targetId = 5;
-        m.m_objectArgumentIds = {5, 6, 0, 6};
-        return m;
-    }();
-    message = unbound;
-    CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap = {{5, root}};
-    manager.deserializeFSMs(root, false);
-    EXPECT_EQ(message.m_target, root);
-    EXPECT_EQ(message.m_objectArguments, (std::vector<CN_LevelEntity*>{root, target, nullptr, nullptr}));
-    EXPECT_EQ(message.m_targetId, 0u);
-    manager.deserializeFSMs(speaker, false); // what is bound stays
-    EXPECT_EQ(message.m_target, root);
-
-    CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap.clear();
-    message = unbound;
-    message.m_text = "parent->Go();";
-    manager.startPrefabDeSerialisation();
-    CN_PreIterator walk = root->createIterator();
-    manager.deserializeFSMs(walk, false);
-    manager.stopPrefabDeSerialisation();
-    EXPECT_EQ(message.m_target, root); // by the line and not by the stored name
-    message = unbound;
-    document.accessSelection()->add(speaker);
-    manager.deserializeFSMs(document.accessSelection(), false);
-    EXPECT_EQ(message.m_target, target);
-    manager.deserializeFSMs(document.accessSelection(), true);
-    EXPECT_EQ(message.m_target, nullptr);
-    EXPECT_EQ(message.m_objectArguments, std::vector<CN_LevelEntity*>(4));
-
-    // A line without target and name keeps its text.
-    message = {};
-    message.m_text = "Print(x)";
-    manager.deserializeFSMs(root, false);
-    EXPECT_EQ(message.m_target, nullptr);
-    EXPECT_EQ(message.m_text, "Print(x)");
-
-    message.m_text = "nobody->Go();";
+TEST_F(Walkers, FindsTargetsByTheLines) {
+    messagesOf(door) = {makeMessage("parent::Doorway->Say();", yard), makeMessage("gone->Say();", yard),
+                        makeMessage("#gone", yard), makeMessage("Print(\"::Yard\");", yard, "Print", {"\"::Yard\"", "a"})};
+    messagesOf(door)[1].m_targetName = "kept";
+    messagesOf(door)[3].m_global = true;
     run(ForEach_FSMUpdateTargetPointers());
-    EXPECT_EQ(s_boxes, std::vector<std::string>{"Invalid FSM message target 'nobody'!"});
+    const E_FSM::MessageList& messages = messagesOf(door);
+    EXPECT_EQ(messages[0].m_target, doorway);
+    EXPECT_EQ(messages[0].m_targetPath, "parent::Doorway");
+    EXPECT_EQ(messages[0].m_targetName, "::Hall::Doorway");
+    EXPECT_EQ(messages[1].m_target, nullptr);
+    EXPECT_EQ(messages[1].m_targetPath, "gone");
+    EXPECT_EQ(messages[1].m_targetName, "kept");
+    EXPECT_EQ(messages[2].m_target, yard);
+    EXPECT_EQ(messages[3].m_target, yard);
+    EXPECT_EQ(messages[3].m_objectArguments, (std::vector<CN_LevelEntity*>{yard, nullptr}));
+    ASSERT_EQ(guard.boxes().size(), 1u);
+    EXPECT_EQ(guard.boxes()[0].text, "Invalid FSM message target 'gone'!");
 }
 
-TEST_F(Walkers, ASavedLevelIsTheSameGraph) {
-    auto* const prefab = add<CN_LevelEntityPrefab>(*root, "Prefab");
-    say("Go", {"::Prefab", "1"}).m_objectArguments[0] = prefab;
-    say("Go", {}).m_text = "# Target->Go();";
-    CN_FSMChangeManager::instance()->deserializeFSMs(root, false);
-    const test::Bytes saved = test::saveLevel(document);
-    CN_Document loaded;
-    test::loadLevel(loaded, saved);
-    const CN_LevelEntity* const again = loaded.getLevel()->mapNameToObject("Speaker", nullptr);
-    ASSERT_NE(again, nullptr);
-    EXPECT_EQ(test::textOf(*again->getFSM()), test::textOf(*speaker->getFSM()));
-    EXPECT_EQ(test::saveLevel(loaded), saved);
-    std::set<const CN_LevelEntity*> prefabs;
-    FSMPred_PrefabReferenced gather(prefabs);
-    again->getFSM()->forEachMessage(gather);
-    ASSERT_EQ(prefabs.size(), 1u);
-    EXPECT_EQ((*prefabs.begin())->getQualifiedName(), "::Prefab");
+TEST_F(Walkers, ArgumentsGetThePresentNamesOfTheirEntities) {
+    CN_LevelEntity* const big = addChild(*hall, CN_KIND_FSM, "Big Door");
+    struct Case {
+        const char* text;
+        Arguments arguments;
+        std::vector<CN_LevelEntity*> objects;
+        const char *expectedText, *expectedArguments;
+    };
+    const std::vector<Case> cases = {
+        {"x->x(a,b);", {"a", "b"}, {nullptr, yard}, "x->x( a, ::Yard );", "a,::Yard"},
+        {"x->x(a,b);", {"", "b"}, {nullptr, yard}, "x->x( , ::Yard );", ",::Yard"},
+        {"x->x", {"a b", "a \"b"}, {big}, "x->x( \"::Hall::Big Door\", a \"b );", "::Hall::Big Door,a \"b"},
+        {"x->x(a,b);", {"a", "b"}, {nullptr, nullptr}, "x->x(a,b);", "a,b"},
+        {"x->x(a,b);", {"a", "b"}, {}, "x->x(a,b);", "a,b"},
+        {"x->x(a);", {"a"}, {nullptr, yard}, "x->x(a);", "a"}, // more than there are arguments
+        {"#x->x(a);", {"a"}, {yard}, "#x->x(a);", "a"},
+    };
+    for (const Case& c : cases) {
+        E_FSM::Message message = makeMessage(c.text, nullptr, "Say", c.arguments);
+        message.m_objectArguments = c.objects;
+        messagesOf(door) = {message};
+        run(ForEach_FSMUpdateArgumentEntityReferences());
+        EXPECT_EQ(view(messagesOf(door)[0].m_text), c.expectedText);
+        EXPECT_EQ(view(messagesOf(door)[0].joinArguments(",")), c.expectedArguments);
+    }
 }
+
+} // namespace
+} // namespace cairn::test
