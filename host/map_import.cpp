@@ -198,6 +198,7 @@ class MapImporter {
                 CN_TriggerProperties properties;
                 properties.playerTrigger = true;
                 made.setTriggerProperties(&properties);
+                made.createFSM();
                 touched.push_back(&made);
             } else if (moves(className))
                 made.makeDynamic(true);

@@ -141,7 +141,7 @@ TEST_F(Edit, MessagesFollowWhatTheyName) {
     ASSERT_EQ(run(R"script(fsm-state ::Room1::Guard idle
 fsm-state ::Room1::Guard run
 fsm-send ::Clock Startup before "  ::Room1::Guard -> FSM_Switch( run )"
-fsm-send ::Clock Startup after "Room1::Guard->LookAt(::Room2::Gate, \"a, b\", f(1,2));"
+fsm-send ::Clock Startup after "parent::Room1::Guard->LookAt(::Room2::Gate, \"a, b\", f(1,2));"
 fsm-send ::Clock Startup after "player->Go"
 fsm-send ::Room1::Guard FSM_Switch(run) state:RUN "this->FSM_Switch(idle);"
 fsm-send ::Room1::Guard OnDeath before "activator->Blame();"
@@ -149,12 +149,12 @@ fsm-send ::Room1::Guard OnDeath before "# gone"
 fsm-send ::Room1::Guard OnDeath before "Print(hello)")script"),
               "");
     EXPECT_EQ(lines("::Clock"), "::Room1::Guard->FSM_Switch(run);\n"
-                                "Room1::Guard->LookAt( ::Room2::Gate, \"a, b\", f(1,2) );\nplayer->Go();\n");
+                                "parent::Room1::Guard->LookAt(::Room2::Gate, \"a, b\", f(1,2));\nplayer->Go();\n");
     EXPECT_EQ(lines("::Room1::Guard"), "this->FSM_Switch(idle);\nactivator->Blame();\n# gone\nPrint(hello);\n");
 
     ASSERT_EQ(run("rename ::Room1 Hall\nmove ::Room2::Gate ::Clock\nfsm-rename-state ::Hall::Guard run flee"), "");
     EXPECT_EQ(lines("::Clock"), "::Hall::Guard->FSM_Switch(flee);\n"
-                                "Hall::Guard->LookAt( ::Clock::Gate, \"a, b\", f(1,2) );\nplayer->Go();\n");
+                                "parent::Hall::Guard->LookAt( ::Clock::Gate, \"a, b\", f(1,2) );\nplayer->Go();\n");
     EXPECT_TRUE(find("::Hall::Guard")->getFSM()->getMessageHandler("FSM_Switch(flee)")->m_sendOnState.contains("flee"));
 
     ASSERT_EQ(run("delete ::Hall"), "");

@@ -104,8 +104,8 @@ TEST_F(MachineCommands, ExportsWhatIsChosen) {
     EXPECT_EQ(exported("xml", {"--select", "::Second"}), ofGate);
 
     EXPECT_EQ(exported("script", {"--select", "::First::Guard"}), "# ::First::Guard\n"
-                                                                  "player->Look(::First::Guard);\n"
-                                                                  "::First::Guard.AI->AI_SetTarget(player);\n");
+                                                                  "::First::Guard.AI->AI_SetTarget(player);\n"
+                                                                  "player->Look(::First::Guard);\n");
     EXPECT_EQ(exported("script", {"--select", "::Clock"}), "# ::Clock\nPrint(\"<knock> & wait\");\n");
 
     const struct {
@@ -115,7 +115,7 @@ TEST_F(MachineCommands, ExportsWhatIsChosen) {
     } REFUSED[] = {
         {{"-o", "old.xml", "--select", "::Third"}, 1, "a.cairn: no entity is named \"::Third\""},
         {{"-o", "old.xml", "--filter", "xyz"}, 1, "a.cairn: nothing of it is chosen for the export"},
-        {{"-o", "old.script", "--select", "::First"}, 1, "a.cairn: nothing of it is chosen for the export"},
+        {{"-o", "old.script", "--select", "::player"}, 1, "a.cairn: nothing of it is chosen for the export"},
         {{"-o", "old.script", "--filter", "x"}, 2, "export: --filter does not go with a script"},
         {{"-o", "-"}, 2, "export: --format is required with standard output"},
         {{"-o", "no/old.xml"}, 4, "no/old.xml: "},

@@ -238,7 +238,7 @@ TEST_F(Program, ForceGoesOnWithWhatWasRead) {
 TEST_F(Program, ForceKeepsATopLevelEntityWholeOrNotAtAll) {
     ASSERT_EQ(run({"demo", "--out", "."}).code, 0);
     const std::string whole = read("demo.cairn");
-    write("cut.cairn", whole.substr(0, whole.find("Gate")));
+    write("cut.cairn", whole.substr(0, whole.rfind("Gate")));
     const Json problems = json({"check", "--force", "--json", "cut.cairn"}, 1)["files"][0]["problems"];
     ASSERT_EQ(problems.size(), 1u) << problems;
     EXPECT_EQ(problems[0]["code"], "unreadable");
