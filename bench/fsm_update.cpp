@@ -98,9 +98,11 @@ class Level {
 
     E_FSM::Message makeMessage(int i) {
         constexpr int TO_THE_FIRST = 100;
-        static const std::pair<istring, std::vector<istring>> SENT[] = {
-            {"FSM_Switch", {"old"}},      {"FSM_StartTimer", {"old"}}, {"FSM_Send", {"old"}},
-            {"DO_Animate", {"old", "1"}}, {"EnableExit", {"1", "old"}}};
+        static const std::pair<istring, std::vector<istring>> SENT[] = {{"FSM_Switch", {"old"}},
+                                                                        {"FSM_StartTimer", {"old"}},
+                                                                        {"FSM_Send", {"old"}},
+                                                                        {"DO_Animate", {"old", "1"}},
+                                                                        {"EnableExit", {"1", "old"}}};
         E_FSM::Message message;
         const auto index = static_cast<std::size_t>(i);
         message.m_target = i / 5 % (TO_THE_FIRST / 5) == 0 ? first() : m_entities[index * 7919 % m_entities.size()];
@@ -113,7 +115,9 @@ class Level {
         return message;
     }
 
-    CN_LevelEntity* listOwner(int message) { return m_entities[static_cast<std::size_t>(message / MESSAGES_AN_ENTITY)]; }
+    CN_LevelEntity* listOwner(int message) {
+        return m_entities[static_cast<std::size_t>(message / MESSAGES_AN_ENTITY)];
+    }
 
     CN_Document m_document;
     std::vector<CN_LevelEntity*> m_entities; ///< those with messages
@@ -143,7 +147,8 @@ void addBindRows(bench::Report& report, int n, const std::shared_ptr<Level>& lev
         });
 }
 
-template <class Walker> void addRenameRow(bench::Report& report, const char* scene, int n, const std::shared_ptr<Level>& level) {
+template <class Walker>
+void addRenameRow(bench::Report& report, const char* scene, int n, const std::shared_ptr<Level>& level) {
     report.addTimed(scene, LIBRARY, n, [level](bench::Watch& watch) {
         level->restore();
         watch.timed([&] { level->run(Walker(level->first(), "old", "newer")); });
@@ -288,10 +293,9 @@ int main(int argc, char** argv) {
         addBindRows(report, n, level);
         addWalkerRows(report, n, level);
     }
-    for (const char* const scene :
-         {"update after a rename", "bind by identity", "bind by name", "rename a state", "rename a timer",
-          "rename an animation", "rename an event", "rename an exit", "delete an entity", "delete an animation",
-          "delete an event", "delete an exit"})
+    for (const char* const scene : {"update after a rename", "bind by identity", "bind by name", "rename a state",
+                                    "rename a timer", "rename an animation", "rename an event", "rename an exit",
+                                    "delete an entity", "delete an animation", "delete an event", "delete an exit"})
         report.limitGrowth(scene, LIBRARY, 1.1);
     addPathRows(report);
     addMoveRows(report);

@@ -1,7 +1,6 @@
-#include "cairn/fsm/change_manager.h"
-
 #include "cairn/document/selection.h"
 #include "cairn/entities/mesh_entity.h"
+#include "cairn/fsm/change_manager.h"
 #include "tests/fsm/message_level.h"
 #include "tests/support/level_bytes.h"
 
@@ -85,9 +84,9 @@ TEST_F(ChangeManager, StoredReferencesAreBoundByIdentityThenByName) {
         CN_LevelEntity* expected;
     };
     const std::vector<Case> cases = {
-        {"Door->Say();", "::Yard", 7, false, knob}, {"Door->Say();", "::Yard", 8, false, yard},
-        {"Door->Say();", "::Yard", 0, false, yard}, {"Door->Say();", "::Yard", 8, true, door},
-        {"Door->Say();", "::Yard", 7, true, knob},  {"gone->Say();", "::gone", 8, false, nullptr},
+        {"Door->Say();", "::Yard", 7, false, knob},     {"Door->Say();", "::Yard", 8, false, yard},
+        {"Door->Say();", "::Yard", 0, false, yard},     {"Door->Say();", "::Yard", 8, true, door},
+        {"Door->Say();", "::Yard", 7, true, knob},      {"gone->Say();", "::gone", 8, false, nullptr},
         {"gone->Say();", "", 8, false, nullptr}, // an empty name is none
         {"#Door->Say();", "::Yard", 7, false, nullptr},
     };

@@ -108,7 +108,7 @@ TEST_F(MessageTargets, FindsTheStepOfALineThatNamesAnEntity) {
         {hall, knob, "Knob->Say();", 0, 4},    // any descendant
         {hall, knob, "Doorway->Say();", 0, 7}, // one that is met on the way to the named one counts
         {hall, doorway, "door->Say();", 0, 4},
-        {door, yard, "knob->Say();", -1, -1}, // names have case here
+        {door, yard, "knob->Say();", -1, -1},   // names have case here
         {door, door, "that->Say(this);", 0, 4}, // the search begins with the entity itself
         {door, yard, "Knob->Say(Yard);", -1, -1},
         {hall, yard, "parent::parent::Yard->Say();", -1, -1},

@@ -59,7 +59,11 @@ TEST_F(Walkers, MessagesFollowRenames) {
         {animation, "DO_Animate", {"old", "1"}, "x->x(old, 1);", "new,1|x->x(new, 1);"},
         {event, "FSM_Send", {"old"}, "old->x( \"old\" )", "new|old->x(new);"}, // built anew
         {event, "FSM_Send", {"x"}, "x->x( x );", "x|x->x( x );"},
-        {event, "AI_AddCommand", {"fsmsend", "2", "Old"}, "x->x(fsmsend, 2, Old);", "fsmsend,2,new|x->x(fsmsend,2,new);"},
+        {event,
+         "AI_AddCommand",
+         {"fsmsend", "2", "Old"},
+         "x->x(fsmsend, 2, Old);",
+         "fsmsend,2,new|x->x(fsmsend,2,new);"},
         {event, "AI_PushCommand", {"FSMSEND", "2", "old"}, "x->x();", "FSMSEND,2,new|x->x(FSMSEND,2,new);"},
         {event, "AI_AddCommand", {"GOTO", "2", "old"}, "x->x(old);", "GOTO,2,old|x->x(old);"},
         {event, "AI_AddCommand", {"FSMSEND", "old"}, "x->x(old);", "FSMSEND,old|x->x(old);"},
@@ -148,9 +152,12 @@ TEST_F(Walkers, DeletionsLeaveTheOthersInOrder) {
 
 TEST_F(Walkers, QueriesFindWhatMessagesName) {
     messagesOf(yard) = {
-        makeMessage("#", door, "FSM_Switch", {"comment"}),     makeMessage("a", door, "FSM_Switch", {"s"}),
-        makeMessage("b", door, "FSM_Send", {"e"}),             makeMessage("c", door, "FSM_ResumeTimer", {"t"}),
-        makeMessage("d", door, "DO_Animate", {"a", "forward"}), makeMessage("e", hall, "Say", {"::Hall::Door::Knob"}),
+        makeMessage("#", door, "FSM_Switch", {"comment"}),
+        makeMessage("a", door, "FSM_Switch", {"s"}),
+        makeMessage("b", door, "FSM_Send", {"e"}),
+        makeMessage("c", door, "FSM_ResumeTimer", {"t"}),
+        makeMessage("d", door, "DO_Animate", {"a", "forward"}),
+        makeMessage("e", hall, "Say", {"::Hall::Door::Knob"}),
     };
     messagesOf(yard).back().m_objectArguments = {knob};
     const auto finds = [this](auto&& walker) {
@@ -223,7 +230,8 @@ TEST_F(Walkers, LocalIsWhatStaysInTheSubtree) {
 
 TEST_F(Walkers, FindsTargetsByTheLines) {
     messagesOf(door) = {makeMessage("parent::Doorway->Say();", yard), makeMessage("gone->Say();", yard),
-                        makeMessage("#gone", yard), makeMessage("Print(\"::Yard\");", yard, "Print", {"\"::Yard\"", "a"})};
+                        makeMessage("#gone", yard),
+                        makeMessage("Print(\"::Yard\");", yard, "Print", {"\"::Yard\"", "a"})};
     messagesOf(door)[1].m_targetName = "kept";
     messagesOf(door)[3].m_global = true;
     run(ForEach_FSMUpdateTargetPointers());

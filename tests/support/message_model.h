@@ -46,14 +46,14 @@ class MessageModel {
     void edit() {
         using Edit = void (MessageModel::*)();
         static constexpr Edit EDITS[] = {
-            &MessageModel::addAnyEntity,  &MessageModel::addAnyEntity,    &MessageModel::renameEntity,
-            &MessageModel::renameEntity,  &MessageModel::moveEntity,      &MessageModel::moveEntity,
-            &MessageModel::deleteEntity,  &MessageModel::addMessage,      &MessageModel::addMessage,
-            &MessageModel::addMessage,    &MessageModel::deleteMessage,   &MessageModel::addName,
-            &MessageModel::addName,       &MessageModel::renameState,     &MessageModel::renameEvent,
-            &MessageModel::renameTimer,   &MessageModel::renameAnimation, &MessageModel::renameExit,
-            &MessageModel::deleteState,   &MessageModel::deleteEvent,     &MessageModel::deleteTimer,
-            &MessageModel::deleteExit,    &MessageModel::deleteAnimation, &MessageModel::copyMachine,
+            &MessageModel::addAnyEntity, &MessageModel::addAnyEntity,    &MessageModel::renameEntity,
+            &MessageModel::renameEntity, &MessageModel::moveEntity,      &MessageModel::moveEntity,
+            &MessageModel::deleteEntity, &MessageModel::addMessage,      &MessageModel::addMessage,
+            &MessageModel::addMessage,   &MessageModel::deleteMessage,   &MessageModel::addName,
+            &MessageModel::addName,      &MessageModel::renameState,     &MessageModel::renameEvent,
+            &MessageModel::renameTimer,  &MessageModel::renameAnimation, &MessageModel::renameExit,
+            &MessageModel::deleteState,  &MessageModel::deleteEvent,     &MessageModel::deleteTimer,
+            &MessageModel::deleteExit,   &MessageModel::deleteAnimation, &MessageModel::copyMachine,
         };
         (this->*EDITS[choose(std::size(EDITS))])();
     }
@@ -257,7 +257,7 @@ class MessageModel {
     }
 
     Line chooseLine(const CN_LevelEntity* owner) {
-        static constexpr const char* NAMES[] = {"FSM_Switch",   "FSM_Send",   "FSM_StartTimer", "FSM_PauseTimer",
+        static constexpr const char* NAMES[] = {"FSM_Switch",     "FSM_Send",   "FSM_StartTimer", "FSM_PauseTimer",
                                                 "AI_PushCommand", "DO_Animate", "EnableExit",     "Say"};
         static constexpr const char* BEGINS[] = {"", "Print", "# ::Room->FSM_Switch", "no such::Room->FSM_Switch"};
         Line line;
@@ -382,7 +382,8 @@ class MessageModel {
         });
     }
 
-    template <class Value> static void renameKey(std::map<istring, Value>& map, const istring& from, const istring& to) {
+    template <class Value>
+    static void renameKey(std::map<istring, Value>& map, const istring& from, const istring& to) {
         const auto found = map.find(from);
         if (found == map.end())
             return;
