@@ -12,21 +12,24 @@ namespace cairn::test {
 
 /// An uncompressed TGA of 24 bits a pixel; `pixels` are blue, green and red, row by row.
 inline Bytes makeTga(int width, int height, const Bytes& pixels) {
-    Bytes file(18);
+    Bytes file(18 + pixels.size());
     file[2] = 2;
     file[12] = static_cast<unsigned char>(width & 255);
     file[13] = static_cast<unsigned char>(width >> 8);
     file[14] = static_cast<unsigned char>(height & 255);
     file[15] = static_cast<unsigned char>(height >> 8);
     file[16] = 24;
-    file.insert(file.end(), pixels.begin(), pixels.end());
+    std::copy(pixels.begin(), pixels.end(), file.begin() + 18);
     return file;
 }
 /// The same, all of one colour.
 inline Bytes makeTga(int width, int height, unsigned char red, unsigned char green, unsigned char blue) {
-    Bytes pixels;
-    for (int i = 0; i < width * height; ++i)
-        pixels.insert(pixels.end(), {blue, green, red});
+    Bytes pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+    for (std::size_t at = 0; at < pixels.size(); at += 3) {
+        pixels[at] = blue;
+        pixels[at + 1] = green;
+        pixels[at + 2] = red;
+    }
     return makeTga(width, height, pixels);
 }
 
