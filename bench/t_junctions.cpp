@@ -34,10 +34,7 @@ struct Level {
 
     Level() {
         document.createCairnLevelEntities();
-        auto owned = std::make_unique<CN_LevelEntityMesh>();
-        mesh = owned.get();
-        mesh->setDocument(&document);
-        document.accessLevel()->addOwned(std::move(owned), false);
+        mesh = document.accessLevel()->getNewMesh();
     }
 };
 

@@ -223,10 +223,7 @@ struct Level {
 
     explicit Level(const Shape& shape) {
         document.createCairnLevelEntities();
-        auto owned = std::make_unique<CN_LevelEntityMesh>();
-        mesh = owned.get();
-        mesh->setDocument(&document);
-        document.accessLevel()->addOwned(std::move(owned), false);
+        mesh = document.accessLevel()->getNewMesh();
         polygon = mesh->addPolygon();
         for (const Loop& loop : shape.loops) {
             const int first = mesh->getVertexList().count(), n = static_cast<int>(loop.size());

@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 // Any bytes are a mesh's record or an exception; what loads has no inner fault and comes back from its save as it was.
 // Seeds are the stored forms of meshes.
@@ -25,10 +24,7 @@ struct Level {
     Level() {
         document.createCairnLevelEntities();
         document.accessMaterials().addCategory(&document.accessTextures(), "Default")->add(0, "", nullptr);
-        auto owned = std::make_unique<CN_LevelEntityMesh>();
-        mesh = owned.get();
-        mesh->setDocument(&document);
-        document.accessLevel()->addOwned(std::move(owned), false);
+        mesh = document.accessLevel()->getNewMesh();
     }
     void load(const void* data, std::size_t size) {
         F_MemoryFile file(data, size, false);

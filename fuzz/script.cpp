@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     isTaken([bytes] {
         F_Script script(bytes, NAME);
-        string text, again;
+        string text = " ", again = " "; // or a name that begins like a byte order mark would be taken for one
         writeBlocks(script, text);
         F_Script rewritten(text, NAME);
         writeBlocks(rewritten, again);

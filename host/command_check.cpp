@@ -14,6 +14,7 @@ namespace {
 struct CheckOptions : CommonOptions {
     std::vector<std::string> files;
     std::vector<std::string> ignored; ///< codes
+    std::string catalogue;            ///< file, empty for the usual ones
     bool strict = false;
 
     bool isIgnored(const Problem& problem) const {
@@ -36,10 +37,11 @@ struct CheckedFile {
     }
 };
 
-CheckedFile checkFile(const CheckOptions& options, const std::string& file, LevelSession& session) {
+CheckedFile checkFile(const CheckOptions& options, const std::string& file, LevelSession& session,
+                      const CN_FSMMessageInfoProvider* catalogue) {
     CheckedFile checked{file, {}};
     const OpenedLevel level = withFailure(ExitCode::INTERNAL, file, [&] { return session.open(file); });
-    checked.problems = findProblems(level, session.hasContent(), options.force);
+    checked.problems = findProblems(level, session.hasContent(), catalogue, options.force);
     std::erase_if(checked.problems, [&](const Problem& p) { return options.isIgnored(p); });
     return checked;
 }
@@ -85,10 +87,11 @@ ExitCode runCheck(const CheckOptions& options, Console& console) {
     if (options.files.size() > 1 && std::find(options.files.begin(), options.files.end(), "-") != options.files.end())
         throw Failure(ExitCode::COMMAND_LINE, "check", "standard input cannot be one of several files");
     LevelSession session(console, options.content);
+    const CN_FSMMessageInfoProvider* const catalogue = session.readCatalogue(options.catalogue);
     bool ok = true, spotless = true;
     Json files = Json::array();
     for (const std::string& file : options.files) {
-        const CheckedFile checked = checkFile(options, file, session);
+        const CheckedFile checked = checkFile(options, file, session, catalogue);
         ok &= checked.isOk();
         spotless &= checked.problems.empty();
         if (options.json)
@@ -128,6 +131,11 @@ void addCheckCommand(CLI::App& app, Command& chosen) {
         ->type_name("CODE")
         ->allow_extra_args(false)
         ->check(refuseUnknownCode);
+    command
+        ->add_option("--catalogue", options->catalogue,
+                     "Message catalogue to check machines against; else messages.txt here, or the one that ships")
+        ->type_name("FILE")
+        ->check(refuseStandardStream);
     command->footer(listOfCodes());
     options->addJson(*command);
     options->addContent(*command);

@@ -4,8 +4,11 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/ui_sphere_entity.h"
 #include "cairn/foundation/file.h"
+#include "cairn/fsm/fsm.h"
 #include "host/command_line.h"
 #include "host/demo_map.h"
+#include "host/editor.h"
+#include "host/entity_lookup.h"
 #include "host/entity_text.h"
 #include "host/map_import.h"
 #include "host/problems.h"
@@ -24,6 +27,18 @@ struct DemoOptions : CommonOptions {
     std::string folder = "cairn-demo";
 };
 
+/// What the guard and the gate do: whoever goes through the gate alerts the guard, who closes it.
+constexpr std::string_view DEMO_LOGIC = R"(fsm-state ::Room1::Guard idle
+fsm-state ::Room1::Guard alert
+fsm-state ::Room2::Gate open
+fsm-state ::Room2::Gate closed
+fsm-send ::Room2::Gate T_Activate before "# somebody goes through"
+fsm-send ::Room2::Gate T_Activate state:open "::Room1::Guard->FSM_Switch(alert);"
+fsm-send ::Room2::Gate T_Activate after "this->FSM_Switch(open);"
+fsm-send ::Room1::Guard FSM_Switch(alert) before "parent::parent::Room2::Gate->FSM_Switch(closed);"
+fsm-send ::Room1::Guard OnDeath before "::Room2::Gate->FSM_Switch(open);"
+fsm-send ::Room2::Gate FSM_Switch(closed) after "::Room1::Guard->FSM_Switch(idle);")";
+
 /// The demonstration, a step an operation; each reports itself in one line.
 class Demo {
   public:
@@ -37,6 +52,7 @@ class Demo {
         importMapFile(session);
         for (const char* name : {"demo.cairn", "imported.cairn"})
             reload(session, name);
+        renameRoom(session);
         tellWhatNext();
     }
 
@@ -85,8 +101,15 @@ class Demo {
         CN_LevelEntity& guard = add(room1, CN_KIND_ENEMY, "Guard", {2, 0, 2});
         static_cast<CN_UISphereEntity&>(guard).setSharedDBName("guard", true);
         add(room2, CN_KIND_TRIGGER, "Gate", {-4, 1, 0});
+        edit(*document, DEMO_LOGIC);
         session.save(*document, path("demo.cairn"), m_console);
-        step(fmt::format("made a level of two rooms, a guard and a gate: {}", path("demo.cairn")));
+        step(fmt::format("made a level of two rooms, a guard and a gate with state machines: {}", path("demo.cairn")));
+    }
+
+    static void edit(CN_Document& document, std::string_view script) {
+        Editor editor(document);
+        for (const EditLine& line : readEditScript(script))
+            editor.run(line.words);
     }
 
     void importMapFile(const LevelSession& session) {
@@ -113,7 +136,7 @@ class Demo {
             throw new F_Exception(path(name) + " differs when it is saved again");
         step(fmt::format("saved it again: the same {} bytes", bytes.size()));
 
-        const std::vector<Problem> problems = findProblems(level, true, false);
+        const std::vector<Problem> problems = findProblems(level, true, session.readCatalogue(""), false);
         if (!problems.empty())
             throw new F_Exception(fmt::format("{}: {}: {}", path(name), problems[0].kind->code, problems[0].message));
         step("checked it: no problems");
@@ -125,11 +148,22 @@ class Demo {
         step(fmt::format("listed it: {}", fmt::join(names, ", ")));
     }
 
+    /// Renames a room; the lines that name it follow.
+    void renameRoom(LevelSession& session) {
+        const OpenedLevel level = session.openForUse(path("demo.cairn"), false);
+        edit(*level.document, "rename ::Room1 Hall");
+        std::vector<std::string> lines;
+        findEntity(*level.document->accessLevel(), "::Room2::Gate")
+            ->getFSM()
+            ->forEachMessage([&](const E_FSM::Message& message) { lines.emplace_back(view(message.m_text)); });
+        step(fmt::format("renamed ::Room1 to Hall; the gate says now: {}", fmt::join(lines, " ")));
+    }
+
     void tellWhatNext() {
         m_console.writeLine("Look at them next:");
         const std::string level = path("demo.cairn"), content = path("content.db");
-        for (const std::string& words :
-             {"tree " + level, "info --json " + level, "check " + level, "content list " + content})
+        for (const std::string& words : {"tree " + level, "info --json " + level, "check " + level, "fsm " + level,
+                                         std::string("edit --help"), "content list " + content})
             m_console.writeLine("  " + toShownText(m_console.program() + ' ' + words));
     }
 

@@ -4,12 +4,15 @@
 #include "host/command_line.h"
 #include "host/entity_lookup.h"
 #include "host/export_gltf.h"
+#include "host/export_machines.h"
 #include "host/export_obj.h"
 #include "host/level_session.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace cairn::host {
@@ -26,57 +29,76 @@ struct ExportOptions : CommonOptions {
 };
 
 constexpr const char* DETAILS =
-    "The ending of OUT decides: .gltf (text with buffer and images inside), .glb (the same in one binary file) or "
-    ".obj\n"
-    "(with a .mtl and the images beside it). A z axis that runs the other way turns the level's left-handed space "
-    "into\n"
-    "that of the format.\n"
-    "What is exported has the text of --filter in its name or stands below such an entity, and is selected where\n"
-    "--select or --selection-only are given; places above it come along without their geometry. Exits are openings "
-    "and\n"
-    "have no surface. A polygon that was never triangulated is left out and told.";
+    "The ending of OUT decides:\n"
+    ".gltf (text with buffer and images inside), .glb (the same in one binary file), .obj (with a .mtl and the images\n"
+    "beside it): geometry. A z axis that runs the other way turns the level's left-handed space into that of the\n"
+    "format. What is exported has the text of --filter in its name or stands below such an entity, and is selected\n"
+    "where --select or --selection-only are given; places above it come along without their geometry. Exits are\n"
+    "openings and have no surface. A polygon that was never triangulated is left out and told.\n"
+    ".xml: the state machines, with the messages that have the text of --filter in their line (or all, of a machine\n"
+    "whose entity's name has it) and that go to, or name, what is selected. Names and lines stand in it as they are:\n"
+    "nothing is escaped.\n"
+    ".script: the lines of the game's script, entity by entity; with --select or --selection-only those that have to\n"
+    "do with nothing but what is selected.";
 
-std::string formatOf(const ExportOptions& options) {
-    if (!options.format.empty()) {
-        if (options.format == "obj" && options.output == "-")
-            throw Failure(ExitCode::COMMAND_LINE, "export", "an .obj is several files and cannot be standard output");
-        return options.format;
-    }
-    if (options.output == "-")
-        throw Failure(ExitCode::COMMAND_LINE, "export", "--format is required with standard output");
-    const std::string ending = asciiLowered(std::filesystem::path(options.output).extension().string());
-    if (ending == ".gltf" || ending == ".glb" || ending == ".obj")
-        return ending.substr(1);
-    if (ending == ".xml" || ending == ".script")
-        throw Failure(ExitCode::COMMAND_LINE, options.output,
-                      "state machines are not exported by this version, only geometry (.obj, .gltf, .glb)");
-    throw Failure(ExitCode::COMMAND_LINE, options.output,
-                  "the ending is not that of a format to export (.obj, .gltf, .glb)");
+/// A form of the output, named as its ending is.
+struct Format {
+    std::string_view name;
+    bool isGeometry;
+};
+constexpr Format FORMATS[] = {{"obj", true}, {"gltf", true}, {"glb", true}, {"xml", false}, {"script", false}};
+
+const Format* findFormat(std::string_view name) {
+    const auto format =
+        std::find_if(std::begin(FORMATS), std::end(FORMATS), [name](const Format& f) { return f.name == name; });
+    return format == std::end(FORMATS) ? nullptr : format;
 }
 
-/// Puts the entity and all below it into the selection, as selecting in an editor does.
-void select(std::set<const CN_LevelEntity*>& selection, const CN_LevelEntity& entity) {
-    selection.insert(&entity);
-    CN_ConstPreIterator it = entity.createConstIterator();
-    for (it.begin(); !it.end(); ++it)
-        selection.insert(*it);
+std::vector<std::string> formatNames() {
+    std::vector<std::string> names;
+    for (const Format& format : FORMATS)
+        names.emplace_back(format.name);
+    return names;
+}
+
+const Format& formatOf(const ExportOptions& options) {
+    const std::string ending = asciiLowered(std::filesystem::path(options.output).extension().string());
+    if (options.format.empty() && options.output == "-")
+        throw Failure(ExitCode::COMMAND_LINE, "export", "--format is required with standard output");
+    const Format* const format = !options.format.empty()
+                                     ? findFormat(options.format)
+                                     : findFormat(std::string_view(ending).substr(ending.empty() ? 0 : 1));
+    if (!format)
+        throw Failure(
+            ExitCode::COMMAND_LINE, options.output,
+            fmt::format("the ending is not that of a format to export (.{})", fmt::join(formatNames(), ", .")));
+    if (format->name == "obj" && options.output == "-")
+        throw Failure(ExitCode::COMMAND_LINE, "export", "an .obj is several files and cannot be standard output");
+    if (format->name == "script" && !options.filter.empty())
+        throw Failure(ExitCode::COMMAND_LINE, "export", "--filter does not go with a script");
+    return *format;
+}
+
+/// Selects the entities that the user names, and all below them, in place of what is selected in the level.
+void selectNamed(const ExportOptions& options, CN_Document& document) {
+    CN_Selection& selection = *document.accessSelection();
+    selection.clear();
+    for (const std::string& name : options.names) {
+        CN_LevelEntity& entity = requireEntity(*document.accessLevel(), name, options.file);
+        selection.add(&entity);
+        selection.addSubTrees(true, &entity);
+    }
 }
 
 ExportChoice choose(const ExportOptions& options, CN_Document& document) {
     ExportChoice choice;
     choice.filter = options.filter;
     choice.selectionOnly = options.selectionOnly || !options.names.empty();
-    for (const std::string& name : options.names) {
-        const CN_LevelEntity* const entity = findEntity(*document.accessLevel(), name);
-        if (!entity)
-            throw Failure(ExitCode::NO, options.file, fmt::format("no entity is named \"{}\"", toShownText(name)));
-        select(choice.selection, *entity);
-    }
-    if (options.names.empty()) {
-        CN_SelectionIterator it = document.accessSelection()->createIterator();
-        for (it.begin(); !it.end(); ++it)
-            choice.selection.insert(*it);
-    }
+    if (!options.names.empty())
+        selectNamed(options, document);
+    CN_SelectionIterator it = document.accessSelection()->createIterator();
+    for (it.begin(); !it.end(); ++it)
+        choice.selection.insert(*it);
     return choice;
 }
 
@@ -99,12 +121,7 @@ void writeFiles(const std::vector<ExportFile>& files, const std::string& output)
     }
 }
 
-void writeScene(ExportScene& scene, const std::string& format, const ExportOptions& options, Console& console) {
-    if (format == "obj") {
-        writeFiles(writeObj(scene, std::filesystem::path(options.output).filename().string()), options.output);
-        return;
-    }
-    const std::string bytes = writeGltf(scene, format == "glb", options.output);
+void writeFile(const std::string& bytes, const ExportOptions& options, Console& console) {
     if (options.output == "-")
         console.write(bytes);
     else
@@ -113,32 +130,60 @@ void writeScene(ExportScene& scene, const std::string& format, const ExportOptio
         });
 }
 
-/// For the end: a command that fails says nothing but why.
-void tell(const ExportScene& scene, const std::string& format, const std::string& file, Console& console) {
+void writeScene(ExportScene& scene, const Format& format, const ExportOptions& options, Console& console) {
+    if (format.name == "obj")
+        writeFiles(writeObj(scene, std::filesystem::path(options.output).filename().string()), options.output);
+    else
+        writeFile(writeGltf(scene, format.name == "glb", options.output), options, console);
+}
+
+[[noreturn]] void refuseNothing(const std::string& file) {
+    throw Failure(ExitCode::NO, file, "nothing of it is chosen for the export");
+}
+
+/// For the end, as a command that fails says nothing but why: what was exported and what was not.
+void tell(const std::string& done, const std::vector<ExportLoss>& losses, const std::string& file, Console& console) {
     console.flush();
+    console.note(file, "exported " + done);
+    for (const ExportLoss& loss : losses)
+        console.warn(file, fmt::format("{} {}, the first is {}", loss.count, loss.what, loss.first));
+}
+
+std::string describe(const ExportScene& scene, const Format& format) {
     std::size_t meshes = 0, animations = 0;
     for (const ExportNode& node : scene.nodes) {
         meshes += !node.surfaces.empty();
         animations += node.animations.size();
     }
     std::string text = fmt::format("{} triangles of {} meshes", scene.triangleCount(), meshes);
-    if (format != "obj")
+    if (format.name != "obj")
         text += fmt::format(" in {} entities, and {} animations", scene.nodes.size(), animations);
-    console.note(file, "exported " + text);
-    for (const ExportLoss& loss : scene.losses)
-        console.warn(file, fmt::format("{} {}, the first is {}", loss.count, loss.what, loss.first));
+    return text;
+}
+
+void exportGeometry(CN_Document& document, const Format& format, const ExportOptions& options, Console& console) {
+    ExportScene scene = makeExportScene(*document.getLevel(), choose(options, document));
+    if (scene.nodes.empty())
+        refuseNothing(options.file);
+    writeScene(scene, format, options, console);
+    tell(describe(scene, format), scene.losses, options.file, console);
+}
+
+void exportMachines(CN_Document& document, const Format& format, const ExportOptions& options, Console& console) {
+    const ExportChoice choice = choose(options, document);
+    const MachineText machines =
+        format.name == "xml" ? makeMachineXml(*document.getLevel(), choice) : makeScript(document, choice);
+    if (machines.machines == 0 && (choice.selectionOnly || !choice.filter.empty()))
+        refuseNothing(options.file);
+    writeFile(machines.text, options, console);
+    tell(fmt::format("{} state machines", machines.machines), machines.losses, options.file, console);
 }
 
 ExitCode runExport(const ExportOptions& options, Console& console) {
-    const std::string format = formatOf(options);
+    const Format& format = formatOf(options);
     LevelSession session(console, options.content);
     const OpenedLevel level = session.openForUse(options.file, options.force);
-    const ExportChoice choice = choose(options, *level.document);
-    ExportScene scene = makeExportScene(*level.document->getLevel(), choice);
-    if (scene.nodes.empty())
-        throw Failure(ExitCode::NO, options.file, "nothing of it is chosen for the export");
-    writeScene(scene, format, options, console);
-    tell(scene, format, options.file, console);
+    (format.isGeometry ? exportGeometry : exportMachines)(*level.document, format, options, console);
     session.warnOfFault(level, options.file, console);
     return level.isWhole() ? ExitCode::DONE : ExitCode::NO;
 }
@@ -147,15 +192,15 @@ ExitCode runExport(const ExportOptions& options, Console& console) {
 
 void addExportCommand(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<ExportOptions>();
-    CLI::App* command = app.add_subcommand("export", "Write a level's geometry as OBJ or glTF");
+    CLI::App* command = app.add_subcommand("export", "Write a level's geometry, or its state machines");
     command->footer(DETAILS);
     command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
     addOutput(*command, options->output);
     command->add_option("--format", options->format, "Format of the output where its ending does not tell")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"obj", "gltf", "glb"}));
+        ->check(CLI::IsMember(formatNames()));
     command->add_option("--filter", options->filter,
-                        "Export what has this text in its name, in any case of its letters, and all below it");
+                        "Export what has this text in its name (in .xml in its line), in any case of its letters");
     command
         ->add_option("--select", options->names,
                      "Export this entity (a qualified name, or @N as in tree --json) and all below it; may be repeated")

@@ -27,7 +27,7 @@ struct InfoOptions : CommonOptions {
 
 /// What a walk over the tree counts.
 struct TreeCounts {
-    std::size_t entities = 0, depth = 0, machines = 0, handlers = 0;
+    std::size_t entities = 0, depth = 0, machines = 0, handlers = 0, messages = 0;
     std::size_t meshes = 0, triangleMeshes = 0, rooms = 0;
     std::size_t vertices = 0, polygons = 0, triangles = 0, exits = 0; ///< of editable meshes
     std::size_t keyframes = 0, animations = 0;
@@ -43,6 +43,7 @@ struct TreeCounts {
         if (const E_FSM* machine = entity.getFSM()) {
             ++machines;
             handlers += static_cast<std::size_t>(machine->getMessageHandlerCount());
+            machine->forEachMessage([this](const E_FSM::Message&) { ++messages; });
         }
         if (const auto* mesh = dynamic_cast<const CN_LevelEntityMesh*>(&entity))
             count(*mesh);
@@ -108,6 +109,7 @@ Json describe(const InfoOptions& options, const OpenedLevel& level) {
     info["lightmaps"] = document.getLightmaps()->getLightmapCount();
     info["fsms"] = counts.machines;
     info["handlers"] = counts.handlers;
+    info["messages"] = counts.messages;
     info["keyframes"] = counts.keyframes;
     info["animations"] = counts.animations;
     info["selected"] = document.getSelection()->getCount();

@@ -85,9 +85,8 @@ ExitCode runMeasure(const MeasureOptions& options, Console& console) {
     LevelSession session(console, options.content);
     const OpenedLevel level = session.openForUse(options.file, false);
     CN_LevelEntity* top = level.document->accessLevel();
-    if (!options.entity.empty() && !(top = findEntity(*top, options.entity)))
-        throw Failure(ExitCode::NO, options.file,
-                      fmt::format("no entity is named \"{}\"", toShownText(options.entity)));
+    if (!options.entity.empty())
+        top = &requireEntity(*top, options.entity, options.file);
     Json meshes = Json::array();
     const auto show = [&](const CN_LevelEntity& entity) {
         const auto* mesh = dynamic_cast<const CN_Mesh*>(&entity);

@@ -1,6 +1,10 @@
 #include "host/entity_lookup.h"
 
 #include "host/entity_text.h"
+#include "host/failure.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
 
 #include <charconv>
 #include <optional>
@@ -34,6 +38,13 @@ CN_LevelEntity* findEntity(CN_LevelEntity& root, const std::string& word) {
         if (++at == number || (*it)->getQualifiedName() == name)
             return *it;
     return nullptr;
+}
+
+CN_LevelEntity& requireEntity(CN_LevelEntity& root, const std::string& word, const std::string& file) {
+    CN_LevelEntity* const entity = findEntity(root, word);
+    if (!entity)
+        throw Failure(ExitCode::NO, file, fmt::format("no entity is named \"{}\"", toShownText(word)));
+    return *entity;
 }
 
 } // namespace cairn::host

@@ -9,5 +9,7 @@ namespace cairn::host {
 /// The entity that a user's word stands for: a qualified name without regard to case ("::" is the root), or "@N", the
 /// number that `tree --json` gives it. Null where there is none. Costs a walk of the tree.
 CN_LevelEntity* findEntity(CN_LevelEntity& root, const std::string& word);
+/// The same, but throws a `Failure` (the answer is no) about the level's file where there is none.
+CN_LevelEntity& requireEntity(CN_LevelEntity& root, const std::string& word, const std::string& file);
 
 } // namespace cairn::host

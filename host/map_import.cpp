@@ -136,6 +136,7 @@ class MapImporter {
         for (const MapBrush& brush : m_map.looseOnes)
             importWorldBrush(brush);
         numberPolygons(m_document);
+        m_summary.links = m_links.bind();
         m_summary.materials = m_materials.getCounts();
         return std::move(m_summary);
     }
@@ -151,8 +152,6 @@ class MapImporter {
     std::string_view classOf(const MapEntity& entity) const { return m_map.value(entity, "classname"); }
 
     void importEntity(const MapEntity& entity) {
-        for (const char* key : {"targetname", "target"})
-            m_summary.links += m_map.find(entity, key) ? 1u : 0u;
         const std::string_view className = classOf(entity);
         if (className == "worldspawn") {
             for (const MapBrush& brush : brushesOf(entity))
@@ -165,6 +164,7 @@ class MapImporter {
         }
         if (&entity == m_start) {
             place(entity, *m_document.accessPlayer());
+            m_links.add(m_map, entity, *m_document.accessPlayer());
             m_summary.playerPlaced = true;
             if (className == "info_player_start")
                 return;
@@ -191,15 +191,19 @@ class MapImporter {
         ++m_summary.brushEntities;
         machine.setPosition(m_map.find(entity, "origin") ? originOf(entity) : middleOf(meshes));
         machine.handleOwnHierarchy();
+        std::vector<CN_LevelEntity*> touched;
         for (const ImportMesh& mesh : meshes) {
             CN_LevelEntityMesh& made = addImportMesh(mesh, machine, m_summary.meshes);
             if (begins(className, "trigger_")) {
                 CN_TriggerProperties properties;
                 properties.playerTrigger = true;
                 made.setTriggerProperties(&properties);
+                made.createFSM();
+                touched.push_back(&made);
             } else if (moves(className))
                 made.makeDynamic(true);
         }
+        m_links.add(m_map, entity, machine, std::move(touched));
     }
     static Vector middleOf(const std::vector<ImportMesh>& meshes) {
         std::vector<Vector> corners;
@@ -286,7 +290,9 @@ class MapImporter {
     }
 
     void create(const MapEntity& entity, int kind) {
-        place(entity, add(entity, kind));
+        CN_LevelEntity& made = add(entity, kind);
+        place(entity, made);
+        m_links.add(m_map, entity, made);
         ++m_summary.made[kind];
     }
 
@@ -385,6 +391,7 @@ class MapImporter {
     CN_Document& m_document;
     std::size_t m_worldBrushes = 0;     ///< so far: their numbers
     const MapEntity* m_start = nullptr; ///< not owned: gives the player its place, null for none
+    MapLinks m_links;
     MapImportSummary m_summary;
 };
 
@@ -437,6 +444,11 @@ std::string MapImportSummary::text() const {
     if (brushEntities > 0)
         text += fmt::format(", {} with brushes", counted(brushEntities, "entity", "entities"));
     text += meshText(meshes, materials);
+    if (links.messages > 0)
+        text += fmt::format("; {} for targets", counted(links.messages, "message", "messages"));
+    if (links.unbound > 0)
+        text += fmt::format(
+            "; {}", counted(links.unbound, "target that nothing is named by", "targets that nothing is named by"));
     if (lostBrushes > 0)
         text += fmt::format("; {} not imported", counted(lostBrushes, "brush", "brushes"));
     if (idleFaces > 0)
@@ -445,10 +457,10 @@ std::string MapImportSummary::text() const {
     std::vector<std::string> left;
     if (brushes.patches > 0)
         left.push_back(counted(brushes.patches, "patch", "patches"));
-    if (links > 0)
-        left.push_back(counted(links, "targetname or target", "targetnames and targets"));
+    if (links.kills > 0)
+        left.push_back(counted(links.kills, "killtarget", "killtargets"));
     if (!left.empty())
-        text += fmt::format("; not yet imported: {}", fmt::join(left, ", "));
+        text += fmt::format("; not imported: {}", fmt::join(left, ", "));
     if (brushes.standardFaces > 0 && brushes.valveFaces > 0)
         text +=
             fmt::format("; faces in two forms: {} standard, {} Valve 220", brushes.standardFaces, brushes.valveFaces);

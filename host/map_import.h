@@ -2,6 +2,7 @@
 
 #include "host/import_materials.h"
 #include "host/import_mesh.h"
+#include "host/map_links.h"
 #include "host/map_reader.h"
 
 #include <cstddef>
@@ -36,7 +37,7 @@ struct MapImportSummary {
     std::size_t brushEntities = 0;       ///< made of entities that have brushes, worldspawn aside
     std::size_t lostBrushes = 0;         ///< that enclose nothing, or are none for another reason
     std::size_t idleFaces = 0;           ///< of brushes that were made: planes that bound nothing
-    std::size_t links = 0;               ///< `targetname` and `target` keys left
+    MapLinkCounts links;                 ///< `targetname`, `target` and `killtarget`
     std::size_t oddValues = 0;           ///< values of keys with a meaning that are not what the key takes, passed over
     std::uint32_t firstOddLine = 0;      ///< of the first such value
     std::vector<ImportFinding> findings; ///< the lost brushes, in the order of the file, as far as they are told
@@ -59,7 +60,7 @@ inline constexpr std::uint32_t MAX_BRUSH_FACES = 1024;
 /// become dynamic point lights, whose reach is the map's light value and whose intensity is 1 at the usual 300; items,
 /// weapons, ammunition and keys become level items, monsters enemies, both with their class as name of content;
 /// triggers become triggers, AI nodes AI nodes, and all else waypoints. Names are the classes'. Directions follow
-/// `angles`, `mangle` or `angle`. A place that is no three numbers throws an `F_Exception*` that begins with "line N: ".
+/// `angles`, `mangle` or `angle`; names and targets become messages (`MapLinks`). A place that is no three numbers throws an `F_Exception*` that begins with "line N: ".
 MapImportSummary importMap(const MapFile& map, double scale, ImportMaterials& materials, CN_Document& document);
 /// The same with generated images in a category "map".
 MapImportSummary importMap(const MapFile& map, double scale, CN_Document& document);

@@ -6,6 +6,7 @@
 #include "cairn/entities/ui_sphere_entity.h"
 #include "cairn/geometry/validate.h"
 #include "host/entity_text.h"
+#include "host/machine_lint.h"
 
 #include <fmt/format.h>
 
@@ -50,7 +51,8 @@ constexpr ProblemKind KINDS[] = {
 /// Gathers the problems of one level.
 class ProblemFinder {
   public:
-    ProblemFinder(const OpenedLevel& level, bool checkContent) : m_level(level), m_checkContent(checkContent) {}
+    ProblemFinder(const OpenedLevel& level, bool checkContent, const CN_FSMMessageInfoProvider* catalogue)
+        : m_level(level), m_checkContent(checkContent), m_catalogue(catalogue) {}
 
     std::vector<Problem> find(bool force) {
         addFault();
@@ -61,6 +63,11 @@ class ProblemFinder {
             m_player = findPlayer(root);
             look(root);
             addFindings();
+            if (m_level.isWhole() || m_level.sealFault) // machines of a part speak to what was not read
+                findMachineProblems(root, m_catalogue,
+                                    [this](std::string_view code, const CN_LevelEntity& entity, std::string message) {
+                                        add(code, entity, std::move(message));
+                                    });
         }
         return std::move(m_problems);
     }
@@ -194,9 +201,10 @@ class ProblemFinder {
 
     const OpenedLevel& m_level;
     bool m_checkContent;
-    const CN_LevelEntity* m_player = nullptr; ///< not owned
-    bool m_brokenRotation = false;            ///< the report names the entities with broken rotations
-    std::set<std::string> m_reported;         ///< texts of the load's report
+    const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
+    const CN_LevelEntity* m_player = nullptr;     ///< not owned
+    bool m_brokenRotation = false;                ///< the report names the entities with broken rotations
+    std::set<std::string> m_reported;             ///< texts of the load's report
     /// Codes of its findings that last, entities and polygons.
     std::set<std::tuple<std::string_view, std::string, int>> m_lasting;
     std::vector<Problem> m_problems;
@@ -211,8 +219,9 @@ const ProblemKind* findProblemKind(std::string_view code) {
     return found == std::end(KINDS) ? nullptr : found;
 }
 
-std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent, bool force) {
-    return ProblemFinder(level, checkContent).find(force);
+std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent,
+                                  const CN_FSMMessageInfoProvider* catalogue, bool force) {
+    return ProblemFinder(level, checkContent, catalogue).find(force);
 }
 
 } // namespace cairn::host

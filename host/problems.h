@@ -32,8 +32,9 @@ std::span<const ProblemKind> problemKinds();
 const ProblemKind* findProblemKind(std::string_view code);
 
 /// Everything wrong with a level that was just opened: what its load reported, then what a look at its tree finds. With
-/// `checkContent` names are looked up in the content database. Of a level that did not load the tree is looked at with
-/// `force` only.
-std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent, bool force);
+/// `checkContent` names are looked up in the content database, and messages in the catalogue, unless it is null. Of a
+/// level that did not load the tree is looked at with `force` only.
+std::vector<Problem> findProblems(const OpenedLevel& level, bool checkContent,
+                                  const CN_FSMMessageInfoProvider* catalogue, bool force);
 
 } // namespace cairn::host

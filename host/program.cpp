@@ -25,6 +25,9 @@ void addCommands(CLI::App& app, Command& chosen) {
     addCheckCommand(app, chosen);
     addImportCommand(app, chosen);
     addExportCommand(app, chosen);
+    addEditCommand(app, chosen);
+    addFsmCommand(app, chosen);
+    addRefsCommand(app, chosen);
     addSaveCommand(app, chosen);
     addMeasureCommand(app, chosen);
     addRenderCommand(app, chosen);

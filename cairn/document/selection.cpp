@@ -5,6 +5,7 @@
 #include "cairn/entities/for_each.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/mesh_entity.h"
+#include "cairn/entities/prefab.h"
 #include "cairn/entities/virtual_node.h"
 #include "cairn/foundation/memory_file.h"
 
@@ -65,6 +66,8 @@ void CN_Selection::buildIndex() {
 void CN_Selection::add(CN_LevelEntity* entity) {
     if (!entity || isInSelection(entity))
         return;
+    if (!takeContent(true, entity))
+        return;
     auto place = m_selected.begin();
     if (const CN_LevelEntity* parent = CN_HierarchyUtils::getFirstSelectedParent(entity, this))
         place = std::next(m_index.at(parent));
@@ -73,10 +76,34 @@ void CN_Selection::add(CN_LevelEntity* entity) {
 
 void CN_Selection::remove(CN_LevelEntity* entity) {
     const auto found = m_index.find(entity);
-    if (found == m_index.end())
+    if (found == m_index.end() || !takeContent(false, entity))
         return;
     m_selected.erase(found->second);
     m_index.erase(found);
+}
+
+/// Adds or removes the content of a prefab ahead of the prefab itself. False where that is under way already: prefabs
+/// that were assigned to each other may hold one another in their contents.
+bool CN_Selection::takeContent(bool add, CN_LevelEntity* entity) {
+    struct Taking {
+        std::set<const CN_LevelEntity*>& prefabs;
+        const CN_LevelEntity* prefab;
+        bool first = prefabs.insert(prefab).second;
+        ~Taking() {
+            if (first)
+                prefabs.erase(prefab);
+        }
+    };
+    // An entity that died may still be selected, and is to be removed.
+    auto* const prefab = CN_LevelEntity::isAlive(entity) && entity->getEntityId() == CN_KIND_PREFAB
+                             ? dynamic_cast<CN_LevelEntityPrefab*>(entity)
+                             : nullptr;
+    if (!prefab)
+        return true;
+    const Taking taking{m_takingContent, prefab};
+    if (taking.first)
+        prefab->addContentToSelection(add, this);
+    return taking.first;
 }
 
 void CN_Selection::clear() {

@@ -4,6 +4,7 @@
 
 #include <list>
 #include <map>
+#include <set>
 
 namespace cairn {
 
@@ -38,9 +39,9 @@ class CN_Selection {
     CN_Selection& operator=(const CN_Selection& other);
 
     /// Selects the entity: behind its nearest selected ancestor, else ahead of all. Nothing for null and for one that
-    /// is selected.
+    /// is selected. A prefab brings its content (`CN_LevelEntityPrefab::addContentToSelection`), which stands behind it.
     void add(CN_LevelEntity* entity);
-    /// Nothing happens for an entity that is not selected.
+    /// Deselects the entity, and with a prefab its content. Nothing happens for an entity that is not selected.
     void remove(CN_LevelEntity* entity);
     /// Deselects all; the observers stay.
     void clear();
@@ -75,10 +76,12 @@ class CN_Selection {
 
   private:
     void buildIndex();
+    bool takeContent(bool add, CN_LevelEntity* entity);
 
     std::list<CN_SelectionObserver*> m_observers;            ///< not owned
     List m_selected;                                         ///< not owned
     std::map<const CN_LevelEntity*, List::iterator> m_index; ///< the place of each selected entity
+    std::set<const CN_LevelEntity*> m_takingContent;         ///< prefabs whose content is being added or removed
 };
 
 /// Walks over the selected entities.

@@ -4,6 +4,9 @@
 
 namespace cairn {
 
+/// Version of the chunk with an enemy's group and animation.
+inline constexpr int CAIRN_LVL_ENTITY_ENEMY_VERSION = 2;
+
 /// A character that the game steers. It belongs to an AI character group, which messages address; the document counts
 /// the enemies of each group that it knows.
 class CN_LevelEntityEnemy : public CN_UISphereEntity {
@@ -14,9 +17,11 @@ class CN_LevelEntityEnemy : public CN_UISphereEntity {
 
     CN_LevelEntity* clone() override;
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
+    /// Reads any form. The group enters the document's groups, where the enemy counts only once it is added. The machine
+    /// gets the handlers that it lacks.
     void loadEntitySpecificData(F_MemoryFile& file) override;
     void saveEntitySpecificData(F_MemoryFile& file) override;
-    /// A machine with the handlers of enemies.
+    /// A machine with the handlers of enemies, which one that stands already gets, too.
     void createFSM() override;
     I_Color getColor() override;
 
@@ -35,6 +40,7 @@ class CN_LevelEntityEnemy : public CN_UISphereEntity {
 
   private:
     void initializeMembers();
+    void loadGroupAndAnimation(F_MemoryFile& file);
     void changeGroupCount(const istring& group, int by);
 
     istring m_group;               ///< AI character group, empty for none

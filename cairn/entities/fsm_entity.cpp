@@ -32,9 +32,25 @@ void CN_LevelEntityFSM::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
     CN_acceptAs<CN_FSMACVisitor>(visitor, *this);
 }
 
-void CN_LevelEntityFSM::loadEntitySpecificData(F_MemoryFile&) {}
+// Version 1: the radius, always the same whatever is stored. No record of the sphere. Levels of this library's first
+// versions have no chunk.
 
-void CN_LevelEntityFSM::saveEntitySpecificData(F_MemoryFile&) {}
+void CN_LevelEntityFSM::saveEntitySpecificData(F_MemoryFile& file) {
+    file.createChunk(0, CAIRN_LVL_ENTITY_FSM_VERSION);
+    file << getRadius();
+    file.closeChunk();
+}
+
+void CN_LevelEntityFSM::loadEntitySpecificData(F_MemoryFile& file) {
+    if (file.beginsLikeChunk()) {
+        F_MemoryFile::Chunk chunk;
+        file.openChunk(chunk, 0);
+        double stored = 0;
+        chunk.getMemoryFile() >> stored;
+        file.skipChunk();
+    }
+    setRadius(CN_SMALL_SPHERE_RADIUS);
+}
 
 I_Color CN_LevelEntityFSM::getColor() { return I_Color(0, 255, 64); }
 

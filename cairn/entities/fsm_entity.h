@@ -4,6 +4,9 @@
 
 namespace cairn {
 
+/// Version of the chunk with the radius.
+inline constexpr int CAIRN_LVL_ENTITY_FSM_VERSION = 1;
+
 /// A state machine that stands by itself. Its radius is always the same.
 class CN_LevelEntityFSM : public CN_UISphereEntity {
   public:
@@ -13,7 +16,9 @@ class CN_LevelEntityFSM : public CN_UISphereEntity {
 
     CN_LevelEntity* clone() override;
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
+    /// Passes over the stored radius.
     void loadEntitySpecificData(F_MemoryFile& file) override;
+    /// The entity's name in the content database is not stored.
     void saveEntitySpecificData(F_MemoryFile& file) override;
     I_Color getColor() override;
 

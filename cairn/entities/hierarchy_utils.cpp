@@ -1,12 +1,15 @@
 #include "cairn/entities/hierarchy_utils.h"
 
 #include "cairn/document/document.h"
+#include "cairn/document/perf_counter.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/for_each.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/prefab_content.h"
 #include "cairn/entities/tri_mesh.h"
+#include "cairn/fsm/message_tests.h"
 
 #include <fmt/format.h>
 
@@ -70,8 +73,38 @@ bool isInNonEditablePrefab(const CN_LevelEntity* entity) {
     return around && !around->isEditable();
 }
 
+/// Gathers the prefabs that an entity's machine names.
+class GatherReferencedPrefabs : public CN_ForEachConst {
+  public:
+    explicit GatherReferencedPrefabs(std::set<const CN_LevelEntity*>& prefabs) : m_prefabs(prefabs) {}
+
+    void operator()(const CN_LevelEntity* entity) override {
+        if (const E_FSM* const machine = entity->getFSM())
+            machine->forEachMessage(FSMPred_PrefabReferenced(m_prefabs));
+    }
+
+  private:
+    std::set<const CN_LevelEntity*>& m_prefabs; ///< not owned
+};
+
 /// `own` where the entity has the property itself, else `inherited` where it lies in a subtree that has it.
 int overlayStep(bool has, bool inSubtree, int own, int inherited) { return has ? own : inSubtree ? inherited : 0; }
+
+/// Where a path begins: at `base`, or at the root of its level.
+const CN_LevelEntity* startOfPath(const istring& path, const CN_LevelEntity* base) {
+    if (base && base->getParent() && !view(path).starts_with("::"))
+        return base;
+    return CN_HierarchyUtils::getLevel(base);
+}
+
+/// Takes the first step, with the "::" ahead of it, off the path; the "::" behind it stays.
+std::string_view takeStep(std::string_view& path) {
+    if (path.starts_with("::"))
+        path.remove_prefix(2);
+    const std::string_view step = path.substr(0, path.find("::"));
+    path.remove_prefix(step.size());
+    return step;
+}
 
 } // namespace
 
@@ -173,6 +206,17 @@ bool CN_HierarchyUtils::canExportLevelOrSelection(const CN_Document* document, b
     return true;
 }
 
+void CN_HierarchyUtils::gatherReferencedPrefabs(const CN_Document* document, std::set<const CN_LevelEntity*>& prefabs) {
+    prefabs.clear();
+    const CN_LevelEntity* const level = document ? document->getLevel() : nullptr;
+    if (!level)
+        return;
+    GatherReferencedPrefabs gather(prefabs);
+    CN_ConstPreIterator it = level->createConstIterator();
+    for (it.begin(); !it.end(); ++it)
+        gather(*it);
+}
+
 int CN_HierarchyUtils::getImageIndex(const CN_LevelEntity* entity, bool plain, int* overlay) {
     int index = plainImageIndex(entity);
     if (plain)
@@ -225,6 +269,78 @@ const char* CN_HierarchyUtils::getFullyQualifiedName(const CN_LevelEntity* entit
     static std::string text;
     text = makeFullyQualifiedName(entity);
     return text.c_str();
+}
+
+CN_LevelEntity* CN_HierarchyUtils::mapNameToObject(const istring& name, const CN_LevelEntity** deepest,
+                                                   const CN_LevelEntity* base) {
+    ++s_mapNameCalls;
+    const CN_PerfCounter counter(&s_mapNameTime);
+    const CN_LevelEntity* ignored = nullptr;
+    const CN_LevelEntity*& reached = deepest ? *deepest : ignored;
+    reached = base;
+    if (name == "this")
+        return const_cast<CN_LevelEntity*>(base);
+    CN_LevelEntity* at = const_cast<CN_LevelEntity*>(startOfPath(name, base));
+    reached = at;
+    std::string_view rest = view(name);
+    while (at && !rest.empty()) {
+        const std::string_view step = takeStep(rest);
+        CN_LevelEntity* const next =
+            asciiEqualNoCase(step, "parent") ? at->getParent() : at->hasChildNamed(CString(step));
+        if (!next && !asciiEqualNoCase(step, "parent"))
+            return nullptr;
+        at = next;
+        reached = at;
+    }
+    return at;
+}
+
+CN_LevelEntity* CN_LevelEntity::mapNameToObject(const istring& name, const CN_LevelEntity** deepest) const {
+    return CN_HierarchyUtils::mapNameToObject(name, deepest, this);
+}
+
+bool CN_LevelEntity::getObjectReferenceFromMessageString(const CN_LevelEntity* target, const istring& text,
+                                                         int& position, int& length) const {
+    std::string_view rest = view(text);
+    rest = rest.substr(0, rest.find("->"));
+    const std::string_view whole = rest;
+    const auto mark = [&](std::string_view step) {
+        position = static_cast<int>(step.data() - whole.data());
+        length = static_cast<int>(step.size());
+    };
+    position = length = 0;
+    if (target == this && asciiEqualNoCase(rest, "this")) {
+        mark(rest);
+        return true;
+    }
+    const CN_LevelEntity* at = startOfPath(text, this);
+    while (at && !rest.empty()) {
+        const std::string_view step = takeStep(rest);
+        mark(step);
+        if (asciiEqualNoCase(step, "parent")) {
+            at = at->getParent();
+            if (at && at == target)
+                return true;
+            continue;
+        }
+        const CN_LevelEntity* named = nullptr;
+        const auto look = [&](const CN_LevelEntity* entity) {
+            if (entity != target && !named && entity->getName().view() == step)
+                named = entity;
+            return entity == target || named;
+        };
+        if (!look(at)) {
+            CN_ConstPreIterator it = at->createConstIterator();
+            for (it.begin(); !it.end() && !look(*it);)
+                ++it;
+            if (!it.end() && *it == target)
+                return true;
+        } else if (at == target)
+            return true;
+        at = named;
+    }
+    length = 0;
+    return false;
 }
 
 } // namespace cairn

@@ -304,6 +304,14 @@ class CN_LevelEntity {
     /// Hands the machine and its ownership to the caller.
     E_FSM* releaseFSM();
 
+    /// `CN_HierarchyUtils::mapNameToObject` from this entity.
+    CN_LevelEntity* mapNameToObject(const istring& name, const CN_LevelEntity** deepest) const;
+    /// True if the path ahead of "->" in `text`, read from this entity, reaches `target`; `position` and `length` then
+    /// mark the step that names it. Otherwise than `mapNameToObject` it looks for a step's name, with case, in the whole
+    /// subtree in pre-order, its root included: a step may cost a walk of the tree.
+    bool getObjectReferenceFromMessageString(const CN_LevelEntity* target, const istring& text, int& position,
+                                             int& length) const;
+
     /// Calls the functor on this entity and then on every descendant in pre-order.
     void forEachEntity(CN_ForEach* forEach);
     void forEachEntity(CN_ForEachConst* forEach) const;

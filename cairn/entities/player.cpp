@@ -1,5 +1,6 @@
 #include "cairn/entities/player.h"
 
+#include "cairn/entities/record_parts.h"
 #include "cairn/entities/visitors.h"
 #include "cairn/fsm/fsm.h"
 
@@ -25,13 +26,26 @@ void CN_LevelEntityPlayer::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
     CN_acceptAs<CN_PlayerACVisitor>(visitor, *this);
 }
 
-// Older machines may lack a standard handler; older records may say that the player is hidden.
-void CN_LevelEntityPlayer::loadEntitySpecificData(F_MemoryFile&) {
-    m_generalProperties.setVisible(true);
-    createFSM();
+// Version 1: the group, always the same whatever is stored. Levels of this library's first versions have no chunk.
+
+void CN_LevelEntityPlayer::saveEntitySpecificData(F_MemoryFile& file) {
+    file.createChunk(0, CAIRN_LVL_ENTITY_PLAYER_VERSION);
+    file << m_group;
+    file.closeChunk();
 }
 
-void CN_LevelEntityPlayer::saveEntitySpecificData(F_MemoryFile&) {}
+void CN_LevelEntityPlayer::loadEntitySpecificData(F_MemoryFile& file) {
+    m_generalProperties.setVisible(true); // older records may say that the player is hidden
+    createFSM();                          // older machines may lack a standard handler
+    if (file.beginsLikeChunk()) {
+        F_MemoryFile::Chunk chunk;
+        file.openChunk(chunk, 0);
+        if (chunk.getVersion() <= CAIRN_LVL_ENTITY_PLAYER_VERSION)
+            chunk.getMemoryFile().dropRest();
+        file.skipChunk();
+    }
+    CN_enterCharacterGroup(m_document, m_group);
+}
 
 void CN_LevelEntityPlayer::initializeMembers() {
     m_generalProperties.setVisible(true);

@@ -5,6 +5,9 @@
 
 namespace cairn {
 
+/// Version of the chunk with the player's group.
+inline constexpr int CAIRN_LVL_ENTITY_PLAYER_VERSION = 1;
+
 /// The player's place in the level, one a level. It is always visible.
 class CN_LevelEntityPlayer : public CN_LevelEntity {
   public:
@@ -14,11 +17,12 @@ class CN_LevelEntityPlayer : public CN_LevelEntity {
 
     CN_LevelEntity* clone() override;
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
+    /// Passes over the stored group. The machine gets the handlers that it lacks.
     void loadEntitySpecificData(F_MemoryFile& file) override;
     void saveEntitySpecificData(F_MemoryFile& file) override;
     /// Does nothing.
     void setVisible(bool visible) override;
-    /// A machine with the handlers of players.
+    /// A machine with the handlers of players, which one that stands already gets, too.
     void createFSM() override;
 
     virtual I_Color getColor();

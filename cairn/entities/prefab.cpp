@@ -1,14 +1,24 @@
 #include "cairn/entities/prefab.h"
 
+#include "cairn/document/document.h"
 #include "cairn/document/entity_factory.h"
+#include "cairn/document/selection.h"
 #include "cairn/entities/parenting.h"
 #include "cairn/entities/prefab_content.h"
 #include "cairn/entities/visitors.h"
 #include "cairn/foundation/exception.h"
 
+#include <cmath>
 #include <utility>
 
 namespace cairn {
+
+CN_LevelEntityPrefab::Content::Content(CN_LevelEntityPrefabContent* content)
+    : m_content(content), m_processNumber(content ? content->getProcessNumber() : 0) {}
+
+CN_LevelEntityPrefabContent* CN_LevelEntityPrefab::Content::get() const {
+    return isAlive(m_content) && m_content->getProcessNumber() == m_processNumber ? m_content : nullptr;
+}
 
 CN_LevelEntityPrefab::CN_LevelEntityPrefab() : CN_UISphereEntity(CN_KIND_PREFAB, 6) { initializeMembers(); }
 
@@ -43,22 +53,41 @@ void CN_LevelEntityPrefab::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
 
 void CN_LevelEntityPrefab::load(F_MemoryFile& file) {
     CN_LevelEntity::load(file);
-    m_content = nullptr;
+    m_content = Content();
     for (CN_LevelEntity* const child : m_children)
         if (child->getEntityId() == CN_KIND_PREFAB_CONTENT) {
-            m_content = dynamic_cast<CN_LevelEntityPrefabContent*>(child);
+            m_content = Content(dynamic_cast<CN_LevelEntityPrefabContent*>(child));
             break;
         }
 }
 
-void CN_LevelEntityPrefab::loadEntitySpecificData(F_MemoryFile&) {}
+// No record of the sphere, but a chunk.
+//   3: type, whether it is editable, radius
+//   earlier ones are refused
+// Levels of this library's first versions have no chunk.
 
-void CN_LevelEntityPrefab::saveEntitySpecificData(F_MemoryFile&) {}
+void CN_LevelEntityPrefab::saveEntitySpecificData(F_MemoryFile& file) {
+    file.createChunk(0, CAIRN_LVL_ENTITY_PREFAB_VERSION);
+    file << m_prefabType;
+    file << m_editable;
+    file << getRadius();
+    file.closeChunk();
+}
 
-void CN_LevelEntityPrefab::remove(CN_LevelEntity* child) {
-    if (child && child == m_content && child->getParent() == this)
-        m_content = nullptr;
-    CN_LevelEntity::remove(child);
+void CN_LevelEntityPrefab::loadEntitySpecificData(F_MemoryFile& file) {
+    if (!file.beginsLikeChunk())
+        return;
+    F_MemoryFile::Chunk chunk;
+    file.openChunk(chunk, 0);
+    if (chunk.getVersion() < CAIRN_LVL_ENTITY_PREFAB_VERSION)
+        throw new CN_Document_Exception_InvalidPrefabFormat(chunk.getVersion(), CAIRN_LVL_ENTITY_PREFAB_VERSION);
+    F_MemoryFile& in = chunk.getMemoryFile();
+    double radius = 0;
+    in >> m_prefabType >> m_editable >> radius;
+    if (!std::isfinite(radius))
+        in.fail("The radius of the prefab \"" + toString(getName()) + "\" is not finite");
+    setRadius(radius);
+    file.skipChunk();
 }
 
 void CN_LevelEntityPrefab::createPrefabContent() {
@@ -68,7 +97,7 @@ void CN_LevelEntityPrefab::createPrefabContent() {
     if (!content)
         throw new F_Exception("The kind registered for prefab contents is another");
     content->coincideWith(*this);
-    CN_LevelEntityPrefabContent* const before = std::exchange(m_content, content);
+    const Content before = std::exchange(m_content, Content(content));
     try {
         addOwned(std::move(made), false);
     } catch (...) {
@@ -76,6 +105,18 @@ void CN_LevelEntityPrefab::createPrefabContent() {
             m_content = before;
         throw;
     }
+}
+
+void CN_LevelEntityPrefab::addContentToSelection(bool add, CN_Selection* selection) {
+    CN_LevelEntityPrefabContent* const content = accessPrefabContent();
+    if (!content || !selection)
+        return;
+    if (add)
+        selection->add(content);
+    else
+        selection->remove(content);
+    if (!m_editable)
+        selection->addSubTrees(add, content);
 }
 
 I_Color CN_LevelEntityPrefab::getColor() { return I_Color(195, 110, 170); }

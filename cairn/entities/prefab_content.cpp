@@ -2,9 +2,26 @@
 
 #include "cairn/document/host_interfaces.h"
 #include "cairn/entities/parenting.h"
+#include "cairn/entities/virtual_node.h"
 #include "cairn/entities/visitors.h"
 
+#include <algorithm>
+
 namespace cairn {
+
+namespace {
+
+using Vector = CN_LevelEntity::Vector;
+
+Vector leastOf(const Vector& a, const Vector& b) {
+    return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
+}
+
+Vector greatestOf(const Vector& a, const Vector& b) {
+    return {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z)};
+}
+
+} // namespace
 
 CN_LevelEntityPrefabContent::CN_LevelEntityPrefabContent() : CN_LevelEntity(CN_KIND_PREFAB_CONTENT, 2) {}
 
@@ -32,9 +49,18 @@ void CN_LevelEntityPrefabContent::acceptACVisitor(CN_AcyclicLevelVisitor& visito
     CN_acceptAs<CN_PrefabContentACVisitor>(visitor, *this);
 }
 
-void CN_LevelEntityPrefabContent::loadEntitySpecificData(F_MemoryFile&) {}
+// Nothing; older files have a chunk without a meaning.
 
 void CN_LevelEntityPrefabContent::saveEntitySpecificData(F_MemoryFile&) {}
+
+void CN_LevelEntityPrefabContent::loadEntitySpecificData(F_MemoryFile& file) {
+    F_MemoryFile::Chunk chunk;
+    file.peekChunk(chunk);
+    if (!chunk.isValid())
+        return;
+    chunk.getMemoryFile().dropRest();
+    file.skipChunk();
+}
 
 void CN_LevelEntityPrefabContent::coincideWith(const CN_LevelEntity& prefab) {
     m_position = Vector();
@@ -44,6 +70,19 @@ void CN_LevelEntityPrefabContent::coincideWith(const CN_LevelEntity& prefab) {
     m_invWorldRotation = prefab.getInvWorldRotation();
     m_generalProperties = prefab.getGeneralProperties();
     m_name = "prefab";
+}
+
+// Minimum with minimum and maximum with maximum: an unset box, whose minimum lies above its maximum, widens nothing.
+void CN_LevelEntityPrefabContent::calculateBoundingBox() {
+    m_boundingMin = Vector(CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND);
+    m_boundingMax = -m_boundingMin;
+    CN_PreIterator it = createIterator();
+    for (it.begin(); !it.end(); ++it) {
+        if (dynamic_cast<const CN_VirtualNode*>(*it))
+            continue;
+        m_boundingMin = leastOf(m_boundingMin, it->getBoundingMin());
+        m_boundingMax = greatestOf(m_boundingMax, it->getBoundingMax());
+    }
 }
 
 bool CN_LevelEntityPrefabContent::onCanAdd(int entityId) { return CN_isOrdinaryChild(entityId, false); }

@@ -60,6 +60,8 @@ void CN_LevelEntityTrigger::setTriggerProperties(const CN_TriggerProperties& pro
 }
 
 void CN_LevelEntityTrigger::createFSM() {
+    if (hasFSM())
+        return;
     CN_LevelEntity::createFSM();
     m_fsm->createMessageHandler("T_Activate");
 }

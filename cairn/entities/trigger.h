@@ -16,7 +16,7 @@ class CN_LevelEntityTrigger : public CN_UISphereEntity {
     void acceptACVisitor(CN_AcyclicLevelVisitor& visitor) override;
     void loadEntitySpecificData(F_MemoryFile& file) override;
     void saveEntitySpecificData(F_MemoryFile& file) override;
-    /// A machine with the handler of triggers.
+    /// A machine with the handler of triggers, where there is none: one that was read without the handler stays so.
     void createFSM() override;
     I_Color getColor() override;
     /// The settings' radius is the sphere's, always.

@@ -1,6 +1,6 @@
 #include "cairn/entities/trigger_properties.h"
 
-#include "cairn/document/shared_db.h"
+#include "cairn/entities/record_parts.h"
 #include "cairn/foundation/memory_file.h"
 
 namespace cairn {
@@ -36,13 +36,8 @@ void CN_TriggerProperties::load(F_MemoryFile& file) {
     in >> read.playerTrigger >> read.useTrigger >> read.enemyTrigger >> read.bulletTrigger >> read.lookAtTrigger;
     if (version > 2)
         in >> read.visibilityTrigger;
-    if (version > 1) {
-        string name;
-        in >> name;
-        if (CN_SharedDB* const database = CN_SharedDB::instance())
-            database->getCheckedUseAnimName(name, name);
-        read.animationName = toIString(name);
-    }
+    if (version > 1)
+        read.animationName = CN_readUseAnimName(in);
     file.skipChunk();
     *this = read;
 }

@@ -91,6 +91,8 @@ class F_MemoryFile {
     /// Steps over the chunk that stands here, however much of it was read. Bytes of the chunk opened or peeked here
     /// that no reader took are remembered (`getUnreadBytes`). Throws where no chunk stands.
     void skipChunk();
+    /// Takes what is left as known and of no more use: `skipChunk` then does not count it as unread.
+    void dropRest() { m_readAt = m_readEnd; }
     /// The bytes that `skipChunk` passed over in this file and in the chunks of it: what a newer writer added and a
     /// save would lose.
     std::size_t getUnreadBytes() const { return m_root->m_unreadBytes; }

@@ -1,9 +1,35 @@
 #include "cairn/fsm/change_manager.h"
 
 #include "cairn/document/document.h"
+#include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/fsm/walkers.h"
 
 namespace cairn {
+
+namespace {
+
+/// Brings the lines of the machines that `run` takes a walker along up to date.
+template <class Run> void updateLines(Run&& run) {
+    ForEach_FSMUpdateTargetNames names;
+    run(names);
+    ForEach_FSMUpdateArgumentEntityReferences arguments;
+    run(arguments);
+}
+
+template <class Run> void bind(Run&& run, bool clear) {
+    ForEach_FSMDeserializeEntityReferences references(clear);
+    run(references);
+    if (!clear)
+        updateLines(run);
+}
+
+template <class Iterator> void runAlong(Iterator& walk, CN_ForEach& walker) {
+    for (walk.begin(); !walk.end(); ++walk)
+        walker(*walk);
+}
+
+} // namespace
 
 CN_FSMChangeManager* CN_FSMChangeManager::instance() {
     static CN_FSMChangeManager manager;
@@ -17,17 +43,33 @@ void CN_FSMChangeManager::setHierarchyHasChanged() { instance()->m_hierarchyHasC
 void CN_FSMChangeManager::updateMessages() {
     if (!CN_Document::isAlive(m_document) || !(m_nameHasChanged || m_hierarchyHasChanged))
         return;
-    CN_LevelEntity* const level = m_document->accessLevel();
-    if (level && m_hierarchyHasChanged) {
-        CN_PreIterator it = level->createIterator();
-        for (it.begin(); !it.end(); ++it)
-            (*it)->generateQualifiedName();
+    if (CN_LevelEntity* const level = m_document->accessLevel()) {
+        if (m_hierarchyHasChanged) {
+            CN_PreIterator it = level->createIterator();
+            for (it.begin(); !it.end(); ++it)
+                (*it)->generateQualifiedName();
+        }
+        updateLines([level](CN_ForEach& walker) { level->forEachEntity(&walker); });
     }
     m_nameHasChanged = m_hierarchyHasChanged = false;
 }
 
-// State machines hold no messages, and so no stored identities.
-void CN_FSMChangeManager::deserializeFSMs(CN_LevelEntity*, bool) {}
+void CN_FSMChangeManager::deserializeFSMs(CN_LevelEntity* root, bool clear) {
+    bind([root](CN_ForEach& walker) { root->forEachEntity(&walker); }, clear);
+}
+
+void CN_FSMChangeManager::deserializeFSMs(CN_PreIterator& walk, bool clear) {
+    bind([&walk](CN_ForEach& walker) { runAlong(walk, walker); }, clear);
+}
+
+void CN_FSMChangeManager::deserializeFSMs(CN_SelectionIterator& walk, bool clear) {
+    bind([&walk](CN_ForEach& walker) { runAlong(walk, walker); }, clear);
+}
+
+void CN_FSMChangeManager::deserializeFSMs(CN_Selection* selection, bool clear) {
+    CN_SelectionIterator walk = selection->createIterator();
+    deserializeFSMs(walk, clear);
+}
 
 void CN_FSMChangeManager::forgetDocument(const CN_Document* document) {
     if (m_document == document)

@@ -4,8 +4,6 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
 
-#include <memory>
-
 namespace cairn::fuzz {
 
 /// A level with one mesh, which has one polygon that looks up and has no corners yet.
@@ -16,10 +14,7 @@ struct OnePolygon {
 
     OnePolygon() {
         document.createCairnLevelEntities();
-        auto owned = std::make_unique<CN_LevelEntityMesh>();
-        mesh = owned.get();
-        mesh->setDocument(&document);
-        document.accessLevel()->addOwned(std::move(owned), false);
+        mesh = document.accessLevel()->getNewMesh();
         polygon = mesh->addPolygon();
         polygon->setNormal({0, 1, 0});
     }

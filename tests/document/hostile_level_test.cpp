@@ -8,6 +8,7 @@
 #include "cairn/fsm/change_manager.h"
 #include "tests/support/hostile_bytes.h"
 #include "tests/support/level_bytes.h"
+#include "tests/support/old_entities.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
@@ -115,14 +116,36 @@ Bytes levelOfFurtherKinds() {
     return test::saveLevel(document);
 }
 
+/// A level of characters and a prefab in old forms, of which the prefab and a character are selected.
+Bytes levelOfOldForms() {
+    const auto enemy = [](int version) {
+        return [version](F_MemoryFile& file) { test::writeOldEnemy(file, version, "Guards", "Wave"); };
+    };
+    OldLevel level;
+    level.root.children = {{.kind = CN_KIND_ENEMY, .name = "guard_g3", .ownRecord = enemy(0)},
+                           {.kind = CN_KIND_ENEMY, .name = "guard", .ownRecord = enemy(1)},
+                           {.kind = CN_KIND_PLAYER, .name = "player"},
+                           {.kind = CN_KIND_PREFAB,
+                            .name = "crane",
+                            .ownRecord = [](F_MemoryFile& file) { test::writeOldPrefab(file, 3, "Crane", false, 1); },
+                            .children = {{.kind = CN_KIND_PREFAB_CONTENT,
+                                          .name = "prefab",
+                                          .ownRecord = test::writeOldPrefabContent,
+                                          .children = {{.name = "Way"}}}}}};
+    level.selected = {1, 5};
+    return test::makeLevel(level);
+}
+
 TEST(HostileLevel, EveryDamageOfFurtherKindsIsRefusedOrLoads) {
     const test::ProcessStateGuard process;
-    const Bytes level = levelOfFurtherKinds();
-    keepSeed("further_kinds", level);
-    const auto result = test::driveHostileBytes(level, loadAndSaveTwice);
-    EXPECT_EQ(result.text(), "");
-    EXPECT_GT(result.taken, 0u);
-    EXPECT_GT(result.refused, 0u);
+    for (const auto& [name, level] :
+         {std::pair("further_kinds", levelOfFurtherKinds()), {"old_forms", levelOfOldForms()}}) {
+        keepSeed(name, level);
+        const auto result = test::driveHostileBytes(level, loadAndSaveTwice);
+        EXPECT_EQ(result.text(), "");
+        EXPECT_GT(result.taken, 0u);
+        EXPECT_GT(result.refused, 0u);
+    }
 }
 
 TEST(HostileLevel, NestingEndsAtItsBound) {

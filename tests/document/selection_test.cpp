@@ -75,6 +75,22 @@ TEST_F(SelectionTest, TakesSubtreesWithoutTheirRoots) {
     EXPECT_EQ(list, (CN_Selection::List{m_a1, m_a2}));
 }
 
+TEST_F(SelectionTest, LetsGoOfEntitiesThatDied) {
+    selection().add(m_b);
+    selection().add(m_b1);
+    m_b->remove(m_b1);
+    delete m_b1;
+    EXPECT_EQ(selection().getCount(), 2);
+    F_MemoryFile file;
+    selection().save(file, &m_document); // without it
+    file.toRead();
+    CN_Selection again;
+    again.load(file, &m_document);
+    EXPECT_EQ(names(again), "B");
+    selection().remove(m_b1);
+    EXPECT_EQ(names(selection()), "B");
+}
+
 TEST_F(SelectionTest, CopiesStandAlone) {
     selection().add(m_a);
     selection().add(m_b);

@@ -4,6 +4,7 @@
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/prefab_content.h"
+#include "cairn/fsm/fsm.h"
 #include "tests/entities/entity_tree.h"
 #include "tests/support/process_state_guard.h"
 
@@ -49,7 +50,8 @@ TEST_F(HierarchyUtils, FindsTheWayUp) {
 
     CN_Selection* selection = document.accessSelection();
     selection->add(prefab);
-    EXPECT_EQ(Utils::getFirstSelectedParent(inner, selection), prefab);
+    EXPECT_EQ(Utils::getFirstSelectedParent(inner, selection), content) << "which a prefab brings";
+    EXPECT_EQ(Utils::getFirstSelectedParent(content, selection), prefab);
     EXPECT_EQ(Utils::getFirstSelectedParent(mesh, selection), nullptr);
     EXPECT_EQ(Utils::getFirstNonSelectedParent(content, selection), mesh);
     EXPECT_EQ(Utils::getFirstDynamicParentOrSelf(inner), nullptr);
@@ -81,6 +83,30 @@ TEST_F(HierarchyUtils, FindsPrefabs) {
         EXPECT_EQ(Utils::isNonEditablePrefabContent(inner), !editable);
         EXPECT_FALSE(Utils::isNonEditablePrefabContent(prefab));
     }
+}
+
+TEST_F(HierarchyUtils, GathersThePrefabsThatMessagesName) {
+    const auto addPrefab = [this] { return addChild(root, CN_KIND_PREFAB, "p"); };
+    CN_LevelEntity *target = addPrefab(), *argument = addPrefab(), *ofComment = addPrefab(), *ofRoot = addPrefab();
+    mesh->createFSM();
+    root.createFSM();
+    E_FSM::MessageHandler& handler = mesh->accessFSM()->createMessageHandler("Startup");
+    handler.m_sendBefore.resize(3); // the last names nothing
+    handler.m_sendBefore[0].m_text = "p->Go();";
+    handler.m_sendBefore[0].m_target = target;
+    handler.m_sendBefore[0].m_objectArguments = {nullptr, inner};
+    handler.m_sendBefore[1].m_text = " # p->Go();";
+    handler.m_sendBefore[1].m_target = ofComment;
+    handler.m_sendOnState["idle"].resize(1);
+    handler.m_sendOnState["idle"][0].m_objectArguments = {argument};
+    root.accessFSM()->createMessageHandler("Startup").m_sendAfter = handler.m_sendBefore;
+    root.accessFSM()->createMessageHandler("Startup").m_sendAfter[0].m_target = ofRoot;
+
+    std::set<const CN_LevelEntity*> prefabs{inner};
+    Utils::gatherReferencedPrefabs(&document, prefabs);
+    EXPECT_EQ(prefabs, (std::set<const CN_LevelEntity*>{target, argument}));
+    Utils::gatherReferencedPrefabs(nullptr, prefabs);
+    EXPECT_TRUE(prefabs.empty());
 }
 
 TEST_F(HierarchyUtils, GivesIconsAndOverlays) {

@@ -1,36 +1,208 @@
-#include "cairn/document/document.h"
-#include "cairn/entities/cairn_level.h"
+#include "cairn/document/selection.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/fsm/change_manager.h"
+#include "tests/fsm/message_level.h"
+#include "tests/support/level_bytes.h"
 
 #include <gtest/gtest.h>
 
-using namespace cairn;
+namespace cairn::test {
+namespace {
 
-TEST(ChangeManager, RenewsQualifiedNamesOnceTheTreeChanged) {
-    CN_FSMChangeManager* const manager = CN_FSMChangeManager::instance();
-    CN_Document document;
-    document.createCairnLevelEntities();
-    auto* const room = new CN_LevelEntityMesh;
-    auto* const part = new CN_LevelEntityMesh;
-    room->setName("Room", false);
-    part->setName("Part", false);
-    room->add(part, false);
-    document.accessLevel()->add(room, false);
-    document.accessLevel()->remove(room); // detached: the names of both stay as they were
-    room->setName("Hall", false);
-    manager->updateMessages(); // no document is in use: what changed before is still to be done
+struct ChangeManager : testing::Test, MessageLevel {
+    CN_FSMChangeManager& manager = *CN_FSMChangeManager::instance();
+    std::unordered_map<unsigned int, CN_LevelEntity*>& loaded = CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap;
 
-    manager->documentChangedNotification(nullptr, &document, nullptr);
-    manager->setHierarchyHasChanged();
-    manager->documentUpdatedNotification(nullptr);
-    document.accessLevel()->add(room, false);
-    manager->setHierarchyHasChanged();
-    manager->documentUpdatedNotification(nullptr);
-    EXPECT_EQ(toString(part->getQualifiedName()), "::Hall::Part");
+    ChangeManager() { manager.documentChangedNotification(nullptr, &document, nullptr); }
+    ~ChangeManager() override {
+        loaded.clear();
+        manager.stopPrefabDeSerialisation();
+        manager.forgetDocument(&document);
+    }
 
-    manager->forgetDocument(&document);
-    EXPECT_EQ(manager->getDocument(), nullptr);
-    manager->setHierarchyHasChanged();
-    manager->documentUpdatedNotification(nullptr);
+    void update() { manager.documentUpdatedNotification(nullptr); }
+
+    /// A message as a record gives it.
+    static E_FSM::Message storedMessage(const char* text, const char* targetName, unsigned int target) {
+        E_FSM::Message message = makeMessage(text, nullptr, "Say", {"a", "::Yard"});
+        message.m_targetName = targetName;
+        message.m_targetId = target;
+        return message;
+    }
+};
+
+TEST_F(ChangeManager, RenewsQualifiedNamesOnceTheTreeChanged) {
+    root.remove(hall); // detached: the names stay as they were
+    hall->setName("Aula", false);
+    EXPECT_EQ(qualifiedName(knob), "::Door::Knob");
+    manager.forgetDocument(&document);
+    manager.setHierarchyHasChanged();
+    update(); // no document is in use: what changed before is still to be done
+    root.add(hall, false);
+    hall->remove(door);
+    EXPECT_EQ(qualifiedName(knob), "::Aula::Door::Knob");
+    door->setName("Gate", false);
+    hall->add(door, false);
+    manager.documentChangedNotification(nullptr, &document, nullptr);
+    update();
+    EXPECT_EQ(qualifiedName(knob), "::Aula::Gate::Knob");
 }
+
+TEST_F(ChangeManager, LinesFollowRenamesAndMovesAtTheNextNotification) {
+    messagesOf(knob) = {makeMessage("x->Say();", hall), makeMessage("::x->Say();", hall),
+                        makeMessage("x->Say();", yard, "Say", {"a b", "::Hall"}), makeMessage("# Hall", hall)};
+    messagesOf(knob)[2].m_objectArguments = {nullptr, hall};
+    const auto lines = [this] {
+        std::string text;
+        for (const E_FSM::Message& message : messagesOf(knob))
+            text.append(view(message.m_text)).append("\n");
+        return text;
+    };
+    hall->setName("Aula", false);
+    EXPECT_EQ(lines(), "x->Say();\n::x->Say();\nx->Say();\n# Hall\n");
+    update();
+    EXPECT_EQ(lines(), "parent::parent->Say();\n::Aula->Say();\n"
+                       "parent::parent::parent::Yard->Say( \"a b\", ::Aula );\n# Hall\n");
+    yard->add(hall, false);
+    update();
+    EXPECT_EQ(lines(), "parent::parent->Say();\n::Yard::Aula->Say();\n"
+                       "parent::parent::parent->Say( \"a b\", ::Yard::Aula );\n# Hall\n");
+    const std::string before = lines();
+    messagesOf(knob)[0].m_text = "untouched";
+    update(); // nothing changed since
+    EXPECT_EQ(messagesOf(knob)[0].m_text, "untouched");
+    doorway->setName("Arch", false); // no line names it
+    update();
+    EXPECT_EQ(lines(), before);
+}
+
+TEST_F(ChangeManager, StoredReferencesAreBoundByIdentityThenByName) {
+    struct Case {
+        const char *text, *targetName;
+        unsigned int target;
+        bool prefab;
+        CN_LevelEntity* expected;
+    };
+    const std::vector<Case> cases = {
+        {"Door->Say();", "::Yard", 7, false, knob},     {"Door->Say();", "::Yard", 8, false, yard},
+        {"Door->Say();", "::Yard", 0, false, yard},     {"Door->Say();", "::Yard", 8, true, door},
+        {"Door->Say();", "::Yard", 7, true, knob},      {"gone->Say();", "::gone", 8, false, nullptr},
+        {"gone->Say();", "", 8, false, nullptr}, // an empty name is none
+        {"#Door->Say();", "::Yard", 7, false, nullptr},
+    };
+    for (const Case& c : cases) {
+        loaded = {{7, knob}};
+        if (c.prefab)
+            manager.startPrefabDeSerialisation();
+        messagesOf(hall) = {storedMessage(c.text, c.targetName, c.target)};
+        manager.deserializeFSMs(&root, false);
+        manager.stopPrefabDeSerialisation();
+        const E_FSM::Message& message = messagesOf(hall).front();
+        EXPECT_EQ(message.m_target, c.expected) << c.text << c.targetName << c.target;
+        EXPECT_EQ(message.m_targetId, 0u);
+        if (!c.expected) {
+            EXPECT_EQ(view(message.m_text), c.text);
+        }
+    }
+
+    // A line of the game that names nothing survives as text; one with a stored name has a target as any other.
+    E_FSM::Message global = storedMessage("Print(a);", "", 0);
+    global.m_global = true;
+    messagesOf(hall) = {global};
+    manager.deserializeFSMs(&root, false);
+    EXPECT_EQ(messagesOf(hall).front().m_target, nullptr);
+    EXPECT_EQ(view(messagesOf(hall).front().m_text), "Print(a);");
+}
+
+TEST_F(ChangeManager, StoredArgumentsAreBoundByIdentityThenByTheirText) {
+    loaded = {{7, knob}};
+    E_FSM::Message message = storedMessage("Door->Say(a,b);", "::Hall::Door", 0);
+    message.m_objectArguments.resize(4);
+    message.m_objectArgumentIds = {7, 8, 8}; // the third has no text, the fourth no identity
+    messagesOf(hall) = {message};
+    manager.deserializeFSMs(&root, false);
+    const E_FSM::Message& bound = messagesOf(hall).front();
+    EXPECT_EQ(bound.m_objectArguments, (std::vector<CN_LevelEntity*>{knob, yard, nullptr, nullptr}));
+    EXPECT_TRUE(bound.m_objectArgumentIds.empty());
+    EXPECT_EQ(view(bound.m_text), "Door->Say( ::Hall::Door::Knob, ::Yard );");
+
+    // Once bound they stay, whatever their names mean; what died since does not.
+    CN_LevelEntity* const dying = addChild(root, CN_KIND_FSM, "Dying");
+    messagesOf(hall).front().m_targetName = "::Yard";
+    messagesOf(hall).front().m_objectArguments[1] = dying;
+    root.remove(dying);
+    delete dying;
+    manager.deserializeFSMs(&root, false);
+    EXPECT_EQ(messagesOf(hall).front().m_target, door);
+    EXPECT_EQ(messagesOf(hall).front().m_objectArguments,
+              (std::vector<CN_LevelEntity*>{knob, nullptr, nullptr, nullptr}));
+}
+
+TEST_F(ChangeManager, EachFormWalksItsOwnPart) {
+    CN_Selection& selection = *document.accessSelection();
+    selection.add(knob);
+    using Bind = std::function<void(bool clear)>;
+    const std::vector<std::pair<Bind, std::vector<CN_LevelEntity*>>> forms = {
+        {[&](bool clear) { manager.deserializeFSMs(door, clear); }, {door, knob}},
+        {[&](bool clear) {
+             CN_PreIterator walk = hall->createIterator();
+             manager.deserializeFSMs(walk, clear);
+         },
+         {door, doorway, knob}},
+        {[&](bool clear) {
+             CN_SelectionIterator walk = selection.createIterator();
+             manager.deserializeFSMs(walk, clear);
+         },
+         {knob}},
+        {[&](bool clear) { manager.deserializeFSMs(&selection, clear); }, {knob}},
+    };
+    const std::vector<CN_LevelEntity*> all{hall, door, doorway, knob, yard};
+    for (std::size_t form = 0; form < forms.size(); ++form) {
+        const auto& [bind, part] = forms[form];
+        const auto isPart = [&part = part](const CN_LevelEntity* entity) {
+            return std::find(part.begin(), part.end(), entity) != part.end();
+        };
+        for (CN_LevelEntity* const entity : all)
+            messagesOf(entity) = {storedMessage("::x->Say();", "::Yard", 0)};
+        bind(false);
+        for (CN_LevelEntity* const entity : all) {
+            E_FSM::Message& message = messagesOf(entity).front();
+            EXPECT_EQ(message.m_target, isPart(entity) ? yard : nullptr) << form;
+            EXPECT_EQ(view(message.m_text), isPart(entity) ? "::Yard->Say(a, ::Yard);" : "::x->Say();") << form;
+            message.m_target = yard;
+            message.m_objectArguments = {nullptr, yard};
+            message.m_targetId = 7;
+            message.m_objectArgumentIds = {0, 7};
+        }
+        bind(true);
+        for (CN_LevelEntity* const entity : all) {
+            const E_FSM::Message& message = messagesOf(entity).front();
+            EXPECT_EQ(message.m_target == nullptr && message.m_targetId == 0, isPart(entity)) << form;
+            EXPECT_EQ(message.m_objectArguments[1] == nullptr && message.m_objectArgumentIds.empty(), isPart(entity));
+            EXPECT_EQ(message.m_objectArguments.size(), 2u);
+        }
+    }
+}
+
+TEST_F(ChangeManager, ALoadBindsAndLeavesNoIdentityBehind) {
+    messagesOf(door) = {makeMessage("x->Say(a,b);", yard, "Say", {"a", "b"}), makeMessage("::x->Say();", &root)};
+    messagesOf(door)[0].m_objectArguments = {nullptr, player};
+    const Bytes saved = saveLevel(document);
+    CN_Document again;
+    loadLevel(again, saved);
+    EXPECT_TRUE(loaded.empty());
+    const E_FSM::MessageList& messages = messagesOf(again.accessLevel()->mapNameToObject("::Hall::Door", nullptr));
+    EXPECT_EQ(messages[0].m_target, again.accessLevel()->hasChildNamed("Yard"));
+    EXPECT_EQ(messages[0].m_objectArguments[1], again.getPlayer());
+    EXPECT_EQ(messages[0].m_targetId, 0u);
+    EXPECT_EQ(view(messages[0].m_text), "parent::parent::Yard->Say( a, ::player );");
+    EXPECT_EQ(messages[1].m_target, again.getLevel());
+    EXPECT_EQ(view(messages[1].m_text), "parent::parent->Say();");
+    const Bytes savedAgain = saveLevel(again);
+    CN_Document third;
+    loadLevel(third, savedAgain);
+    EXPECT_EQ(saveLevel(third), savedAgain);
+}
+
+} // namespace
+} // namespace cairn::test

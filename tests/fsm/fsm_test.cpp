@@ -1,99 +1,215 @@
-#include "cairn/foundation/exception.h"
+#include "cairn/document/document.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/fsm_entity.h"
 #include "cairn/fsm/fsm.h"
+#include "tests/support/machine_text.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 using namespace cairn;
+using test::textOf;
 
 namespace {
 
-std::vector<std::string> handlersOf(const E_FSM& fsm) {
-    std::vector<std::string> names;
-    for (const istring& name : fsm.getMessageHandlers())
-        names.push_back(toString(name));
+E_FSM::Message line(const char* name, CN_LevelEntity* target, std::vector<istring> arguments, const char* text = "x") {
+    E_FSM::Message message;
+    message.m_text = text;
+    message.m_name = name;
+    message.m_target = target;
+    message.m_objectArguments.resize(arguments.size());
+    message.m_arguments = std::move(arguments);
+    return message;
+}
+
+std::string handlersOf(const E_FSM& fsm) {
+    std::string names;
+    for (const auto& [name, handler] : fsm.getMessageHandlers())
+        names.append(view(name)).append(std::to_string(handler.getNumMessageLines())).append(" ");
     return names;
 }
 
-/// What a record holds beside the names of handlers.
-struct Held {
-    int states = 0, events = 0, before = 0, onState = 0, after = 0, timers = 0;
-};
-
-/// Writes a machine with the handler "Use" in the form of version 0, or of version 1 with a chunk.
-void writeMachine(F_MemoryFile& file, int version, const Held& held) {
-    if (version > 0)
-        file.createChunk(0, version);
-    file << 29 << held.states << "none" << 29 << held.events;
-    file << 31 << 1 << "Use" << 28 << held.before << 31 << held.onState << 28 << held.after;
-    file << false << false;
-    if (version > 0) {
-        file << 31 << held.timers;
-        if (held.timers > 0)
-            file << "timer";
-        file.closeChunk();
-    }
+std::string statesOf(const E_FSM& fsm) {
+    const std::string text = textOf(fsm);
+    return text.starts_with(";") ? "" : text.substr(0, text.find(" ;"));
 }
+
+/// A machine without entity.
+struct Machine : E_FSM {
+    Machine() : E_FSM(nullptr, true, true) {}
+};
 
 } // namespace
 
 TEST(FSM, BeginsWithOneHandlerAndKeepsEachNameOnce) {
     E_FSM fsm(nullptr, true, false);
-    EXPECT_EQ(handlersOf(fsm), std::vector<std::string>{"Startup"});
+    EXPECT_EQ(textOf(fsm), "; ; ;\nStartup:");
     EXPECT_TRUE(fsm.userCanAddStates());
     EXPECT_FALSE(fsm.userCanAddCustomStrings());
     fsm.createMessageHandler("STARTUP");
     fsm.createMessageHandler("OnUse");
-    EXPECT_EQ(handlersOf(fsm), (std::vector<std::string>{"OnUse", "Startup"}));
+    EXPECT_EQ(handlersOf(fsm), "OnUse0 Startup0 ");
     fsm.deleteMessageHandler("onuse");
     fsm.deleteMessageHandler("absent");
-    EXPECT_EQ(fsm.getMessageHandlerCount(), 1);
+    EXPECT_EQ(handlersOf(fsm), "Startup0 ");
 }
 
-TEST(FSM, SavesAndLoadsTheNamesOfHandlers) {
-    E_FSM fsm(nullptr, false, false), loaded(nullptr, false, false);
-    fsm.createMessageHandler("OnUse");
-    loaded.createMessageHandler("OnDeath");
-    F_MemoryFile file;
-    fsm.save(file);
-    file << 7;
-    file.toRead();
-    loaded.load(file);
-    EXPECT_EQ(handlersOf(loaded), handlersOf(fsm));
-    EXPECT_TRUE(loaded.userCanAddStates());
-    EXPECT_TRUE(loaded.userCanAddCustomStrings());
-    int behind = 0;
-    file >> behind;
-    EXPECT_EQ(behind, 7);
+TEST(FSM, StatesBringTheirHandlersAndTheFirstIsTheDefault) {
+    Machine fsm;
+    fsm.addState("idle");
+    fsm.addState("Run");
+    EXPECT_EQ(statesOf(fsm), "idle* Run");
+    fsm.addState("RUN");
+    EXPECT_EQ(statesOf(fsm), "idle* Run");
+    EXPECT_EQ(handlersOf(fsm), "FSM_Switch(idle)0 FSM_Switch(Run)0 Startup0 ");
+    for (E_FSM::MessageHandler* h = fsm.accessFirstMessageHandler(); h; h = fsm.accessNextMessageHandler())
+        h->m_sendOnState["IDLE"] = {line("a", nullptr, {})};
+
+    fsm.renameState("IDLE", "Idle"); // another case of one name is another spelling
+    EXPECT_EQ(statesOf(fsm), "Idle* Run");
+    fsm.renameState("idle", "walk");
+    EXPECT_EQ(statesOf(fsm), "Run walk*");
+    EXPECT_EQ(handlersOf(fsm), "FSM_Switch(Run)1 FSM_Switch(walk)1 Startup1 ");
+    EXPECT_EQ(fsm.getMessageHandler("startup")->m_sendOnState.begin()->first, "walk");
+
+    fsm.accessMessageHandler("Startup")->m_sendOnState["run"];
+    fsm.renameState("walk", "run"); // whose list and handler stay as they are
+    EXPECT_EQ(statesOf(fsm), "Run*");
+    EXPECT_EQ(handlersOf(fsm), "FSM_Switch(Run)1 Startup0 ");
+    fsm.deleteState("RUN");
+    EXPECT_EQ(statesOf(fsm), "");
+    EXPECT_EQ(fsm.getDefaultState(), "");
+    EXPECT_EQ(handlersOf(fsm), "Startup0 ");
+    EXPECT_TRUE(fsm.getMessageHandler("Startup")->m_sendOnState.empty());
+
+    fsm.renameState("absent", "new");
+    EXPECT_EQ(statesOf(fsm), "new"); // no default
 }
 
-TEST(FSM, ReadsRecordsWithAndWithoutAChunk) {
-    for (const int version : {0, 1}) {
-        F_MemoryFile file;
-        writeMachine(file, version, {});
-        file.toRead();
-        E_FSM fsm(nullptr, true, true);
-        fsm.load(file);
-        EXPECT_EQ(handlersOf(fsm), std::vector<std::string>{"Use"});
-        EXPECT_EQ(file.getRemaining(), 0u) << version;
+TEST(FSM, EventsAndTimersBringTheirHandlers) {
+    Machine fsm;
+    fsm.addCustomEvent("alarm");
+    fsm.addTimer("fuse", true, 2);
+    fsm.addTimer("FUSE", false, 3); // stays as it is
+    EXPECT_EQ(textOf(fsm),
+              "; alarm ; fuse on 2.000000 ;\nFSM_Send(alarm):\nOnEndTimer(fuse):\nOnStartTimer(fuse):\nStartup:");
+    fsm.renameCustomEvent("absent", "x");
+    fsm.renameTimer("absent", "x");
+    fsm.renameCustomEvent("ALARM", "Alarm");
+    fsm.renameTimer("Fuse", "wick");
+    fsm.addTimer("other", false, 1);
+    fsm.renameTimer("other", "wick"); // whose entry stays
+    EXPECT_EQ(textOf(fsm),
+              "; Alarm ; wick on 2.000000 ;\nFSM_Send(Alarm):\nOnEndTimer(wick):\nOnStartTimer(wick):\nStartup:");
+    fsm.deleteCustomEvent("x");
+    fsm.deleteTimer("x");
+    fsm.deleteCustomEvent("alarm");
+    fsm.deleteTimer("WICK");
+    EXPECT_EQ(textOf(fsm), "; ; ;\nStartup:");
+}
+
+TEST(FSM, RenamesWhatItsOwnMessagesSayToItself) {
+    CN_LevelEntityFSM self, other;
+    E_FSM& fsm = *self.accessFSM();
+    fsm.addState("a");
+    fsm.addCustomEvent("a");
+    fsm.addTimer("a", false, 1);
+    for (CN_LevelEntity* const target : {static_cast<CN_LevelEntity*>(&self), static_cast<CN_LevelEntity*>(&other)})
+        for (const char* const name : {"FSM_Switch", "FSM_Send", "FSM_PauseTimer"})
+            fsm.accessMessageHandler("Startup")->m_sendAfter.push_back(line(name, target, {"A"}, "x->x(A);"));
+    fsm.renameState("a", "s");
+    fsm.renameCustomEvent("a", "e");
+    fsm.renameTimer("a", "t");
+    std::string arguments, texts;
+    for (const E_FSM::Message& message : fsm.getMessageHandler("Startup")->m_sendAfter) {
+        arguments.append(view(message.m_arguments.at(0)));
+        texts.append(view(message.m_text)).append(" ");
     }
+    EXPECT_EQ(arguments, "setAAA");
+    EXPECT_EQ(texts, "x->x(s); x->x(e); x->x(t); x->x(A); x->x(A); x->x(A); ");
 }
 
-TEST(FSM, RefusesWhatItCannotKeepAndStaysAsItWas) {
-    const Held held[] = {{.states = 1}, {.events = 1}, {.before = 1}, {.onState = 1}, {.after = 1}, {.timers = 1}};
-    for (const Held& h : held) {
-        F_MemoryFile file;
-        writeMachine(file, 1, h);
-        file.toRead();
-        E_FSM fsm(nullptr, true, true);
-        try {
-            fsm.load(file);
-            ADD_FAILURE();
-        } catch (F_Exception* e) {
-            F_ExceptionGuard guard(e);
-            EXPECT_NE(e->getErrorMessage().find("not supported by this version"), string::npos) << e->getErrorMessage();
-        }
-        EXPECT_EQ(handlersOf(fsm), std::vector<std::string>{"Startup"});
+TEST(FSM, WalksOutliveWhatTheyStandAt) {
+    Machine fsm;
+    fsm.createMessageHandler("A");
+    EXPECT_EQ(fsm.getCurrentMessageHandler(), nullptr);
+    EXPECT_EQ(fsm.getNextMessageHandler(), nullptr); // the end stays the end
+    fsm.getFirstMessageHandler();
+    EXPECT_EQ(*fsm.getCurrentHandlerMessage(), "A");
+    fsm.accessFirstMessageHandler();
+    E_FSM copy = fsm;
+    EXPECT_EQ(copy.getCurrentMessageHandler(), nullptr);
+    EXPECT_EQ(copy.accessCurrentHandlerMessage(), nullptr);
+    fsm.renameMessageHandler("a", "B");
+    EXPECT_EQ(fsm.getCurrentHandlerMessage(), nullptr);
+    EXPECT_EQ(fsm.accessNextMessageHandler(), nullptr);
+    EXPECT_EQ(fsm.accessFirstMessageHandler(), fsm.accessMessageHandler("b"));
+    fsm.deleteMessageHandler("b");
+    EXPECT_EQ(fsm.accessCurrentHandlerMessage(), nullptr);
+    EXPECT_EQ(handlersOf(copy), "A0 Startup0 ");
+}
+
+TEST(FSM, MovingAHandlerOntoAnotherDropsItsMessages) {
+    Machine fsm;
+    fsm.createMessageHandler("A").m_sendBefore = {line("a", nullptr, {}), line("b", nullptr, {})};
+    fsm.createMessageHandler("B").m_sendAfter = {line("c", nullptr, {})};
+    fsm.renameMessageHandler("A", "b");
+    EXPECT_EQ(handlersOf(fsm), "B1 Startup0 ");
+}
+
+TEST(FSM, CommentsTakePartInNothing) {
+    struct Case {
+        const char* text;
+        bool comment, relative;
+    };
+    for (const Case& c : {Case{"# a", true, true},
+                          {" \t\n#", true, true},
+                          {"", false, true},
+                          {"  ", false, true},
+                          {"::a->b();", false, false},
+                          {"a # b", false, true}}) {
+        E_FSM::Message message;
+        message.m_text = c.text;
+        EXPECT_EQ(message.isCommentMessage(), c.comment) << c.text;
+        EXPECT_EQ(message.nameRelative(), c.relative) << c.text;
     }
+    CN_LevelEntityFSM entity;
+    E_FSM& fsm = *entity.accessFSM();
+    EXPECT_TRUE(fsm.isEmpty());
+    EXPECT_FALSE(fsm.hasMessages());
+    E_FSM::MessageList& list = fsm.createMessageHandler("a").m_sendOnState["s"];
+    list.push_back(line("FSM_Switch", &entity, {"s"}, " # x"));
+    EXPECT_TRUE(fsm.isEmpty());
+    EXPECT_TRUE(fsm.hasMessages());
+    EXPECT_FALSE(fsm.referencesTo(&entity));
+    EXPECT_FALSE(fsm.referencesToState(&entity, "s"));
+    EXPECT_EQ(fsm.getHandlerForMessage(list.front()), nullptr);
+    list.front().m_text = "x";
+    EXPECT_FALSE(fsm.isEmpty());
+    EXPECT_TRUE(fsm.referencesTo(&entity));
+    EXPECT_TRUE(fsm.referencesToState(&entity, "S"));
+    EXPECT_FALSE(fsm.sendsTo(&entity, "FSM_Switch", {"s", "t"}));
+    EXPECT_EQ(*fsm.getHandlerForMessage(list.front()), "a");
+    EXPECT_EQ(fsm.getHandlerForMessage(E_FSM::Message(list.front())), nullptr); // equal is not the same
+    list.front() = line("FSM_ResumeTimer", &entity, {"t"});
+    EXPECT_TRUE(fsm.referencesToTimer(&entity, "t"));
+    EXPECT_FALSE(fsm.referencesToCustom(&entity, "t"));
+}
+
+TEST(FSM, IsReferencedByTargetsAndArgumentsOfAnyMachineOfTheLevel) {
+    CN_Document document;
+    document.createCairnLevelEntities();
+    CN_LevelEntity& level = *document.accessLevel();
+    auto* const entity = new CN_LevelEntityFSM;
+    level.add(entity, false);
+    const E_FSM& fsm = *entity->getFSM();
+    EXPECT_FALSE(fsm.isReferenced(&document));
+    EXPECT_FALSE(fsm.isReferenced(nullptr));
+    E_FSM::MessageList& list = level.getChildren().front()->accessFSM()->createMessageHandler("a").m_sendAfter;
+    list.push_back(line("x", nullptr, {"::FSM_00"}));
+    EXPECT_FALSE(fsm.isReferenced(&document));
+    list.front().m_objectArguments = {entity};
+    EXPECT_TRUE(fsm.isReferenced(&document));
+    list.clear();
+    entity->accessFSM()->createMessageHandler("a").m_sendAfter.push_back(line("x", entity, {}));
+    EXPECT_TRUE(fsm.isReferenced(&document)); // its own machine counts
 }

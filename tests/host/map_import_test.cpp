@@ -5,6 +5,7 @@
 #include "cairn/geometry/validate.h"
 #include "host/level_session.h"
 #include "host/map_import.h"
+#include "tests/support/machine_text.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -59,12 +60,31 @@ TEST_F(MapImport, MakesTheNearestKindOfEachClass) {
     EXPECT_EQ(summary.made, (std::map<int, std::size_t>{
                                 {CN_KIND_TRIGGER, 1}, {CN_KIND_WAYPOINT, 4}, {CN_KIND_ITEM, 2}, {CN_KIND_ENEMY, 1}}));
     EXPECT_FALSE(summary.playerPlaced);
-    EXPECT_EQ(summary.links, 2u);
     for (const char* name : {"player_", "odd_thing_", "e_x", "unnamed", "weapon_axe"})
         EXPECT_NE(child(name), nullptr) << name;
     EXPECT_EQ(static_cast<CN_UISphereEntity*>(child("monster_rat"))->getSharedDBName(), "monster_rat");
     EXPECT_EQ(m_document->getLevel()->getChildren().size(), 9u);
     EXPECT_LT(toEntityName(std::string(1 << 20, 'x')).size(), 64u);
+}
+
+TEST_F(MapImport, TurnsTargetsIntoMessages) {
+    const MapImportSummary summary = import(
+        "{\"classname\" \"trigger_once\" \"target\" \"x\"}{\"classname\" \"monster_rat\" \"target\" \"x\" "
+        "\"targetname\" \"x\"}"
+        "{\"classname\" \"light\" \"targetname\" \"x\"}{\"classname\" \"path\" \"target\" \"X\" \"killtarget\" \"x\"}");
+    EXPECT_EQ(summary.links.messages, 4u);
+    EXPECT_EQ(summary.links.unbound, 1u); // names of maps are told apart by case
+    EXPECT_EQ(summary.links.kills, 1u);
+    const auto machine = [this](const char* name) { return test::textOf(*child(name)->getFSM()); };
+    const std::string both =
+        "{parent::monster_rat->FSM_Send(Activate);|FSM_Send|::monster_rat|Activate,|to ::monster_rat|with none}"
+        "{parent::light->FSM_Send(Activate);|FSM_Send|::light|Activate,|to ::light|with none}";
+    EXPECT_EQ(machine("trigger_once"),
+              "; Activate ; ;\nFSM_Send(Activate): before" + both +
+                  "\nStartup:\nT_Activate: before"
+                  "{this->FSM_Send(Activate);|FSM_Send|::trigger_once|Activate,|to ::trigger_once|with none}");
+    EXPECT_NE(machine("monster_rat").find("OnDeath: before{this->FSM_Send(Activate);"), std::string::npos);
+    EXPECT_EQ(machine("light"), "; Activate ; ;\nFSM_Send(Activate):\nStartup:");
 }
 
 TEST_F(MapImport, ReadsLightsAndCountsWhatItDoesNotUnderstand) {
@@ -170,10 +190,9 @@ TEST_F(BrushImport, GivesBrushEntitiesAMachineWithMeshesBelow) {
     const MapImportSummary summary =
         import("{\"classname\" \"func_door\" \"targetname\" \"d\"\n" + block("64 64 0", "128 80 96", wall) + "}\n" +
                "{\"classname\" \"func_wall\" \"origin\" \"1 2 3\"\n" + block("0 0 0", "8 8 8", wall) +
-               block("8 8 8", "16 16 16", wall) + "}\n{\"classname\" \"trigger_once\"\n" +
+               block("8 8 8", "16 16 16", wall) + "}\n{\"classname\" \"trigger_once\" \"target\" \"d\"\n" +
                block("0 0 0", "8 8 8", wall) + "}");
     EXPECT_EQ(summary.brushEntities, 3u);
-    EXPECT_EQ(summary.links, 1u);
     EXPECT_TRUE(summary.made.empty());
     CN_LevelEntity &door = *child("func_door"), &still = *child("func_wall"), &trigger = *child("trigger_once");
     EXPECT_EQ(door.getEntityId(), CN_KIND_FSM);
@@ -186,6 +205,9 @@ TEST_F(BrushImport, GivesBrushEntitiesAMachineWithMeshesBelow) {
     EXPECT_TRUE(meshBelow(door).isDynamic());
     EXPECT_FALSE(meshBelow(still).isDynamic());
     EXPECT_TRUE(meshBelow(trigger).isTrigger());
+    EXPECT_NE(test::textOf(*meshBelow(trigger).getFSM()).find("T_Activate: before{parent->FSM_Send(Activate);"),
+              std::string::npos);
+    EXPECT_NE(test::textOf(*trigger.getFSM()).find("{parent::func_door->FSM_Send(Activate);"), std::string::npos);
     EXPECT_EQ(meshBelow(still).getBoundingMin(), Vector(-8, 0, 0));
     EXPECT_EQ(meshBelow(still).getWorldPosition(), Vector(-4, 4, 4));
 }

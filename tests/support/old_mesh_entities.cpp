@@ -1,7 +1,9 @@
 #include "tests/support/old_mesh_entities.h"
 
+#include "cairn/entities/ui_sphere_entity.h"
 #include "cairn/foundation/memory_file.h"
 #include "tests/support/level_bytes.h"
+#include "tests/support/old_entities.h"
 
 #include <functional>
 
@@ -132,10 +134,20 @@ void writeOwnRecordOfNew(F_MemoryFile& file, int kind) {
         file.closeChunk();
         break;
     case CN_KIND_TRIGGER:
-        file.createChunk(0, 1);
-        file << "" << 0.5;
-        file.closeChunk();
+        writeSphere(file, "", 0.5);
         writeOldTriggerProperties(file, 3);
+        break;
+    case CN_KIND_ENEMY:
+        writeOldEnemy(file, 2, "", "Default");
+        break;
+    case CN_KIND_PLAYER:
+        writeOldPlayer(file, "PLAYER_GROUP");
+        break;
+    case CN_KIND_FSM:
+        writeOldFSMEntity(file, CN_SMALL_SPHERE_RADIUS);
+        break;
+    case CN_KIND_PREFAB:
+        writeOldPrefab(file, 3, "", true, 0.25);
         break;
     case CN_KIND_TRIMESH:
         file.createChunk(0, 3);

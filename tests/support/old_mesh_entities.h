@@ -20,7 +20,8 @@ void writeOldPolygonGroup(F_MemoryFile& file, int version, const std::vector<uns
 /// but that only collision A is off.
 void writeOldTriMesh(F_MemoryFile& file, int version, int triangleVersion);
 
-/// The newest own record of an entity as it is made: of a mesh, a trigger or a triangle mesh; nothing for other kinds.
+/// The newest own record of an entity as it is made (an enemy's of another radius); nothing for the kinds that have none
+/// and for those whose records have writers in old_records.h.
 void writeOwnRecordOfNew(F_MemoryFile& file, int kind);
 
 /// A form of which one file is stored in tests/data/records.

@@ -142,6 +142,9 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     bool hasExits() const;
     /// All exit polygons in list order, those that lead into this mesh too.
     std::vector<const CN_Polygon*> getExitList() const;
+    /// The first exit polygon of that name (see `CN_Polygon::getExitName`), or null.
+    const CN_Polygon* findExit(const istring& name) const;
+    CN_Polygon* findExit(const istring& name);
     /// @}
 
     /// @name State

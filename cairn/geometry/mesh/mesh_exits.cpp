@@ -18,4 +18,15 @@ std::vector<const CN_Polygon*> CN_Mesh::getExitList() const {
     return exits;
 }
 
+const CN_Polygon* CN_Mesh::findExit(const istring& name) const {
+    for (const CN_Polygon& polygon : m_polygonList)
+        if (polygon.isExitPolygon() && polygon.getExitName() == name)
+            return &polygon;
+    return nullptr;
+}
+
+CN_Polygon* CN_Mesh::findExit(const istring& name) {
+    return const_cast<CN_Polygon*>(static_cast<const CN_Mesh*>(this)->findExit(name));
+}
+
 } // namespace cairn

@@ -169,6 +169,11 @@ CN_Mesh* CN_Polygon::getExitDestinationMesh() const {
     return m_exitDestination ? m_exitDestination->getParent() : nullptr;
 }
 
+istring CN_Polygon::getExitName() const {
+    const CN_LevelEntityPortal* const portal = getLevelEntityPortal();
+    return portal ? toIString(portal->getName()) : istring();
+}
+
 void CN_Polygon::sealExit(CN_Material* material) {
     m_polyMode = PT_SOLID;
     if (material) {

@@ -298,6 +298,8 @@ class CN_Polygon {
     void setExitDestination(CN_Polygon* partner);
     /// The mesh it leads into; null for a polygon that is no exit.
     CN_Mesh* getExitDestinationMesh() const;
+    /// The name of the exit's portal; empty where it has none, and for a polygon that is no exit.
+    istring getExitName() const;
     /// The number of the partner as a load read it, `NON_EXIT_INDEX` for none and once the partner is bound.
     int getExitDestinationIndex() const { return m_exitDestinationIndex; }
     void setExitDestinationIndex(int index) { m_exitDestinationIndex = index; }

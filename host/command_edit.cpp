@@ -1,0 +1,113 @@
+#include "cairn/foundation/file.h"
+#include "host/command_line.h"
+#include "host/editor.h"
+#include "host/level_session.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+
+namespace cairn::host {
+
+namespace {
+
+struct EditOptions : CommonOptions {
+    std::string file;
+    std::string output;
+    std::vector<std::string> commands; ///< in their order
+    std::string script;                ///< file of commands, empty for none
+};
+
+std::string readScriptFile(const std::string& file) {
+    return withFailure(ExitCode::INPUT, file, [&] {
+        const std::vector<unsigned char> bytes = F_File::readAll(file);
+        std::string text(bytes.begin(), bytes.end());
+        if (toUtf8(text) != text)
+            throw new F_Exception("The script is not UTF-8");
+        return text;
+    });
+}
+
+/// The commands to run: those of the script, or those of the command line, which count as lines.
+std::vector<EditLine> linesOf(const EditOptions& options) {
+    if (!options.script.empty())
+        return readEditScript(readScriptFile(options.script));
+    std::vector<EditLine> lines;
+    for (std::size_t i = 0; i < options.commands.size(); ++i) {
+        try {
+            lines.push_back({i + 1, readEditWords(options.commands[i])});
+        } catch (const EditRefusal& refusal) {
+            throw EditRefusal(fmt::format("line {}: {}", i + 1, refusal.what()));
+        }
+        if (lines.back().words.empty())
+            lines.pop_back();
+    }
+    return lines;
+}
+
+void runLine(Editor& editor, const EditLine& line) {
+    const auto refuse = [&](const std::string& why) {
+        throw EditRefusal(fmt::format("line {}: {}: {}", line.number, toShownText(line.words.front()), why));
+    };
+    try {
+        editor.run(line.words);
+    } catch (const EditRefusal& refusal) {
+        refuse(refusal.what());
+    } catch (F_Exception* e) {
+        const F_ExceptionGuard guard(e);
+        refuse(toShownText(std::string_view(e->getErrorMessage())));
+    }
+}
+
+ExitCode runEdit(const EditOptions& options, Console& console) {
+    if (options.commands.empty() == options.script.empty())
+        throw Failure(ExitCode::COMMAND_LINE, "edit", "either -c or --script gives the commands");
+    LevelSession session(console, options.content);
+    const std::string& subject = options.script.empty() ? options.file : options.script;
+    try {
+        const std::vector<EditLine> lines = linesOf(options);
+        const OpenedLevel level = session.openForUse(options.file, false);
+        {
+            Editor editor(*level.document);
+            for (const EditLine& line : lines)
+                runLine(editor, line);
+        }
+        session.save(*level.document, options.output, console);
+    } catch (const EditRefusal& refusal) {
+        throw Failure(ExitCode::NO, subject, refusal.what());
+    }
+    return ExitCode::DONE;
+}
+
+std::string listOfCommands() {
+    std::string list =
+        "Commands run in their order; the first that is refused ends the run with exit code 1, and nothing "
+        "is written.\nAn entity is named by its qualified name (::Room1::Crate, the root ::) or by @N, its "
+        "number in tree --json.\nWords with blanks stand in quotes. # begins a comment.\nCommands:";
+    for (const EditCommand& command : editCommands()) {
+        list += fmt::format("\n  {} {}", command.name, command.usage);
+        if (!command.help.empty())
+            list += fmt::format("\n      {}", command.help);
+    }
+    return list;
+}
+
+} // namespace
+
+void addEditCommand(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<EditOptions>();
+    CLI::App* command = app.add_subcommand("edit", "Run edit commands on a level and save it");
+    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
+    addOutput(*command, options->output);
+    command->add_option("-c,--command", options->commands, "One command; may be given several times")
+        ->type_name("COMMAND")
+        ->allow_extra_args(false);
+    command->add_option("--script", options->script, "File of commands, one a line")
+        ->type_name("FILE")
+        ->check(refuseStandardStream);
+    command->footer(listOfCommands());
+    options->addContent(*command);
+    options->addQuiet(*command);
+    onChosen(*command, options, runEdit, chosen);
+}
+
+} // namespace cairn::host

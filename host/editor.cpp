@@ -1,0 +1,100 @@
+#include "host/editor.h"
+
+#include "cairn/entities/cairn_level.h"
+#include "cairn/entities/hierarchy_utils.h"
+#include "cairn/fsm/change_manager.h"
+#include "host/entity_lookup.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace cairn::host {
+
+namespace {
+
+constexpr std::size_t ANY = std::numeric_limits<std::size_t>::max();
+
+/// Every command there is: a new one is a line here.
+constexpr EditCommand COMMANDS[] = {
+    {"add", "KIND PARENT NAME [X Y Z]", "makes an entity, at the place given", 3, 6, editAdd},
+    {"rename", "ENTITY NAME", "", 2, 2, editRename},
+    {"move", "ENTITY PARENT", "makes it a child of PARENT; it keeps its place in the world", 2, 2, editMove},
+    {"place", "ENTITY X Y Z", "", 4, 4, editPlace},
+    {"turn", "ENTITY AXIS DEGREES", "turns it about an axis (x, y, z) of its parent through its own place", 3, 3,
+     editTurn},
+    {"delete", "ENTITY", "with all below it and the messages that name any of it", 1, 1, editDelete},
+    {"select", "ENTITY...", "selects these and no others", 1, ANY, editSelect},
+    {"fsm-state", "ENTITY NAME", "adds a state; the first one is the default", 2, 2, editFsmState},
+    {"fsm-rename-state", "ENTITY OLD NEW", "in its machine and in all messages", 3, 3, editFsmRenameState},
+    {"fsm-handler", "ENTITY NAME", "adds a message handler", 2, 2, editFsmHandler},
+    {"fsm-send", "ENTITY HANDLER before|after|state:NAME \"TEXT\"",
+     "adds a message: TARGET->NAME(ARGUMENTS); to an entity, NAME(ARGUMENTS); to the game, or # and a comment", 4, 4,
+     editFsmSend},
+};
+
+} // namespace
+
+std::span<const EditCommand> editCommands() { return COMMANDS; }
+
+Editor::Editor(CN_Document& document) : m_document(document) {
+    CN_FSMChangeManager::instance()->documentChangedNotification(nullptr, &document, nullptr);
+}
+
+Editor::~Editor() { CN_FSMChangeManager::instance()->documentChangedNotification(nullptr, nullptr, nullptr); }
+
+void Editor::run(std::span<const std::string> words) {
+    const auto commands = editCommands();
+    const auto command =
+        std::find_if(commands.begin(), commands.end(), [&](const EditCommand& c) { return c.name == words.front(); });
+    if (command == commands.end())
+        throw EditRefusal(fmt::format("\"{}\" is no command", toShownText(words.front())));
+    words = words.subspan(1);
+    if (words.size() < command->leastWords || words.size() > command->mostWords)
+        throw EditRefusal(fmt::format("\"{0}\" takes: {0} {1}", command->name, command->usage));
+    command->run(*this, words);
+    CN_FSMChangeManager::instance()->documentUpdatedNotification(nullptr);
+}
+
+CN_LevelEntity& Editor::root() { return *m_document.accessLevel(); }
+
+CN_LevelEntity& Editor::entity(const std::string& word) {
+    CN_LevelEntity* const found = findEntity(root(), word);
+    if (!found)
+        throw EditRefusal(fmt::format("no entity is named \"{}\"", toShownText(word)));
+    return *found;
+}
+
+CN_LevelEntity& Editor::placeableEntity(const std::string& word) {
+    CN_LevelEntity& found = entity(word);
+    if (&found == &root())
+        throw EditRefusal("the root of the level stays as it is");
+    if (CN_HierarchyUtils::isNonEditablePrefabContent(&found))
+        throw EditRefusal(fmt::format("\"{}\" belongs to its prefab", toShownText(word)));
+    return found;
+}
+
+CN_LevelEntity& Editor::movableEntity(const std::string& word) {
+    CN_LevelEntity& found = placeableEntity(word);
+    if (&found == m_document.accessPlayer())
+        throw EditRefusal("the player stays below the root, under its name");
+    return found;
+}
+
+double Editor::number(const std::string& word) {
+    double value = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    if (end != word.data() + word.size() || error != std::errc() || !std::isfinite(value))
+        throw EditRefusal(fmt::format("\"{}\" is no number", toShownText(word)));
+    return value;
+}
+
+CN_LevelEntity::Vector Editor::vector(std::span<const std::string> words) {
+    return {number(words[0]), number(words[1]), number(words[2])};
+}
+
+} // namespace cairn::host

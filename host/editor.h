@@ -1,0 +1,73 @@
+#pragma once
+
+#include "cairn/document/document.h"
+#include "cairn/entities/level_entity.h"
+#include "host/edit_language.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace cairn::host {
+
+/// What the commands of an edit script work on, and how they read their words. Each operation throws an `EditRefusal` that
+/// says what is wrong.
+class Editor {
+  public:
+    /// The document must have a level and outlive the editor; messages of its state machines follow the edits.
+    explicit Editor(CN_Document& document);
+    ~Editor();
+    Editor(const Editor&) = delete;
+    Editor& operator=(const Editor&) = delete;
+
+    /// Runs one command: words as `readEditWords` gives them, at least one.
+    void run(std::span<const std::string> words);
+
+    CN_Document& document() { return m_document; }
+    CN_LevelEntity& root();
+    /// The entity that a word names.
+    CN_LevelEntity& entity(const std::string& word);
+    /// The same, but not the root, and nothing that belongs to a prefab that is not editable.
+    CN_LevelEntity& placeableEntity(const std::string& word);
+    /// The same, and not the player either, which every level has in its place and under its name.
+    CN_LevelEntity& movableEntity(const std::string& word);
+    /// A number that is finite.
+    static double number(const std::string& word);
+    static CN_LevelEntity::Vector vector(std::span<const std::string> words);
+
+  private:
+    CN_Document& m_document;
+};
+
+/// A command of the edit language.
+struct EditCommand {
+    std::string_view name;
+    std::string_view usage; ///< the words behind the name, for people
+    std::string_view help;
+    std::size_t leastWords, mostWords; ///< behind the name
+    void (*run)(Editor& editor, std::span<const std::string> words);
+};
+
+/// All commands, in the order in which help lists them.
+std::span<const EditCommand> editCommands();
+
+/// Commands that change the tree (edit_tree.cpp): see `editCommands`.
+/// @{
+void editAdd(Editor& editor, std::span<const std::string> words);
+void editRename(Editor& editor, std::span<const std::string> words);
+void editMove(Editor& editor, std::span<const std::string> words);
+void editPlace(Editor& editor, std::span<const std::string> words);
+void editTurn(Editor& editor, std::span<const std::string> words);
+void editDelete(Editor& editor, std::span<const std::string> words);
+void editSelect(Editor& editor, std::span<const std::string> words);
+/// @}
+
+/// Commands that change state machines (edit_machine.cpp).
+/// @{
+void editFsmState(Editor& editor, std::span<const std::string> words);
+void editFsmRenameState(Editor& editor, std::span<const std::string> words);
+void editFsmHandler(Editor& editor, std::span<const std::string> words);
+void editFsmSend(Editor& editor, std::span<const std::string> words);
+/// @}
+
+} // namespace cairn::host
