@@ -264,8 +264,7 @@ void addScenes(bench::Report& report, int n) {
 #endif
     report.add("save", "cairn", n, [shelf] {
         F_MemoryFile file;
-        shelf->mesh->checkSavable();
-        shelf->mesh->saveEntitySpecificData(file);
+        shelf->mesh->save(file);
         return file.getSize() > 0 ? shelf->mesh->getPolygonList().count() : 0;
     });
 #ifdef CAIRN_BENCH_WITH_CEREAL

@@ -217,13 +217,13 @@ void CN_Document::save(F_MemoryFile& file) {
         throw new F_Exception("The document holds no level that could be saved");
     F_withFoundationExceptions([&] {
         // The tree is walked once: what only needs its entities goes along the list, which waits less for memory.
-        const std::vector<CN_LevelEntity*> entities = m_level->checkSavable();
+        const std::vector<CN_LevelEntity*> entities = m_level->checkAheadOfSave();
         m_textures.checkSavable();
         m_materials.checkSavable();
         const SaveNumbers numbers(entities);
         CN_PolygonValidator::instance()->enumerateWrittenPolygons(entities);
         file.reserve(entities.size() * COMMON_ENTITY_BYTES);
-        saveSections(file);
+        file.writeWhole([&] { saveSections(file); });
     });
 }
 

@@ -133,18 +133,23 @@ class CN_LevelEntity {
     /// Reads the complete record behind the entity id: common record, the kind's record, children. The root then
     /// brings the world values of the whole tree up to date. Throws an `F_Exception*` on damage.
     virtual void load(F_MemoryFile& file);
-    /// Writes the entity id and the complete record behind it. Throws before the first byte where `load` would refuse what is
-    /// written: entities nested too deep, values that are not finite.
+    /// Writes the entity id and the complete record behind it. Throws an `F_Exception*` with the entity's qualified name, and
+    /// has written nothing, where `load` would refuse what is written: entities nested too deep, values that are not finite.
     virtual void save(F_MemoryFile& file);
     virtual void loadEntitySpecificData(F_MemoryFile& file) = 0;
     virtual void saveEntitySpecificData(F_MemoryFile& file) = 0;
     /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
-    /// subtree: what `save` does ahead of its first byte, and a document ahead of its own. Gives the entities of the
-    /// subtree in pre-order, this one first, without those that a save leaves out (`CN_VirtualNode::isLeftOut`).
+    /// subtree. Gives the entities of the subtree in pre-order, this one first, without those that a save leaves out (`CN_VirtualNode::isLeftOut`).
     std::vector<CN_LevelEntity*> checkSavable();
+    /// What of that a save does ahead of its first byte, and gives what `checkSavable` does: faults that a kind looks for
+    /// while it writes (`findFaultAhead`) are not told yet.
+    std::vector<CN_LevelEntity*> checkAheadOfSave();
     /// Why reading would refuse what `saveEntitySpecificData` writes, as the end of a sentence about the entity; empty
     /// where it would not. `checkSavable` asks it.
     virtual string findRecordFault() const;
+    /// The same without what `saveEntitySpecificData` looks for itself, with what it writes at hand: it throws then, and the
+    /// save takes back all that it wrote.
+    virtual string findFaultAhead() const { return findRecordFault(); }
     /// @}
 
     /// Renames the entity. With `autoFix` an empty name becomes the kind's, and one that a sibling has (without regard
@@ -328,7 +333,7 @@ class CN_LevelEntity {
     static bool isAlive(const CN_LevelEntity* entity);
     /// The number that this entity alone has in the process: it tells an entity from one that had its address before.
     std::uint32_t getProcessNumber() const { return m_processNumber; }
-    /// The document's save numbers its entities, when it has called `checkSavable`; 0 takes the number away again.
+    /// The document's save numbers its entities, when it has called `checkAheadOfSave`; 0 takes the number away again.
     void setSaveNumber(std::uint32_t number) { m_saveNumber = number; }
     /// @}
 
@@ -350,6 +355,8 @@ class CN_LevelEntity {
     /// The path of the entity that is being read, which is not attached to its ancestors yet.
     std::string getLoadPath() const;
 
+    /// Throws that the entity, with its qualified name, cannot be saved for what is the end of the sentence.
+    [[noreturn]] void refuseSave(const string& why) const;
     void saveCommonEntityData(F_MemoryFile& file);
     void loadCommonEntityData(F_MemoryFile& file);
     void saveChildren(F_MemoryFile& file);
@@ -389,6 +396,8 @@ class CN_LevelEntity {
     void storeName(const CString& name);
     void generateQualifiedNamesBelow(std::size_t& bytesLeft);
     void loadRecord(F_MemoryFile& file, const LoadScope& scope);
+    void saveRecord(F_MemoryFile& file);
+    std::vector<CN_LevelEntity*> checkTree(string (CN_LevelEntity::*findFault)() const);
     void generateLoadedNames();
     void generateNamesOfFailedLoad();
     CN_ChildNames* accessChildNames();

@@ -114,8 +114,15 @@ void CN_LevelEntity::loadRecord(F_MemoryFile& file, const LoadScope& scope) {
 }
 
 void CN_LevelEntity::save(F_MemoryFile& file) {
-    if (!SaveScope::isSaving() && m_saveNumber == 0) // a document has checked before it gave numbers
-        checkSavable();
+    if (SaveScope::isSaving() || m_saveNumber != 0) { // a document has checked before it gave numbers
+        saveRecord(file);
+        return;
+    }
+    checkAheadOfSave();
+    file.writeWhole([&] { saveRecord(file); });
+}
+
+void CN_LevelEntity::saveRecord(F_MemoryFile& file) {
     const SaveScope scope;
     advanceWaitCursor();
     saveCommonEntityData(file);
@@ -301,16 +308,21 @@ void CN_LevelEntity::reportUnread(std::size_t bytes) const {
 
 string CN_LevelEntity::findRecordFault() const { return {}; }
 
-std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() {
-    const auto refuse = [](const CN_LevelEntity* entity, const std::string& why) {
-        const std::string path = shownPath(CN_HierarchyUtils::makeFullyQualifiedName(entity));
-        throw new F_Exception(fmt::format("The entity \"{}\" cannot be saved: {}", path, why));
-    };
-    const auto checkRecord = [&](const CN_LevelEntity* entity) {
+void CN_LevelEntity::refuseSave(const string& why) const {
+    const std::string path = shownPath(CN_HierarchyUtils::makeFullyQualifiedName(this));
+    throw new F_Exception(fmt::format("The entity \"{}\" cannot be saved: {}", path, why));
+}
+
+std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() { return checkTree(&CN_LevelEntity::findRecordFault); }
+
+std::vector<CN_LevelEntity*> CN_LevelEntity::checkAheadOfSave() { return checkTree(&CN_LevelEntity::findFaultAhead); }
+
+std::vector<CN_LevelEntity*> CN_LevelEntity::checkTree(string (CN_LevelEntity::*findFault)() const) {
+    const auto checkRecord = [findFault](const CN_LevelEntity* entity) {
         if (const char* what = entity->findNotFinite())
-            refuse(entity, fmt::format("its {} is not finite", what));
-        if (const string fault = entity->findRecordFault(); !fault.empty())
-            refuse(entity, fault);
+            entity->refuseSave(fmt::format("its {} is not finite", what));
+        if (const string fault = (entity->*findFault)(); !fault.empty())
+            entity->refuseSave(fault);
     };
 
     constexpr std::size_t NONE_LEFT_OUT = CN_MAX_ENTITY_DEPTH + 1;
@@ -329,17 +341,17 @@ std::vector<CN_LevelEntity*> CN_LevelEntity::checkSavable() {
         if (leftOutDepth == depth)
             continue;
         if (depth >= CN_MAX_ENTITY_DEPTH)
-            refuse(entity, fmt::format("it is nested deeper than {} levels", CN_MAX_ENTITY_DEPTH));
+            entity->refuseSave(fmt::format("it is nested deeper than {} levels", CN_MAX_ENTITY_DEPTH));
         if (const char* why = refusalBelow(entity->m_parent, entity->m_entityId))
-            refuse(entity, why);
+            entity->refuseSave(why);
         if (!CN_EntityFactory::instance()->isKnown(entity->m_entityId))
-            refuse(entity, fmt::format("no entity of type {} can be created", entity->m_entityId));
+            entity->refuseSave(fmt::format("no entity of type {} can be created", entity->m_entityId));
         checkRecord(entity);
         nameBytes.resize(depth);
         nameBytes.push_back(nameBytes.back() + 2 + entity->m_name.view().size());
         totalBytes += nameBytes.back();
         if (totalBytes > CN_MAX_QUALIFIED_NAME_BYTES)
-            refuse(entity, fmt::format("the qualified names take more than {} bytes", CN_MAX_QUALIFIED_NAME_BYTES));
+            entity->refuseSave(fmt::format("the qualified names take more than {} bytes", CN_MAX_QUALIFIED_NAME_BYTES));
         entities.push_back(entity);
     }
     return entities;

@@ -15,6 +15,7 @@ namespace {
 /// written without chunks is not taken for one.
 constexpr unsigned char MAGIC[4] = {0xC7, 'c', 'k', 0xF1};
 constexpr std::size_t ID_AT = 4, VERSION_AT = 8, LENGTH_AT = 12, BODY_SUM_AT = 20, HEADER_SUM_AT = 24;
+constexpr std::uint32_t MAGIC_NUMBER = 0xF16B63C7; ///< the mark as it is stored
 constexpr std::size_t SMALLEST_BUFFER = 256;
 
 #ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
@@ -22,6 +23,10 @@ bool s_verifying = false;
 #else
 bool s_verifying = true;
 #endif
+
+/// Two fields of a header that stand one after the other, the low half of `second`. A header is summed when it has only just
+/// been written, eight bytes at a time: bytes that were stored in smaller pieces the sum would have to wait for.
+std::uint64_t pair(std::uint64_t first, std::uint64_t second) { return (first & UINT32_MAX) | second << 32; }
 
 std::uint32_t lowHalf(const unsigned char* data, std::size_t size) {
     return static_cast<std::uint32_t>(checksum64(data, size));
@@ -134,13 +139,20 @@ void F_MemoryFile::reserve(std::size_t size) {
         makeRoom(size);
 }
 
+/// Cuts the file back to an earlier size and the chunks that were open then.
+void F_MemoryFile::takeBack(std::size_t size, std::size_t openChunks) {
+    if (!m_writing)
+        return;
+    m_writeAt = m_owned.get() + size;
+    m_openChunks.resize(openChunks);
+}
+
 void F_MemoryFile::createChunk(int id, int version) {
     if (static_cast<std::size_t>(m_writeEnd - m_writeAt) < CHUNK_HEADER_SIZE)
         makeRoom(CHUNK_HEADER_SIZE);
     m_openChunks.push_back(getSize());
     std::memset(m_writeAt, 0, CHUNK_HEADER_SIZE);
-    std::memcpy(m_writeAt, MAGIC, sizeof MAGIC);
-    store(m_writeAt + ID_AT, id);
+    store(m_writeAt, pair(MAGIC_NUMBER, static_cast<std::uint32_t>(id)));
     store(m_writeAt + VERSION_AT, version);
     m_writeAt += CHUNK_HEADER_SIZE;
 }
@@ -152,9 +164,11 @@ void F_MemoryFile::closeChunk() {
     m_openChunks.pop_back();
     const unsigned char* const body = header + CHUNK_HEADER_SIZE;
     const auto length = static_cast<std::size_t>(m_writeAt - body);
-    store(header + LENGTH_AT, static_cast<std::uint64_t>(length));
-    if (m_openChunks.empty())
-        store(header + BODY_SUM_AT, lowHalf(body, length));
+    const std::uint32_t bodySum = m_openChunks.empty() ? lowHalf(body, length) : 0;
+    std::uint32_t version = 0;
+    fetch(header + VERSION_AT, version);
+    store(header + VERSION_AT, pair(version, length));
+    store(header + LENGTH_AT + sizeof(std::uint32_t), pair(std::uint64_t{length} >> 32, bodySum));
     store(header + HEADER_SUM_AT, lowHalf(header, HEADER_SUM_AT));
 }
 
@@ -277,11 +291,16 @@ void F_MemoryFile::readTag(BasicType type) {
     }
 }
 
-void F_MemoryFile::writeCount(std::size_t count) {
+std::uint32_t F_MemoryFile::narrowedCount(std::size_t count) const {
     if (count > UINT32_MAX)
         fail(formatText("%zu elements are more than can be stored", count));
-    *this << static_cast<unsigned int>(count);
+    return static_cast<std::uint32_t>(count);
 }
+
+void F_MemoryFile::writeCount(std::size_t count) { *this << narrowedCount(count); }
+
+/// Replaces a count that was written when it was not known yet.
+void F_MemoryFile::setCount(std::size_t at, std::size_t count) { store(m_owned.get() + at, narrowedCount(count)); }
 
 std::size_t F_MemoryFile::readCount(std::size_t minBytesPerElement) {
     unsigned int count = 0;

@@ -48,6 +48,17 @@ class F_MemoryFile {
     /// open for writing. On the outermost file it also forgets the unread bytes, which are met again.
     void toRead();
 
+    /// Writes what `writer()` writes. Where that throws, nothing of it stands in the file, nor a chunk that it left open.
+    template <class Writer> void writeWhole(Writer&& writer) {
+        const std::size_t size = getSize(), openChunks = m_openChunks.size();
+        try {
+            writer();
+        } catch (...) {
+            takeBack(size, openChunks);
+            throw;
+        }
+    }
+
     /// Makes room for `size` more bytes at once, for a writer that knows about how many come. Throws on a reading file.
     void reserve(std::size_t size);
 
@@ -111,6 +122,12 @@ class F_MemoryFile {
     void readTag(BasicType type);
     /// Writes the number of elements that follow as `unsigned int`; throws beyond its range.
     void writeCount(std::size_t count);
+    /// Writes such a number ahead of what `writer()` writes, which gives it.
+    template <class Writer> void writeCounted(Writer&& writer) {
+        const std::size_t countAt = getSize();
+        writeCount(0);
+        setCount(countAt, writer());
+    }
     /// Reads such a number and throws where that many elements of at least `minBytesPerElement` each (0 counts as 1)
     /// cannot stand in the bytes that are left: what it gives may be reserved.
     std::size_t readCount(std::size_t minBytesPerElement);
@@ -268,6 +285,9 @@ class F_MemoryFile {
     std::uint32_t narrowed(unsigned long v) const;
     void reset();
     void makeRoom(std::size_t size);
+    void takeBack(std::size_t size, std::size_t openChunks);
+    void setCount(std::size_t at, std::size_t count);
+    std::uint32_t narrowedCount(std::size_t count) const;
     [[noreturn]] void failRead(std::size_t size, const char* what) const;
     bool readHeader(ChunkHeader& header) const;
     void fill(Chunk& chunk, const ChunkHeader& header);

@@ -58,8 +58,8 @@ template <class T> class M_PlanarSpace3Template : public M_Plane3Template<T> {
 
   private:
     M_Matrix3Template<T> m_matrix{{T(1), T(0), T(0)}, {T(0), T(0), T(-1)}, {T(0), T(1), T(0)}}; ///< rows U, V, N
-    M_Matrix3Template<T> m_inverse;                                                             ///< of m_matrix
     M_Vector2Template<T> m_offset;                                                              ///< in UV units
+    M_Matrix3Template<T> m_inverse;                                                             ///< of m_matrix
 };
 
 } // namespace cairn

@@ -218,6 +218,33 @@ TEST(MemoryFile, ConstructDropsTheOldContentAndCopiesOnlyWhenAsked) {
     EXPECT_EQ(file.getRemaining(), 0u);
 }
 
+TEST(MemoryFile, AWriterThatFailsHalfwayLeavesNothing) {
+    F_MemoryFile file;
+    file.createChunk(1, 2);
+    file << 3;
+    const auto write = [&](bool fails) {
+        file.writeWhole([&] {
+            file.createChunk(4, 5);
+            file << string(1000, 'x');
+            if (fails)
+                file.fail("halfway");
+            file.closeChunk();
+        });
+    };
+    EXPECT_EQ(failureText([&] { write(true); }), "halfway (at offset 1064)");
+    write(false);
+    file.closeChunk();
+    EXPECT_EQ(bytesOf(file), chunkOf(1, 2, [](F_MemoryFile& f) {
+                  f << 3;
+                  f.createChunk(4, 5);
+                  f << string(1000, 'x');
+                  f.closeChunk();
+              }));
+    const auto in = reading({1, 2, 3, 4});
+    EXPECT_NE(failureText([&] { in->writeWhole([&] { *in << 1; }); }), "(nothing thrown)");
+    EXPECT_NE(failureText([&] { *in << 1; }), "(nothing thrown)") << "it is no file for writing now";
+}
+
 TEST(Chunks, OpenedAndPeekedOnesStayInPlaceUntilSkipped) {
     F_MemoryFile file;
     file.createChunk(1, 3);
@@ -442,6 +469,13 @@ TEST(Containers, TagsAndCountsAreCheckedAgainstWhatIsLeft) {
         EXPECT_NE(failureText([&] { reading(r.bytes)->readTaggedCount(F_MemoryFile::TAG_ISTRING_MAP, r.least); }),
                   "(nothing thrown)");
     EXPECT_EQ(reading(written(2u, 0, 0))->readCount(4), 2u);
+    F_MemoryFile counted;
+    counted << 1;
+    counted.writeCounted([&] {
+        counted << string(1000, 'x');
+        return std::size_t(7);
+    });
+    EXPECT_EQ(bytesOf(counted), written(1, 7u, string(1000, 'x')));
     EXPECT_NE(failureText([] {
                   F_MemoryFile f;
                   f.writeCount(std::size_t(1) << 32);

@@ -46,9 +46,11 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// `CN_Polygon::load`). Exits keep their partners' numbers until `CN_ExitDestinationPointerDeserializer` binds them.
     /// Throws an `F_Exception*` on damage.
     void loadEntitySpecificData(F_MemoryFile& file) override;
-    /// Polygons without edges are left out.
+    /// Polygons without edges are left out. Throws with the mesh's name where reading would refuse a vertex or a polygon: they
+    /// are checked as they are written, as a second walk over a large mesh would cost as much as the write.
     void saveEntitySpecificData(F_MemoryFile& file) override;
     string findRecordFault() const override;
+    string findFaultAhead() const override;
     /// @}
 
     /// @name Entity
@@ -189,6 +191,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     void dropPolygons();
     void copyGeometry(const CN_Mesh& other);
     void adopt(CN_Polygon& polygon, const CN_Mesh& other);
+    std::size_t savePolygons(F_MemoryFile& file) const;
     bool loadPolygons(F_MemoryFile& file);
     void loadAnimation(F_MemoryFile& file);
     void loadTrigger(F_MemoryFile& file, int version);

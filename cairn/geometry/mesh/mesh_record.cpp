@@ -19,6 +19,10 @@ constexpr std::size_t USUAL_POLYGON_BYTES = 700;
 constexpr int LAST_WITHOUT_TRIGGER = 2, LAST_WITH_PAINTED_TRIGGERS = 6, LAST_WITHOUT_CRITICAL = 7,
               LAST_WITH_ONE_COLLISION = 8;
 
+constexpr const char* VERTEX_FAULT = "one of its vertices is at no finite place";
+
+string polygonFault(int place, const string& fault) { return formatText("its polygon at %d ", place) + fault; }
+
 } // namespace
 
 // Version 9: bool faces flipped, unsigned vertex count, vertices, unsigned polygon count (of those with edges), polygons,
@@ -30,16 +34,17 @@ constexpr int LAST_WITHOUT_TRIGGER = 2, LAST_WITH_PAINTED_TRIGGERS = 6, LAST_WIT
 // The settings of versions 1 to 5 stand without a chunk of their own.
 
 void CN_Mesh::saveEntitySpecificData(F_MemoryFile& file) {
-    const std::vector<const CN_Polygon*> written = getWrittenPolygons();
-    file.reserve(static_cast<std::size_t>(m_vertexList.count()) * VERTEX_BYTES + written.size() * USUAL_POLYGON_BYTES);
+    file.reserve(static_cast<std::size_t>(m_vertexList.count()) * VERTEX_BYTES +
+                 static_cast<std::size_t>(m_polygonList.count()) * USUAL_POLYGON_BYTES);
     file.createChunk(0, CAIRN_MESH_VERSION);
     file << m_facesFlipped;
     file.writeCount(static_cast<std::size_t>(m_vertexList.count()));
-    for (const CN_Vertex& vertex : m_vertexList)
+    for (const CN_Vertex& vertex : m_vertexList) {
+        if (!vertex.local.isFinite())
+            refuseSave(VERTEX_FAULT);
         file << vertex;
-    file.writeCount(written.size());
-    for (const CN_Polygon* const polygon : written)
-        polygon->save(file);
+    }
+    file.writeCounted([&] { return savePolygons(file); });
     file << m_dynamic;
     if (m_dynamic)
         m_animation.saveAnimations(file);
@@ -84,6 +89,22 @@ void CN_Mesh::loadEntitySpecificData(F_MemoryFile& file) {
     if (hasExit)
         m_meshProperties.collideA = m_meshProperties.collideB = m_meshProperties.collideC = true;
     file.skipChunk();
+}
+
+/// Gives the count of those that were written.
+std::size_t CN_Mesh::savePolygons(F_MemoryFile& file) const {
+    std::size_t written = 0;
+    int place = 0;
+    for (const CN_Polygon& polygon : m_polygonList) {
+        if (!polygon.getEdgeList().empty()) {
+            if (const string fault = polygon.findRecordFault(); !fault.empty())
+                refuseSave(polygonFault(place, fault));
+            polygon.save(file);
+            ++written;
+        }
+        ++place;
+    }
+    return written;
 }
 
 /// Gives whether one of the polygons is an exit, with edges or without.
@@ -150,15 +171,17 @@ void CN_Mesh::loadTrigger(F_MemoryFile& file, int version) {
 string CN_Mesh::findRecordFault() const {
     for (const CN_Vertex& vertex : m_vertexList)
         if (!vertex.local.isFinite())
-            return "one of its vertices is at no finite place";
+            return VERTEX_FAULT;
     int place = 0;
     for (const CN_Polygon& polygon : m_polygonList) {
         if (!polygon.getEdgeList().empty())
             if (const string fault = polygon.findRecordFault(); !fault.empty())
-                return formatText("its polygon at %d ", place) + fault;
+                return polygonFault(place, fault);
         ++place;
     }
-    return m_dynamic ? m_animation.findRecordFault() : string();
+    return findFaultAhead();
 }
+
+string CN_Mesh::findFaultAhead() const { return m_dynamic ? m_animation.findRecordFault() : string(); }
 
 } // namespace cairn

@@ -442,11 +442,9 @@ class CN_Polygon {
     void referenceLightmap();
     static void dereferenceLightmap(CN_Document* document, unsigned long id);
 
+    // What a save reads, in one piece: a large mesh lies beyond the caches.
     CN_Polygon* m_exitDestination = nullptr;     ///< not owned: the partner, of an exit
     int m_exitDestinationIndex = NON_EXIT_INDEX; ///< the partner's number until a load has bound it
-    CN_LevelEntity* m_attachedEntity = nullptr;  ///< not owned: a portal or radiosity light below the mesh
-    std::uint32_t m_attachedNumber = 0;          ///< that entity's process number: a copy of the polygon may outlive it
-    std::unique_ptr<Lists> m_lists;              ///< null while all of them are empty
     Vector m_normal;                             ///< unit, in the mesh's space
     Vector m_worldNormal;                 ///< unit, in the world; after a load `normal`, until the hierarchy is updated
     Vector m_referenceNormal;             ///< unit: what plane moves push along
@@ -455,21 +453,26 @@ class CN_Polygon {
     CN_Mesh* m_parent;                    ///< not owned
     TriangleList m_triangleList;          ///< the triangulation
     EdgeList m_edgeList;                  ///< the boundary: closed loops, one after the other
-    E_BBox<double> m_boundingBox;         ///< of the last `buildBoundingBox`, in the space it was built in
-    bool m_selected = false;              ///< by the host
-    bool m_visited = false;               ///< transient mark of a walk
-    bool m_uvCalculated = false;          ///< the extents of the texture spaces hold
-    bool m_uvDirty = true;                ///< texture coordinates are stale
-    bool m_mappingDirty = true;           ///< the lightmap mapping is stale
     Vector m_pointOnPlane;                ///< in the mesh's space
-    Vector* m_additionalPoint = nullptr;  ///< not owned: the host's
     CN_Material* m_material = nullptr;    ///< counted: by use, not owned; null on an exit
     CN_LightmapMapping m_lightmapMapping; ///< its place on its lightmap
-    std::uint32_t m_countedLightmap = NO_INDEX;    ///< counted: the id of the lightmap that counts this polygon
-    unsigned int m_polygonIndex = NO_INDEX;        ///< running number in the document
-    UVSpaces m_uvSpaces;                           ///< by key
-    Groups m_groups;                               ///< not owned: those it belongs to
-    unsigned int m_polyMode = PT_SOLID;            ///< a `CN_PolyMode`, as the file has it
+    unsigned int m_polygonIndex = NO_INDEX; ///< running number in the document
+    UVSpaces m_uvSpaces;                    ///< by key
+    unsigned int m_polyMode = PT_SOLID;     ///< a `CN_PolyMode`, as the file has it
+
+    // What it does not read.
+    CN_LevelEntity* m_attachedEntity = nullptr; ///< not owned: a portal or radiosity light below the mesh
+    std::uint32_t m_attachedNumber = 0;         ///< that entity's process number: a copy of the polygon may outlive it
+    std::unique_ptr<Lists> m_lists;             ///< null while all of them are empty
+    E_BBox<double> m_boundingBox;               ///< of the last `buildBoundingBox`, in the space it was built in
+    bool m_selected = false;                    ///< by the host
+    bool m_visited = false;                     ///< transient mark of a walk
+    bool m_uvCalculated = false;                ///< the extents of the texture spaces hold
+    bool m_uvDirty = true;                      ///< texture coordinates are stale
+    bool m_mappingDirty = true;                 ///< the lightmap mapping is stale
+    Vector* m_additionalPoint = nullptr;        ///< not owned: the host's
+    std::uint32_t m_countedLightmap = NO_INDEX; ///< counted: the id of the lightmap that counts this polygon
+    Groups m_groups;                            ///< not owned: those it belongs to
     CN_RenderMaterial* m_renderMaterial = nullptr; ///< not owned: the host renderer's
     CN_RenderTexture* m_renderTextures[4] = {};    ///< not owned: the host renderer's
 };

@@ -423,6 +423,11 @@ TEST(MeshRecord, SaveRefusesWhatLoadWould) {
         EXPECT_NE(text.find("\"::Box\""), string::npos) << text;
         EXPECT_NE(text.find(what), string::npos) << text;
         EXPECT_EQ(file.getSize(), 0u);
+        EXPECT_EQ(failureText([&] { document.accessLevel()->checkSavable(); }), text);
+        file << 1;
+        EXPECT_EQ(failureText([&] { mesh->save(file); }), text);
+        EXPECT_EQ(file.getSize(), sizeof(int));
+        EXPECT_EQ(failureText([&] { file.toRead(); }), "(nothing thrown)") << "no chunk is open";
     }
 }
 
