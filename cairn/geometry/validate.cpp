@@ -498,9 +498,7 @@ bool CN_isConsistent(const CN_Document& document) {
     return std::none_of(findings.begin(), findings.end(), [](const CN_Finding& finding) { return finding.internal; });
 }
 
-bool CN_isDegenerate(const CN_Polygon& polygon) {
-    return !degeneracyOf(polygon).empty();
-}
+bool CN_isDegenerate(const CN_Polygon& polygon) { return !degeneracyOf(polygon).empty(); }
 
 M_Vector3Template<double> CN_areaVector(const CN_Polygon& polygon) {
     const CN_Edge* const first = polygon.getEdgeList().first();

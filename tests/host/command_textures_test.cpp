@@ -126,7 +126,8 @@ TEST_F(TexturesProgram, ListsAndExtractsSources) {
     EXPECT_FALSE(std::filesystem::exists(path("victim")));
     EXPECT_FALSE(std::filesystem::exists(path("linked/up.tga"))) << "nothing is written where a place is taken";
     const Json info = Json::parse(run({"info", "--json", "a.cairn"}).output);
-    for (const auto& [key, count] : {std::pair("textures", 3), {"texels", 3 * 64 * 64}, {"materials", 1}, {"categories", 1}})
+    for (const auto& [key, count] :
+         {std::pair("textures", 3), {"texels", 3 * 64 * 64}, {"materials", 1}, {"categories", 1}})
         EXPECT_EQ(info[key], count) << key;
     EXPECT_EQ(run({"textures", "a.cairn"}).output.find("\"../up.tga\" TGA 64 x 64, 12306 bytes, 0 references\n"), 0u);
 }
