@@ -142,6 +142,9 @@ void addImportCommand(CLI::App& app, Command& chosen) {
         ->check(refuseStandardStream);
     options->addContent(*command);
     options->addQuiet(*command);
+    command->footer("Of a .map, `targetname` and `target` become messages: whoever has a target sends it the event "
+                    "\"Activate\", and\n"
+                    "sends that to itself when it is touched, or dies. A killtarget is not imported.");
     onChosen(*command, options, runImport, chosen);
 }
 

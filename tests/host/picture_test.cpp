@@ -209,12 +209,12 @@ TEST(Picture, NamesOfLightsGiveWayToAllOthers) {
     for (const PictureMark::Kind kind : {PictureMark::LIGHT, PictureMark::EXIT, PictureMark::ENTITY, PictureMark::ROOM})
         for (const double x : {1.0, 7.0})
             if (kind != PictureMark::ROOM || x < 2)
-                scene.marks.push_back({{x, 0, 3}, std::to_string(kind), kind, {}});
+                scene.marks.push_back({{x, 0, 3}, "name" + std::to_string(kind), kind, {}});
     std::string names;
     const PictureLabels placed = placeLabels(scene, PictureView::fromAbove(scene, SIZE, SIZE));
     for (const PictureLabel& label : placed.labels)
         names += label.text + ' ';
-    EXPECT_EQ(names, "0 1 ") << "the room's here, an entity's there";
+    EXPECT_EQ(names, "name0 name1 ") << "the room's here, an entity's there";
     EXPECT_EQ(placed.leftOut, 5u);
     EXPECT_EQ(placed.dots.size(), 6u);
 }
