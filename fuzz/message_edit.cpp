@@ -52,7 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (bytes.choose(8) == 0)
             check(model.findFault());
     }
+    check(model.findLoadFault(true));
     check(model.findFault());
-    check(model.findLoadFault());
+    check(model.findLoadFault(false));
     return 0;
 }

@@ -28,6 +28,7 @@ class CN_FSMChangeManager : public CN_DocObserver {
     /// references of theirs instead, as copies of entities need it. Of the entity and all below it, of the entities of a
     /// walk, or of those of a selection. References that are bound already stay. After a paste the host must empty
     /// `g_mapLevelEntityDeSerialisationMap` before the next one: there the first entity of an identity stays.
+    /// Neither the entity nor the selection is null.
     /// @{
     void deserializeFSMs(CN_LevelEntity* root, bool clear);
     void deserializeFSMs(CN_PreIterator& walk, bool clear);

@@ -65,8 +65,8 @@ CN_LevelEntity* E_FSM::Message::getObjectArgument(std::size_t index) const {
 }
 
 bool E_FSM::Message::refersTo(const CN_LevelEntity* entity) const {
-    return m_target == entity ||
-           std::find(m_objectArguments.begin(), m_objectArguments.end(), entity) != m_objectArguments.end();
+    return entity && (m_target == entity ||
+                      std::find(m_objectArguments.begin(), m_objectArguments.end(), entity) != m_objectArguments.end());
 }
 
 int E_FSM::MessageHandler::getNumMessageLines() const {
@@ -183,13 +183,13 @@ template <class Test> bool E_FSM::anyMessage(Test&& test) const {
 }
 
 bool E_FSM::referencesTo(const CN_LevelEntity* entity) const {
-    return anyMessage([&](const Message& m) { return m.m_target == entity && !m.isCommentMessage(); });
+    return entity && anyMessage([&](const Message& m) { return m.m_target == entity && !m.isCommentMessage(); });
 }
 
 bool E_FSM::sendsTo(const CN_LevelEntity* entity, const istring& name, const std::vector<istring>& arguments) const {
-    return anyMessage([&](const Message& m) {
-        return m.m_target == entity && m.m_name == name && m.m_arguments == arguments && !m.isCommentMessage();
-    });
+    return entity && anyMessage([&](const Message& m) {
+               return m.m_target == entity && m.m_name == name && m.m_arguments == arguments && !m.isCommentMessage();
+           });
 }
 
 bool E_FSM::referencesToState(const CN_LevelEntity* entity, const istring& state) const {
@@ -251,7 +251,7 @@ void E_FSM::addState(const istring& name) {
     createMessageHandler(makeSwitchHandlerName(name));
 }
 
-void E_FSM::renameState(const istring& from, const istring& to) {
+void E_FSM::renameState(istring from, istring to) {
     m_states.erase(from);
     m_states.insert(to);
     if (m_defaultState == from)
@@ -277,7 +277,7 @@ void E_FSM::addCustomEvent(const istring& name) {
     createMessageHandler(makeSendHandlerName(name));
 }
 
-void E_FSM::renameCustomEvent(const istring& from, const istring& to) {
+void E_FSM::renameCustomEvent(istring from, istring to) {
     if (!renameEntry(m_customEvents, from, to))
         return;
     renameMessageHandler(makeSendHandlerName(from), makeSendHandlerName(to));
@@ -296,7 +296,7 @@ void E_FSM::addTimer(const istring& name, bool flag, float time) {
     createMessageHandler(makeEndTimerHandlerName(name));
 }
 
-void E_FSM::renameTimer(const istring& from, const istring& to) {
+void E_FSM::renameTimer(istring from, istring to) {
     if (!hasTimer(from))
         return;
     renameEntry(m_timers, from, to);

@@ -61,25 +61,28 @@ class E_FSM {
 
         /// Rebuilds the line for its target's present place: the shortest path from the entity of `fsm` for a relative
         /// line, the qualified name for an absolute one; a line to the root, which has none, becomes relative. A line
-        /// without target looks it up first, by its path or its target's name. False, with the line as it was, if there
+        /// without target looks it up first, by its path or its target's name. `fsm` is not null. False, with the line as it was, if there
         /// is none to be found, or none in the same tree for a relative line; true for comments and global messages,
         /// which stay as they are. A target that has died counts as none.
         bool updateTargetName(E_FSM* fsm);
         /// The arguments in one text, with that between them.
         istring joinArguments(const char* separator) const;
-        /// Replaces all from the line's first "(" on by a "(", `arguments` and ");"; nothing else follows.
+        /// Where in the line the "(" of the arguments stands, `npos` for none: the first one, in a line to an entity the first
+        /// behind the "->", as a name on the way there may hold one.
+        std::size_t findArguments() const;
+        /// Replaces all from there on by a "(", `arguments` and ");"; nothing else follows.
         void rewriteArguments(const istring& arguments);
         /// @}
 
         /// @name Following renames (message_renames.cpp)
-        /// Each changes the message if it is no comment, has `entity` for its target and names what was renamed, without
-        /// regard to case; true if it did. The first find of the old name behind the line's first "(" is replaced,
-        /// whatever it stands in.
+        /// Each changes the message if it is no comment, has `entity`, which is not null, for its target and names what was
+        /// renamed, without regard to case; true if it did. The first find of the old name behind the "(" of the arguments is
+        /// replaced, whatever it stands in.
         /// @{
         bool renameState(const CN_LevelEntity* entity, const istring& from, const istring& to);
         bool renameTimer(const CN_LevelEntity* entity, const istring& from, const istring& to);
         bool renameAnimation(const CN_LevelEntity* entity, const istring& from, const istring& to);
-        /// Rebuilds the line from its first "(" on.
+        /// Rebuilds the line from the "(" of its arguments on.
         bool renameCustomSend(const CN_LevelEntity* entity, const istring& from, const istring& to);
         /// The line stays: only the argument follows.
         bool renameExit(const CN_LevelEntity* entity, const istring& from, const istring& to);
@@ -194,7 +197,7 @@ class E_FSM {
 
     /// The name of the handler that holds this very message; null for a comment and for a message of elsewhere.
     const istring* getHandlerForMessage(const Message& message) const;
-    /// True if some message that is no comment has the entity for its target.
+    /// True if some message that is no comment has the entity for its target. No message refers to null, here and below.
     bool referencesTo(const CN_LevelEntity* entity) const;
     /// The same with that name and exactly these arguments, all without regard to case.
     bool sendsTo(const CN_LevelEntity* entity, const istring& name, const std::vector<istring>& arguments) const;
@@ -223,23 +226,24 @@ class E_FSM {
     /// @}
 
     /// @name Editing
-    /// Names that are absent are passed over in silence unless told otherwise. A rename changes the messages of this
+    /// Names that are absent are passed over in silence unless told otherwise; one may be the machine's own, as the reading
+    /// operations give it. A rename changes the messages of this
     /// machine; those of others are reached by the rename walkers (walkers.h).
     /// @{
 
     /// Adds the state with its switch handler; the only state is the default one.
     void addState(const istring& name);
     /// Also adds `to` where `from` is absent. What stood on the state goes to `to`, unless something stands there.
-    void renameState(const istring& from, const istring& to);
+    void renameState(istring from, istring to);
     /// The machine has no default state afterwards where that was it.
     void deleteState(const istring& name);
     void setDefaultState(const istring& name) { m_defaultState = name; }
     void addCustomEvent(const istring& name);
-    void renameCustomEvent(const istring& from, const istring& to);
+    void renameCustomEvent(istring from, istring to);
     void deleteCustomEvent(const istring& name);
     /// Adds the timer with its start and end handler; one of that name stays as it is.
     void addTimer(const istring& name, bool flag, float time);
-    void renameTimer(const istring& from, const istring& to);
+    void renameTimer(istring from, istring to);
     void deleteTimer(const istring& name);
     /// The handler of that name, made where there was none.
     MessageHandler& createMessageHandler(const istring& name);

@@ -98,7 +98,7 @@ Message readMessage(F_MemoryFile& file) {
         for (istring& argument : message.m_arguments)
             in >> argument;
         in >> message.m_global;
-        if (version == 0)
+        if (version <= 0)
             return;
         in >> message.m_targetId;
         message.m_objectArgumentIds.resize(in.readTaggedCount(F_MemoryFile::TAG_VECTOR, MIN_IDENTITY));

@@ -16,19 +16,25 @@ bool hasArgument(const E_FSM::Message& message, std::size_t index, const istring
     return index < message.m_arguments.size() && message.m_arguments[index] == name;
 }
 
-/// Puts `to` in the place of the first find of `from` behind the first "(" of the line.
-void replaceInArguments(istring& text, const istring& from, const istring& to) {
-    const std::size_t open = text.find('(');
-    const std::size_t at = open == istring::npos ? open : text.find(from, open + 1);
+/// Puts `to` in the place of the first find of `from` behind the "(" of the arguments.
+void replaceInArguments(E_FSM::Message& message, const istring& from, const istring& to) {
+    const std::size_t open = message.findArguments();
+    const std::size_t at = open == istring::npos ? open : message.m_text.find(from, open + 1);
     if (at != istring::npos)
-        text.replace(at, from.size(), to);
+        message.m_text.replace(at, from.size(), to);
 }
 
-/// Renames an argument of a message to the entity; false where it is no such message.
-bool renameArgument(E_FSM::Message& message, const CN_LevelEntity* entity, std::initializer_list<const char*> names,
+/// True for a message of one of the names to the entity with that argument.
+bool names(const E_FSM::Message& message, const CN_LevelEntity* entity, std::initializer_list<const char*> messages,
+           std::size_t index, const istring& name) {
+    return entity && message.m_target == entity && hasArgument(message, index, name) &&
+           isOneOf(message.m_name, messages) && !message.isCommentMessage();
+}
+
+/// Renames an argument of such a message; false where it is none.
+bool renameArgument(E_FSM::Message& message, const CN_LevelEntity* entity, std::initializer_list<const char*> messages,
                     std::size_t index, const istring& from, const istring& to) {
-    if (message.m_target != entity || !hasArgument(message, index, from) || !isOneOf(message.m_name, names) ||
-        message.isCommentMessage())
+    if (!names(message, entity, messages, index, from))
         return false;
     message.m_arguments[index] = to;
     return true;
@@ -36,10 +42,11 @@ bool renameArgument(E_FSM::Message& message, const CN_LevelEntity* entity, std::
 
 /// The same for a first argument, in the line too.
 bool renameFirstArgument(E_FSM::Message& message, const CN_LevelEntity* entity,
-                         std::initializer_list<const char*> names, const istring& from, const istring& to) {
-    if (!renameArgument(message, entity, names, 0, from, to))
+                         std::initializer_list<const char*> messages, const istring& from, const istring& to) {
+    if (!names(message, entity, messages, 0, from))
         return false;
-    replaceInArguments(message.m_text, from, to);
+    replaceInArguments(message, from, to); // before the argument changes: `from` may be it
+    message.m_arguments[0] = to;
     return true;
 }
 
@@ -60,7 +67,7 @@ bool E_FSM::Message::renameAnimation(const CN_LevelEntity* entity, const istring
 // A machine is sent an event by itself, or by a command that a character gets: "FSMSEND", a time, the event.
 bool E_FSM::Message::renameCustomSend(const CN_LevelEntity* entity, const istring& from, const istring& to) {
     if (renameArgument(*this, entity, {"FSM_Send"}, 0, from, to)) {
-        rewriteArguments(to);
+        rewriteArguments(m_arguments[0]);
         return true;
     }
     if (!hasArgument(*this, 0, "FSMSEND") ||

@@ -1,4 +1,5 @@
 #include "cairn/document/document.h"
+#include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/level_entity.h"
 #include "cairn/fsm/fsm.h"
 
@@ -20,6 +21,12 @@ int depthOf(const CN_LevelEntity* entity) {
     while ((entity = entity->getParent()))
         ++depth;
     return depth;
+}
+
+/// The name that the entity keeps; made anew while it keeps none, as behind an assignment to it.
+istring qualifiedNameOf(const CN_LevelEntity* entity) {
+    istring kept = entity->getQualifiedName();
+    return kept.empty() && entity->getParent() ? toIString(CN_HierarchyUtils::makeFullyQualifiedName(entity)) : kept;
 }
 
 /// The shortest path from `from` to `to`; none where they stand in different trees.
@@ -59,7 +66,7 @@ std::optional<istring> findRelativeName(const CN_LevelEntity* from, const CN_Lev
 bool E_FSM::Message::updateTargetName(E_FSM* fsm) {
     if (m_global || isCommentMessage())
         return true;
-    bool relative = nameRelative();
+    const bool relative = nameRelative();
     CN_LevelEntity* const owner = fsm->getParent();
     if (!CN_LevelEntity::isAlive(m_target)) {
         // An empty line, and a name that was never known, name nothing.
@@ -69,14 +76,16 @@ bool E_FSM::Message::updateTargetName(E_FSM* fsm) {
         if (!m_target)
             return false;
     }
-    std::optional<istring> path = m_target->getQualifiedName();
-    relative = relative || path->empty(); // no absolute path names a root
-    if (relative)
-        path = owner ? findRelativeName(owner, m_target) : std::nullopt;
+    istring qualified = qualifiedNameOf(m_target);
+    std::optional<istring> path;
+    if (!relative && m_target->getParent()) // no absolute path names a root
+        path = qualified;
+    else if (owner)
+        path = findRelativeName(owner, m_target);
     if (!path)
         return false;
     m_targetPath = *std::move(path);
-    m_targetName = m_target->getQualifiedName();
+    m_targetName = std::move(qualified);
     m_text = m_targetPath;
     m_text.append("->").append(m_name).append("(").append(joinArguments(", ")).append(");");
     return true;
@@ -92,8 +101,13 @@ istring E_FSM::Message::joinArguments(const char* separator) const {
     return text;
 }
 
+std::size_t E_FSM::Message::findArguments() const {
+    const std::size_t arrow = m_global ? istring::npos : m_text.find("->");
+    return m_text.find('(', arrow == istring::npos ? 0 : arrow);
+}
+
 void E_FSM::Message::rewriteArguments(const istring& arguments) {
-    m_text.erase(std::min(m_text.find('('), m_text.size()));
+    m_text.erase(std::min(findArguments(), m_text.size()));
     m_text.append("(").append(arguments).append(");");
 }
 

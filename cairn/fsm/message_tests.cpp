@@ -8,7 +8,7 @@
 namespace cairn {
 
 bool FSMPred_RefersAnimation::operator()(const E_FSM::Message& message) const {
-    return message.m_target == m_entity && message.m_name == "DO_Animate" && !message.m_arguments.empty() &&
+    return m_entity && message.m_target == m_entity && message.m_name == "DO_Animate" && !message.m_arguments.empty() &&
            message.m_arguments.front() == m_name && !message.isCommentMessage();
 }
 
@@ -19,7 +19,7 @@ bool FSMPred_ObjectReferenced::operator()(const E_FSM::Message& message) {
 }
 
 bool FSMPred_NonlocalNameReference::operator()(const E_FSM::Message& message) {
-    if (message.m_target != m_entity || message.isCommentMessage() || !m_fsm->getParent())
+    if (!m_entity || message.m_target != m_entity || message.isCommentMessage() || !m_fsm->getParent())
         return false;
     int position = 0, length = 0;
     if (!m_fsm->getParent()->getObjectReferenceFromMessageString(m_entity, message.m_text, position, length)) {
@@ -43,8 +43,8 @@ bool FSMPred_IsLocal::operator()(const E_FSM::Message& message) {
 }
 
 bool FSMPred_SendsTo::operator()(const E_FSM::Message& message) {
-    const bool sends = message.m_target == m_entity && message.m_name == m_name && message.m_arguments == m_arguments &&
-                       !message.isCommentMessage();
+    const bool sends = m_entity && message.m_target == m_entity && message.m_name == m_name &&
+                       message.m_arguments == m_arguments && !message.isCommentMessage();
     m_found |= sends;
     return sends;
 }

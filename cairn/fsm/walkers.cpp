@@ -46,7 +46,8 @@ void clearReferences(Message& message) {
 CN_LevelEntity* findObjectArgument(const Message& message, std::size_t index, const CN_LevelEntity& owner) {
     if (CN_LevelEntity* const entity = findLoaded(message.m_objectArgumentIds[index]))
         return entity;
-    return index < message.m_arguments.size() ? owner.mapNameToObject(message.m_arguments[index], nullptr) : nullptr;
+    const bool named = index < message.m_arguments.size() && !message.m_arguments[index].empty();
+    return named ? owner.mapNameToObject(message.m_arguments[index], nullptr) : nullptr;
 }
 
 /// Binds what a record gave by identity. Entities that are bound already stay; those that have died leave.
@@ -237,12 +238,13 @@ bool ForEach_FSMDeleteAnimationSends::isToBeDeleted(const Message& message) cons
 }
 
 bool ForEach_FSMDeleteCustomSends::isToBeDeleted(const Message& message) const {
-    return message.m_target == m_entity && message.m_name == "FSM_Send" && !message.m_arguments.empty() &&
+    return m_entity && message.m_target == m_entity && message.m_name == "FSM_Send" && !message.m_arguments.empty() &&
            message.m_arguments.front() == m_name;
 }
 
 bool ForEach_FSMDeleteExitSends::isToBeDeleted(const Message& message) const {
-    if (message.m_target != m_entity || (message.m_name != "EnableExit" && message.m_name != "EnableExitAIActivation"))
+    if (!m_entity || message.m_target != m_entity ||
+        (message.m_name != "EnableExit" && message.m_name != "EnableExitAIActivation"))
         return false;
     return m_name.empty() || (message.m_arguments.size() > 1 && message.m_arguments[1] == m_name);
 }

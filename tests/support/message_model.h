@@ -58,6 +58,11 @@ class MessageModel {
         (this->*EDITS[choose(std::size(EDITS))])();
     }
 
+    std::size_t countMachines() const {
+        const auto has = [](const Node& node) { return node.machine.exists; };
+        return static_cast<std::size_t>(std::count_if(m_nodes.begin(), m_nodes.end(), has));
+    }
+
     /// Ends a batch of edits as a host does, and says what is not as it must be then; empty where all is well.
     std::string findFault() {
         CN_FSMChangeManager* const manager = CN_FSMChangeManager::instance();
@@ -69,8 +74,9 @@ class MessageModel {
         return compareMachines(true);
     }
 
-    /// Saves the level, which `findFault` has found well, loads it and compares: empty where both are the same graph.
-    std::string findLoadFault() {
+    /// Saves the level, loads it and compares: empty where both are the same graph. Between edits and their notification names
+    /// are old, and only `identities` hold.
+    std::string findLoadFault(bool identities) {
         const Bytes saved = saveLevel(m_document);
         CN_Document again;
         loadLevel(again, saved);
@@ -84,9 +90,10 @@ class MessageModel {
         if (!it.end() || !other.end())
             return "the loaded tree has another size";
         for (const Node& node : m_nodes)
-            if (std::string fault = compareWithTwin(*node.entity, *twins[node.entity], twins); !fault.empty())
+            if (std::string fault = compareWithTwin(*node.entity, *twins[node.entity], twins, !identities);
+                !fault.empty())
                 return fault;
-        return saveLevel(again) == saved ? "" : "the loaded level saves otherwise";
+        return identities || saveLevel(again) == saved ? "" : "the loaded level saves otherwise";
     }
 
   private:
@@ -123,7 +130,8 @@ class MessageModel {
 
     struct Machine {
         bool exists = false;
-        E_FSM::NameSet states, events, timers;
+        E_FSM::NameSet states, events;
+        std::map<istring, std::pair<bool, float>> timers;
         istring defaultState;
         std::map<istring, Handler> handlers;
     };
@@ -156,10 +164,23 @@ class MessageModel {
         return chooseOf(NAMES);
     }
 
+    /// Mostly one that the machine has.
+    istring chooseNameOf(const Machine& machine, Naming naming) {
+        const E_FSM::NameSet* const names = naming == STATE   ? &machine.states
+                                            : naming == EVENT ? &machine.events
+                                                              : nullptr;
+        if (choose(4) == 0)
+            return chooseName();
+        if (naming == TIMER && !machine.timers.empty())
+            return chooseOf(machine.timers).first;
+        return names && !names->empty() ? chooseOf(*names) : chooseName();
+    }
+
     // The tree
 
     CString chooseEntityName() {
-        static constexpr const char* NAMES[] = {"Room", "room", "Door", "Big Door", "player", "DOOR07", "D", "Parents"};
+        static constexpr const char* NAMES[] = {"Room",   "room", "Door",    "Big Door", "player",
+                                                "DOOR07", "D",    "Parents", "Hall(1)"};
         return CString(chooseOf(NAMES));
     }
 
@@ -198,20 +219,24 @@ class MessageModel {
 
     void moveEntity() {
         CN_LevelEntity* const parent = chooseNode().entity;
-        if (CN_LevelEntity* const entity = chooseMovable())
-            parent->add(entity, false); // refuses what would be a ring
+        CN_LevelEntity* const entity = chooseMovable();
+        if (!entity || parent == entity || parent->isParent(entity))
+            return;
+        if (choose(2))
+            entity->getParent()->remove(entity);
+        parent->add(entity, false);
     }
 
     void deleteEntity() {
-        constexpr std::size_t MOST_AT_ONCE = 8;
+        const std::size_t mostAtOnce = m_nodes.size() > m_most / 2 ? 64 : 2; // the level must not shrink away
         CN_LevelEntity* const entity = chooseMovable();
         if (!entity)
             return;
         std::set<const CN_LevelEntity*> dying{entity};
         CN_PreIterator it = entity->createIterator();
-        for (it.begin(); !it.end() && dying.size() <= MOST_AT_ONCE; ++it)
+        for (it.begin(); !it.end() && dying.size() <= mostAtOnce; ++it)
             dying.insert(*it);
-        if (dying.size() > MOST_AT_ONCE)
+        if (dying.size() > mostAtOnce)
             return;
         const auto dies = [&](const Node& node) { return dying.count(node.entity) > 0; };
         m_nodes.erase(std::remove_if(m_nodes.begin(), m_nodes.end(), dies), m_nodes.end());
@@ -256,7 +281,7 @@ class MessageModel {
         }
     }
 
-    Line chooseLine(const CN_LevelEntity* owner) {
+    Line chooseLine(Node& owner) {
         static constexpr const char* NAMES[] = {"FSM_Switch",     "FSM_Send",   "FSM_StartTimer", "FSM_PauseTimer",
                                                 "AI_PushCommand", "DO_Animate", "EnableExit",     "Say"};
         static constexpr const char* BEGINS[] = {"", "Print", "# ::Room->FSM_Switch", "no such::Room->FSM_Switch"};
@@ -265,18 +290,20 @@ class MessageModel {
         line.kind = roll < 4 ? static_cast<Kind>(roll) : LINE;
         line.begin = BEGINS[line.kind];
         line.name = chooseOf(NAMES);
+        // Mostly nearby and of its names, so that many messages name what an entity has.
+        const Node& target = choose(2) ? owner : chooseNode();
         if (line.kind == LINE) {
-            // Mostly nearby, so that many messages name what an entity has.
-            const CN_LevelEntity* const near = choose(2) ? owner : chooseNode().entity;
-            line.target = const_cast<CN_LevelEntity*>(near);
+            line.target = target.entity;
             line.absolute = line.target->getParent() && choose(2);
         }
+        const auto named = namings().find(line.name);
+        const istring name = chooseNameOf(target.machine, named == namings().end() ? NONE : named->second.first);
         if (line.name == "AI_PushCommand")
-            line.arguments = {{"FSMSEND"}, {"1"}, {chooseName()}};
+            line.arguments = {{"FSMSEND"}, {"1"}, {name}};
         else if (line.name == "EnableExit")
-            line.arguments = {{"1"}, {chooseName()}};
+            line.arguments = {{"1"}, {name}};
         else
-            line.arguments = {{chooseName()}};
+            line.arguments = {{name}};
         if ((line.kind == LINE || line.kind == GLOBAL) && choose(3) == 0)
             if (CN_LevelEntity* const object = chooseNode().entity; object->getParent())
                 line.arguments.push_back({"", object});
@@ -310,7 +337,7 @@ class MessageModel {
         if (!node)
             return;
         const auto [lines, messages] = chooseList(*node);
-        const Line line = chooseLine(node->entity);
+        const Line line = chooseLine(*node);
         const std::size_t at = choose(lines->size() + 1);
         lines->insert(lines->begin() + static_cast<std::ptrdiff_t>(at), line);
         messages->insert(messages->begin() + static_cast<std::ptrdiff_t>(at), makeMessage(line, *node));
@@ -354,14 +381,19 @@ class MessageModel {
         return toIString(fmt::format(fmt::runtime(format), view(name)));
     }
 
-    /// The argument by which the line names something of that sort, or null.
-    static Argument* namedBy(Line& line, Naming naming) {
+    /// What messages name of their target, and by which argument.
+    static const std::map<istring, std::pair<Naming, std::size_t>>& namings() {
         static const std::map<istring, std::pair<Naming, std::size_t>> NAMED = {
             {"FSM_Switch", {STATE, 0}},     {"FSM_Send", {EVENT, 0}},       {"AI_PushCommand", {EVENT, 2}},
             {"FSM_StartTimer", {TIMER, 0}}, {"FSM_PauseTimer", {TIMER, 0}}, {"DO_Animate", {ANIMATION, 0}},
             {"EnableExit", {EXIT, 1}}};
-        const auto named = NAMED.find(line.name);
-        return line.kind == LINE && named != NAMED.end() && named->second.first == naming
+        return NAMED;
+    }
+
+    /// The argument by which the line names something of that sort, or null.
+    static Argument* namedBy(Line& line, Naming naming) {
+        const auto named = namings().find(line.name);
+        return line.kind == LINE && named != namings().end() && named->second.first == naming
                    ? &line.arguments[named->second.second]
                    : nullptr;
     }
@@ -421,9 +453,12 @@ class MessageModel {
             machine.events.insert(name);
             real.addCustomEvent(name);
             break;
-        default:
-            machine.timers.insert(name);
-            real.addTimer(name, true, 1);
+        default: {
+            const bool flag = choose(2) != 0;
+            const auto time = static_cast<float>(choose(9));
+            machine.timers.insert({name, {flag, time}});
+            real.addTimer(name, flag, time);
+        }
         }
         for (const char* const* format = formatsOf(naming); *format; ++format)
             machine.handlers[handlerName(*format, name)];
@@ -433,7 +468,7 @@ class MessageModel {
         Node* const node = chooseMachine();
         if (!node)
             return;
-        const istring from = chooseName(), to = chooseName();
+        const istring from = chooseNameOf(node->machine, STATE), to = chooseName();
         Machine& machine = node->machine;
         machine.states.erase(from);
         machine.states.insert(to);
@@ -448,8 +483,10 @@ class MessageModel {
 
     void renameEvent() {
         Node* const node = chooseMachine();
-        const istring from = chooseName(), to = chooseName();
-        if (!node || node->machine.events.erase(from) == 0)
+        if (!node)
+            return;
+        const istring from = chooseNameOf(node->machine, EVENT), to = chooseName();
+        if (node->machine.events.erase(from) == 0)
             return;
         node->machine.events.insert(to);
         renameHandlers(node->machine, EVENT, from, to);
@@ -460,10 +497,12 @@ class MessageModel {
 
     void renameTimer() {
         Node* const node = chooseMachine();
-        const istring from = chooseName(), to = chooseName();
-        if (!node || node->machine.timers.erase(from) == 0)
+        if (!node)
             return;
-        node->machine.timers.insert(to);
+        const istring from = chooseNameOf(node->machine, TIMER), to = chooseName();
+        if (node->machine.timers.count(from) == 0)
+            return;
+        renameKey(node->machine.timers, from, to);
         renameHandlers(node->machine, TIMER, from, to);
         follow(node->entity, TIMER, from, to);
         run(ForEach_FSMRenameTimer(node->entity, from, to));
@@ -487,7 +526,7 @@ class MessageModel {
         Node* const node = chooseMachine();
         if (!node)
             return;
-        const istring name = chooseName();
+        const istring name = chooseNameOf(node->machine, STATE);
         Machine& machine = node->machine;
         machine.states.erase(name);
         if (machine.defaultState == name)
@@ -500,8 +539,10 @@ class MessageModel {
 
     void deleteEvent() {
         Node* const node = chooseMachine();
-        const istring name = chooseName();
-        if (!node || node->machine.events.erase(name) == 0)
+        if (!node)
+            return;
+        const istring name = chooseNameOf(node->machine, EVENT);
+        if (node->machine.events.erase(name) == 0)
             return;
         eraseHandlers(node->machine, EVENT, name);
         eraseLines([&](Line& line) {
@@ -514,8 +555,10 @@ class MessageModel {
 
     void deleteTimer() {
         Node* const node = chooseMachine();
-        const istring name = chooseName();
-        if (!node || node->machine.timers.erase(name) == 0)
+        if (!node)
+            return;
+        const istring name = chooseNameOf(node->machine, TIMER);
+        if (node->machine.timers.erase(name) == 0)
             return;
         eraseHandlers(node->machine, TIMER, name);
         node->entity->accessFSM()->deleteTimer(name);
@@ -558,6 +601,18 @@ class MessageModel {
         return text + (objects ? " );" : ");");
     }
 
+    /// True for a line that follows a rename only at the next update of the whole level.
+    static bool isStale(const Line& line) {
+        return line.name == "EnableExit" || line.arguments.size() > (line.name == "AI_PushCommand" ? 3u : 1u);
+    }
+
+    /// The text without blanks and quotes, which a rename sets in its own way.
+    static std::string bare(const istring& text) {
+        std::string rest(view(text));
+        std::erase_if(rest, [](char c) { return c == ' ' || c == '"'; });
+        return rest;
+    }
+
     static std::string differenceOf(const Line& line, const E_FSM::Message& message, CN_LevelEntity& owner,
                                     bool withText) {
         if (message.m_target != line.target)
@@ -572,8 +627,9 @@ class MessageModel {
             if (view(message.m_arguments[i]) != view(argumentOf(line.arguments[i])))
                 return "another argument";
         }
-        if (withText && view(message.m_text) != view(textOf(line, owner)))
-            return fmt::format("not the line \"{}\"", view(textOf(line, owner)));
+        const istring text = textOf(line, owner);
+        if (withText ? view(message.m_text) != view(text) : !isStale(line) && bare(message.m_text) != bare(text))
+            return fmt::format("not the line \"{}\"", view(text));
         if (line.kind != LINE)
             return "";
         const istring path = pathOf(line, owner);
@@ -613,11 +669,31 @@ class MessageModel {
         return real.m_sendOnState.size() == handler.onState.size() ? fault : "another count of states with lists";
     }
 
+    static std::string_view spell(const istring& name) { return view(name); }
+    template <class Value> static std::string spell(const std::pair<const istring, Value>& entry) {
+        const auto& [name, value] = entry;
+        if constexpr (std::is_same_v<Value, E_FSM::SFSMTimer>)
+            return fmt::format("{} {} {}", view(name), value.m_flag, value.m_time);
+        else if constexpr (std::is_same_v<Value, std::pair<bool, float>>)
+            return fmt::format("{} {} {}", view(name), value.first, value.second);
+        else
+            return std::string(view(name));
+    }
+    /// The names as they are written, with what stands under them where that is a timer.
+    template <class Names> static std::vector<std::string> spelled(const Names& names) {
+        std::vector<std::string> all;
+        for (const auto& each : names)
+            all.emplace_back(spell(each));
+        return all;
+    }
+
     static std::string compareMachine(const Machine& machine, CN_LevelEntity& owner, bool withText) {
         const E_FSM& real = *owner.getFSM();
-        if (real.getStates() != machine.states || real.getCustomStrings() != machine.events ||
-            real.getDefaultState() != machine.defaultState || real.getTimers().size() != machine.timers.size() ||
-            real.getMessageHandlers().size() != machine.handlers.size())
+        if (spelled(real.getStates()) != spelled(machine.states) ||
+            spelled(real.getCustomStrings()) != spelled(machine.events) ||
+            view(real.getDefaultState()) != view(machine.defaultState) ||
+            spelled(real.getMessageHandlers()) != spelled(machine.handlers) ||
+            spelled(real.getTimers()) != spelled(machine.timers))
             return "other names";
         for (const auto& [name, handler] : machine.handlers) {
             const E_FSM::MessageHandler* const found = real.getMessageHandler(name);
@@ -643,13 +719,14 @@ class MessageModel {
     }
 
     static std::string compareWithTwin(const CN_LevelEntity& entity, const CN_LevelEntity& twin,
-                                       const std::map<const CN_LevelEntity*, const CN_LevelEntity*>& twins) {
+                                       const std::map<const CN_LevelEntity*, const CN_LevelEntity*>& twins,
+                                       bool withText) {
         if (!(entity.getName() == twin.getName()))
             return "a loaded entity has another name";
         if (!entity.hasFSM())
             return "";
         const std::string text = test::textOf(*entity.getFSM());
-        if (text != test::textOf(*twin.getFSM()))
+        if (withText && text != test::textOf(*twin.getFSM()))
             return fmt::format("{} was loaded as\n{}", text, test::textOf(*twin.getFSM()));
         std::vector<const CN_LevelEntity*> expected, loaded;
         gatherReferences(*entity.getFSM(), expected);
@@ -661,6 +738,8 @@ class MessageModel {
 
     static void gatherReferences(const E_FSM& machine, std::vector<const CN_LevelEntity*>& references) {
         machine.forEachMessage([&](const E_FSM::Message& message) {
+            if (message.isCommentMessage())
+                return;
             references.push_back(message.m_target);
             references.insert(references.end(), message.m_objectArguments.begin(), message.m_objectArguments.end());
         });
