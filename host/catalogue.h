@@ -8,6 +8,9 @@
 
 namespace cairn::host {
 
+/// The type of a receiver that is the game and no entity.
+inline constexpr unsigned GAME_RECEIVER = 0;
+
 /// The folder that the running program stands in; empty where the system does not tell.
 std::filesystem::path programFolder();
 

@@ -110,6 +110,7 @@ class Demo {
         Editor editor(document);
         for (const EditLine& line : readEditScript(script))
             editor.run(line.words);
+        editor.finish();
     }
 
     void importMapFile(const LevelSession& session) {

@@ -67,10 +67,12 @@ ExitCode runEdit(const EditOptions& options, Console& console) {
         const std::vector<EditLine> lines = linesOf(options);
         const OpenedLevel level = session.openForUse(options.file, false);
         {
-            Editor editor(*level.document);
+            Editor editor(*level.document, session.readCatalogue(""));
             for (const EditLine& line : lines)
                 runLine(editor, line);
+            editor.finish();
         }
+        session.warnOfLoss(level, options.file);
         session.save(*level.document, options.output, console);
     } catch (const EditRefusal& refusal) {
         throw Failure(ExitCode::NO, subject, refusal.what());

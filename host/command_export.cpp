@@ -7,6 +7,7 @@
 #include "host/export_machines.h"
 #include "host/export_obj.h"
 #include "host/level_session.h"
+#include "host/map_import.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
@@ -39,7 +40,7 @@ constexpr const char* DETAILS =
     "whose entity's name has it) and that go to, or name, what is selected. Names and lines stand in it as they are:\n"
     "nothing is escaped.\n"
     ".script: the lines of the game's script, entity by entity; with --select or --selection-only those that have to\n"
-    "do with nothing but what is selected.";
+    "do with nothing but what is selected; --filter does not go with it.";
 
 /// A form of the output, named as its ending is.
 struct Format {
@@ -181,7 +182,7 @@ void exportMachines(CN_Document& document, const Format& format, const ExportOpt
     if (machines.machines == 0 && (choice.selectionOnly || !choice.filter.empty()))
         refuseNothing(options.file);
     writeFile(machines.text, options, console);
-    tell(fmt::format("{} state machines", machines.machines), machines.losses, options.file, console);
+    tell(counted(machines.machines, "state machine", "state machines"), machines.losses, options.file, console);
 }
 
 ExitCode runExport(const ExportOptions& options, Console& console) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/commands.h"
+#include "host/failure.h"
 
 #include <CLI/CLI.hpp>
 
@@ -31,6 +32,9 @@ std::string refuseStandardStream(const std::string& path);
 /// Adds the option `-o OUT`, which must be given.
 void addOutput(CLI::App& command, std::string& output);
 
+/// Writes the one JSON document of a command whose answer is no before it has any other.
+void answerNo(const Failure& failure, Console& console);
+
 /// Makes `run`, with the options as they are parsed by then, what `chosen` holds where the user gives this command.
 template <class Options>
 void onChosen(CLI::App& command, const std::shared_ptr<Options>& options, ExitCode (*run)(const Options&, Console&),
@@ -38,7 +42,13 @@ void onChosen(CLI::App& command, const std::shared_ptr<Options>& options, ExitCo
     command.callback([options, run, &chosen] {
         chosen = [options, run](Console& console) {
             console.setQuiet(options->quiet);
-            return run(*options, console);
+            try {
+                return run(*options, console);
+            } catch (const Failure& failure) {
+                if (options->json && failure.code() == ExitCode::NO)
+                    answerNo(failure, console);
+                throw;
+            }
         };
     });
 }

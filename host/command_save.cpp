@@ -14,19 +14,10 @@ struct SaveOptions : CommonOptions {
     std::string output;
 };
 
-/// Says what a newer writer put into the file and the save drops.
-void warnOfLoss(const SaveOptions& options, const CN_Document& document, const Console& console) {
-    for (const CN_LoadFinding& finding : document.getLoadReport().getFindings())
-        if (finding.code == "newer-data")
-            console.warn(options.file, finding.hasEntity
-                                           ? fmt::format("will not be saved: {} ({})", finding.text, finding.entity)
-                                           : fmt::format("will not be saved: {}", finding.text));
-}
-
 ExitCode runSave(const SaveOptions& options, Console& console) {
     LevelSession session(console, options.content);
     const OpenedLevel level = session.openForUse(options.file, options.force);
-    warnOfLoss(options, *level.document, console);
+    session.warnOfLoss(level, options.file);
     session.save(*level.document, options.output, console);
     session.warnOfFault(level, options.file, console);
     return level.isWhole() ? ExitCode::DONE : ExitCode::NO;

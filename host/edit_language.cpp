@@ -93,6 +93,9 @@ std::vector<std::string> readEditWords(std::string_view command) {
 }
 
 std::vector<EditLine> readEditScript(std::string_view text) {
+    constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+    if (text.starts_with(BYTE_ORDER_MARK))
+        text.remove_prefix(BYTE_ORDER_MARK.size());
     std::vector<EditLine> lines;
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::size_t end = text.find('\n');

@@ -75,10 +75,39 @@ E_FSM::MessageList& accessList(E_FSM& machine, const std::string& handlerName, c
     return handler->m_sendOnState[known == states.end() ? state : *known];
 }
 
+/// Refuses a handler that a load takes for the form of an older level, and moves or drops.
+void refuseOldHandler(const CN_LevelEntity& entity, const istring& name) {
+    const auto refuse = [&name](const char* what) {
+        throw EditRefusal(fmt::format("\"{}\" is {}", toShownText(view(name)), what));
+    };
+    if (name == "Activate")
+        refuse("an old name of T_Activate");
+    if (name == "DO_CharacterCollides" || (name == "OnSpecial" && entity.getEntityId() == CN_KIND_ENEMY))
+        refuse("a handler that no level has any more");
+    for (const char* const event : {"Leave1st", "Enter1st", "Enter2nd"})
+        if (name.starts_with(event))
+            refuse("an old form of a state of the handler Animation(NAME)");
+}
+
+/// Refuses a new name for a state where something stands under it already, which would take the place of what moves there.
+void refuseTakenPlaces(const E_FSM& machine, const istring& from, const istring& to) {
+    const auto refuse = [&to](const istring& handler) {
+        throw EditRefusal(fmt::format("the handler \"{}\" has something for \"{}\" already", toShownText(view(handler)),
+                                      toShownText(view(to))));
+    };
+    if (from == to)
+        return;
+    if (machine.hasMessageHandler(E_FSM::makeSwitchHandlerName(to)))
+        refuse(E_FSM::makeSwitchHandlerName(to));
+    for (const auto& [name, handler] : machine.getMessageHandlers())
+        if (handler.m_sendOnState.contains(from) && handler.m_sendOnState.contains(to))
+            refuse(name);
+}
+
 } // namespace
 
 void editFsmState(Editor& editor, Words words) {
-    CN_LevelEntity& entity = editor.entity(words[0]);
+    CN_LevelEntity& entity = editor.changeableEntity(words[0]);
     checkName(words[1], false);
     E_FSM& machine = accessMachine(entity);
     const istring state = toIString(words[1]);
@@ -88,7 +117,7 @@ void editFsmState(Editor& editor, Words words) {
 }
 
 void editFsmRenameState(Editor& editor, Words words) {
-    CN_LevelEntity& entity = editor.entity(words[0]);
+    CN_LevelEntity& entity = editor.changeableEntity(words[0]);
     checkName(words[2], false);
     const istring from = toIString(words[1]), to = toIString(words[2]);
     const E_FSM* const machine = entity.getFSM();
@@ -96,24 +125,27 @@ void editFsmRenameState(Editor& editor, Words words) {
         throw EditRefusal(fmt::format("there is no state \"{}\"", toShownText(words[1])));
     if (from != to && machine->hasState(to))
         throw EditRefusal(fmt::format("there is a state \"{}\" already", toShownText(words[2])));
+    refuseTakenPlaces(*machine, from, to);
     ForEach_FSMRenameStates rename(&entity, from, to);
     editor.root().forEachEntity(&rename);
 }
 
 void editFsmHandler(Editor& editor, Words words) {
-    CN_LevelEntity& entity = editor.entity(words[0]);
+    CN_LevelEntity& entity = editor.changeableEntity(words[0]);
     checkName(words[1], true);
     E_FSM& machine = accessMachine(entity);
     const istring handler = toIString(words[1]);
+    refuseOldHandler(entity, handler);
     if (machine.hasMessageHandler(handler))
         throw EditRefusal(fmt::format("there is a handler \"{}\" already", toShownText(words[1])));
     machine.createMessageHandler(handler);
 }
 
 void editFsmSend(Editor& editor, Words words) {
-    CN_LevelEntity& entity = editor.entity(words[0]);
-    E_FSM::Message message = readScriptLine(words[3], entity);
-    accessList(accessMachine(entity), words[1], words[2]).push_back(std::move(message));
+    CN_LevelEntity& entity = editor.changeableEntity(words[0]);
+    E_FSM& machine = accessMachine(entity);
+    E_FSM::MessageList& messages = accessList(machine, words[1], words[2]);
+    messages.push_back(readScriptLine(words[3], machine, editor.catalogue()));
 }
 
 } // namespace cairn::host

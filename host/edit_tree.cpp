@@ -2,7 +2,9 @@
 #include "cairn/document/name_validator.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/mesh_interface.h"
+#include "cairn/entities/portal.h"
 #include "cairn/fsm/walkers.h"
+#include "cairn/geometry/mesh/mesh.h"
 #include "host/editor.h"
 #include "host/entity_text.h"
 #include "host/text.h"
@@ -47,6 +49,32 @@ void checkParenting(CN_LevelEntity& parent, CN_LevelEntity& child, std::string_v
             fmt::format("\"{}\" cannot hold \"{}\"", toShownText(qualifiedName(parent)), toShownText(name)));
 }
 
+/// Refuses what stands on polygons of its parent: no file holds it without them.
+void checkStandsAlone(const CN_LevelEntity& entity, std::string_view name) {
+    if (dynamic_cast<const CN_VirtualNode*>(&entity))
+        throw EditRefusal(fmt::format("\"{}\" stands on polygons of its parent", toShownText(name)));
+}
+
+template <class Walker> void walk(Editor& editor, Walker&& walker) { editor.root().forEachEntity(&walker); }
+
+int depthOf(const CN_LevelEntity* entity) {
+    int depth = 0;
+    while ((entity = entity->getParent()))
+        ++depth;
+    return depth;
+}
+
+/// Refuses what would lie too deep below the new parent for a file.
+void checkDepth(const CN_LevelEntity& parent, CN_LevelEntity& child, std::string_view name) {
+    int below = 0;
+    CN_PreIterator it = child.createIterator();
+    for (it.begin(); !it.end(); ++it)
+        below = std::max(below, depthOf(*it) - depthOf(&child));
+    if (depthOf(&parent) + 1 + below >= CN_MAX_ENTITY_DEPTH)
+        throw EditRefusal(
+            fmt::format("\"{}\" would lie more than {} levels deep", toShownText(name), CN_MAX_ENTITY_DEPTH));
+}
+
 /// The entity and all below it.
 std::vector<CN_LevelEntity*> subtreeOf(CN_LevelEntity& entity) {
     std::vector<CN_LevelEntity*> entities{&entity};
@@ -56,19 +84,84 @@ std::vector<CN_LevelEntity*> subtreeOf(CN_LevelEntity& entity) {
     return entities;
 }
 
+/// Takes entities out of a level, and with each exit the way back: the exit of another mesh that leads there becomes a wall,
+/// and its portal goes.
+class Deletion {
+  public:
+    Deletion(Editor& editor, CN_LevelEntity& top) : m_editor(editor) { add(top); }
+
+    void run() {
+        for (std::size_t i = 0; i < m_dying.size(); ++i) // it grows by the portals of the ways back
+            gatherExits(*m_dying[i]);
+        for (CN_Polygon* const exit : m_exits)
+            closeExit(*exit);
+        walk(m_editor, ForEach_FSMDeleteObject(m_isDying));
+        for (CN_LevelEntity* const one : m_dying) {
+            m_editor.document().accessSelection()->remove(one);
+            if (auto* const mesh = dynamic_cast<CN_MeshInterface*>(one))
+                mesh->updateMaterialRefCounts(false);
+        }
+        for (CN_LevelEntity* const top : m_tops) {
+            top->getParent()->remove(top);
+            delete top;
+        }
+    }
+
+  private:
+    void add(CN_LevelEntity& top) {
+        m_tops.push_back(&top);
+        for (CN_LevelEntity* const one : subtreeOf(top))
+            if (m_isDying.insert(one).second)
+                m_dying.push_back(one);
+    }
+
+    void gatherExits(CN_LevelEntity& entity) {
+        if (auto* const mesh = dynamic_cast<CN_Mesh*>(&entity))
+            for (CN_Polygon& polygon : mesh->accessPolygonList())
+                addExit(&polygon);
+        if (auto* const portal = dynamic_cast<CN_LevelEntityPortal*>(&entity))
+            addExit(portal->getPortalPolygon());
+    }
+
+    /// Adds the exit and the one behind it, with their portals.
+    void addExit(CN_Polygon* exit) {
+        for (; exit && exit->isExitPolygon() && m_isClosing.insert(exit).second; exit = exit->getExitDestination()) {
+            m_exits.push_back(exit);
+            CN_LevelEntityPortal* const portal = exit->getLevelEntityPortal();
+            if (portal && !m_isDying.contains(portal))
+                add(*portal);
+        }
+    }
+
+    void closeExit(CN_Polygon& exit) {
+        if (const istring name = exit.getExitName(); !name.empty() && !m_isDying.contains(exit.getParent()))
+            walk(m_editor, ForEach_FSMDeleteExitSends(exit.getParent(), name));
+        exit.sealExit(m_editor.document().getMaterials().getDefaultMaterial());
+    }
+
+    Editor& m_editor;
+    std::vector<CN_LevelEntity*> m_tops;       ///< that are deleted, with all below them
+    std::vector<CN_LevelEntity*> m_dying;      ///< those and all below them
+    std::set<const CN_LevelEntity*> m_isDying; ///< the same; looked up only
+    std::vector<CN_Polygon*> m_exits;          ///< that become walls
+    std::set<const CN_Polygon*> m_isClosing;   ///< the same; looked up only
+};
+
 } // namespace
 
 void editAdd(Editor& editor, Words words) {
     if (words.size() != 3 && words.size() != 6)
         throw EditRefusal("a place has three numbers");
     const int kind = kindOf(words[0]);
-    CN_LevelEntity& parent = editor.entity(words[1]);
+    CN_LevelEntity& parent = editor.changeableEntity(words[1]);
     checkName(words[2]);
     const auto place = words.size() == 6 ? Editor::vector(words.subspan(3)) : CN_LevelEntity::Vector();
     std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, &editor.document()));
     if (!made)
         throw EditRefusal(fmt::format("no entity of the kind \"{}\" can be made", toShownText(words[0])));
     checkParenting(parent, *made, words[2]);
+    checkStandsAlone(*made, words[2]);
+    checkDepth(parent, *made, words[2]);
     if (parent.hasChildNamed(CString(words[2])))
         throw EditRefusal(fmt::format("the name \"{}\" is taken there", toShownText(words[2])));
     CN_LevelEntity& entity = *made;
@@ -84,16 +177,20 @@ void editRename(Editor& editor, Words words) {
     if (asciiEqualNoCase(old, words[1]) && old != words[1])
         entity.setName(CString(old + "_"), true); // or the library takes another case for the same name
     giveName(entity, words[1]);
+    if (entity.getEntityId() == CN_KIND_PORTAL)
+        walk(editor, ForEach_FSMRenameExits(entity.getParent(), toIString(old), toIString(words[1])));
 }
 
 void editMove(Editor& editor, Words words) {
     CN_LevelEntity& entity = editor.movableEntity(words[0]);
-    CN_LevelEntity& parent = editor.entity(words[1]);
+    CN_LevelEntity& parent = editor.changeableEntity(words[1]);
     if (&parent == &entity || parent.isParent(&entity))
         throw EditRefusal(fmt::format("\"{}\" is the entity itself or lies below it", toShownText(words[1])));
     if (entity.getParent() == &parent)
         return;
     checkParenting(parent, entity, words[0]);
+    checkStandsAlone(entity, words[0]);
+    checkDepth(parent, entity, words[0]);
     parent.add(&entity, true);
 }
 
@@ -113,19 +210,7 @@ void editTurn(Editor& editor, Words words) {
     entity.setRotation(entity.getRotation() * turn);
 }
 
-void editDelete(Editor& editor, Words words) {
-    CN_LevelEntity& entity = editor.movableEntity(words[0]);
-    const std::vector<CN_LevelEntity*> dying = subtreeOf(entity);
-    ForEach_FSMDeleteObject deleteMessages(std::set<const CN_LevelEntity*>(dying.begin(), dying.end()));
-    editor.root().forEachEntity(&deleteMessages);
-    for (CN_LevelEntity* const one : dying) {
-        editor.document().accessSelection()->remove(one);
-        if (auto* const mesh = dynamic_cast<CN_MeshInterface*>(one))
-            mesh->updateMaterialRefCounts(false);
-    }
-    entity.getParent()->remove(&entity);
-    delete &entity;
-}
+void editDelete(Editor& editor, Words words) { Deletion(editor, editor.movableEntity(words[0])).run(); }
 
 void editSelect(Editor& editor, Words words) {
     std::vector<CN_LevelEntity*> entities;

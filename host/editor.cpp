@@ -41,7 +41,8 @@ constexpr EditCommand COMMANDS[] = {
 
 std::span<const EditCommand> editCommands() { return COMMANDS; }
 
-Editor::Editor(CN_Document& document) : m_document(document) {
+Editor::Editor(CN_Document& document, const CN_FSMMessageInfoProvider* catalogue)
+    : m_document(document), m_catalogue(catalogue) {
     CN_FSMChangeManager::instance()->documentChangedNotification(nullptr, &document, nullptr);
 }
 
@@ -57,6 +58,10 @@ void Editor::run(std::span<const std::string> words) {
     if (words.size() < command->leastWords || words.size() > command->mostWords)
         throw EditRefusal(fmt::format("\"{0}\" takes: {0} {1}", command->name, command->usage));
     command->run(*this, words);
+}
+
+void Editor::finish() {
+    CN_FSMChangeManager::setNameHasChanged(); // a message may be new and nothing else
     CN_FSMChangeManager::instance()->documentUpdatedNotification(nullptr);
 }
 
@@ -69,12 +74,17 @@ CN_LevelEntity& Editor::entity(const std::string& word) {
     return *found;
 }
 
-CN_LevelEntity& Editor::placeableEntity(const std::string& word) {
+CN_LevelEntity& Editor::changeableEntity(const std::string& word) {
     CN_LevelEntity& found = entity(word);
-    if (&found == &root())
-        throw EditRefusal("the root of the level stays as it is");
     if (CN_HierarchyUtils::isNonEditablePrefabContent(&found))
         throw EditRefusal(fmt::format("\"{}\" belongs to its prefab", toShownText(word)));
+    return found;
+}
+
+CN_LevelEntity& Editor::placeableEntity(const std::string& word) {
+    CN_LevelEntity& found = changeableEntity(word);
+    if (&found == &root())
+        throw EditRefusal("the root of the level stays as it is");
     return found;
 }
 

@@ -2,6 +2,7 @@
 
 #include "cairn/document/document.h"
 #include "cairn/entities/level_entity.h"
+#include "cairn/fsm/message_info_provider.h"
 #include "host/edit_language.h"
 
 #include <span>
@@ -14,20 +15,26 @@ namespace cairn::host {
 /// says what is wrong.
 class Editor {
   public:
-    /// The document must have a level and outlive the editor; messages of its state machines follow the edits.
-    explicit Editor(CN_Document& document);
+    /// The document must have a level and outlive the editor. The catalogue, which may be null, tells which receivers are no
+    /// entities.
+    explicit Editor(CN_Document& document, const CN_FSMMessageInfoProvider* catalogue = nullptr);
     ~Editor();
     Editor(const Editor&) = delete;
     Editor& operator=(const Editor&) = delete;
 
     /// Runs one command: words as `readEditWords` gives them, at least one.
     void run(std::span<const std::string> words);
+    /// Brings the lines of all messages up to date: for the end of the commands.
+    void finish();
 
     CN_Document& document() { return m_document; }
+    const CN_FSMMessageInfoProvider* catalogue() const { return m_catalogue; }
     CN_LevelEntity& root();
     /// The entity that a word names.
     CN_LevelEntity& entity(const std::string& word);
-    /// The same, but not the root, and nothing that belongs to a prefab that is not editable.
+    /// The same, but nothing that belongs to a prefab that is not editable.
+    CN_LevelEntity& changeableEntity(const std::string& word);
+    /// The same, and not the root either.
     CN_LevelEntity& placeableEntity(const std::string& word);
     /// The same, and not the player either, which every level has in its place and under its name.
     CN_LevelEntity& movableEntity(const std::string& word);
@@ -37,6 +44,7 @@ class Editor {
 
   private:
     CN_Document& m_document;
+    const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
 };
 
 /// A command of the edit language.

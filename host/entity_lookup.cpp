@@ -32,7 +32,10 @@ CN_LevelEntity* findEntity(CN_LevelEntity& root, const std::string& word) {
     const istring name = toIString(word);
     if (number == 0u || name == "::")
         return &root;
-    std::size_t at = 0;
+    if (CN_LevelEntity* const found = number ? nullptr : root.mapNameToObject(name, nullptr))
+        if (found->getQualifiedName() == name)
+            return found;
+    std::size_t at = 0; // in a level that was read in part, siblings may share a name
     CN_PreIterator it = root.createIterator();
     for (it.begin(); !it.end(); ++it)
         if (++at == number || (*it)->getQualifiedName() == name)

@@ -62,14 +62,7 @@ const CN_FSMMessageInfoProvider* LevelSession::readCatalogue(const std::string& 
         return nullptr;
     }
     CN_FSMMessageInfoProvider& catalogue = CN_LevelFileLibrary::instance()->accessMessageInfoProvider();
-    try {
-        withFailure(ExitCode::INPUT, file, [&] { catalogue.read(file); });
-    } catch (const Failure& failure) {
-        if (!named.empty() || failure.code() != ExitCode::INPUT)
-            throw;
-        m_console.warn(file, fmt::format("messages are not looked up: {}", failure.what()));
-        return nullptr;
-    }
+    withFailure(ExitCode::INPUT, file, [&] { catalogue.read(file); });
     return &catalogue;
 }
 
@@ -168,6 +161,14 @@ void LevelSession::warnOfFault(const OpenedLevel& level, const std::string& file
         return;
     output.flush();
     m_console.warn(file, "only what stands before the fault was read: " + level.fault);
+}
+
+void LevelSession::warnOfLoss(const OpenedLevel& level, const std::string& file) const {
+    for (const CN_LoadFinding& finding : level.document->getLoadReport().getFindings())
+        if (finding.code == "newer-data")
+            m_console.warn(file, finding.hasEntity
+                                     ? fmt::format("will not be saved: {} ({})", finding.text, finding.entity)
+                                     : fmt::format("will not be saved: {}", finding.text));
 }
 
 void LevelSession::save(CN_Document& document, const std::string& file, Console& output) const {

@@ -41,8 +41,7 @@ class LevelSession {
     bool hasContent() const { return m_hasContent; }
 
     /// Reads the message catalogue into the library: the file of that name, where it is empty the one that `findCatalogue`
-    /// finds. Null where that is none, or where it cannot be read, which is told; a named file that cannot be read throws a
-    /// `Failure`.
+    /// finds. Null where that is none, which is told. Throws a `Failure` where it cannot be read.
     const CN_FSMMessageInfoProvider* readCatalogue(const std::string& named) const;
 
     /// A document without a level, with progress and messages bound.
@@ -56,6 +55,8 @@ class LevelSession {
     /// Warns of the fault of a level that is not whole, once the result is out: for the end of a command, as one that
     /// fails says nothing but why.
     void warnOfFault(const OpenedLevel& level, const std::string& file, Console& output) const;
+    /// Warns of what a newer writer put into the file and a save drops.
+    void warnOfLoss(const OpenedLevel& level, const std::string& file) const;
     /// Writes the level to a sealed file as a whole or not at all, or to the console's result for "-". Throws a
     /// `Failure`.
     void save(CN_Document& document, const std::string& file, Console& output) const;

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -19,9 +20,6 @@ namespace cairn::host {
 namespace {
 
 using MessageInfo = CN_FSMMessageInfoProvider::MessageInfo;
-
-/// The type of a receiver that is the game and no entity.
-constexpr unsigned GAME = 0;
 
 /// "2", "2 to 3" or "at least 2".
 std::string textOf(const ArgumentCount& count) {
@@ -77,10 +75,10 @@ class MachineLint {
                 check(entity, message);
         });
         for (const istring& state : machine.getStates())
-            if (state != machine.getDefaultState() && !m_entered.contains({&entity, state}))
+            if (state != machine.getDefaultState() && !isNamed(m_entered, entity, state))
                 m_tell("fsm-unreached-state", entity, fmt::format("Nothing enters the state \"{}\"", view(state)));
         for (const auto& [timer, data] : machine.getTimers())
-            if (!m_started.contains({&entity, timer}))
+            if (!isNamed(m_started, entity, timer))
                 m_tell("fsm-unstarted-timer", entity, fmt::format("Nothing starts the timer \"{}\"", view(timer)));
     }
 
@@ -88,7 +86,8 @@ class MachineLint {
         const std::string_view line = view(message.m_text);
         if (!message.m_global && !message.m_target)
             m_tell("fsm-dangling-target", entity, fmt::format("The target of \"{}\" is no entity", line));
-        else if (isOneOf(message.m_name, {"EnableExit", "EnableExitAIActivation"}) && !namesExit(message))
+        else if (!message.m_global && isOneOf(message.m_name, {"EnableExit", "EnableExitAIActivation"}) &&
+                 !namesExit(message))
             m_tell("fsm-bad-exit", entity, fmt::format("The target of \"{}\" has no such exit", line));
         if (!m_catalogue)
             return;
@@ -105,24 +104,37 @@ class MachineLint {
             m_tell("fsm-receiver", entity, fmt::format("The target of \"{}\" takes no such message", line));
     }
 
-    static bool namesExit(const E_FSM::Message& message) {
+    /// A line without target may go to any entity: to the activator, whom the game knows.
+    static bool isNamed(const std::set<Named>& named, const CN_LevelEntity& entity, const istring& name) {
+        return named.contains({&entity, name}) || named.contains({nullptr, name});
+    }
+
+    bool namesExit(const E_FSM::Message& message) {
         const auto* const mesh = dynamic_cast<const CN_Mesh*>(message.m_target);
-        return mesh && message.m_arguments.size() > 1 && mesh->findExit(message.m_arguments[1]);
+        if (!mesh || message.m_arguments.size() < 2)
+            return false;
+        const auto [names, isNew] = m_exitNames.try_emplace(mesh);
+        if (isNew)
+            for (const CN_Polygon& polygon : mesh->getPolygonList())
+                if (polygon.isExitPolygon())
+                    names->second.insert(polygon.getExitName());
+        return names->second.contains(message.m_arguments[1]);
     }
 
     /// Whoever set a trigger off is known to the game only.
     static bool isReceived(const MessageInfo& info, const E_FSM::Message& message) {
         if (!message.m_target && toIString(view(message.m_text)).starts_with("activator->"))
             return true;
-        const unsigned type = message.m_target ? static_cast<unsigned>(message.m_target->getEntityId()) : GAME;
+        const unsigned type = message.m_target ? static_cast<unsigned>(message.m_target->getEntityId()) : GAME_RECEIVER;
         return std::any_of(info.receivers.begin(), info.receivers.end(),
                            [type](const auto& receiver) { return receiver.type == type; });
     }
 
     const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
     const MachineProblem& m_tell;
-    std::set<Named> m_entered; ///< states, by the entity of their machine
-    std::set<Named> m_started; ///< timers, likewise
+    std::map<const CN_Mesh*, std::set<istring>> m_exitNames; ///< of targets; looked up, never walked
+    std::set<Named> m_entered;                               ///< states, by the entity of their machine
+    std::set<Named> m_started;                               ///< timers, likewise
 };
 
 } // namespace

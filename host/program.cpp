@@ -3,6 +3,7 @@
 #include "host/command_line.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <new>
 #include <sstream>
@@ -146,6 +147,11 @@ void CommonOptions::addContent(CLI::App& command) {
     command.add_option("--content", content, "Content database to check names against")
         ->type_name("DB")
         ->check(refuseStandardStream);
+}
+
+void answerNo(const Failure& failure, Console& console) {
+    console.write(nlohmann::ordered_json{{"error", failure.what()}}.dump() + '\n');
+    console.flush();
 }
 
 std::string refuseStandardStream(const std::string& path) {

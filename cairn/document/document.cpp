@@ -301,6 +301,9 @@ void CN_Document::loadLevel(F_MemoryFile& file) {
     }
     findPlayer();
     reportBrokenEntities();
+    for (const CN_LevelEntity* entity : m_brokenFSMs.get())
+        m_loadReport.add("fsm-default-state", entity, -1,
+                         "The default state is no state of the machine; it has none now");
     m_collectingBroken = false;
     CN_ExitDestinationPointerDeserializer::instance()->deserialize(m_level, m_materials.getDefaultMaterial());
     CN_FSMChangeManager::instance()->deserializeFSMs(m_level, false);

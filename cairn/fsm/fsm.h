@@ -92,10 +92,11 @@ class E_FSM {
         /// @{
 
         /// True if the message belongs into a script: with `selectionOnly` only what lies wholly in the selection. The target
-        /// groups are those that `CN_LevelFileLibrary::cacheTargetGroups` gathered last.
+        /// groups are those that `CN_LevelFileLibrary::cacheTargetGroups` gathered last. A message that names an entity that
+        /// has died does not.
         bool isToBeExported(bool selectionOnly) const;
         /// Appends the message's line of the game's script language to `out`, without a line's end. Nothing is appended
-        /// for an exit message whose target has no such exit.
+        /// for an exit message whose target has no such exit, and for "AI_SetTargetGroups" with one argument that is no group.
         void exportTo(std::string& out) const;
         /// @}
     };

@@ -260,7 +260,8 @@ void appendJoined(std::string& out, const std::vector<istring>& arguments, std::
 
 /// Writes the line that opens or shuts an exit of the target; nothing where it has no such exit.
 void exportExit(const Message& message, std::string& out) {
-    const auto* const mesh = dynamic_cast<const CN_Mesh*>(message.m_target);
+    const auto* const mesh =
+        CN_LevelEntity::isAlive(message.m_target) ? dynamic_cast<const CN_Mesh*>(message.m_target) : nullptr;
     const istring* const name = argumentOf(message, 1);
     const CN_Polygon* const exit = mesh && name ? mesh->findExit(*name) : nullptr;
     if (!exit)
@@ -323,11 +324,12 @@ bool E_FSM::Message::isToBeExported(bool selectionOnly) const {
         return false;
     if (!areTargetsKnown(*this, selectionOnly))
         return false;
-    if (m_global ? m_name == "REM" : !m_target || !isTargetExported(*m_target, selectionOnly))
+    if (m_global ? m_name == "REM" : !CN_LevelEntity::isAlive(m_target) || !isTargetExported(*m_target, selectionOnly))
         return false;
-    return std::all_of(
-        m_objectArguments.begin(), m_objectArguments.end(),
-        [selectionOnly](const CN_LevelEntity* entity) { return !entity || isExported(*entity, selectionOnly); });
+    return std::all_of(m_objectArguments.begin(), m_objectArguments.end(),
+                       [selectionOnly](const CN_LevelEntity* entity) {
+                           return !entity || (CN_LevelEntity::isAlive(entity) && isExported(*entity, selectionOnly));
+                       });
 }
 
 void E_FSM::Message::exportTo(std::string& out) const {

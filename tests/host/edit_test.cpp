@@ -2,10 +2,13 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/geometry/mesh/mesh.h"
+#include "cairn/geometry/validate.h"
 #include "host/editor.h"
 #include "host/level_session.h"
 #include "tests/host/program_run.h"
 #include "tests/support/machine_text.h"
+#include "tests/support/mesh_shelf.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -26,6 +29,7 @@ class Edit : public testing::Test {
         try {
             for (const EditLine& line : readEditScript(script))
                 editor.run(line.words);
+            editor.finish();
         } catch (const EditRefusal& refusal) {
             return refusal.what();
         }
@@ -79,7 +83,7 @@ TEST(EditLanguage, TakesLinesApart) {
 
 TEST_F(Edit, RefusesWithAReasonAndChangesNothing) {
     ASSERT_EQ(run(TWO_ROOMS), "");
-    ASSERT_EQ(run("fsm-state ::Clock idle"), "");
+    ASSERT_EQ(run("fsm-state ::Clock idle\nfsm-handler ::Clock FSM_Switch(walk)"), "");
     const struct {
         const char *command, *reason;
     } cases[] = {
@@ -113,11 +117,22 @@ TEST_F(Edit, RefusesWithAReasonAndChangesNothing) {
         {"fsm-send ::Clock Startup before Go(a,)", "an argument is empty: \"a,\""},
         {"fsm-send ::Clock Startup before Go(a))", "a parenthesis closes none: \"a)\""},
         {"fsm-send ::Clock Startup before \"Go on\"", "this is no name of a message: \"Go on\""},
+        {"fsm-send ::Room1 Startup before Go(::Room2)", "\"::Room1\" has no state machine"},
+        {"fsm-send ::Clock Startup before this->DO_InvertAnimation(a)",
+         "an old name of DO_AbortAnimation: \"DO_InvertAnimation\""},
+        {"fsm-send ::Clock Startup before Go(player.ai)",
+         "an old form of a target that loads take away: \"player.ai\""},
+        {"fsm-send ::Clock Startup before this->AI_SetTarget(PLAYER_GROUP)",
+         "an old name of the group 0: \"PLAYER_GROUP\""},
+        {"fsm-handler ::Clock activate", "\"activate\" is an old name of T_Activate"},
+        {"fsm-handler ::Clock Enter1st(a)", "\"Enter1st(a)\" is an old form of a state of the handler Animation(NAME)"},
+        {"fsm-handler ::Room1::Guard OnSpecial", "\"OnSpecial\" is a handler that no level has any more"},
+        {"fsm-rename-state ::Clock idle walk", "the handler \"FSM_Switch(walk)\" has something for \"walk\" already"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(run(c.command), c.reason) << c.command;
     EXPECT_NE(run("rename ::Room1 \"a b\"").find("\"a b\" is no name: "), std::string::npos);
-    EXPECT_EQ(test::textOf(*find("::Clock")->getFSM()), "idle* ; ; ;\nFSM_Switch(idle):\nStartup:");
+    EXPECT_EQ(test::textOf(*find("::Clock")->getFSM()), "idle* ; ; ;\nFSM_Switch(idle):\nFSM_Switch(walk):\nStartup:");
     EXPECT_EQ(m_document->getLevel()->getChildren().size(), 4u);
 }
 
@@ -143,14 +158,16 @@ fsm-state ::Room1::Guard run
 fsm-send ::Clock Startup before "  ::Room1::Guard -> FSM_Switch( run )"
 fsm-send ::Clock Startup after "parent::Room1::Guard->LookAt(::Room2::Gate, \"a, b\", f(1,2));"
 fsm-send ::Clock Startup after "player->Go"
-fsm-send ::Room1::Guard FSM_Switch(run) state:RUN "this->FSM_Switch(idle);"
+fsm-send ::Room1::Guard FSM_Switch(run) state:RUN "this->FSM_Switch(\"idle\");"
+fsm-send ::Room1::Guard OnDeath before "Say(\"a -> b\")"
 fsm-send ::Room1::Guard OnDeath before "activator->Blame();"
 fsm-send ::Room1::Guard OnDeath before "# gone"
 fsm-send ::Room1::Guard OnDeath before "Print(hello)")script"),
               "");
     EXPECT_EQ(lines("::Clock"), "::Room1::Guard->FSM_Switch(run);\n"
-                                "parent::Room1::Guard->LookAt(::Room2::Gate, \"a, b\", f(1,2));\nplayer->Go();\n");
-    EXPECT_EQ(lines("::Room1::Guard"), "this->FSM_Switch(idle);\nactivator->Blame();\n# gone\nPrint(hello);\n");
+                                "parent::Room1::Guard->LookAt( ::Room2::Gate, \"a, b\", f(1,2) );\nplayer->Go();\n");
+    EXPECT_EQ(lines("::Room1::Guard"),
+              "this->FSM_Switch(idle);\nSay(\"a -> b\");\nactivator->Blame();\n# gone\nPrint(hello);\n");
 
     ASSERT_EQ(run("rename ::Room1 Hall\nmove ::Room2::Gate ::Clock\nfsm-rename-state ::Hall::Guard run flee"), "");
     EXPECT_EQ(lines("::Clock"), "::Hall::Guard->FSM_Switch(flee);\n"
@@ -159,6 +176,48 @@ fsm-send ::Room1::Guard OnDeath before "Print(hello)")script"),
 
     ASSERT_EQ(run("delete ::Hall"), "");
     EXPECT_EQ(lines("::Clock"), "player->Go();\n");
+}
+
+TEST_F(Edit, TakesTheReceiversOfACatalogueForTheGame) {
+    ASSERT_EQ(run(TWO_ROOMS), "");
+    const CN_FSMMessageInfoProvider* const catalogue =
+        m_session.readCatalogue(CAIRN_TEST_SOURCE_DIR "/../host/data/messages.txt");
+    Editor editor(*m_document, catalogue);
+    editor.run(readEditWords("fsm-send ::Clock Startup before \"Tarn_GameMode->GM_EnableExit(a, 1)\""));
+    EXPECT_EQ(lines("::Clock"), "Tarn_GameMode->GM_EnableExit(a, 1);\n");
+}
+
+TEST(EditPortals, ExitsCloseOnBothSidesAndLinesFollowTheirNames) {
+    for (const char* const dies : {"::First::ToSecond", "::First", "::Second"}) {
+        test::ShelfDocument document;
+        test::twoRooms(document);
+        CN_CairnLevel& root = *document.accessLevel();
+        Editor editor(document);
+        const auto run = [&](const std::string& command) { editor.run(readEditWords(command)); };
+        for (const char* const command : {"move ::First::ToSecond ::Second", "add portal ::First Way"})
+            EXPECT_THROW(run(command), EditRefusal) << command;
+        run("add fsm :: Clock");
+        run("fsm-handler ::Clock OnUse");
+        run("fsm-send ::Clock OnUse before \"::First->EnableExit(1, \\\"ToSecond\\\")\"");
+        run("rename ::First::ToSecond Gap");
+        editor.finish();
+        const E_FSM& machine = *root.mapNameToObject("::Clock", nullptr)->getFSM();
+        EXPECT_EQ(machine.getMessageHandler("OnUse")->m_sendBefore.at(0).m_text, "::First->EnableExit(1, Gap);");
+        const std::string name = dies == std::string("::First::ToSecond") ? "::First::Gap" : dies;
+        run("delete " + name);
+        editor.finish();
+        EXPECT_FALSE(machine.hasMessages());
+        int exits = 0, portals = 0;
+        CN_PreIterator it = root.createIterator();
+        for (it.begin(); !it.end(); ++it) {
+            portals += (*it)->getEntityId() == CN_KIND_PORTAL;
+            if (auto* const mesh = dynamic_cast<CN_LevelEntityMesh*>(*it))
+                for (const CN_Polygon& polygon : mesh->getPolygonList())
+                    exits += polygon.isExitPolygon();
+        }
+        EXPECT_EQ(exits + portals, 0) << dies;
+        EXPECT_TRUE(CN_isConsistent(document));
+    }
 }
 
 using EditProgram = test::ProgramTest;

@@ -11,6 +11,8 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <set>
+
 using namespace cairn;
 using test::ProgramRun;
 using testing::HasSubstr;
@@ -50,6 +52,7 @@ class MachineCommands : public test::ProgramTest {
             host::Editor editor(m_document);
             for (const host::EditLine& line : host::readEditScript(LOGIC))
                 editor.run(line.words);
+            editor.finish();
         }
         m_document.accessAICharacterGroups()["guards"] = 0;
         static_cast<CN_LevelEntityEnemy*>(find("::First::Guard"))->setGroup("guards");
@@ -213,4 +216,54 @@ TEST_F(MachineCommands, ShowsWhoRefersToAnEntity) {
     EXPECT_EQ(none.code, 0);
     EXPECT_EQ(none.output, "");
     EXPECT_EQ(run({"refs", "a.cairn", "@99"}).code, 1);
+}
+
+TEST_F(MachineCommands, CheckHoldsWhatMachinesSayAgainstTheCatalogue) {
+    const struct {
+        const char *line, *code; ///< what is added, and what `check` says of it beside what it says of the level
+    } cases[] = {
+        {"fsm-send ::Clock OnUse before \"::First::Guard->AI_SetTarget(player);\"", ""},
+        {"fsm-send ::Clock OnUse before \"::First::Guard->AI_Frob();\"", "fsm-unknown-message"},
+        {"fsm-send ::Clock OnUse before \"::First::Guard->AI_SetTarget();\"", "fsm-argument-count"},
+        {"fsm-send ::Clock OnUse before \"::Clock->AI_SetTarget(player);\"", "fsm-receiver"},
+        {"fsm-send ::Clock OnUse before \"::First->EnableExit(1, Nowhere);\"", "fsm-bad-exit"},
+        {"fsm-send ::Clock OnUse before \"activator->EnableExit(1, Nowhere);\"", ""},
+        {"fsm-state ::Clock a\nfsm-state ::Clock b", "fsm-unreached-state"},
+        {"fsm-state ::Clock a\nfsm-state ::Clock b\nfsm-send ::Clock OnUse before \"activator->FSM_Switch(b);\"", ""},
+    };
+    const auto codesOf = [&](const std::string& file) {
+        std::multiset<std::string> codes;
+        const Json report = Json::parse(run({"check", "--json", file}).output);
+        for (const Json& problem : report["files"][0]["problems"])
+            codes.insert(problem["code"].get<std::string>());
+        return codes;
+    };
+    const std::multiset<std::string> before = codesOf("a.cairn");
+    for (const auto& each : cases) {
+        write("a.edit", each.line);
+        ASSERT_EQ(run({"edit", "a.cairn", "-o", "b.cairn", "--script", "a.edit"}).code, 0) << each.line;
+        std::multiset<std::string> expected = before;
+        if (*each.code)
+            expected.insert(each.code);
+        EXPECT_EQ(codesOf("b.cairn"), expected) << each.line;
+        ASSERT_EQ(run({"save", "b.cairn", "-o", "c.cairn"}).code, 0);
+        EXPECT_EQ(read("c.cairn"), read("b.cairn")) << "what an edit saves a save leaves as it is";
+    }
+
+    E_FSM& clock = *find("::Clock")->accessFSM();
+    clock.addTimer("fuse", false, 1);
+    clock.addState("a");
+    clock.setDefaultState("gone");
+    save();
+    std::multiset<std::string> expected = before;
+    expected.insert({"fsm-unstarted-timer", "fsm-default-state", "fsm-unreached-state"});
+    EXPECT_EQ(codesOf("a.cairn"), expected);
+}
+
+TEST_F(MachineCommands, AnUnknownEntityIsAnAnswerInJsonToo) {
+    for (const char* const command : {"fsm", "refs", "measure"}) {
+        const ProgramRun done = run({command, "--json", "a.cairn", "::Nobody"});
+        EXPECT_EQ(done.code, 1);
+        EXPECT_EQ(Json::parse(done.output)["error"], "no entity is named \"::Nobody\"");
+    }
 }
