@@ -5,9 +5,9 @@
 #include "tests/support/test_data.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <poll.h>
 
 #include <algorithm>
 #include <filesystem>
