@@ -38,6 +38,7 @@ struct ImportMesh {
     std::string name;
     std::vector<M_Vector3Template<double>> corners; ///< those that no face has are left out
     std::vector<ImportFace> faces;
+    std::uint32_t line = 0; ///< of the source, from 1; 0 for a mesh of many lines
 };
 
 /// What became of the faces of an import.

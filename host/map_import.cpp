@@ -5,6 +5,8 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/dyn_pointlight.h"
 #include "cairn/foundation/exception.h"
+#include "cairn/geometry/open_edges.h"
+#include "cairn/geometry/validate.h"
 #include "cairn/materials/material.h"
 #include "host/brush_solid.h"
 #include "host/entity_text.h"
@@ -179,7 +181,18 @@ class MapImporter {
 
     void importWorldBrush(const MapBrush& brush) {
         if (const std::optional<ImportMesh> mesh = makeMesh(brush, m_worldBrushes++))
-            addImportMesh(*mesh, *m_document.accessLevel(), m_summary.meshes);
+            addBrush(*mesh, *m_document.accessLevel());
+    }
+
+    /// A brush is closed by its making; one whose corners a level cannot tell apart is told.
+    CN_LevelEntityMesh& addBrush(const ImportMesh& mesh, CN_LevelEntity& parent) {
+        CN_LevelEntityMesh& made = addImportMesh(mesh, parent, m_summary.meshes);
+        if (!CN_findOpenEdges(made, CN_LEVEL_TOLERANCE).empty()) {
+            ++m_summary.thinBrushes;
+            if (m_summary.findings.size() < MapImportSummary::MAX_FINDINGS)
+                m_summary.findings.push_back({mesh.line, "a brush is so thin or small that a level takes its mesh for open"});
+        }
+        return made;
     }
 
     void importBrushEntity(const MapEntity& entity, std::string_view className) {
@@ -194,7 +207,7 @@ class MapImporter {
         machine.handleOwnHierarchy();
         std::vector<CN_LevelEntity*> touched;
         for (const ImportMesh& mesh : meshes) {
-            CN_LevelEntityMesh& made = addImportMesh(mesh, machine, m_summary.meshes);
+            CN_LevelEntityMesh& made = addBrush(mesh, machine);
             if (begins(className, "trigger_")) {
                 CN_TriggerProperties properties;
                 properties.playerTrigger = true;
@@ -245,6 +258,7 @@ class MapImporter {
         }
         m_summary.idleFaces += solid.idle.size();
         ImportMesh mesh;
+        mesh.line = brush.line;
         mesh.name = fmt::format("Brush{}", number);
         for (const Vector& corner : solid.corners)
             mesh.corners.push_back(fromMap((corner + middle) * m_scale));
@@ -465,6 +479,8 @@ std::string MapImportSummary::text() const {
             "; {}", counted(links.unbound, "target that nothing is named by", "targets that nothing is named by"));
     if (lostBrushes > 0)
         text += fmt::format("; {} not imported", counted(lostBrushes, "brush", "brushes"));
+    if (thinBrushes > 0)
+        text += fmt::format("; {} too thin or small to be closed", counted(thinBrushes, "brush is", "brushes are"));
     if (idleFaces > 0)
         text +=
             fmt::format("; {} left out", counted(idleFaces, "face that bounds nothing", "faces that bound nothing"));

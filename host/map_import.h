@@ -36,6 +36,7 @@ struct MapImportSummary {
     ImportMaterials::Counts materials;
     std::size_t brushEntities = 0;       ///< made of entities that have brushes, worldspawn aside
     std::size_t lostBrushes = 0;         ///< that enclose nothing, or are none for another reason
+    std::size_t thinBrushes = 0;         ///< whose corners a level cannot tell apart, so that it takes them for open
     std::size_t idleFaces = 0;           ///< of brushes that were made: planes that bound nothing
     MapLinkCounts links;                 ///< `targetname`, `target` and `killtarget`
     std::size_t oddValues = 0;           ///< values of keys with a meaning that are not what the key takes, passed over

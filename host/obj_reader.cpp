@@ -33,7 +33,9 @@ std::string_view takeWord(std::string_view& line) {
 /// Takes the lines of a text one after the other, without their ends and without comments that fill a line's end.
 class LineTaker {
   public:
-    explicit LineTaker(std::string_view text) : m_rest(text) {
+    /// Where no line ends in a line feed, carriage returns end them.
+    explicit LineTaker(std::string_view text)
+        : m_rest(text), m_lineEnd(text.find('\n') == std::string_view::npos ? '\r' : '\n') {
         constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
         if (m_rest.starts_with(BYTE_ORDER_MARK))
             m_rest.remove_prefix(BYTE_ORDER_MARK.size());
@@ -48,7 +50,7 @@ class LineTaker {
         std::size_t end = 0;
         for (bool goesOn = true; goesOn && end < m_rest.size();) {
             const std::size_t begin = end;
-            end = std::min(m_rest.find('\n', begin), m_rest.size());
+            end = std::min(m_rest.find(m_lineEnd, begin), m_rest.size());
             std::size_t last = end;
             while (last > begin && asciiIsSpace(m_rest[last - 1]))
                 --last;
@@ -74,6 +76,7 @@ class LineTaker {
     }
 
     std::string_view m_rest;
+    char m_lineEnd;
     std::uint32_t m_line = 1;
     std::uint32_t m_taken = 0; ///< lines of the text in the one taken last
 };

@@ -139,6 +139,17 @@ class BrushImport : public MapImport {
     }
 };
 
+TEST_F(BrushImport, TellsOfBrushesTooThinForALevel) {
+    const std::string wall = "wall 0 0 0 1 1";
+    const MapImportSummary summary = import("{\"classname\" \"worldspawn\"\n" + block("0 0 0", "64 64 64", wall) +
+                                                block("0 0 0", "64 64 1", wall) + "}\n",
+                                            0.0005);
+    EXPECT_EQ(summary.meshes.meshes, 2u);
+    EXPECT_EQ(summary.thinBrushes, 1u);
+    ASSERT_EQ(summary.findings.size(), 1u);
+    EXPECT_EQ(summary.findings[0].line, 10u);
+}
+
 TEST_F(BrushImport, MakesClosedMeshesThatLookOutward) {
     const std::string wall = "wall 0 0 0 1 1";
     const MapImportSummary summary =

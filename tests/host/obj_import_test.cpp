@@ -123,6 +123,10 @@ TEST_F(ObjImport, FitsCoordinatesOnlyWhereAPlaneHasThem) {
     }
 }
 
+TEST_F(ObjImport, TakesCarriageReturnsForLineEndsWhereThereAreNoOthers) {
+    EXPECT_EQ(import("v 0 0 0\rv 1 0 0\rv 1 1 0\rf 1 2 3\r").meshes.polygons, 1u);
+}
+
 TEST_F(ObjImport, TellsOfFacesTooThinForALevel) {
     const ObjImportSummary summary = import("v 0 0 0\nv 1 0 0\nv 0.5 1e-6 0\nv 0 1 0\nv 1e-6 0 0\nv 0 1e-6 0\n"
                                             "f 1 2 4\nf 1 2 3\nf 1 5 6\n");
