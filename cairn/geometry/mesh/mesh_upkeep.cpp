@@ -11,14 +11,22 @@ void CN_Mesh::flipFaces() {
     // All are turned before one is triangulated, which may throw.
     for (CN_Polygon& polygon : m_polygonList)
         polygon.flip(false);
-    handleOwnHierarchy();
-    invalidateObject(true);
-    m_facesFlipped = !m_facesFlipped;
-    setGeometryDirty();
-    for (CN_Polygon& polygon : m_polygonList) {
-        polygon.accessTriangleList().clear();
-        polygon.triangulize(true);
+    const auto finish = [this] {
+        handleOwnHierarchy();
+        invalidateObject(true);
+        m_facesFlipped = !m_facesFlipped;
+        setGeometryDirty();
+    };
+    try {
+        for (CN_Polygon& polygon : m_polygonList) {
+            polygon.accessTriangleList().clear();
+            polygon.triangulize(true);
+        }
+    } catch (...) {
+        finish();
+        throw;
     }
+    finish();
 }
 
 } // namespace cairn

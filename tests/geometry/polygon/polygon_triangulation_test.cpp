@@ -154,6 +154,8 @@ TEST(PolygonTriangulation, MergesInTheOrderOfTheListWalk) {
         ASSERT_EQ(cornersOf(polygon), expected) << i;
         EXPECT_LT(polygon.getTriangleList().count(), triangles);
         EXPECT_NEAR(polygon.calcArea(), CN_areaVector(polygon).length(), 1e-9);
+        polygon.triangulize(true);
+        ASSERT_EQ(cornersOf(polygon), expected) << i << ": triangulated again it is the same";
     }
     for (const test::ShelfMesh& sample : test::meshShelf()) {
         CN_LevelEntityMesh* const shelved = sample.name == "corridor" ? nullptr : sample.build(document);
