@@ -212,7 +212,8 @@ TEST(PolygonInside, RaysMeetThePlane) {
     EXPECT_TRUE(floor.polygon.intersectPlane(out, {1, -2, 0}, {1, 4, 1}, &t, true));
     EXPECT_EQ(out, Vector(3, 0, 1));
     EXPECT_EQ(t, 2);
-    EXPECT_TRUE(floor.polygon.intersectPlane(out, {0, 1, 0}, {30, -3, 1}, nullptr, true)) << "from behind, beyond the edges";
+    EXPECT_TRUE(floor.polygon.intersectPlane(out, {0, 1, 0}, {30, -3, 1}, nullptr, true))
+        << "from behind, beyond the edges";
     EXPECT_EQ(out, Vector(30, 0, 1));
     for (const auto& [direction, origin] : {std::pair(Vector(0, 1, 0), Vector(1, 4, 1)),
                                             {{0, -1, 0}, {1, 0, 1}},
@@ -224,7 +225,8 @@ TEST(PolygonInside, RaysMeetThePlane) {
 
     CN_LevelEntityMesh& rotated = *test::rotatedRoom(floor.document);
     const CN_Polygon& ground = rotated.accessPolygonList()[0];
-    const Vector origin = rotated.worldTransform({1, 3, 2}), direction = Vector(0, -1.5, 0.5) * rotated.getWorldRotation();
+    const Vector origin = rotated.worldTransform({1, 3, 2}),
+                 direction = Vector(0, -1.5, 0.5) * rotated.getWorldRotation();
     EXPECT_TRUE(ground.intersectPlane(out, direction, origin, &t, false));
     EXPECT_NEAR((out - rotated.worldTransform({1, 0, 3})).length(), 0, 1e-12);
     EXPECT_NEAR(t, 2, 1e-12);

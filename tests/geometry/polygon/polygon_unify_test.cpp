@@ -51,8 +51,16 @@ TEST(PolygonUnify, WhatMayBecomeOne) {
         {"side by side", [](Floors&) {}, nullptr},
         {"tilted", tilted(0.09), nullptr},
         {"too much", tilted(0.11), NOT_COPLANAR},
-        {"facing each other", [](Floors& f) { f.b->setNormal({0, -1, 0}); }, NOT_COPLANAR},
-        {"without a normal", [=](Floors& f) { f.b->setNormal({0, NOT_A_NUMBER, 0}); }, NOT_COPLANAR},
+        {"facing each other",
+         [](Floors& f) {
+             f.b->setNormal({0, -1, 0});
+         },
+         NOT_COPLANAR},
+        {"without a normal",
+         [=](Floors& f) {
+             f.b->setNormal({0, NOT_A_NUMBER, 0});
+         },
+         NOT_COPLANAR},
         {"of two meshes", [](Floors& f) { f.b = &test::unitFloor(f.document)->accessPolygonList()[0]; },
          "Polys have to be in the same object!"},
         {"apart",
@@ -127,7 +135,7 @@ TEST(PolygonUnify, TwoFloorsBecomeOne) {
         EXPECT_EQ(made[0]->getPolyMode(), PT_ALPHAMAP);
         EXPECT_TRUE(made[0]->hasUVSpace(1) && made[0]->hasUVSpace(2));
         EXPECT_TRUE(floors.a->getNgonList().empty());
-        EXPECT_NEAR((CN_areaVector(*made[0]) - Vector(0, 64, 0)).length(), 0, 1e-4 * gap + 1e-12);
+        EXPECT_NEAR((CN_areaVector(*made[0]) - Vector(0, 64, 0)).length(), 0, 1e-9);
         EXPECT_EQ(made[0]->getEdgeList().first()->getWorld(0).y, 10) << "the hierarchy is up to date";
         EXPECT_TRUE(made[0]->canTriangulize());
         carrier.setMaterial(nullptr);
@@ -137,9 +145,6 @@ TEST(PolygonUnify, TwoFloorsBecomeOne) {
 TEST(PolygonUnify, PolygonsApartStayTwo) {
     Floors floors;
     CN_Polygon carrier(&floors.mesh);
-    floors.mesh.accessVertexList()[0].local.x = floors.mesh.accessVertexList()[3].local.x = 20; // b turns over
-    for (const int corner : {0, 3})
-        floors.mesh.accessVertexList()[corner].local = {0, 0, corner == 0 ? 2.0 : 3.0};
     floors.b->accessEdgeList().clear();
     for (const Vector& corner : {Vector(0, 0, -4), {0, 0, -3}, {8, 0, -3}, {8, 0, -4}})
         floors.b->addVertex(corner);
@@ -167,7 +172,8 @@ TEST(PolygonUnify, ThePlaneIsThatOfTheNormalNearerAnAxis) {
     }
     Floors floors;
     CN_Polygon carrier(&floors.mesh);
-    EXPECT_EQ(carrier.buildFrom(floors.a, floors.b).at(0)->getPointOnPlane(), floors.b->getPointOnPlane()) << "on a tie";
+    EXPECT_EQ(carrier.buildFrom(floors.a, floors.b).at(0)->getPointOnPlane(), floors.b->getPointOnPlane())
+        << "on a tie";
     carrier.setMaterial(nullptr);
 }
 
