@@ -7,8 +7,8 @@
 #include <memory>
 #include <vector>
 
-// Cutting all polygons of a mesh by one plane, by their number, uniting what was cut, and finding the neighbours of all
-// polygons. Every polygon of the first scene crosses the plane; of the second, a floor of squares, few do.
+// Cutting all polygons of a mesh by one plane, by their number, and finding the neighbours of all polygons. Every polygon of
+// the first scene crosses the plane; of the second, a floor of squares, few do.
 
 namespace cairn {
 namespace {
