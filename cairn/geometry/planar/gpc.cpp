@@ -143,8 +143,9 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
         Result result{{}, node->IsHole()};
         for (const ClipperLib::IntPoint& point : node->Contour)
             result.corners.push_back(grid.restore(point));
-        // Clipper's outlines run counter-clockwise.
-        std::reverse(result.corners.begin(), result.corners.end());
+        // Clipper's outlines run counter-clockwise, but for some of contours that run along themselves: the flag holds.
+        if ((ClipperLib::Area(node->Contour) > 0) != result.hole)
+            std::reverse(result.corners.begin(), result.corners.end());
         rotateToLowest(result.corners, SAME * grid.extent());
         results.push_back(std::move(result));
     }
