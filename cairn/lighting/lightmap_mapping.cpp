@@ -44,12 +44,6 @@ int textureSize(double texels) {
     return 1 << exponent;
 }
 
-/// The point of the mesh's space with those coordinates.
-Vector fromUV(const CN_LightmapMapping::Space& space, const Point& uv) {
-    const Point free = uv - space.getOffset();
-    return Vector(free.x, free.y, 0) * space.getMatrix() + space.getPoint();
-}
-
 } // namespace
 
 M_Vector2Template<float> CN_LightmapMapping::getRenderingUV(const M_Vector3Template<double>& point) const {
@@ -99,7 +93,7 @@ void CN_LightmapMapping::initialFitLightmap(CN_Polygon* polygon, bool keepScale)
     // From the middle of a texel to the middle of its neighbour: the outermost middles lie half the margin inside.
     const double stepU = (extent.x - margin) / (width - 1), stepV = (extent.y - margin) / (height - 1);
 
-    space.setPoint(fromUV(space, min));
+    space.setPoint(space.fromUV(min));
     const Vector u = space.getMatrix().row(0).normalized(), v = space.getMatrix().row(1).normalized();
     const Vector halfMarginIn = (u + v) * (margin * 0.5), halfTexelOut = (u * stepU + v * stepV) * 0.5;
     space.setPoint(space.getPoint() - halfTexelOut + halfMarginIn);

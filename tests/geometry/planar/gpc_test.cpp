@@ -77,6 +77,14 @@ TEST(Clipping, WhatIsNotFiniteGivesNothing) {
     EXPECT_TRUE(Clipped(GPC_UNION, {square(1, 1, 0)}, {}).loops.empty());
 }
 
+TEST(Clipping, ContoursThatCrossRunTheirWays) {
+    // The second one crosses itself and both, and runs along the first one's side.
+    const Clipped clipped(GPC_UNION, {square(0, 0, 8), {{2, 2}, {10, 9}, {0, 8}, {12, 4}, {0, 4}, {0, 2}, {0, 0}}}, {});
+    EXPECT_FALSE(clipped.loops.empty());
+    for (std::size_t i = 0; i < clipped.loops.size(); ++i)
+        EXPECT_EQ(test::rightArea(clipped.loops[i]) < 0, clipped.holes[i] != 0);
+}
+
 /// Pieces of a cut add up, outlines and holes run their ways, and corners that were there stay to the last bit, wherever the
 /// area lies and however large it is.
 TEST(Clipping, RandomCutsLoseNothing) {
