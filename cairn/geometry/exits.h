@@ -2,6 +2,7 @@
 
 #include "cairn/entities/visitors.h"
 #include "cairn/foundation/exception.h"
+#include "cairn/math/vector3.h"
 
 #include <map>
 #include <set>
@@ -15,6 +16,12 @@ class CN_Document;
 class CN_EntityIterator;
 class CN_Material;
 class CN_Polygon;
+
+/// A stretch of an exit's contour that lies on no polygon.
+struct CN_HangingStretch {
+    int edge;                             ///< of the contour, by the place of the corner it begins at
+    M_Vector3Template<double> start, end; ///< in the mesh's space
+};
 
 /// An exit whose partner is not in the file.
 class CN_ExitDestinationPointerDeserializationException : public F_Exception {
