@@ -13,7 +13,7 @@ using Vector = M_Vector3Template<double>;
 
 /// Half the side of the box that is cut, about the origin: beyond the corners of anything that is built, and small enough
 /// for corners found between its own to be exact to a millionth of the tolerance.
-constexpr double BOX_EXTENT = 4194304;
+constexpr double BOX_EXTENT = BRUSH_EXTENT;
 
 constexpr std::uint32_t NO_CORNER = std::numeric_limits<std::uint32_t>::max();
 
@@ -263,11 +263,13 @@ class SolidCutter {
 
 } // namespace
 
+bool isBeyondBrushes(const M_Vector3Template<double>& point) {
+    return !(std::abs(point.x) < BRUSH_EXTENT && std::abs(point.y) < BRUSH_EXTENT && std::abs(point.z) < BRUSH_EXTENT);
+}
+
 bool makeBrushPlane(const M_Vector3Template<double> points[3], BrushPlane& plane) {
-    for (int i = 0; i < 3; ++i)
-        if (!(std::abs(points[i].x) < BOX_EXTENT && std::abs(points[i].y) < BOX_EXTENT &&
-              std::abs(points[i].z) < BOX_EXTENT))
-            return false;
+    if (std::any_of(points, points + 3, isBeyondBrushes))
+        return false;
     const Vector a = points[2] - points[0], b = points[1] - points[0];
     Vector normal = a.cross(b);
     const double size = normal.length();

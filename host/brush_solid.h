@@ -34,6 +34,12 @@ struct BrushSolid {
     bool isSolid() const { return fault.empty(); }
 };
 
+/// The farthest that a point of a brush may lie from the origin along an axis, in the units of the planes.
+inline constexpr double BRUSH_EXTENT = 4194304;
+
+/// True for a point farther out, and for one that is no place.
+bool isBeyondBrushes(const M_Vector3Template<double>& point);
+
 /// The plane through three points, clockwise seen from outside. False where they lie on a line or too far out.
 bool makeBrushPlane(const M_Vector3Template<double> points[3], BrushPlane& plane);
 

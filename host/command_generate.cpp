@@ -2,6 +2,10 @@
 #include "host/generate_level.h"
 #include "host/level_session.h"
 
+#include <fmt/format.h>
+
+#include <charconv>
+
 namespace cairn::host {
 
 namespace {
@@ -25,6 +29,14 @@ ExitCode runGenerate(const GenerateOptions& options, Console& console) {
     return ExitCode::DONE;
 }
 
+/// What reads numbers takes a sign, and what is too large, for another number.
+std::string refuseBadSeed(const std::string& text) {
+    std::uint64_t seed = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seed);
+    return error == std::errc() && stop == end ? "" : fmt::format("\"{}\" is no whole number from 0 to 2^64 - 1", text);
+}
+
 } // namespace
 
 void addGenerateCommand(CLI::App& app, Command& chosen) {
@@ -36,7 +48,8 @@ void addGenerateCommand(CLI::App& app, Command& chosen) {
         ->check(CLI::Range(1, MAX_GENERATED_ROOMS));
     command->add_option("--seed", options->seed, "What chance begins with, from 0 on: the same gives the same level")
         ->type_name("S")
-        ->required();
+        ->required()
+        ->check(refuseBadSeed);
     addOutput(*command, options->output);
     options->addContent(*command);
     options->addQuiet(*command);

@@ -86,7 +86,8 @@ CN_Texture* ImportMaterials::takeFile(const std::filesystem::path& file) {
         throw;
     } catch (F_Exception* e) {
         F_ExceptionGuard guard(e);
-        ++m_counts.undecoded;
+        if (m_counts.undecoded++ == 0)
+            m_counts.firstUndecoded = name;
     }
     return at->second;
 }

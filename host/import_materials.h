@@ -25,9 +25,10 @@ class ImportMaterials {
 
     /// What became of the names.
     struct Counts {
-        std::size_t found = 0;     ///< with an image of the folder
-        std::size_t generated = 0; ///< with a generated one
-        std::size_t undecoded = 0; ///< of these, whose image does not decode
+        std::size_t found = 0;      ///< with an image of the folder
+        std::size_t generated = 0;  ///< with a generated one
+        std::size_t undecoded = 0;  ///< of these, whose image does not decode
+        std::string firstUndecoded; ///< the name of the first such image
     };
 
     /// `category` is made when the first material is. `scale` is the texels to a unit of the level by which the library

@@ -8,6 +8,7 @@
 #include "cairn/materials/material.h"
 #include "host/brush_solid.h"
 #include "host/entity_text.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -225,6 +226,13 @@ class MapImporter {
         for (std::size_t i = 0; i < faces.size(); ++i) {
             const Vector points[3] = {pointOf(faces[i], 0) - middle, pointOf(faces[i], 1) - middle,
                                       pointOf(faces[i], 2) - middle};
+            if (std::any_of(points, points + 3, isBeyondBrushes)) {
+                loseBrush(
+                    brush,
+                    fmt::format("a point of its face on line {} lies more than {} units from the middle of them all",
+                                faces[i].line, BRUSH_EXTENT));
+                return std::nullopt;
+            }
             if (!makeBrushPlane(points, planes[i])) {
                 loseBrush(brush, fmt::format("the points of its face on line {} give no plane", faces[i].line));
                 return std::nullopt;
@@ -418,8 +426,10 @@ std::string meshText(const ImportMeshCounts& meshes, const ImportMaterials::Coun
         text += fmt::format("; {}, {} with a generated image", counted(number, "material", "materials"),
                             materials.generated);
     if (materials.undecoded > 0)
-        text += fmt::format(
-            "; {}", counted(materials.undecoded, "image that cannot be decoded", "images that cannot be decoded"));
+        text +=
+            fmt::format("; {}, the first is \"{}\"",
+                        counted(materials.undecoded, "image that cannot be decoded", "images that cannot be decoded"),
+                        toShownText(materials.firstUndecoded));
     if (meshes.unmapped > 0)
         text += fmt::format("; {} the usual axes for textures that span no plane, or repeat too finely or coarsely",
                             counted(meshes.unmapped, "polygon has", "polygons have"));

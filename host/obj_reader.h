@@ -55,7 +55,7 @@ struct ObjFile {
 inline constexpr std::uint32_t MAX_OBJ_CORNERS = 100000;
 
 /// The farthest a vertex may lie out along an axis, in units of the file: areas and volumes stay numbers.
-inline constexpr double MAX_OBJ_COORDINATE = 1e12;
+inline constexpr double MAX_OBJ_COORDINATE = 1e15;
 
 /// The largest text of an object or of materials that is read, in bytes.
 inline constexpr std::size_t MAX_OBJ_BYTES = std::size_t{256} << 20;

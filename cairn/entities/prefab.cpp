@@ -75,8 +75,10 @@ void CN_LevelEntityPrefab::saveEntitySpecificData(F_MemoryFile& file) {
 }
 
 void CN_LevelEntityPrefab::loadEntitySpecificData(F_MemoryFile& file) {
-    if (!file.beginsLikeChunk())
+    if (!file.beginsLikeChunk()) {
+        setRadius(getRadius()); // the bound goes with it, as it does once it is saved
         return;
+    }
     F_MemoryFile::Chunk chunk;
     file.openChunk(chunk, 0);
     if (chunk.getVersion() < CAIRN_LVL_ENTITY_PREFAB_VERSION)

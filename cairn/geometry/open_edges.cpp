@@ -125,6 +125,8 @@ class OpenEdgeSearch {
 
     std::vector<CN_OpenEdge> find() {
         std::vector<Side> sides = collect();
+        if (sides.empty())
+            addAllTooShort();
         // Nearly all sides of a sound mesh run from corner to corner as their partners do.
         const SideTable whole(sides);
         std::erase_if(sides, [&](const Side& side) { return whole.isPaired(side); });
@@ -151,6 +153,18 @@ class OpenEdgeSearch {
         return largest < LARGE_PLACE ? 1.0 : std::ldexp(1.0, -std::ilogb(largest));
     }
 
+    /// Edges that are all too short to be looked at close nothing: the first of them stands for all.
+    void addAllTooShort() {
+        for (const CN_Polygon& polygon : m_mesh.getPolygonList())
+            for (const CN_Edge& edge : polygon.getEdgeList())
+                if (isVertex(edge.index(0)) && isVertex(edge.index(1))) {
+                    m_open.push_back({&polygon, edge.getLocal(0), edge.getLocal(1), 0});
+                    return;
+                }
+    }
+
+    bool isVertex(int index) const { return index >= 0 && index < m_mesh.getVertexList().count(); }
+
     std::vector<Side> collect() {
         std::vector<Side> sides;
         const CN_Mesh::VertexList& vertices = m_mesh.getVertexList();
@@ -161,11 +175,10 @@ class OpenEdgeSearch {
                 point = m_weld.pointAt(vertices[index].local * m_scale);
             return point;
         };
-        const auto isThere = [&](int index) { return index >= 0 && index < vertices.count(); };
         int place = 0;
         for (const CN_Polygon& polygon : m_mesh.getPolygonList()) {
             for (const CN_Edge& edge : polygon.getEdgeList())
-                if (isThere(edge.index(0)) && isThere(edge.index(1))) {
+                if (isVertex(edge.index(0)) && isVertex(edge.index(1))) {
                     const Side side{pointOf(edge.index(0)), pointOf(edge.index(1)), place};
                     if (side.from != side.to)
                         sides.push_back(side);

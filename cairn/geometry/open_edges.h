@@ -19,7 +19,7 @@ struct CN_OpenEdge {
 /// The stretches of edges along which not exactly one edge of another polygon runs back, in the order of the mesh's lists:
 /// none for a closed mesh, also for one with T-junctions or with corners that polygons don't share by index. Corners within
 /// `slack` of each other count as one, and so does a corner that lies within `slack` of an edge. Edges shorter than that
-/// and those whose indices the mesh lacks are passed over.
+/// and those whose indices the mesh lacks are passed over; where all are that short the first one is open.
 ///
 /// Cost: n log n for n edges. Where very many edges lie on each other, which is open in any case, whole edges are given in
 /// place of stretches.

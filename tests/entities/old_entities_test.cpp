@@ -135,6 +135,9 @@ TEST(OldEntities, LevelsOfTheFirstVersionsLoad) {
     for (const int kind : {CN_KIND_ENEMY, CN_KIND_PLAYER, CN_KIND_FSM, CN_KIND_PREFAB}) {
         const auto entity = read({.kind = kind, .name = "e", .ownRecord = [](F_MemoryFile&) {}});
         EXPECT_EQ(ownRecordOf(*entity), ownRecordOf(*make(kind))) << kind;
+        if (kind == CN_KIND_FSM || kind == CN_KIND_PREFAB) { // whose newest record sets the bound
+            EXPECT_EQ(entity->getBoundingRadius(), savedAndRead(*entity)->getBoundingRadius()) << kind;
+        }
     }
 }
 

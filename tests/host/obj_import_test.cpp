@@ -140,7 +140,7 @@ TEST_F(ObjImport, StopsAtTheLineOfAFault) {
     } cases[] = {
         {"v 0 0\n", "line 1: a vertex's coordinate expected, the line ends"},
         {"# x\n\nv 0 0 nan\n", "line 3: a vertex's coordinate expected, found \"nan\""},
-        {"v 0 0 1e13\n", "line 1: a vertex lies too far out"},
+        {"v 0 0 1e16\n", "line 1: a vertex lies too far out"},
         {head + "f 1 2\n", "line 4: a face needs three corners, this has 2"},
         {head + "f 1 2 4\n", "line 4: there is no vertex 4: 3 stand ahead"},
         {head + "f 1 2 0\n", "line 4: there is no vertex 0: 3 stand ahead"},

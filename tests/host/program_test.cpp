@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <poll.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -162,8 +163,15 @@ TEST_F(Program, ShowsProgressOnATerminalAfterHalfASecond) {
     const auto shownBy = [&](const std::string& words) {
         const ProgramRun done = runInShell(words, "2>" + name, "(sleep 1.5; cat a.obj) | ");
         EXPECT_EQ(done.code, 0) << words;
-        std::string shown(4096, '\0');
-        shown.resize(static_cast<std::size_t>(std::max<ssize_t>(0, ::read(terminal, shown.data(), shown.size()))));
+        std::string shown;
+        char bytes[4096];
+        // The terminal gives what was written piece by piece.
+        for (pollfd wait{terminal, POLLIN, 0}; ::poll(&wait, 1, 200) > 0;) {
+            const ssize_t count = ::read(terminal, bytes, sizeof bytes);
+            if (count <= 0)
+                break;
+            shown.append(bytes, static_cast<std::size_t>(count));
+        }
         return shown;
     };
     write("a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
