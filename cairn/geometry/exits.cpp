@@ -6,6 +6,7 @@
 #include "cairn/entities/portal.h"
 #include "cairn/foundation/system.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/platform/handlers.h"
 
 #include <cstdint>
 
@@ -56,6 +57,50 @@ void report(const CN_Polygon& exit, const std::string& text) {
         document->accessLoadReport().add("repaired", mesh, mesh->findPolygonIndex(&exit), text);
 }
 
+/// The number of each polygon's partner: the one it holds, or that of the partner it is bound to. `polygons` have their places
+/// as numbers.
+std::vector<int> findDestinations(const std::vector<CN_Polygon*>& polygons) {
+    std::vector<int> numbers;
+    numbers.reserve(polygons.size());
+    for (const CN_Polygon* const polygon : polygons) {
+        const CN_Polygon* const partner = polygon->getExitDestination();
+        if (!partner) {
+            numbers.push_back(polygon->getExitDestinationIndex());
+            continue;
+        }
+        // One of another document has a number that nobody has here.
+        const std::size_t number = partner->getPolygonIndex();
+        const bool isListed = number < polygons.size() && polygons[number] == partner;
+        numbers.push_back(static_cast<int>(isListed ? number : polygons.size()));
+    }
+    return numbers;
+}
+
+/// Makes polygons solid that do not lead to each other, and their numbers those of no exit.
+void repairDestinations(const std::vector<CN_Polygon*>& polygons, std::vector<int>& numbers) {
+    const auto solidify = [&](std::size_t place) {
+        polygons[place]->setPolyMode(PT_SOLID);
+        numbers[place] = CN_Polygon::NON_EXIT_INDEX;
+    };
+    for (std::size_t i = 0; i < polygons.size(); ++i) {
+        const int number = numbers[i];
+        if (number == CN_Polygon::NON_EXIT_INDEX)
+            continue;
+        const auto partner = static_cast<std::size_t>(number); // a negative number is beyond the list
+        const bool isThere = partner < polygons.size();
+        if (!isThere || numbers[partner] == CN_Polygon::NON_EXIT_INDEX) {
+            AfxMessageBox(formatText("Exit %d pointing to non-exit %d!\nSolidifying.", static_cast<int>(i), number));
+            solidify(i);
+            if (isThere)
+                solidify(partner);
+        } else if (numbers[partner] != static_cast<int>(i)) {
+            AfxMessageBox("Non-cross-linked exits!");
+            solidify(i);
+            solidify(partner);
+        }
+    }
+}
+
 } // namespace
 
 CN_ExitDestinationPointerDeserializationException::CN_ExitDestinationPointerDeserializationException(int index)
@@ -87,6 +132,24 @@ void CN_PolygonValidator::enumerateWrittenPolygons(std::span<CN_LevelEntity* con
                         giveNumber(polygon);
 }
 
+void CN_PolygonValidator::validateExitDestinations(CN_Document* document) {
+    std::vector<CN_Polygon*> polygons;
+    enumeratePolygons(document, &polygons);
+    // No load waits for what is bound here.
+    for (const CN_Polygon* const polygon : polygons)
+        CN_ExitDestinationPointerDeserializer::instance()->forget(polygon);
+    std::vector<int> numbers = findDestinations(polygons);
+    repairDestinations(polygons, numbers);
+    for (std::size_t i = 0; i < polygons.size(); ++i) {
+        CN_Polygon& polygon = *polygons[i];
+        const bool leads = numbers[i] != CN_Polygon::NON_EXIT_INDEX;
+        polygon.setExitDestination(leads ? polygons[static_cast<std::size_t>(numbers[i])] : nullptr);
+        polygon.setExitDestinationIndex(CN_Polygon::NON_EXIT_INDEX);
+        if (leads)
+            polygon.setPolyMode(PT_EXIT);
+    }
+}
+
 CN_ExitDestinationPointerDeserializer* CN_ExitDestinationPointerDeserializer::instance() {
     static CN_ExitDestinationPointerDeserializer deserializer;
     return &deserializer;
@@ -94,27 +157,36 @@ CN_ExitDestinationPointerDeserializer* CN_ExitDestinationPointerDeserializer::in
 
 void CN_ExitDestinationPointerDeserializer::reset() {
     m_relocatablePolygons.clear();
+    m_numbers.clear();
     m_doubles.clear();
     m_doublePlaces.clear();
 }
 
 void CN_ExitDestinationPointerDeserializer::addRelocatableExitPolygon(CN_Polygon* polygon) {
-    CN_Polygon*& entry = m_relocatablePolygons[static_cast<int>(polygon->getPolygonIndex())];
+    const int number = static_cast<int>(polygon->getPolygonIndex());
+    if (const auto known = m_numbers.find(polygon); known != m_numbers.end() && known->second != number)
+        drop(polygon);
+    CN_Polygon*& entry = m_relocatablePolygons[number];
     if (entry && entry != polygon) {
         m_doublePlaces[entry] = m_doubles.size();
         m_doubles.push_back(entry);
     }
     entry = polygon;
+    m_numbers[polygon] = number;
 }
 
-void CN_ExitDestinationPointerDeserializer::forget(const CN_Polygon* polygon) {
-    const auto it = m_relocatablePolygons.find(static_cast<int>(polygon->getPolygonIndex()));
-    if (it != m_relocatablePolygons.end() && it->second == polygon)
+void CN_ExitDestinationPointerDeserializer::drop(const CN_Polygon* polygon) {
+    const auto known = m_numbers.find(polygon);
+    if (known == m_numbers.end())
+        return;
+    if (const auto it = m_relocatablePolygons.find(known->second);
+        it != m_relocatablePolygons.end() && it->second == polygon)
         m_relocatablePolygons.erase(it);
     if (const auto place = m_doublePlaces.find(polygon); place != m_doublePlaces.end()) {
         m_doubles[place->second] = nullptr;
         m_doublePlaces.erase(place);
     }
+    m_numbers.erase(known);
 }
 
 void CN_ExitDestinationPointerDeserializer::deserialize(CN_LevelEntity* root, CN_Material* material) {
@@ -160,7 +232,7 @@ void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) 
 void CN_ExitDestinationPointerDeserializer::reportDoubles() {
     for (const CN_Polygon* const exit : m_doubles)
         if (exit)
-            report(*exit, formatText("Two exits have the number %d", static_cast<int>(exit->getPolygonIndex())));
+            report(*exit, formatText("Two exits have the number %d", m_numbers.at(exit)));
 }
 
 /// Finds the exits without a partner, and those whose partner turns out to be none because of that, and so on.
@@ -176,7 +248,7 @@ void CN_ExitDestinationPointerDeserializer::findBroken() {
         CN_Polygon* const exit = next.back();
         next.pop_back();
         m_broken.insert(exit);
-        const auto [first, last] = sources.equal_range(static_cast<int>(exit->getPolygonIndex()));
+        const auto [first, last] = sources.equal_range(m_numbers.at(exit));
         for (auto it = first; it != last; ++it)
             if (!m_broken.contains(it->second))
                 next.push_back(it->second);

@@ -9,6 +9,7 @@
 #include "cairn/math/bbox.h"
 #include "cairn/platform/handlers.h"
 
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -18,6 +19,7 @@
 namespace cairn {
 
 class CN_LevelEntityPolygonGroup;
+struct CN_HangingStretch;
 
 /// Version of the chunk that holds a mesh.
 inline constexpr int CAIRN_MESH_VERSION = 9;
@@ -149,6 +151,46 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// The first exit polygon of that name (see `CN_Polygon::getExitName`), or null.
     const CN_Polygon* findExit(const istring& name) const;
     CN_Polygon* findExit(const istring& name);
+    /// "Exit0", or with the first number from there up that no exit has, in any case of letters.
+    istring getNextExitName() const;
+    /// True if some stretch of a closed contour, of the mesh's space, lies on no polygon: one of its edges by more than 0.001 in
+    /// sum. `touched` gets the polygons that it lies on and that it does not hold yet, as they are met. The log is told. The
+    /// mesh's triangulation must be current. Throws `M_PlanarSpace3Exception_Singular` where texture space 0 of a polygon gives
+    /// no plane. Cost: a walk of the mesh's polygons for each edge.
+    bool exitHangs(const F_DLListInit<Vector>& contour, F_DLList<CN_Polygon*>& touched);
+    /// The same question: what is left free of the edges that hang, in the order of the contour; none where it is attached.
+    std::vector<CN_HangingStretch> findHangingStretches(const F_DLListInit<Vector>& contour,
+                                                        F_DLList<CN_Polygon*>& touched);
+    /// True if two edges share a stretch in the mesh's space of which exit polygons leave 0.001 free, in sum; those that are the
+    /// edges' own and those that lead to one of these do not count. Cost: a walk of the mesh's polygons.
+    bool edgesAreJumpable(const CN_Edge* a, const CN_Edge* b) const;
+    /// The pairs of polygons of which the first is `CN_Polygon::jumpable` to the second, in the order of both in the list, with
+    /// boxes as they are and world places that are current. Cost: near linear in edges and in what is found.
+    std::vector<std::pair<CN_Polygon*, CN_Polygon*>> findPassages();
+    /// @}
+
+    /// @name Smooth normals (mesh_smooth_normals.cpp)
+    /// Corners that polygons of one group share get one normal: the unit sum of the polygons' normals. A group counts while it
+    /// is smooth, and with `geometry` while its geometry is, too; one that has others' polygons as well is smooth with those.
+    /// @{
+    /// A unit normal by the vertex's place in the list.
+    using VertexNormals = std::map<int, Vector>;
+    /// The polygon and the members of those groups of this mesh that count and that it is in. What is in other groups of a
+    /// member is not reached.
+    std::set<CN_Polygon*> getAllPolysToSmooth(CN_Polygon* polygon, bool geometry) const;
+    /// Puts the normals of all polygons of the mesh into `result`, where those that are there already stay. Polygons that are
+    /// smoothed together get the same normals, those of all their corners, where a polygon counts once for each edge that
+    /// begins there. A normal that would make the sum zero does not count; a corner whose sum is zero has no normal. Throws
+    /// `std::out_of_range`, and nothing has changed, where an edge names a vertex that is not there. Cost: near linear in
+    /// corners and in what it puts into `result`: for n polygons smoothed together n copies of their normals.
+    void calculateVertexNormals(std::map<CN_Polygon*, VertexNormals>& result, bool geometry);
+    /// The same normals, shared by the polygons that have them in common. Cost: near linear in corners.
+    std::map<CN_Polygon*, std::shared_ptr<const VertexNormals>> calculateSharedVertexNormals(bool geometry);
+    /// Puts a normal for each corner, in their order, of each piece of the polygons' triangulations into `result`, where pieces
+    /// that are there already keep theirs. A polygon counts once for a vertex; a corner whose sum is zero has the normal zero.
+    /// Groups' polygons of other meshes take part. Throws `std::out_of_range`, and nothing has changed, where a piece names a
+    /// vertex that this mesh lacks. Cost: near linear in corners.
+    void calculateVertexNormalsForTriangles(std::map<CN_Triangle*, std::vector<Vector>>& result, bool geometry);
     /// @}
 
     /// @name State

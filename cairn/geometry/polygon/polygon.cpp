@@ -5,7 +5,6 @@
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/portal.h"
 #include "cairn/entities/radiosity_light.h"
-#include "cairn/geometry/exits.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/materials/material.h"
 
@@ -66,13 +65,6 @@ CN_Polygon::~CN_Polygon() {
     for (CN_LevelEntityPolygonGroup* const group : Groups(m_groups))
         group->removePolygon(this);
     dereferenceLightmap(getDocument(), m_countedLightmap);
-}
-
-/// A load that waits to bind the exit forgets the polygon.
-void CN_Polygon::leaveDeserializer() {
-    if (m_exitDestinationIndex != NON_EXIT_INDEX)
-        CN_ExitDestinationPointerDeserializer::instance()->forget(this);
-    m_exitDestinationIndex = NON_EXIT_INDEX;
 }
 
 /// All but the parent, the groups, the marks of walks and loads, and the lightmap's reference.
@@ -141,49 +133,6 @@ CN_Mesh& CN_Polygon::requireMesh() const {
     if (!m_parent)
         throw new F_Exception("A polygon of no mesh has no corners");
     return *m_parent;
-}
-
-void CN_Polygon::setExitDestination(CN_Polygon* partner) {
-    if (partner == m_exitDestination)
-        return;
-    if (partner)
-        partner->accessLists().incomingExits.push_back(this);
-    if (m_exitDestination) {
-        std::vector<CN_Polygon*>& incoming = m_exitDestination->accessLists().incomingExits;
-        std::swap(*std::find(incoming.begin(), incoming.end(), this), incoming.back());
-        incoming.pop_back();
-    }
-    m_exitDestination = partner;
-}
-
-void CN_Polygon::forgetExits() {
-    setExitDestination(nullptr);
-    if (!m_lists)
-        return;
-    for (CN_Polygon* const other : m_lists->incomingExits)
-        other->m_exitDestination = nullptr;
-    m_lists->incomingExits.clear();
-}
-
-CN_Mesh* CN_Polygon::getExitDestinationMesh() const {
-    return m_exitDestination ? m_exitDestination->getParent() : nullptr;
-}
-
-istring CN_Polygon::getExitName() const {
-    const CN_LevelEntityPortal* const portal = getLevelEntityPortal();
-    return portal ? toIString(portal->getName()) : istring();
-}
-
-void CN_Polygon::sealExit(CN_Material* material) {
-    m_polyMode = PT_SOLID;
-    if (material) {
-        if (!m_material)
-            setMaterial(material);
-        markMappingDirty();
-    }
-    setExitDestination(nullptr);
-    m_exitDestinationIndex = NON_EXIT_INDEX;
-    setAttachedEntity(nullptr);
 }
 
 void CN_Polygon::setAttachedEntity(CN_LevelEntity* entity) {

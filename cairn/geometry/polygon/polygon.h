@@ -369,7 +369,7 @@ class CN_Polygon {
     void createSharedEdgeList();
     /// @}
 
-    /// @name Exit (see geometry/exits.h)
+    /// @name Exit (polygon_exits.cpp; see geometry/exits.h)
     /// @{
     /// True for a polygon that leads somewhere.
     bool isExitPolygon() const { return m_exitDestination != nullptr; }
@@ -386,6 +386,19 @@ class CN_Polygon {
     /// Makes an exit a wall, of that material where it has none (null leaves it so): nobody is led anywhere and no
     /// portal is attached.
     void sealExit(CN_Material* material);
+    /// Makes a polygon that was just added to its mesh, and has no edges yet, an exit over a contour of the mesh's space. `space`
+    /// is the contour's plane and texture space in the world: the polygon looks along its normal, or the other way where
+    /// `forward` and `flipSide` are the same. Corners are taken in their order if `forward`, else from the last one on; those
+    /// nearer than 1e-6 to a vertex of the mesh take that. The material goes, all texture spaces become the one given, and the
+    /// polygon is triangulated. Mode, partner, portal and reference normal are the caller's to set; world places of new
+    /// vertices are right only after `CN_Mesh::handleOwnHierarchy`.
+    ///
+    /// Throws, and nothing has changed, an `F_Exception*` where a corner or the plane, seen from the mesh, is not finite, and
+    /// `M_PlanarSpace3Exception_Singular` for a texture space that has no inverse.
+    void createExitPolygon(const F_DLListInit<Vector>& corners, bool forward, bool flipSide, const PlanarSpace* space);
+    /// True if one can pass from this polygon to the other of its mesh: they are `neighbor`s, and an edge of each
+    /// `CN_Mesh::edgesAreJumpable`. For all pairs of a mesh use `CN_Mesh::findPassages`.
+    bool jumpable(const CN_Polygon* other) const;
     /// @}
 
     /// @name What stands on the polygon
@@ -526,6 +539,7 @@ class CN_Polygon {
     // What a save reads, in one piece: a large mesh lies beyond the caches.
     CN_Polygon* m_exitDestination = nullptr;     ///< not owned: the partner, of an exit
     int m_exitDestinationIndex = NON_EXIT_INDEX; ///< the partner's number until a load has bound it
+    std::uint32_t m_incomingPlace = 0;           ///< of an exit: where the partner's list has it
     Vector m_normal;                             ///< unit, in the mesh's space
     Vector m_worldNormal;                 ///< unit, in the world; after a load `normal`, until the hierarchy is updated
     Vector m_referenceNormal;             ///< unit: what plane moves push along

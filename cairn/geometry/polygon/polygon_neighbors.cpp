@@ -1,3 +1,4 @@
+#include "cairn/geometry/edges_beside.h"
 #include "cairn/geometry/lines.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/plane_line.h"
@@ -19,7 +20,6 @@ namespace {
 
 using Vector = M_Vector3Template<double>;
 
-constexpr double SHARED_TOLERANCE = 0.001; // of an end from the other edge's line, and the least length that is shared
 constexpr double COPLANAR_STEP = 1e-5;     // to which normals and distances of one plane agree
 constexpr double PIERCING_MARGIN = 0.001;  // by which pieces that only just miss each other still meet
 constexpr double LINE_MARGIN = 0.1;        // by which a line is looked at beyond a polygon's corners
@@ -32,8 +32,8 @@ struct Stretch {
 /// What `CN_Edge::sharesSpace` and `sharesSpaceLocal` do: `normal` is that of the first edge's polygon in their space.
 bool shareSpace(const Stretch& edge, const Stretch& other, bool same, const Vector& normal, Vector& point,
                 Vector& vector) {
-    if (!(CN_lineDistance(other.start, edge.start, edge.end) < SHARED_TOLERANCE) ||
-        !(CN_lineDistance(other.end, edge.start, edge.end) < SHARED_TOLERANCE))
+    if (!(CN_lineDistance(other.start, edge.start, edge.end) < CN_SHARED_TOLERANCE) ||
+        !(CN_lineDistance(other.end, edge.start, edge.end) < CN_SHARED_TOLERANCE))
         return false;
     const Vector along = (edge.end - edge.start).normalized();
     const M_Matrix3Template<double> frame(along, normal, normal.cross(along));
@@ -50,7 +50,7 @@ bool shareSpace(const Stretch& edge, const Stretch& other, bool same, const Vect
     const double end = place(edge.end), a = place(other.start), b = place(other.end);
     const double low = std::max(std::min(0.0, end), std::min(a, b));
     const double high = std::min(std::max(0.0, end), std::max(a, b));
-    if (!(high - low > SHARED_TOLERANCE))
+    if (!(high - low > CN_SHARED_TOLERANCE))
         return false;
     const Vector first = Vector(low, 0, 0) * frame, second = Vector(high, 0, 0) * frame;
     point = first + edge.start;
@@ -124,17 +124,7 @@ class NeighborSearch {
     }
     /// The edges that have an end so near to the side that they may share a stretch with it.
     void findBeside(const CN_PointTree& tree, const Side& side, std::vector<int>& found) const {
-        const Vector &from = endOf(*side.edge, 0), &to = endOf(*side.edge, 1);
-        const Vector along = (to - from).normalized();
-        const double near = SHARED_TOLERANCE + CN_roundingAlong(from, to);
-        // Where the normal leans, what lies off the line is moved along it.
-        constexpr double STEEPEST = 1e6;
-        const Vector& normal = normalOf(*m_polygons[side.polygon]);
-        const double across = normal.cross(along).length();
-        const double lean = across > 0 ? std::min(std::abs(normal.dot(along)) / across, STEEPEST) : 0;
-        const Vector beyond = along * (2 * near * (1 + lean));
-        tree.visitNear(from - beyond, to + beyond, near,
-                       [&found](const CN_PointTree::Entry& end, double) { found.push_back(end.number); });
+        CN_findEndsBeside(tree, endOf(*side.edge, 0), endOf(*side.edge, 1), normalOf(*m_polygons[side.polygon]), found);
     }
     /// Puts the other's polygon down for the list of the side's, where it belongs there.
     void enter(const Side& side, const Side& other) {
