@@ -3,6 +3,8 @@
 namespace cairn {
 
 void F_System::verbose(const char* format, ...) {
+    if (!isLogRead())
+        return;
     std::va_list args;
     va_start(args, format);
     CString text;

@@ -52,6 +52,9 @@ class CN_Edge {
     int findSelectedVertex(const Vector& point) const;
     /// Exactly the same two places in the world, in either direction.
     bool operator==(const CN_Edge& other) const;
+    /// True if the angle between the edges' lines in the mesh's space, whichever way the edges run, is below `maxAngle`
+    /// radians; false for an edge without length.
+    bool colinear(const CN_Edge& other, double maxAngle) const;
     /// True if the other edge lies along this one, its ends nearer than 0.001 to this one's line, for more than 0.001. The
     /// stretch they share runs from `point` along `vector`, in the world. False, and nothing set, where the polygon has no
     /// normal in the world.

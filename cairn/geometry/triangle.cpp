@@ -2,10 +2,12 @@
 
 #include "cairn/document/document.h"
 #include "cairn/foundation/exception.h"
+#include "cairn/foundation/system.h"
 #include "cairn/geometry/convex_region.h"
 #include "cairn/geometry/mesh/mesh.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace cairn {
 
@@ -82,6 +84,51 @@ bool CN_Triangle::formsConvexRegion(const CN_Triangle& other) const {
     const CN_Polygon::PlanarSpace space = parent.getSpace();
     return CN_formsConvexRegion(m_vertices, other.m_vertices, a,
                                 [&](int index) { return space.toUV(vertices[index].local); });
+}
+
+bool CN_Triangle::intersectEdge(Vector& outStart, Vector& outEnd, const Vector& start, const Vector& end,
+                                double thickness) const {
+    constexpr double SLACK =
+        1e-4; // an end beyond an edge by less is not moved to it; ends as far as each other are not
+    constexpr double LEAST_LENGTH = 1e-5; // of what is left
+    const CN_Polygon& parent = requireParent(*this);
+    if (start == end) {
+        outStart = outEnd = start;
+        return parent.pointInPoly(start, true);
+    }
+    if (!(parent.getNormal().isFinite() && parent.getNormal().length() > 0))
+        return false;
+    using Point = M_Vector2Template<double>;
+    const CN_Polygon::PlanarSpace space = parent.getSpace();
+    Point p0 = space.toUV(start), p1 = space.toUV(end);
+    const Point direction = p1 - p0;
+    for (std::size_t i = 0; i < m_vertices.size(); ++i) {
+        const Point from = space.toUV(getVertexLocal(static_cast<int>(i))),
+                    along = space.toUV(getVertexLocal(static_cast<int>((i + 1) % m_vertices.size()))) - from;
+        const double length = along.length();
+        if (length == 0)
+            continue;
+        const double d0 = (p0 - from).cross(along) / length, d1 = (p1 - from).cross(along) / length;
+        if (d0 < -thickness && d1 < -thickness)
+            return false;
+        if (!(std::fabs(d0 - d1) >= SLACK))
+            continue;
+        const Point meeting = p0 + (p1 - p0) * (d0 / (d0 - d1));
+        if (d0 < 0 && d1 > -SLACK)
+            p0 = meeting;
+        if (d0 > -SLACK && d1 < 0)
+            p1 = meeting;
+    }
+    const double left = (p1 - p0).length();
+    if (!(left >= LEAST_LENGTH)) {
+        F_System::verbose("Intersectedge failed because length was %.12lf\n", left);
+        return false;
+    }
+    if (!((p1 - p0).dot(direction) >= 0))
+        return false;
+    outStart = space.fromUV(p0);
+    outEnd = space.fromUV(p1);
+    return true;
 }
 
 void CN_Triangle::unify(const CN_Triangle& a, const CN_Triangle& b) {

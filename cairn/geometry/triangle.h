@@ -45,6 +45,13 @@ class CN_Triangle {
     /// True if the pieces share an edge and no corner of the other lies beyond the line of another edge of this one, in the
     /// parent's plane and without tolerance. The other's edges are not asked.
     bool formsConvexRegion(const CN_Triangle& other) const;
+    /// Clips a stretch of the mesh's space to the piece: true if more than 1e-5 of it, seen along the normal, lies in the piece
+    /// or within `thickness` of it; `outStart` and `outEnd` are then the ends of that part, on the parent's plane. A stretch
+    /// without length is clipped to itself and is inside if the parent's area holds it (`CN_Polygon::pointInPoly`). The
+    /// outputs stay where the answer is false, but for such a stretch; so it is for a parent without a normal. Throws
+    /// `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane.
+    bool intersectEdge(Vector& outStart, Vector& outEnd, const Vector& start, const Vector& end,
+                       double thickness) const;
     /// Becomes the outline of both, which share an edge, with the parent of `a`. Texture and lightmap coordinates are zero.
     /// Where all corners of `a` are in `b` the document is told and the walk begins at the last one.
     void unify(const CN_Triangle& a, const CN_Triangle& b);

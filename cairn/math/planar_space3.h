@@ -55,6 +55,16 @@ template <class T> class M_PlanarSpace3Template : public M_Plane3Template<T> {
         const M_Vector3Template<T> q = (p - this->getPoint()) * m_inverse;
         return {q.x + m_offset.x, q.y + m_offset.y};
     }
+    /// The point of the plane that has those UV coordinates.
+    M_Vector3Template<T> fromUV(const M_Vector2Template<T>& uv) const {
+        const M_Vector2Template<T> p = uv - m_offset;
+        return this->getPoint() + m_matrix.row(0) * p.x + m_matrix.row(1) * p.y;
+    }
+    /// The UV coordinates of a direction: x and y of its product with the inverse.
+    M_Vector2Template<T> toUVDirection(const M_Vector3Template<T>& direction) const {
+        const M_Vector3Template<T> q = direction * m_inverse;
+        return {q.x, q.y};
+    }
 
   private:
     M_Matrix3Template<T> m_matrix{{T(1), T(0), T(0)}, {T(0), T(0), T(-1)}, {T(0), T(1), T(0)}}; ///< rows U, V, N

@@ -57,6 +57,8 @@ void terminateAfterMessage(const CString& reason) {
     throw new F_Exception(toString(reason));
 }
 
+bool isLogRead() { return static_cast<bool>(handlers().verbose); }
+
 void writeVerbose(const std::string& text) {
     if (const VerboseHandler handler = handlers().verbose)
         handler(text);

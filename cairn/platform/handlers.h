@@ -38,6 +38,8 @@ void AfxMessageBox(const CString& text, unsigned style = MB_OK);
 [[noreturn]] void terminateAfterMessage(const CString& reason);
 /// Hands `text` to the log.
 void writeVerbose(const std::string& text);
+/// False where the log drops every text, so that none needs to be made.
+bool isLogRead();
 /// Writes a line for whoever watches the console.
 void writeConsoleLine(const std::string& line);
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cairn {
@@ -124,6 +125,9 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// `CN_Polygon::createSharedEdgeList` for each polygon, with boxes as they are. Cost: near linear in edges and in what
     /// is found.
     void createSharedEdgeLists();
+    /// The pairs of polygons of which the first is a `CN_Polygon::neighbor` of the second, by their order in the list, with
+    /// boxes as they are and world places that are current. Cost: near linear in edges and in what is found.
+    std::vector<std::pair<CN_Polygon*, CN_Polygon*>> findNeighbors();
     /// Turns every polygon over (`CN_Polygon::flip`) and triangulates it anew.
     void flipFaces();
     /// @}

@@ -25,11 +25,11 @@ class Grid {
     bool fit(const gpc_polygon& subject, const gpc_polygon& clip) {
         gpc_vertex low{HUGE_VAL, HUGE_VAL}, high{-HUGE_VAL, -HUGE_VAL};
         for (const gpc_polygon* const operand : {&subject, &clip}) {
+            if (!gpc_is_finite(operand))
+                return false;
             for (int c = 0; c < operand->num_contours; ++c) {
                 for (int i = 0; i < operand->contour[c].num_vertices; ++i) {
                     const gpc_vertex& corner = operand->contour[c].vertex[i];
-                    if (!std::isfinite(corner.x) || !std::isfinite(corner.y))
-                        return false;
                     low = {std::min(low.x, corner.x), std::min(low.y, corner.y)};
                     high = {std::max(high.x, corner.x), std::max(high.y, corner.y)};
                 }
@@ -185,6 +185,14 @@ void gpc_free_polygon(gpc_polygon* polygon) {
     polygon->contour = nullptr;
     polygon->hole = nullptr;
     polygon->num_contours = 0;
+}
+
+bool gpc_is_finite(const gpc_polygon* polygon) {
+    for (int c = 0; c < polygon->num_contours; ++c)
+        for (int i = 0; i < polygon->contour[c].num_vertices; ++i)
+            if (!std::isfinite(polygon->contour[c].vertex[i].x) || !std::isfinite(polygon->contour[c].vertex[i].y))
+                return false;
+    return true;
 }
 
 void gpc_polygon_clip(gpc_op operation, const gpc_polygon* subject, const gpc_polygon* clip, gpc_polygon* result) {

@@ -38,6 +38,9 @@ void gpc_add_contour(gpc_polygon* polygon, const gpc_vertex_list* contour, int h
 /// Takes all contours away.
 void gpc_free_polygon(gpc_polygon* polygon);
 
+/// False where a corner is not finite.
+bool gpc_is_finite(const gpc_polygon* polygon);
+
 /// Makes `result` the area of the operation, in place of what it held; it may be one of the operands, none of which is
 /// changed otherwise.
 ///

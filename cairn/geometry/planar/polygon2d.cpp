@@ -50,6 +50,9 @@ CN_2DPolygon::CN_2DPolygon(CN_Polygon* polygon, double snapTolerance)
     m_numVertices = static_cast<int>(m_vertices.size());
 }
 
+CN_2DPolygon::CN_2DPolygon(CN_Polygon* source, double snapTolerance, const PlanarSpace& space)
+    : m_source(source), m_space(space), m_snapTolerance(snapTolerance) {}
+
 CN_2DPolygon::CN_2DPolygon(const CN_2DPolygon& other) { copyFrom(other); }
 
 CN_2DPolygon& CN_2DPolygon::operator=(const CN_2DPolygon& other) {
@@ -132,10 +135,7 @@ void CN_2DPolygon::clear() {
 
 void CN_2DPolygon::makeSpace(const Vector& origin) { m_space = PlanarSpace(axesOf(*m_source), origin, {0, 0}); }
 
-CN_2DPolygon::Vector CN_2DPolygon::toLocal(const Point& point) const {
-    const Point p = point - m_space.getOffset();
-    return m_space.getPoint() + m_space.getMatrix().row(0) * p.x + m_space.getMatrix().row(1) * p.y;
-}
+CN_2DPolygon::Vector CN_2DPolygon::toLocal(const Point& point) const { return m_space.fromUV(point); }
 
 void CN_2DPolygon::layOutEdges() {
     const CN_Polygon::EdgeList& edges = m_source->getEdgeList();

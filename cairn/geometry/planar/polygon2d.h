@@ -35,6 +35,9 @@ class CN_2DPolygon {
     /// texture space 0 gives no plane, it throws `M_PlanarSpace3Exception_Singular`, or with fewer than three corners keeps
     /// the default space.
     CN_2DPolygon(CN_Polygon* polygon, double snapTolerance);
+    /// Without vertices, for `createFrom` with contours that are laid out in `space`: `outputPolygons` makes polygons with the
+    /// properties of the source of them.
+    CN_2DPolygon(CN_Polygon* source, double snapTolerance, const PlanarSpace& space);
     /// Connections of edges of the other's lists become those of the copy's; one to an edge of the caller stays as it is.
     CN_2DPolygon(const CN_2DPolygon& other);
     CN_2DPolygon& operator=(const CN_2DPolygon& other);

@@ -272,6 +272,76 @@ class CN_Polygon {
     void dump() const;
     /// @}
 
+    /// @name Points and stretches in the polygon (polygon_inside.cpp)
+    /// Questions of a polygon without edges or without a normal are answered with false, and so are those of places that are no
+    /// numbers. Where texture space 0 gives no plane, `M_PlanarSpace3Exception_Singular` is thrown. Cost: a walk of the edges.
+    /// @{
+    /// True if the point, seen along the normal, lies in the area, farther than `s_dEdgeThickness` from each edge; a hole is
+    /// no area. The point is of the mesh's space with `local`, else of the world. While `isUVCalculated`, a point beyond the
+    /// extent of texture space 0 is outside, which is known to the precision of `float`. By the even-odd rule: what several
+    /// loops cover lies inside where their number is odd.
+    bool pointInPoly(const Vector& point, bool local) const;
+    /// True if a point of the mesh's space lies on the outline: nearer than 1e-4 to `getPlane` and than 1e-5 to an edge.
+    bool pointSkinsPolygon(const Vector& point) const;
+    /// True if a point of the mesh's space lies in the area or on the outline: nearer than 1e-4 to the plane through the first
+    /// corner and `pointInPoly`, or within `s_dEdgeThickness` of an edge.
+    bool vertexIsInPolygon(const Vector* point) const;
+    /// True if an edge of the same mesh runs along the plane with both ends in the polygon or on its outline.
+    bool edgeIsInPolygon(const CN_Edge* edge) const;
+    /// True if one end or the other of the edge is in the polygon or on its outline, but the edge is not `edgeIsInPolygon`.
+    bool edgeConnectsToPolygon(const CN_Edge* edge) const;
+    /// True if one of this polygon's edges is in the other (`edgeIsInPolygon`).
+    bool sharesEdges(const CN_Polygon* other) const;
+    /// True if the stretch of the mesh's space, seen along the normal, leaves a part of the area through an edge farther than
+    /// `s_dEdgeThickness` from where it came in. It counts crossings in the order of the edges; a stretch that crosses none is
+    /// not found, even inside.
+    bool rangeIntersects(const Vector& start, const Vector& vector) const;
+    /// The same for a stretch in the polygon's plane; false for one with an end more than 0.00025 off it.
+    bool edgeRunsInPolygon(const Vector& start, const Vector& vector) const;
+    /// Where a ray meets the polygon's plane: `out`, in the space of the ray, which is the mesh's with `local`, else the world;
+    /// `t`, unless null, is how many times `direction` it is from `origin`. False, and nothing set, for a ray that starts in
+    /// the plane, runs along it or leads away from it. Edges play no part.
+    bool intersectPlane(Vector& out, const Vector& direction, const Vector& origin, double* t, bool local) const;
+    /// @}
+
+    /// @name Cutting (polygon_split.cpp)
+    /// @{
+    /// Cuts the polygon by a plane of the mesh's space, whose normal is unit. What lies behind and in front of it becomes new
+    /// polygons of `mesh`, which has this one's space, and is appended to the lists, each of which may be null. The polygon
+    /// stays as it is, for the caller to delete.
+    ///
+    /// The pieces have this polygon's properties, an exit's partner too, its lightmap mapping, which counts the lightmap once
+    /// for each piece, and vertices of their own. They have no triangles and boxes yet; in a mesh that is not at the origin of
+    /// the world their world places are wrong until `CN_Mesh::handleOwnHierarchy`. With `checkExtents` a side that reaches less
+    /// than 0.0005 along U of `getSpace` is left out, and the log is told. A plane within 0.1 degree of the polygon's own cuts
+    /// nothing: the mesh gets a copy, without the mapping, and no list does.
+    ///
+    /// Throws, and nothing has changed, an `F_Exception*` for a plane without a normal and where the plane or the polygon are
+    /// not finite numbers, and `M_PlanarSpace3Exception_Singular` for a polygon that has no plane.
+    void split(const M_Plane3Template<double>& plane, CN_Mesh* mesh, std::vector<CN_Polygon*>* behindList,
+               std::vector<CN_Polygon*>* frontList, bool checkExtents);
+    /// @}
+
+    /// @name Uniting (polygon_unify.cpp)
+    /// @{
+    /// True if the polygons may become one: two of one mesh, facing the same way to 0.1 degree, with a stretch of an edge in
+    /// common (`findCommonEdgeSegment`) and `unificationLegal`. Otherwise a message box says what is amiss, unless it is the
+    /// polygon itself. How far their planes are apart is not asked.
+    bool canUnify(const CN_Polygon* other) const;
+    /// False if one is an exit and the other is not, and where the contour of a third exit polygon of the mesh, which is not
+    /// the partner of either, rests on a stretch that both share.
+    bool unificationLegal(const CN_Polygon* other) const;
+    /// Makes new polygons of this one's mesh that cover what `a` and `b`, of the same mesh, cover together, and gives them: one
+    /// where they touch along an edge. `a` and `b` stay in the mesh for the caller to delete, without n-gons. The new ones have
+    /// vertices of their own and no triangles yet; the hierarchy of the mesh is brought up to date.
+    ///
+    /// This polygon carries the properties: those of `a`, but normal, plane and texture spaces 0, 1 and 2 those of the one of
+    /// the two whose normal is closer to an axis (`b` on a tie). It counts its material as any polygon does. Throws, and nothing
+    /// has changed, `M_PlanarSpace3Exception_Singular` where a texture space gives no plane and an `F_Exception*` where corners
+    /// are not finite.
+    std::vector<CN_Polygon*> buildFrom(CN_Polygon* a, CN_Polygon* b);
+    /// @}
+
     /// @name Neighbours (polygon_neighbors.cpp)
     /// @{
     /// The box of the last `buildBoundingBox`; zero before.
@@ -284,6 +354,16 @@ class CN_Polygon {
     /// True if an edge of each share a stretch in the world (`CN_Edge::sharesSpace`). It is that of the first such pair in
     /// the order of this polygon's edges, from `point` along `vector`, which stay where there is none.
     bool findCommonEdgeSegment(const CN_Polygon* other, Vector& point, Vector& vector) const;
+    /// True if the polygons lie in one plane of the world and face the same way: to 5e-6 in the product of the normals and in
+    /// the distance.
+    bool coplanar(const CN_Polygon* other) const;
+    /// True if the boxes meet and an edge of each run along each other in opposite directions, sharing a stretch in the mesh's
+    /// space (`CN_Edge::sharesSpaceLocal`). For all pairs of a mesh use `CN_Mesh::findNeighbors`.
+    bool neighbor(const CN_Polygon* other) const;
+    /// True if the pieces of the two triangulations, of one mesh, pierce each other; touching counts, to 0.001. Polygons
+    /// within 0.1 degree of parallel never do. Boxes must be current. Throws `M_PlanarSpace3Exception_Singular` where texture
+    /// space 0 of one gives no plane.
+    bool polygonIntersects(const CN_Polygon* other) const;
     /// Finds the polygons of the mesh that share a stretch of an edge with this one in the world, in list order, among those
     /// whose boxes meet its own. Cost: a walk of the mesh's polygons; for all of them use `CN_Mesh::createSharedEdgeLists`.
     void createSharedEdgeList();
@@ -433,6 +513,7 @@ class CN_Polygon {
     CN_Mesh& requireMesh() const;
     void copyFields(const CN_Polygon& other);
     void adoptParts();
+    void addCopyTo(CN_Mesh& mesh);
     CN_2DPolygon makePlanar();
     void forgetExits();
     void saveExtraSpaces(F_MemoryFile& file) const;

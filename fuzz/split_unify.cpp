@@ -1,0 +1,149 @@
+#include "cairn/foundation/exception.h"
+#include "cairn/geometry/validate.h"
+#include "cairn/platform/handlers.h"
+#include "fuzz/support/one_polygon.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+// Any polygon is cut by any plane into pieces that add up to it and become one again, or is refused; all questions of points,
+// stretches and neighbours have an answer.
+//
+// The first byte tells how the others are read: as whole numbers on a small grid, or as any doubles. The plane comes first,
+// then the corners of loops, of which a certain mark starts another one.
+
+namespace {
+
+using namespace cairn;
+using Vector = M_Vector3Template<double>;
+using Polygons = std::vector<CN_Polygon*>;
+
+/// Reads numbers from bytes; zeros at their end.
+class Bytes {
+  public:
+    Bytes(const std::uint8_t* data, std::size_t size) : m_at(data), m_end(data + size) {}
+
+    bool empty() const { return m_at == m_end; }
+    std::uint8_t next() { return empty() ? std::uint8_t{0} : *m_at++; }
+    double number(bool onGrid) {
+        if (onGrid)
+            return next() % 16;
+        double value = 0;
+        std::uint8_t raw[sizeof value];
+        for (std::uint8_t& byte : raw)
+            byte = next();
+        std::memcpy(&value, raw, sizeof value);
+        return value;
+    }
+    Vector vector(bool onGrid) {
+        const double x = number(onGrid), y = number(onGrid);
+        return {x, y, number(onGrid)};
+    }
+
+  private:
+    const std::uint8_t* m_at;
+    const std::uint8_t* m_end;
+};
+
+void require(bool holds) {
+    if (!holds)
+        std::abort();
+}
+
+double areaOf(const Polygons& polygons) {
+    double sum = 0;
+    for (const CN_Polygon* const polygon : polygons)
+        sum += CN_areaVector(*polygon).y;
+    return sum;
+}
+
+void addLoops(Bytes& bytes, bool onGrid, CN_LevelEntityMesh& mesh, CN_Polygon& polygon) {
+    int first = 0;
+    const auto closeLoop = [&] {
+        const int end = mesh.getVertexList().count();
+        for (int i = first; i < end; ++i)
+            polygon.addEdge(i, i + 1 < end ? i + 1 : first, false);
+        first = end;
+    };
+    while (!bytes.empty() && mesh.getVertexList().count() < 100) {
+        if (bytes.next() == 0xFF)
+            closeLoop();
+        const double x = bytes.number(onGrid);
+        mesh.addVertex({x, 0, bytes.number(onGrid)});
+    }
+    closeLoop();
+    polygon.setWorldNormal(polygon.getNormal());
+    polygon.updatePointOnPlane();
+}
+
+void ask(const Polygons& polygons, const Vector& from, const Vector& to) {
+    for (CN_Polygon* const polygon : polygons) {
+        polygon->triangulize(true);
+        polygon->buildBoundingBox(true);
+        if (polygon->pointInPoly(from, true))
+            require(polygon->canTriangulize() || polygon->getTriangleList().empty());
+        polygon->vertexIsInPolygon(&from);
+        polygon->pointSkinsPolygon(from);
+        polygon->rangeIntersects(from, to - from);
+        Vector a, b;
+        for (const CN_Triangle& piece : polygon->getTriangleList())
+            piece.intersectEdge(a, b, from, to, 0.001);
+        for (const CN_Polygon* const other : polygons) {
+            polygon->polygonIntersects(other);
+            polygon->sharesEdges(other);
+            polygon->neighbor(other);
+            polygon->canUnify(other);
+        }
+    }
+}
+
+/// What of the polygon a clean outline would be cut from.
+Polygons cleaned(CN_LevelEntityMesh& mesh, CN_Polygon& polygon) {
+    CN_Polygon carrier(&mesh), nothing(&mesh);
+    nothing.setNormal({0, 1, 0});
+    return carrier.buildFrom(&polygon, &nothing);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    setMessageBoxHandler([](const CString&, unsigned) {});
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::OnePolygon level;
+    CN_LevelEntityMesh& mesh = *level.mesh;
+    Bytes bytes(data, size);
+    const bool onGrid = bytes.next() % 2 == 0;
+    const Vector shift = onGrid ? Vector(8, 8, 8) : Vector();
+    const Vector normal = (bytes.vector(onGrid) - shift).normalized(), point = bytes.vector(onGrid);
+    try {
+        addLoops(bytes, onGrid, mesh, *level.polygon);
+        const Polygons sources = cleaned(mesh, *level.polygon);
+        for (CN_Polygon* const source : sources) {
+            Polygons behind, front;
+            source->split({normal, point}, &mesh, &behind, &front, false);
+            Polygons pieces = behind;
+            pieces.insert(pieces.end(), front.begin(), front.end());
+            // Of grids of 16 x 16, cuts are exact but for corners that are merged within 1e-5.
+            const bool wasCut = !pieces.empty();
+            if (onGrid && wasCut)
+                require(std::fabs(areaOf(pieces) - areaOf({source})) < 1e-2);
+            if (behind.size() == 1 && front.size() == 1) {
+                CN_Polygon carrier(&mesh);
+                const Polygons united = carrier.buildFrom(behind[0], front[0]);
+                require(!onGrid || std::fabs(areaOf(united) - areaOf(pieces)) < 1e-2);
+            }
+            ask(pieces, point, source->getPointOnPlane());
+        }
+        ask(sources, point, {1, 0, 1});
+        mesh.findNeighbors();
+    } catch (F_Exception* e) {
+        const F_ExceptionGuard guard(e);
+    }
+    return 0;
+}
