@@ -114,7 +114,7 @@ CN_Polygon& Editor::polygon(const std::string& word) {
     auto* const mesh = dynamic_cast<CN_Mesh*>(&changeableEntity(word.substr(0, mark)));
     if (!mesh || index >= mesh->getPolygonList().count())
         throw EditRefusal(fmt::format("there is no polygon \"{}\"", toShownText(word)));
-    return *mesh->accessPolygonList()[index];
+    return mesh->accessPolygonList()[index];
 }
 
 double Editor::number(const std::string& word) {
