@@ -1,10 +1,9 @@
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/name_validator.h"
 #include "cairn/document/selection.h"
-#include "cairn/entities/mesh_interface.h"
-#include "cairn/entities/portal.h"
+#include "cairn/entities/virtual_node.h"
 #include "cairn/fsm/walkers.h"
-#include "cairn/geometry/mesh/mesh.h"
+#include "host/edit_deletion.h"
 #include "host/editor.h"
 #include "host/entity_text.h"
 #include "host/text.h"
@@ -75,78 +74,6 @@ void checkDepth(const CN_LevelEntity& parent, CN_LevelEntity& child, std::string
             fmt::format("\"{}\" would lie more than {} levels deep", toShownText(name), CN_MAX_ENTITY_DEPTH));
 }
 
-/// The entity and all below it.
-std::vector<CN_LevelEntity*> subtreeOf(CN_LevelEntity& entity) {
-    std::vector<CN_LevelEntity*> entities{&entity};
-    CN_PreIterator it = entity.createIterator();
-    for (it.begin(); !it.end(); ++it)
-        entities.push_back(*it);
-    return entities;
-}
-
-/// Takes entities out of a level, and with each exit the way back: the exit of another mesh that leads there becomes a wall,
-/// and its portal goes.
-class Deletion {
-  public:
-    Deletion(Editor& editor, CN_LevelEntity& top) : m_editor(editor) { add(top); }
-
-    void run() {
-        for (std::size_t i = 0; i < m_dying.size(); ++i) // it grows by the portals of the ways back
-            gatherExits(*m_dying[i]);
-        for (CN_Polygon* const exit : m_exits)
-            closeExit(*exit);
-        walk(m_editor, ForEach_FSMDeleteObject(m_isDying));
-        for (CN_LevelEntity* const one : m_dying) {
-            m_editor.document().accessSelection()->remove(one);
-            if (auto* const mesh = dynamic_cast<CN_MeshInterface*>(one))
-                mesh->updateMaterialRefCounts(false);
-        }
-        for (CN_LevelEntity* const top : m_tops) {
-            top->getParent()->remove(top);
-            delete top;
-        }
-    }
-
-  private:
-    void add(CN_LevelEntity& top) {
-        m_tops.push_back(&top);
-        for (CN_LevelEntity* const one : subtreeOf(top))
-            if (m_isDying.insert(one).second)
-                m_dying.push_back(one);
-    }
-
-    void gatherExits(CN_LevelEntity& entity) {
-        if (auto* const mesh = dynamic_cast<CN_Mesh*>(&entity))
-            for (CN_Polygon& polygon : mesh->accessPolygonList())
-                addExit(&polygon);
-        if (auto* const portal = dynamic_cast<CN_LevelEntityPortal*>(&entity))
-            addExit(portal->getPortalPolygon());
-    }
-
-    /// Adds the exit and the one behind it, with their portals.
-    void addExit(CN_Polygon* exit) {
-        for (; exit && exit->isExitPolygon() && m_isClosing.insert(exit).second; exit = exit->getExitDestination()) {
-            m_exits.push_back(exit);
-            CN_LevelEntityPortal* const portal = exit->getLevelEntityPortal();
-            if (portal && !m_isDying.contains(portal))
-                add(*portal);
-        }
-    }
-
-    void closeExit(CN_Polygon& exit) {
-        if (const istring name = exit.getExitName(); !name.empty() && !m_isDying.contains(exit.getParent()))
-            walk(m_editor, ForEach_FSMDeleteExitSends(exit.getParent(), name));
-        exit.sealExit(m_editor.document().getMaterials().getDefaultMaterial());
-    }
-
-    Editor& m_editor;
-    std::vector<CN_LevelEntity*> m_tops;       ///< that are deleted, with all below them
-    std::vector<CN_LevelEntity*> m_dying;      ///< those and all below them
-    std::set<const CN_LevelEntity*> m_isDying; ///< the same; looked up only
-    std::vector<CN_Polygon*> m_exits;          ///< that become walls
-    std::set<const CN_Polygon*> m_isClosing;   ///< the same; looked up only
-};
-
 } // namespace
 
 void editAdd(Editor& editor, Words words) {
@@ -210,7 +137,11 @@ void editTurn(Editor& editor, Words words) {
     entity.setRotation(entity.getRotation() * turn);
 }
 
-void editDelete(Editor& editor, Words words) { Deletion(editor, editor.movableEntity(words[0])).run(); }
+void editDelete(Editor& editor, Words words) {
+    Deletion deletion(editor.document());
+    deletion.add(editor.movableEntity(words[0]));
+    deletion.run();
+}
 
 void editSelect(Editor& editor, Words words) {
     std::vector<CN_LevelEntity*> entities;

@@ -38,6 +38,8 @@ class Editor {
     CN_LevelEntity& placeableEntity(const std::string& word);
     /// The same, and not the player either, which every level has in its place and under its name.
     CN_LevelEntity& movableEntity(const std::string& word);
+    /// The polygon that a word names: ENTITY#INDEX, of a mesh that may be changed.
+    CN_Polygon& polygon(const std::string& word);
     /// A number that is finite.
     static double number(const std::string& word);
     static CN_LevelEntity::Vector vector(std::span<const std::string> words);
@@ -68,6 +70,13 @@ void editPlace(Editor& editor, std::span<const std::string> words);
 void editTurn(Editor& editor, std::span<const std::string> words);
 void editDelete(Editor& editor, std::span<const std::string> words);
 void editSelect(Editor& editor, std::span<const std::string> words);
+/// @}
+
+/// Commands that change polygons (edit_geometry.cpp).
+/// @{
+void editSplit(Editor& editor, std::span<const std::string> words);
+void editUnify(Editor& editor, std::span<const std::string> words);
+void editSeal(Editor& editor, std::span<const std::string> words);
 /// @}
 
 /// Commands that change state machines (edit_machine.cpp).

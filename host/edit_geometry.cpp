@@ -1,0 +1,108 @@
+#include "cairn/geometry/mesh/mesh.h"
+#include "cairn/platform/handlers.h"
+#include "host/edit_deletion.h"
+#include "host/editor.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace cairn::host {
+
+namespace {
+
+using Words = std::span<const std::string>;
+using Vector = CN_LevelEntity::Vector;
+using Plane = M_Plane3Template<double>;
+
+/// Refuses a polygon that something stands on or leads through: it would be lost with it.
+void checkPlain(const CN_Polygon& polygon, const std::string& word) {
+    if (polygon.isExitPolygon())
+        throw EditRefusal(fmt::format("\"{}\" is an exit: seal it first", toShownText(word)));
+    if (polygon.isLight())
+        throw EditRefusal(fmt::format("a light stands on \"{}\": delete it first", toShownText(word)));
+}
+
+/// Brings all that is derived of new polygons up to date.
+void finish(CN_Mesh& mesh, const std::vector<CN_Polygon*>& made) {
+    mesh.handleOwnHierarchy();
+    for (CN_Polygon* const polygon : made) {
+        polygon->triangulize(true);
+        polygon->calculateUVCoordinates();
+        polygon->buildBoundingBox(true);
+    }
+    mesh.calculateBoundingBox();
+    mesh.invalidateObject(true);
+}
+
+/// True where corners lie on both sides of the plane, farther off than what a cut leaves out.
+bool cuts(const Plane& plane, const CN_Polygon& polygon) {
+    constexpr double LEAST = 0.0005;
+    bool behind = false, front = false;
+    for (const CN_Edge& edge : polygon.getEdgeList()) {
+        const double distance = (edge.getLocal(0) - plane.getPoint()).dot(plane.getNormal());
+        behind |= distance < -LEAST;
+        front |= distance > LEAST;
+    }
+    return behind && front;
+}
+
+/// Asks whether the polygons may become one; what the library would tell a user is the refusal.
+void checkUnifiable(const CN_Polygon& a, const CN_Polygon& b) {
+    std::string why = "a polygon cannot be united with itself";
+    MessageBoxHandler before = setMessageBoxHandler([&why](const CString& text, unsigned) { why = text.str(); });
+    const bool may = a.canUnify(&b);
+    setMessageBoxHandler(std::move(before));
+    if (!may)
+        throw EditRefusal(toShownText(why));
+}
+
+} // namespace
+
+void editSplit(Editor& editor, Words words) {
+    CN_Polygon& polygon = editor.polygon(words[0]);
+    checkPlain(polygon, words[0]);
+    const Vector normal = Editor::vector(words.subspan(1)).normalized();
+    if (normal == Vector())
+        throw EditRefusal("a plane has a normal other than 0 0 0");
+    const Plane plane(normal, Editor::vector(words.subspan(4)));
+    if (!cuts(plane, polygon))
+        throw EditRefusal(fmt::format("the plane does not cut \"{}\"", toShownText(words[0])));
+    CN_Mesh& mesh = *polygon.getParent();
+    std::vector<CN_Polygon*> made, front;
+    polygon.split(plane, &mesh, &made, &front, true);
+    made.insert(made.end(), front.begin(), front.end());
+    mesh.deletePolygon(&polygon);
+    finish(mesh, made);
+}
+
+void editUnify(Editor& editor, Words words) {
+    CN_Polygon &first = editor.polygon(words[0]), &second = editor.polygon(words[1]);
+    for (const auto& [polygon, word] : {std::pair(&first, &words[0]), {&second, &words[1]}})
+        checkPlain(*polygon, *word);
+    checkUnifiable(first, second);
+    CN_Mesh& mesh = *first.getParent();
+    CN_Polygon* const carrier = mesh.addPolygon();
+    const std::vector<CN_Polygon*> made = carrier->buildFrom(&first, &second);
+    mesh.deletePolygon(carrier);
+    if (made.size() != 1) {
+        for (CN_Polygon* const polygon : made)
+            mesh.deletePolygon(polygon);
+        throw EditRefusal("they do not make one polygon");
+    }
+    mesh.deletePolygon(&first);
+    mesh.deletePolygon(&second);
+    finish(mesh, made);
+}
+
+void editSeal(Editor& editor, Words words) {
+    CN_Polygon& polygon = editor.polygon(words[0]);
+    if (!polygon.isExitPolygon())
+        throw EditRefusal(fmt::format("\"{}\" is no exit", toShownText(words[0])));
+    Deletion deletion(editor.document());
+    deletion.addExit(&polygon);
+    deletion.run();
+}
+
+} // namespace cairn::host
