@@ -87,6 +87,16 @@ std::vector<Vector> findLoopAreas(const CN_Polygon& polygon) {
     return areas;
 }
 
+/// The area of a piece as a vector, along the side from which it runs counter-clockwise.
+Vector findFanArea(const CN_Triangle& piece) {
+    Vector sum;
+    for (int i = 2; i < static_cast<int>(piece.getVertices().size()); ++i) {
+        const Vector& first = piece.getVertexLocal(0);
+        sum += (piece.getVertexLocal(i - 1) - first).cross(piece.getVertexLocal(i) - first);
+    }
+    return sum * 0.5;
+}
+
 /// True where all corners lie on the line of the longest edge.
 bool isLinear(const CN_Polygon& polygon) {
     const CN_Edge* longest = nullptr;
@@ -254,18 +264,22 @@ class MeshValidator {
         if (polygon.getTriangleList().empty())
             return;
         // Corners that are vertices lie in the plane as those of the boundary do; each may leave its place there.
-        double boundary = 0, covered = 0;
+        double boundary = 0, covered = 0, along = 0;
         for (const CN_Edge& edge : polygon.getEdgeList())
             boundary += edge.dir().length();
         for (const CN_Triangle& piece : polygon.getTriangleList()) {
             covered += piece.area();
+            along += findFanArea(piece).dot(polygon.getNormal());
             for (std::size_t i = 0; i < piece.getVertices().size(); ++i)
                 if (!(std::abs(polygon.distLocal(piece.getVertexLocal(static_cast<int>(i)))) <= m_tolerance))
                     return add("polygon-untriangulated", "A piece of the triangulation leaves the polygon's plane");
         }
         const double area = CN_areaVector(polygon).length();
-        if (!(std::abs(covered - area) <= AREA_TOLERANCE * area + std::max(m_tolerance, SNAP_TOLERANCE) * boundary))
+        const double slack = AREA_TOLERANCE * area + std::max(m_tolerance, SNAP_TOLERANCE) * boundary;
+        if (!(std::abs(covered - area) <= slack))
             add("polygon-untriangulated", formatText("The triangulation covers %g of an area of %g", covered, area));
+        else if (!(covered - along <= slack))
+            add("polygon-untriangulated", "A piece of the triangulation does not run as the boundary does");
     }
 
     void checkSpaces(const CN_Polygon& polygon) {
