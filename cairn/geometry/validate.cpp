@@ -29,6 +29,7 @@ using Vector = M_Vector3Template<double>;
 constexpr double UNIT_TOLERANCE = 1e-6; // of a unit vector's length: what a file's rounding and rotations leave
 constexpr double LINE_TOLERANCE = 1e-5; // a polygon within this of a line has no extent
 constexpr double SAME_PLANE = 0.9999;   // cosine between the planes of texture spaces that a load takes for one
+constexpr double OWN_PLANE = 0.99;      // cosine between a polygon's plane and that of its first texture space
 constexpr double AREA_TOLERANCE = 1e-9; // of an area that is a sum of pieces, relative
 constexpr double SNAP_TOLERANCE = 1e-5; // corners nearer than this are one for a triangulation
 constexpr double LEAST_SLACK = 1e-6;    // of corners that count as one, whatever the planes' tolerance is
@@ -259,6 +260,9 @@ class MeshValidator {
     }
 
     void checkTriangulation(const CN_Polygon& polygon) {
+        const Vector plane = polygon.getUVSpace(0).getMatrix().row(2).normalized();
+        if (!(plane.dot(polygon.getNormal()) > OWN_PLANE))
+            add("polygon-space-plane", "The first texture space is not in the plane of the polygon");
         if (!polygon.canTriangulize())
             return add("polygon-untriangulated", "The boundary gives no triangles");
         if (polygon.getTriangleList().empty())
