@@ -153,6 +153,10 @@ void CN_Polygon::setExitDestination(CN_Polygon* partner) {
         std::swap(*std::find(incoming.begin(), incoming.end(), this), incoming.back());
         incoming.pop_back();
     }
+    // An exit into its own mesh is no wall of it.
+    const bool ledBack = m_exitDestination && m_exitDestination->m_parent == m_parent;
+    if (m_parent && (ledBack || (partner && partner->m_parent == m_parent)))
+        m_parent->setBSPDirty();
     m_exitDestination = partner;
 }
 
