@@ -12,6 +12,7 @@
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 #include <CGAL/Side_of_triangle_mesh.h>
 #include <CGAL/Surface_mesh.h>
+
 #include <map>
 #include <tuple>
 #endif
@@ -108,7 +109,9 @@ struct PeerQuery {
 void addQueries(bench::Report& report, const std::string& scene, const Room& room, const Vector& high, double low) {
     const double n = room->size();
     std::mt19937 random(3);
-    const auto upTo = [&random](double from, double to) { return std::uniform_real_distribution<double>(from, to)(random); };
+    const auto upTo = [&random](double from, double to) {
+        return std::uniform_real_distribution<double>(from, to)(random);
+    };
     auto points = std::make_shared<std::vector<Vector>>();
     for (int i = 0; i < 1000; ++i)
         points->emplace_back(upTo(0, high.x), upTo(0, high.y), upTo(-0.2, i % 2 ? low : high.z));

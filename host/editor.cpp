@@ -31,10 +31,12 @@ constexpr EditCommand COMMANDS[] = {
     {"delete", "ENTITY", "with all below it and the messages that name any of it", 1, 1, editDelete},
     {"select", "ENTITY...", "selects these and no others", 1, ANY, editSelect},
     {"split", "POLYGON NX NY NZ PX PY PZ",
-     "cuts a polygon by the plane with that normal and point, in the mesh's space; the pieces behind and in front of it take its "
+     "cuts a polygon by the plane with that normal and point, in the mesh's space; the pieces behind and in front of "
+     "it take its "
      "place, at the end of the mesh",
      7, 7, editSplit},
-    {"unify", "POLYGON POLYGON", "makes one polygon of two that share an edge, at the end of their mesh", 2, 2, editUnify},
+    {"unify", "POLYGON POLYGON", "makes one polygon of two that share an edge, at the end of their mesh", 2, 2,
+     editUnify},
     {"seal", "POLYGON", "makes an exit and the one behind it walls", 1, 1, editSeal},
     {"fsm-state", "ENTITY NAME", "adds a state; the first one is the default", 2, 2, editFsmState},
     {"fsm-rename-state", "ENTITY OLD NEW", "in its machine and in all messages", 3, 3, editFsmRenameState},
@@ -106,9 +108,9 @@ CN_Polygon& Editor::polygon(const std::string& word) {
     const std::size_t mark = word.rfind('#');
     int index = -1;
     const char* const end = word.data() + word.size();
-    const auto [stop, error] =
-        mark == std::string::npos ? std::from_chars_result{word.data(), std::errc::invalid_argument}
-                                  : std::from_chars(word.data() + mark + 1, end, index);
+    const auto [stop, error] = mark == std::string::npos
+                                   ? std::from_chars_result{word.data(), std::errc::invalid_argument}
+                                   : std::from_chars(word.data() + mark + 1, end, index);
     if (error != std::errc() || stop != end || index < 0)
         throw EditRefusal(fmt::format("\"{}\" is no polygon: ENTITY#INDEX", toShownText(word)));
     auto* const mesh = dynamic_cast<CN_Mesh*>(&changeableEntity(word.substr(0, mark)));

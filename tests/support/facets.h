@@ -93,7 +93,8 @@ class CellRoom {
         int cell[3];
         for (int axis = 0; axis < 3; ++axis)
             cell[axis] = static_cast<int>(std::upper_bound(m_lines[axis].begin(), m_lines[axis].end(), point[axis]) -
-                                          m_lines[axis].begin()) - 1;
+                                          m_lines[axis].begin()) -
+                         1;
         return isOpen(cell[0], cell[1], cell[2]);
     }
     /// A quad in two triangles for each wall of each open cell.
@@ -111,7 +112,9 @@ class CellRoom {
     struct Cell {
         int at[3];
     };
-    std::size_t place(int x, int y, int z) const { return static_cast<std::size_t>((z * m_size[1] + y) * m_size[0] + x); }
+    std::size_t place(int x, int y, int z) const {
+        return static_cast<std::size_t>((z * m_size[1] + y) * m_size[0] + x);
+    }
     void addWall(Facets& facets, Cell cell, int axis, int far) const {
         Cell beside = cell;
         beside.at[axis] += far ? 1 : -1;

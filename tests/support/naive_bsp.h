@@ -39,7 +39,10 @@ inline int naiveScore(const std::list<CN_Ngon>& ngons, const CN_Ngon::Plane& pla
             if (min < 0 && max > 0)
                 break;
         }
-        ++(min > -0.001 && max < 0.001 ? coplanar : min >= 0 && max >= 0 ? front : min <= 0 && max <= 0 ? back : spanning);
+        ++(min > -0.001 && max < 0.001 ? coplanar
+           : min >= 0 && max >= 0      ? front
+           : min <= 0 && max <= 0      ? back
+                                       : spanning);
     }
     return std::abs(front - back) + 4 * (spanning - coplanar);
 }
@@ -91,9 +94,12 @@ inline bool naiveBSP(std::list<CN_Ngon> ngons, NaiveBSPNode& node) {
 inline bool isSameBSP(const CN_BSPNode* a, const NaiveBSPNode* b) {
     if (!a || !b)
         return !a && !b;
-    const auto isSame = [](const CN_Ngon::Vector& v, const CN_Ngon::Vector& w) { return !std::memcmp(&v, &w, sizeof v); };
-    return isSame(a->getPlane().getNormal(), b->plane.getNormal()) && isSame(a->getPlane().getPoint(), b->plane.getPoint()) &&
-           isSameBSP(a->getInsideChild(), b->inside.get()) && isSameBSP(a->getOutsideChild(), b->outside.get());
+    const auto isSame = [](const CN_Ngon::Vector& v, const CN_Ngon::Vector& w) {
+        return !std::memcmp(&v, &w, sizeof v);
+    };
+    return isSame(a->getPlane().getNormal(), b->plane.getNormal()) &&
+           isSame(a->getPlane().getPoint(), b->plane.getPoint()) && isSameBSP(a->getInsideChild(), b->inside.get()) &&
+           isSameBSP(a->getOutsideChild(), b->outside.get());
 }
 
 inline std::list<CN_Ngon> asPieces(const CN_BSPTree::NgonList& ngons) { return {ngons.begin(), ngons.end()}; }

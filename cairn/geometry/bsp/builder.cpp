@@ -53,7 +53,8 @@ std::size_t CN_BSPBuilder::PlaneHash::operator()(const PlaneKey& key) const {
 CN_BSPBuilder::CN_BSPBuilder(CN_BSPTree::NgonList& ngons) : m_list(ngons) {
     m_pieces.reserve(static_cast<std::size_t>(ngons.count()));
     for (const CN_Ngon& ngon : ngons) {
-        const bool continues = !m_pieces.empty() && m_pieces.back().ngon->getPlane().getNormal() == ngon.getPlane().getNormal() &&
+        const bool continues = !m_pieces.empty() &&
+                               m_pieces.back().ngon->getPlane().getNormal() == ngon.getPlane().getNormal() &&
                                m_pieces.back().ngon->getPlane().getPoint() == ngon.getPlane().getPoint();
         const Id plane = continues ? m_pieces.back().plane : findPlane(ngon.getPlane());
         m_pieces.push_back({&ngon, nullptr, plane, ngon.linear(SLIVER) != 0, 0});
@@ -66,7 +67,8 @@ CN_BSPBuilder::Id CN_BSPBuilder::findPlane(const Plane& plane) {
         m_planes.push_back({plane, NONE, 0});
         return static_cast<Id>(m_planes.size() - 1);
     }
-    const auto [known, isNew] = m_planeIds.try_emplace({n.x, n.y, n.z, p.x, p.y, p.z}, static_cast<Id>(m_planes.size()));
+    const auto [known, isNew] =
+        m_planeIds.try_emplace({n.x, n.y, n.z, p.x, p.y, p.z}, static_cast<Id>(m_planes.size()));
     if (isNew)
         m_planes.push_back({plane, findClass(plane), 0});
     return known->second;
@@ -293,8 +295,8 @@ void CN_BSPBuilder::report(const Task& task) const {
         const CN_Ngon& ngon = *at(piece).ngon;
         const CN_Polygon* const polygon = ngon.getSourcePolygon();
         const Vector normal = ngon.getPlane().getNormal();
-        F_System::verbose("%d (normal = (%.9lf, %.9lf, %.9lf))", polygon ? static_cast<int>(polygon->getPolygonIndex()) : -1,
-                          normal.x, normal.y, normal.z);
+        F_System::verbose("%d (normal = (%.9lf, %.9lf, %.9lf))",
+                          polygon ? static_cast<int>(polygon->getPolygonIndex()) : -1, normal.x, normal.y, normal.z);
     }
 }
 

@@ -86,19 +86,19 @@ class CN_BSPBuilder {
     Piece& at(Id piece) { return m_pieces[piece]; }
     const Piece& at(Id piece) const { return m_pieces[piece]; }
 
-    CN_BSPTree::NgonList& m_list;                         ///< what is built from
-    std::vector<Piece> m_pieces;                          ///< those of the list first
-    std::vector<Id> m_free;                               ///< places of cut pieces that are no more
-    std::deque<CN_Ngon> m_made;                           ///< cut pieces, which keep their addresses
-    std::vector<KnownPlane> m_planes;                     ///< of all pieces
-    std::vector<PlaneClass> m_classes;                    ///< of all planes
+    CN_BSPTree::NgonList& m_list;                           ///< what is built from
+    std::vector<Piece> m_pieces;                            ///< those of the list first
+    std::vector<Id> m_free;                                 ///< places of cut pieces that are no more
+    std::deque<CN_Ngon> m_made;                             ///< cut pieces, which keep their addresses
+    std::vector<KnownPlane> m_planes;                       ///< of all pieces
+    std::vector<PlaneClass> m_classes;                      ///< of all planes
     std::unordered_map<PlaneKey, Id, PlaneHash> m_planeIds; ///< normal and point
     std::unordered_map<PlaneKey, Id, PlaneHash> m_classIds; ///< normal and what counts of the point
-    std::vector<Id> m_present;                            ///< planes with pieces at the current node
-    std::vector<Task> m_open;                             ///< the next one last
-    CN_PieceBoxes m_boxes;                                ///< of the current node
-    unsigned m_node = 0;                                  ///< number of the current node, from 1
-    unsigned m_lists = 0;                                 ///< how many lists have got their candidates
+    std::vector<Id> m_present;                              ///< planes with pieces at the current node
+    std::vector<Task> m_open;                               ///< the next one last
+    CN_PieceBoxes m_boxes;                                  ///< of the current node
+    unsigned m_node = 0;                                    ///< number of the current node, from 1
+    unsigned m_lists = 0;                                   ///< how many lists have got their candidates
 };
 
 } // namespace cairn

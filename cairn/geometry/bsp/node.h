@@ -65,9 +65,9 @@ class CN_BSPNode {
     std::unique_ptr<CN_BSPNode>& child(bool inside) { return inside ? m_insideChild : m_outsideChild; }
     const CN_BSPNode* getChild(bool inside) const { return inside ? m_insideChild.get() : m_outsideChild.get(); }
 
-    Plane m_plane{Vector(), Vector()};           ///< a unit normal and a point
-    std::unique_ptr<CN_BSPNode> m_insideChild;   ///< of the positive side
-    std::unique_ptr<CN_BSPNode> m_outsideChild;  ///< of the negative side
+    Plane m_plane{Vector(), Vector()};          ///< a unit normal and a point
+    std::unique_ptr<CN_BSPNode> m_insideChild;  ///< of the positive side
+    std::unique_ptr<CN_BSPNode> m_outsideChild; ///< of the negative side
 };
 
 } // namespace cairn

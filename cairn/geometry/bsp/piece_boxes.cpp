@@ -117,7 +117,8 @@ void CN_PieceBoxes::divide(std::size_t at, const std::vector<const CN_Ngon*>& pi
 void CN_PieceBoxes::countPieces(std::uint32_t first, std::uint32_t last, const Vector& normal, double offset,
                                 CN_SideCounts& counts) const {
     for (std::uint32_t i = first; i < last; ++i)
-        counts.add(CN_SideCounts::sideOf(m_corners.data() + m_starts[i], m_starts[i + 1] - m_starts[i], normal, offset));
+        counts.add(
+            CN_SideCounts::sideOf(m_corners.data() + m_starts[i], m_starts[i + 1] - m_starts[i], normal, offset));
 }
 
 CN_SideCounts CN_PieceBoxes::count(const CN_Ngon::Plane& plane) const {
@@ -145,8 +146,8 @@ CN_SideCounts CN_PieceBoxes::count(const CN_Ngon::Plane& plane) const {
             countPieces(box.first, box.last, normal, offset, counts);
         }
     }
-    countPieces(static_cast<std::uint32_t>(m_order.size()), static_cast<std::uint32_t>(m_starts.size() - 1), normal, offset,
-                counts);
+    countPieces(static_cast<std::uint32_t>(m_order.size()), static_cast<std::uint32_t>(m_starts.size() - 1), normal,
+                offset, counts);
     return counts;
 }
 

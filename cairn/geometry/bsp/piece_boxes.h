@@ -48,11 +48,12 @@ class CN_PieceBoxes {
     void countPieces(std::uint32_t first, std::uint32_t last, const Vector& normal, double offset,
                      CN_SideCounts& counts) const;
 
-    std::vector<std::uint32_t> m_order;  ///< pieces in the order of the boxes
-    std::vector<std::uint32_t> m_starts; ///< first corner of each piece in that order, then of those outside, and the end
-    std::vector<Vector> m_corners;       ///< one piece after the other
-    std::vector<Box> m_boxes;            ///< the root first
-    double m_extent = 0;                 ///< greatest coordinate in a box, without sign
+    std::vector<std::uint32_t> m_order; ///< pieces in the order of the boxes
+    std::vector<std::uint32_t>
+        m_starts;                  ///< first corner of each piece in that order, then of those outside, and the end
+    std::vector<Vector> m_corners; ///< one piece after the other
+    std::vector<Box> m_boxes;      ///< the root first
+    double m_extent = 0;           ///< greatest coordinate in a box, without sign
 };
 
 } // namespace cairn

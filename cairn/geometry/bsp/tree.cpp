@@ -42,8 +42,7 @@ void CN_BSPTree::layOutSteps() {
         if (at.link)
             *at.link = static_cast<int>(m_steps.size());
         const Plane& plane = at.node->getPlane();
-        m_steps.push_back(
-            {plane.getNormal(), plane.getPoint().dot(plane.getNormal()), END_INSIDE, END_OUTSIDE});
+        m_steps.push_back({plane.getNormal(), plane.getPoint().dot(plane.getNormal()), END_INSIDE, END_OUTSIDE});
         if (const CN_BSPNode* const child = at.node->getOutsideChild())
             rest.push_back({child, &m_steps.back().outside});
         if (const CN_BSPNode* const child = at.node->getInsideChild())
@@ -112,8 +111,7 @@ CN_BSPNode* CN_BSPTree::getsSplit(CN_BSPNode* node, const CN_Ngon* ngon) {
     return nullptr;
 }
 
-void CN_BSPTree::gatherSplitPlanes(const Vector& point, double radius, std::set<CN_BSPNode*>& nodes,
-                                   CN_BSPNode* node) {
+void CN_BSPTree::gatherSplitPlanes(const Vector& point, double radius, std::set<CN_BSPNode*>& nodes, CN_BSPNode* node) {
     std::vector<CN_BSPNode*> open{node ? node : m_root.get()};
     while (!open.empty()) {
         CN_BSPNode* const at = open.back();

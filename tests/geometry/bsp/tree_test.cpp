@@ -1,5 +1,4 @@
 #include "cairn/geometry/bsp/tree.h"
-
 #include "tests/support/facets.h"
 #include "tests/support/mesh_shelf.h"
 #include "tests/support/naive_bsp.h"
@@ -119,8 +118,15 @@ TEST(BSPTree, IsTheToldOneForRoomsOfAllKinds) {
     Facets turnedMaze = test::maze(6).facets(), turnedRoom = test::bumpyRoom(8);
     turnedMaze.transform(TURN, {1000, -20, 3});
     turnedRoom.transform(TURN, {0.1, 0.2, 0.3});
-    Facets rooms[] = {test::maze(8).facets(), turnedMaze,  test::bumpyRoom(12),        turnedRoom, test::ballRoom(16, 24),
-                      test::ballRoom(2, 200), soup, specks, sheets};
+    Facets rooms[] = {test::maze(8).facets(),
+                      turnedMaze,
+                      test::bumpyRoom(12),
+                      turnedRoom,
+                      test::ballRoom(16, 24),
+                      test::ballRoom(2, 200),
+                      soup,
+                      specks,
+                      sheets};
     for (Facets& room : rooms) {
         SCOPED_TRACE(&room - rooms);
         CN_BSPTree tree;
@@ -173,10 +179,16 @@ TEST(BSPTree, TakesWhatIsNearAWallForOnIt) {
     const struct {
         Vector point;
         int inside, strictly;
-    } cases[] = {{{1, 0, 0.0006}, 1, 1}, {{1, 0, 0.0004}, 1, 0},  {{1, 0, 0}, 1, 0},
-                 {{1, 0, 0.0005}, 1, 0}, {{1, 0, -0.0004}, 1, 0}, {{1, 0, -0.0005}, 1, 0},
-                 {{1, 0, std::nextafter(-0.0005, -1)}, 0, 0},     {{1, 0, std::nextafter(0.0005, 1)}, 1, 1},
-                 {{1, 0, -0.0006}, 0, 0}, {{1, 0, std::numeric_limits<double>::quiet_NaN()}, 0, 0},
+    } cases[] = {{{1, 0, 0.0006}, 1, 1},
+                 {{1, 0, 0.0004}, 1, 0},
+                 {{1, 0, 0}, 1, 0},
+                 {{1, 0, 0.0005}, 1, 0},
+                 {{1, 0, -0.0004}, 1, 0},
+                 {{1, 0, -0.0005}, 1, 0},
+                 {{1, 0, std::nextafter(-0.0005, -1)}, 0, 0},
+                 {{1, 0, std::nextafter(0.0005, 1)}, 1, 1},
+                 {{1, 0, -0.0006}, 0, 0},
+                 {{1, 0, std::numeric_limits<double>::quiet_NaN()}, 0, 0},
                  {{1, 0, std::numeric_limits<double>::infinity()}, 0, 0}};
     CN_BSPTree tree, empty;
     NgonList floor = listOf({square(2, 1, {1, 0, 0})});
@@ -201,8 +213,8 @@ TEST(BSPTree, TakesWhatIsNearAWallForOnIt) {
 TEST(BSPTree, ChoosesThePlaneThatDividesBest) {
     // Three pieces in the plane z = 0, two in front, one behind; the others score worse.
     const CN_Ngon best[] = {square(2, 1, {0, 0, 0}), square(2, 1, {4, 0, 0}), square(2, 1, {8, 0, 0})};
-    NgonList ngons = listOf({square(2, 1, {0, 0, 5}), square(2, 1, {0, 0, 7}), square(2, 1, {0, 0, -5}), best[1], best[0],
-                             best[2]});
+    NgonList ngons =
+        listOf({square(2, 1, {0, 0, 5}), square(2, 1, {0, 0, 7}), square(2, 1, {0, 0, -5}), best[1], best[0], best[2]});
     EXPECT_EQ(test::naiveScore(test::asPieces(ngons), best[0].getPlane()), -11);
     CN_BSPTree tree;
     ASSERT_TRUE(buildAsTold(tree, ngons));
@@ -237,8 +249,9 @@ TEST(BSPTree, TellsWhatNoPlaneDivides) {
         std::string log;
     } cases[] = {
         {{}, head},
-        {{up, down}, head + "7 (normal = (0.000000000, 0.000000000, 1.000000000))"
-                            "-1 (normal = (0.000000000, 0.000000000, -1.000000000))"},
+        {{up, down},
+         head + "7 (normal = (0.000000000, 0.000000000, 1.000000000))"
+                "-1 (normal = (0.000000000, 0.000000000, -1.000000000))"},
         {{flat}, head + "-1 (normal = (0.000000000, 0.000000000, 0.000000000))"},
         {{lost}, head + "-1 (normal = (0.000000000, 0.000000000, 1.000000000))"},
     };
@@ -381,11 +394,15 @@ TEST(BSPTree, ClassifiesThePiecesOfPolygons) {
         Areas areas;
     } cases[] = {
         {"inside", {{2, 1, 2}, {4, 1, 2}, {4, 1, 4}, {2, 1, 4}}, {{CN_Ngon::CLASSIFICATION_INSIDE, 4}}},
-        {"half out", {{-2, 1, 2}, {-2, 1, 4}, {2, 1, 4}, {2, 1, 2}},
+        {"half out",
+         {{-2, 1, 2}, {-2, 1, 4}, {2, 1, 4}, {2, 1, 2}},
          {{CN_Ngon::CLASSIFICATION_OUTSIDE, 4}, {CN_Ngon::CLASSIFICATION_INSIDE, 4}}},
-        {"on the floor", {{-2, 0, 2}, {-2, 0, 4}, {2, 0, 4}, {2, 0, 2}},
+        {"on the floor",
+         {{-2, 0, 2}, {-2, 0, 4}, {2, 0, 4}, {2, 0, 2}},
          {{CN_Ngon::CLASSIFICATION_OUTSIDE, 4}, {CN_Ngon::CLASSIFICATION_COPLANAR_SAME, 4}}},
-        {"under the floor", {{1, 0, 2}, {2, 0, 2}, {2, 0, 4}, {1, 0, 4}}, {{CN_Ngon::CLASSIFICATION_COPLANAR_OPPOSITE, 2}}},
+        {"under the floor",
+         {{1, 0, 2}, {2, 0, 2}, {2, 0, 4}, {1, 0, 4}},
+         {{CN_Ngon::CLASSIFICATION_COPLANAR_OPPOSITE, 2}}},
     };
     for (const auto& [name, corners, areas] : cases) {
         SCOPED_TRACE(name);

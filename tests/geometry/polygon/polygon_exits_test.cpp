@@ -26,9 +26,7 @@ Contour contourOf(const std::vector<Vector>& corners) {
 const std::vector<Vector> SQUARE{{0, 0, 0}, {0, 2, 0}, {0, 2, 2}, {0, 0, 2}};
 
 /// A space of the wall x = 0, in the world, that looks into the room.
-PlanarSpace wallSpace() {
-    return {Matrix({0, 0, 2}, {0, -2, 0}, {1, 0, 0}), {0, 1, 1}, {0.25, 0.5}};
-}
+PlanarSpace wallSpace() { return {Matrix({0, 0, 2}, {0, -2, 0}, {1, 0, 0}), {0, 1, 1}, {0.25, 0.5}}; }
 
 class PolygonExits : public testing::Test {
   protected:
@@ -117,7 +115,8 @@ TEST_F(PolygonExits, LongContoursTakeTheFirstVertexThatIsNear) {
     }
     for (CN_LevelEntityMesh* const mesh : {&few, &many})
         for (const int i : {5, 5, 9, 30, 9}) // near, nearer than it, at the place
-            mesh->addVertex(corners[static_cast<std::size_t>(i)] + Vector(0.9e-6 * (mesh->getVertexList().count() % 2), 0, 0));
+            mesh->addVertex(corners[static_cast<std::size_t>(i)] +
+                            Vector(0.9e-6 * (mesh->getVertexList().count() % 2), 0, 0));
     const PlanarSpace space(Matrix({1, 0, 0}, {0, 0, -1}, {0, 1, 0}), {}, {});
     CN_Polygon& exit = *many.addPolygon();
     exit.createExitPolygon(contour, true, false, &space);
