@@ -26,6 +26,7 @@ void addExportCommand(CLI::App& app, Command& chosen);
 void addEditCommand(CLI::App& app, Command& chosen);
 void addFsmCommand(CLI::App& app, Command& chosen);
 void addRefsCommand(CLI::App& app, Command& chosen);
+void addExplainCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
 void addMeasureCommand(CLI::App& app, Command& chosen);
 void addRenderCommand(CLI::App& app, Command& chosen);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <numbers>
 
 namespace cairn::host {
 
@@ -67,12 +68,17 @@ double areaOf(const gpc_polygon& polygon) {
     return sum;
 }
 
-double farthestFrom(const CN_Polygon& plane, const CN_Polygon& polygon) {
-    double farthest = 0;
-    const Vector point = plane.getEdgeList().first()->getWorld(0);
-    for (const CN_Edge& edge : polygon.getEdgeList())
-        farthest = std::max(farthest, std::abs((edge.getWorld(0) - point).dot(plane.getWorldNormal())));
-    return farthest;
+/// Takes over what lies farther off the plane than what is known.
+void measureGap(const CN_Polygon& plane, const CN_Polygon& polygon, ExitPair& pair) {
+    const Vector point = plane.getEdgeList().first()->getWorld(0), normal = plane.getWorldNormal();
+    for (const CN_Edge& edge : polygon.getEdgeList()) {
+        const double distance = (edge.getWorld(0) - point).dot(normal);
+        if (!(std::abs(distance) > pair.gap))
+            continue;
+        pair.gap = std::abs(distance);
+        pair.gapFrom = edge.getWorld(0);
+        pair.gapTo = edge.getWorld(0) - normal * distance;
+    }
 }
 
 /// Along the outlines: areas may differ by as much as corners may be off.
@@ -100,28 +106,35 @@ void makeExit(CN_Polygon& polygon, CN_Polygon& partner, const std::string& name)
 
 } // namespace
 
-bool ExitPair::matches() const { return findFaults().empty(); }
+bool ExitPair::isApart() const { return !(gap <= CN_LEVEL_TOLERANCE); }
 
-std::vector<std::string> ExitPair::findFaults() const {
-    constexpr double FACING = -0.9999; // less than a degree off
-    std::vector<std::string> faults;
-    if (!(facing <= FACING))
-        faults.push_back(fmt::format("their normals make {:g} degrees, not 180",
-                                     std::acos(std::clamp(facing, -1.0, 1.0)) * 180 / 3.14159265358979323846));
-    if (!(gap <= CN_LEVEL_TOLERANCE))
-        faults.push_back(fmt::format("one lies up to {:g} off the other's plane", gap));
-    if (!(std::abs(areas[0] - overlap) <= slack && std::abs(areas[1] - overlap) <= slack))
-        faults.push_back(
-            fmt::format("their areas are {:g} and {:g}, of which they share {:g}", areas[0], areas[1], overlap));
-    return faults;
+bool ExitPair::isAskew() const {
+    constexpr double STRAIGHT = 179; // a degree off, as where polygons count as back to back
+    return !(angle >= STRAIGHT);
+}
+
+bool ExitPair::isUneven() const {
+    return !(std::abs(areas[0] - overlap) <= slack && std::abs(areas[1] - overlap) <= slack);
+}
+
+std::string ExitPair::gapText() const { return fmt::format("one lies up to {:g} off the other's plane", gap); }
+
+std::string ExitPair::angleText() const {
+    return fmt::format("their normals make {:g} degrees in place of 180", angle);
+}
+
+std::string ExitPair::areaText() const {
+    return fmt::format("they cover {:g} and {:g}, of which they share {:g}", areas[0], areas[1], overlap);
 }
 
 ExitPair compareExits(const CN_Polygon& a, const CN_Polygon& b) {
     ExitPair pair;
     if (a.getEdgeList().empty() || b.getEdgeList().empty())
         return pair;
-    pair.facing = a.getWorldNormal().dot(b.getWorldNormal());
-    pair.gap = std::max(farthestFrom(a, b), farthestFrom(b, a));
+    const Vector n = a.getWorldNormal(), m = b.getWorldNormal();
+    pair.angle = std::atan2(n.cross(m).length(), n.dot(m)) * 180 / std::numbers::pi;
+    measureGap(a, b, pair);
+    measureGap(b, a, pair);
     pair.areas[0] = CN_areaVector(a).length();
     pair.areas[1] = CN_areaVector(b).length();
     pair.slack = CN_LEVEL_TOLERANCE * (lengthOf(a) + lengthOf(b));

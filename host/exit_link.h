@@ -3,21 +3,29 @@
 #include "cairn/geometry/polygon/polygon.h"
 
 #include <string>
-#include <vector>
 
 namespace cairn::host {
 
 /// How the two polygons of a pair of exits lie to each other in the world.
 struct ExitPair {
-    double gap = 0;       ///< the farthest that a corner of one lies off the other's plane
-    double facing = 0;    ///< cosine between the normals: -1 where they face each other
-    double areas[2] = {}; ///< of each
-    double overlap = 0;   ///< the area that they have in common, seen along the first one's normal
-    double slack = 0;     ///< by which areas may differ
+    using Vector = M_Vector3Template<double>;
+
+    double gap = 0;        ///< the farthest that a corner of one lies off the other's plane
+    Vector gapFrom, gapTo; ///< that corner, and the place below it in the plane
+    double angle = 180;    ///< degrees between the normals: 180 where they face each other
+    double areas[2] = {};  ///< of each
+    double overlap = 0;    ///< the area that they have in common, seen along the first one's normal
+    double slack = 0;      ///< by which areas may differ
+
     /// True where both lie in one plane, face each other and cover the same area.
-    bool matches() const;
-    /// What keeps them from it, a sentence without a stop each.
-    std::vector<std::string> findFaults() const;
+    bool matches() const { return !isApart() && !isAskew() && !isUneven(); }
+    bool isApart() const;
+    bool isAskew() const;
+    bool isUneven() const;
+    /// What keeps them from it, in words.
+    std::string gapText() const;
+    std::string angleText() const;
+    std::string areaText() const;
 };
 
 /// Looks at two polygons, whose meshes' world places must be current. Polygons without a plane have nothing in common.

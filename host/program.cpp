@@ -29,6 +29,7 @@ void addCommands(CLI::App& app, Command& chosen) {
     addEditCommand(app, chosen);
     addFsmCommand(app, chosen);
     addRefsCommand(app, chosen);
+    addExplainCommand(app, chosen);
     addSaveCommand(app, chosen);
     addMeasureCommand(app, chosen);
     addRenderCommand(app, chosen);

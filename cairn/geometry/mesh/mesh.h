@@ -160,8 +160,9 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// no plane. Cost: a walk of the mesh's polygons for each edge.
     bool exitHangs(const F_DLListInit<Vector>& contour, F_DLList<CN_Polygon*>& touched);
     /// The same question: what is left free of the edges that hang, in the order of the contour; none where it is attached.
+    /// `except`, which may be null, is a polygon that nothing lies on: the exit itself, where it is there already.
     std::vector<CN_HangingStretch> findHangingStretches(const F_DLListInit<Vector>& contour,
-                                                        F_DLList<CN_Polygon*>& touched);
+                                                        F_DLList<CN_Polygon*>& touched, const CN_Polygon* except);
     /// True if two edges share a stretch in the mesh's space of which exit polygons leave 0.001 free, in sum; those that are the
     /// edges' own and those that lead to one of these do not count. Cost: a walk of the mesh's polygons.
     bool edgesAreJumpable(const CN_Edge* a, const CN_Edge* b) const;

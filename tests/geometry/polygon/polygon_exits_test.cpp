@@ -64,7 +64,7 @@ TEST_F(PolygonExits, AreMadeOfContours) {
         EXPECT_EQ(exit.getWorldNormal(), c.normal);
         EXPECT_EQ(exit.getPointOnPlane(), Vector(0, 0, 0)) << "where the plane meets its axis";
         const bool runsRight = c.normal.x * (c.forward ? 1 : -1) > 0;
-        EXPECT_EQ(exit.getEdgeList().first()->getLocal(runsRight ? 0 : 1), c.corners[runsRight ? 0 : 0]);
+        EXPECT_EQ(exit.getEdgeList().first()->getLocal(runsRight ? 0 : 1), c.corners.front());
         EXPECT_EQ(exit.getEdgeList().count(), 4);
         EXPECT_EQ(exit.numVertices(), 4);
         EXPECT_EQ(exit.getNumHoles(), 0);
