@@ -225,7 +225,10 @@ void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) 
     F_System::verbose(" with name(%s)\n", toString(portal.getQualifiedName()).c_str());
     F_System::verbose("CN_ExitDestinationPointerDeserializer::visit : portal@%8X polygon@%8X\n", shownAddress(&portal),
                       shownAddress(exit));
-    report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
+    if (number != CN_Polygon::NON_EXIT_INDEX)
+        report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
+    else if (exit->getPolyMode() == PT_EXIT) // else it is a wall already, as a load before this one left it
+        report(*exit, "Sealed an exit that has no partner");
     exit->sealExit(m_sealMaterial);
 }
 
