@@ -134,8 +134,8 @@ class Raster {
 
 PicturePalette PicturePalette::forView(const PictureView& view) {
     if (view.isFromAbove())
-        return {{250, 249, 245}, {60, 60, 66}, {0, 150, 80}, {220, 120, 20}, {150, 60, 170}};
-    return {{32, 34, 38}, {16, 16, 18}, {0, 200, 110}, {255, 150, 40}, {190, 110, 210}};
+        return {{250, 249, 245}, {60, 60, 66}, {0, 150, 80}, {220, 120, 20}, {225, 70, 225}};
+    return {{32, 34, 38}, {16, 16, 18}, {0, 200, 110}, {255, 150, 40}, {225, 70, 225}};
 }
 
 std::unique_ptr<I_Image> drawRaster(const PictureView& view, const std::vector<SeenFace>& faces,

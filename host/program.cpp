@@ -1,4 +1,3 @@
-#include "cairn/foundation/ascii.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/version.h"
 #include "host/command_line.h"
@@ -6,6 +5,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
 #include <new>
 #include <sstream>
 
@@ -52,13 +52,18 @@ std::string nameOfCommand(const CLI::App& app) {
     return inner.empty() ? chosen.front()->get_name() : chosen.front()->get_name() + " " + inner;
 }
 
-/// Stands ahead of a word that the parser would take apart: "[a,b]" is one word here, a list to the parser, and "-.5" is a
-/// number, and no options.
+/// Stands ahead of a word that the parser would take apart: "[a,b]" is one word here, a list to the parser, and "-.5" or
+/// "-inf" is a number here, options to the parser.
 constexpr char WORD_MARK = '\x01';
 
+bool isNegativeNumber(const std::string& word) {
+    char* end = nullptr;
+    std::strtod(word.c_str(), &end);
+    return word.size() > 1 && word[0] == '-' && end == word.c_str() + word.size();
+}
+
 std::string marked(std::string word) {
-    const bool isNumber = word.size() > 2 && word[0] == '-' && word[1] == '.' && asciiIsDigit(word[2]);
-    const bool special = !word.empty() && (isNumber || word[0] == '[' || word[0] == WORD_MARK);
+    const bool special = !word.empty() && (isNegativeNumber(word) || word[0] == '[' || word[0] == WORD_MARK);
     return special ? WORD_MARK + word : word;
 }
 
