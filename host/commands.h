@@ -29,6 +29,8 @@ void addRefsCommand(CLI::App& app, Command& chosen);
 void addExplainCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
 void addMeasureCommand(CLI::App& app, Command& chosen);
+void addWhereCommand(CLI::App& app, Command& chosen);
+void addRoomsCommand(CLI::App& app, Command& chosen);
 void addRenderCommand(CLI::App& app, Command& chosen);
 void addGenerateCommand(CLI::App& app, Command& chosen);
 void addImageCommand(CLI::App& app, Command& chosen);

@@ -1,3 +1,4 @@
+#include "cairn/foundation/ascii.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/version.h"
 #include "host/command_line.h"
@@ -32,6 +33,8 @@ void addCommands(CLI::App& app, Command& chosen) {
     addExplainCommand(app, chosen);
     addSaveCommand(app, chosen);
     addMeasureCommand(app, chosen);
+    addWhereCommand(app, chosen);
+    addRoomsCommand(app, chosen);
     addRenderCommand(app, chosen);
     addGenerateCommand(app, chosen);
     addImageCommand(app, chosen);
@@ -49,11 +52,13 @@ std::string nameOfCommand(const CLI::App& app) {
     return inner.empty() ? chosen.front()->get_name() : chosen.front()->get_name() + " " + inner;
 }
 
-/// Stands ahead of a word that the parser would take apart: "[a,b]" is one word here, a list to the parser.
+/// Stands ahead of a word that the parser would take apart: "[a,b]" is one word here, a list to the parser, and "-.5" is a
+/// number, and no options.
 constexpr char WORD_MARK = '\x01';
 
 std::string marked(std::string word) {
-    const bool special = !word.empty() && (word[0] == '[' || word[0] == WORD_MARK);
+    const bool isNumber = word.size() > 2 && word[0] == '-' && word[1] == '.' && asciiIsDigit(word[2]);
+    const bool special = !word.empty() && (isNumber || word[0] == '[' || word[0] == WORD_MARK);
     return special ? WORD_MARK + word : word;
 }
 
