@@ -397,7 +397,8 @@ TEST_F(Program, Demonstrates) {
     const ProgramRun demo = run({"demo", "--out", "d/e"});
     ASSERT_EQ(demo.code, 0) << demo.error;
     EXPECT_NE(demo.output.find("cairn tree d/e/demo.cairn"), std::string::npos);
-    EXPECT_NE(demo.output.find("::Room1, ::Room1::Door, ::Room1::Guard, ::Room2, ::Room2::Door, ::Room2::Gate"), std::string::npos);
+    EXPECT_NE(demo.output.find("::Room1, ::Room1::Door, ::Room1::Guard, ::Room2, ::Room2::Door, ::Room2::Gate"),
+              std::string::npos);
     const Json info = json({"info", "--json", "d/e/demo.cairn"});
     EXPECT_EQ(info["kinds"]["Enemy"], 1);
     EXPECT_EQ(info["kinds"]["Trigger"], 1);
