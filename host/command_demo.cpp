@@ -34,6 +34,7 @@ box :: Room2 8 0 0 6 4 8
 exit ::Room1#4 ::Room2#2 Door
 add enemy ::Room1 Guard 2 0 2
 add trigger ::Room2 Gate 4 1 4
+place ::player 4 0 4
 fsm-state ::Room1::Guard idle
 fsm-state ::Room1::Guard alert
 fsm-state ::Room2::Gate open

@@ -164,10 +164,9 @@ void CN_ExitDestinationPointerDeserializer::reset() {
 
 void CN_ExitDestinationPointerDeserializer::addRelocatableExitPolygon(CN_Polygon* polygon) {
     const int number = static_cast<int>(polygon->getPolygonIndex());
-    if (const auto known = m_numbers.find(polygon); known != m_numbers.end() && known->second != number)
-        drop(polygon);
+    drop(polygon); // it may have waited under this number or another one
     CN_Polygon*& entry = m_relocatablePolygons[number];
-    if (entry && entry != polygon) {
+    if (entry) {
         m_doublePlaces[entry] = m_doubles.size();
         m_doubles.push_back(entry);
     }
