@@ -44,14 +44,17 @@ if(TARGET bench_import)
     target_link_libraries(bench_import PRIVATE cairn_host)
 endif()
 
-# The triangulation stands beside the library it calls, bare, and beside two that do the same work. They are linked to this
-# program alone: CGAL asks for exact rounding, which slows down everybody else.
+# The triangulation stands beside the library it calls, bare, and beside two that do the same work, and what is inside of a
+# mesh beside one of them. They are linked to these programs alone: CGAL asks for exact rounding, which slows down everybody
+# else.
 find_package(CGAL QUIET)
 find_package(GEOS QUIET)
 target_link_libraries(bench_triangulate PRIVATE triangle::triangle)
 if(CGAL_FOUND)
     target_compile_definitions(bench_triangulate PRIVATE CAIRN_BENCH_WITH_CGAL)
     target_link_libraries(bench_triangulate PRIVATE CGAL::CGAL)
+    target_compile_definitions(bench_bsp PRIVATE CAIRN_BENCH_WITH_CGAL)
+    target_link_libraries(bench_bsp PRIVATE CGAL::CGAL)
 endif()
 if(GEOS_FOUND)
     target_compile_definitions(bench_triangulate PRIVATE CAIRN_BENCH_WITH_GEOS)

@@ -1,7 +1,8 @@
 #include "cairn/content/shared_db_writer.h"
-#include "cairn/document/entity_factory.h"
 #include "cairn/document/level_file.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/hierarchy_utils.h"
+#include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/ui_sphere_entity.h"
 #include "cairn/foundation/file.h"
 #include "cairn/fsm/fsm.h"
@@ -27,14 +28,21 @@ struct DemoOptions : CommonOptions {
     std::string folder = "cairn-demo";
 };
 
-/// What the guard and the gate do: whoever goes through the gate alerts the guard, who closes it.
-constexpr std::string_view DEMO_LOGIC = R"(fsm-state ::Room1::Guard idle
+/// Two rooms that a door joins. Whoever goes through the gate alerts the guard, who closes it; the door opens with it.
+constexpr std::string_view DEMO_LEVEL = R"(box :: Room1 0 0 0 8 4 8
+box :: Room2 8 0 0 6 4 8
+exit ::Room1#4 ::Room2#2 Door
+add enemy ::Room1 Guard 2 0 2
+add trigger ::Room2 Gate 4 1 4
+place ::player 4 0 4
+fsm-state ::Room1::Guard idle
 fsm-state ::Room1::Guard alert
 fsm-state ::Room2::Gate open
 fsm-state ::Room2::Gate closed
 fsm-send ::Room2::Gate T_Activate before "# somebody goes through"
 fsm-send ::Room2::Gate T_Activate state:open "::Room1::Guard->FSM_Switch(alert);"
 fsm-send ::Room2::Gate T_Activate after "this->FSM_Switch(open);"
+fsm-send ::Room2::Gate T_Activate after "::Room1->EnableExit(1, Door);"
 fsm-send ::Room1::Guard FSM_Switch(alert) before "parent::parent::Room2::Gate->FSM_Switch(closed);"
 fsm-send ::Room1::Guard OnDeath before "::Room2::Gate->FSM_Switch(open);"
 fsm-send ::Room2::Gate FSM_Switch(closed) after "::Room1::Guard->FSM_Switch(idle);")";
@@ -52,6 +60,7 @@ class Demo {
         importMapFile(session);
         for (const char* name : {"demo.cairn", "imported.cairn"})
             reload(session, name);
+        findRooms(session);
         renameRoom(session);
         tellWhatNext();
     }
@@ -80,30 +89,16 @@ class Demo {
         step(fmt::format("made a content database of 2 skins and 1 level item: {}", path("content.db")));
     }
 
-    static CN_LevelEntity& add(CN_LevelEntity& parent, int kind, const char* name, const CN_LevelEntity::Vector& at) {
-        std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, parent.getDocument()));
-        if (!made || !parent.canAdd(made.get()))
-            throw new F_Exception(fmt::format("\"{}\" cannot be made", name));
-        made->setName(name, false);
-        CN_LevelEntity& entity = *made.release();
-        parent.add(&entity, false);
-        entity.setPosition(at);
-        return entity;
-    }
-
     void makeLevel(const LevelSession& session) {
         const auto document = session.createDocument();
         document->createCairnLevelEntities();
         document->setInfoDocumentCreatedWithBuild("cairn demo");
-        CN_LevelEntity& root = *document->accessLevel();
-        CN_LevelEntity& room1 = add(root, CN_KIND_MESH, "Room1", {0, 0, 0});
-        CN_LevelEntity& room2 = add(root, CN_KIND_MESH, "Room2", {8, 0, 0});
-        CN_LevelEntity& guard = add(room1, CN_KIND_ENEMY, "Guard", {2, 0, 2});
+        edit(*document, DEMO_LEVEL);
+        CN_LevelEntity& guard = *findEntity(*document->accessLevel(), "::Room1::Guard");
         static_cast<CN_UISphereEntity&>(guard).setSharedDBName("guard", true);
-        add(room2, CN_KIND_TRIGGER, "Gate", {-4, 1, 0});
-        edit(*document, DEMO_LOGIC);
         session.save(*document, path("demo.cairn"), m_console);
-        step(fmt::format("made a level of two rooms, a guard and a gate with state machines: {}", path("demo.cairn")));
+        step(fmt::format("made a level of two rooms that a door joins, a guard and a gate with state machines: {}",
+                         path("demo.cairn")));
     }
 
     static void edit(CN_Document& document, std::string_view script) {
@@ -149,6 +144,27 @@ class Demo {
         step(fmt::format("listed it: {}", fmt::join(names, ", ")));
     }
 
+    /// Asks where the guard and the gate are, and what leads from one to the other.
+    void findRooms(LevelSession& session) {
+        const OpenedLevel level = session.openForUse(path("demo.cairn"), false);
+        CN_LevelEntity& root = *level.document->accessLevel();
+        std::vector<std::string> places;
+        for (const char* name : {"::Room1::Guard", "::Room2::Gate"}) {
+            const CN_LevelEntity& entity = *findEntity(root, name);
+            CN_LevelEntityMesh* const room =
+                CN_HierarchyUtils::getRoomContainingPosition(entity.getWorldPosition(), &root);
+            if (!room)
+                throw new F_Exception(fmt::format("{} is in no room", name));
+            std::vector<std::string> exits;
+            for (const CN_Polygon* const exit : room->getExitList())
+                exits.push_back(fmt::format("{} to {}", toString(exit->getExitName()),
+                                            qualifiedName(*exit->getExitDestinationMesh())));
+            places.push_back(
+                fmt::format("{} is in {}, with the exit {}", name, qualifiedName(*room), fmt::join(exits, ", ")));
+        }
+        step(fmt::format("{}", fmt::join(places, "; ")));
+    }
+
     /// Renames a room; the lines that name it follow.
     void renameRoom(LevelSession& session) {
         const OpenedLevel level = session.openForUse(path("demo.cairn"), false);
@@ -163,8 +179,10 @@ class Demo {
     void tellWhatNext() {
         m_console.writeLine("Look at them next:");
         const std::string level = path("demo.cairn"), content = path("content.db");
-        for (const std::string& words : {"tree " + level, "info --json " + level, "check " + level, "fsm " + level,
-                                         std::string("edit --help"), "content list " + content})
+        for (const std::string& words :
+             {"tree " + level, "info --json " + level, "check " + level, "fsm " + level, "rooms " + level,
+              "explain " + level + " ::Room1::Door", "render " + level + " --top -o " + path("demo.png"),
+              std::string("edit --help"), "content list " + content})
             m_console.writeLine("  " + toShownText(m_console.program() + ' ' + words));
     }
 

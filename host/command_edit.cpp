@@ -44,12 +44,14 @@ std::vector<EditLine> linesOf(const EditOptions& options) {
     return lines;
 }
 
-void runLine(Editor& editor, const EditLine& line) {
+void runLine(Editor& editor, const EditLine& line, std::string_view subject, const Console& console) {
     const auto refuse = [&](const std::string& why) {
         throw EditRefusal(fmt::format("line {}: {}: {}", line.number, toShownText(line.words.front()), why));
     };
     try {
         editor.run(line.words);
+        for (const std::string& note : editor.takeNotes())
+            console.warn(subject, fmt::format("line {}: {}: {}", line.number, line.words.front(), note));
     } catch (const EditRefusal& refusal) {
         refuse(refusal.what());
     } catch (F_Exception* e) {
@@ -69,7 +71,7 @@ ExitCode runEdit(const EditOptions& options, Console& console) {
         {
             Editor editor(*level.document, session.readCatalogue(""));
             for (const EditLine& line : lines)
-                runLine(editor, line);
+                runLine(editor, line, subject, console);
             editor.finish();
         }
         session.warnOfLoss(level, options.file);

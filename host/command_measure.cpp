@@ -1,17 +1,15 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
-#include "cairn/geometry/open_edges.h"
 #include "cairn/geometry/validate.h"
 #include "host/command_line.h"
 #include "host/entity_lookup.h"
 #include "host/entity_text.h"
 #include "host/level_session.h"
+#include "host/mesh_volume.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-
-#include <cmath>
 
 namespace cairn::host {
 
@@ -25,11 +23,10 @@ struct MeasureOptions : CommonOptions {
 /// What there is to know of a mesh's shape.
 struct Measures {
     int polygons = 0;
-    std::size_t vertices = 0; ///< those that edges name
-    bool closed = false;
-    double area = 0;    ///< of all polygons, exits too
-    double volume = 0;  ///< of a closed mesh, whichever way it faces
-    E_BBox<double> box; ///< of the vertices in use, in the world
+    std::size_t vertices = 0;     ///< those that edges name
+    double area = 0;              ///< of all polygons, exits too
+    std::optional<double> volume; ///< of a closed mesh
+    E_BBox<double> box;           ///< of the vertices in use, in the world
 };
 
 Measures measure(const CN_Mesh& mesh) {
@@ -48,8 +45,7 @@ Measures measure(const CN_Mesh& mesh) {
             ++result.vertices;
             result.box.expand(mesh.worldTransform(vertex.local));
         }
-    result.closed = CN_findOpenEdges(mesh, CN_LEVEL_TOLERANCE).empty();
-    result.volume = result.closed ? std::abs(CN_volume(mesh)) : 0;
+    result.volume = volumeOf(mesh);
     return result;
 }
 
@@ -59,9 +55,9 @@ Json toJson(const CN_LevelEntity& entity, const Measures& measures) {
     json["entity"] = qualifiedName(entity);
     json["polygons"] = measures.polygons;
     json["vertices"] = measures.vertices;
-    json["closed"] = measures.closed;
+    json["closed"] = measures.volume.has_value();
     json["area"] = measures.area;
-    json["volume"] = measures.closed ? Json(measures.volume) : Json();
+    json["volume"] = measures.volume ? Json(*measures.volume) : Json();
     // The sum makes a plain zero of a negative one.
     json["min"] = box.empty ? Json() : Json{box.minX + 0.0, box.minY + 0.0, box.minZ + 0.0};
     json["max"] = box.empty ? Json() : Json{box.maxX + 0.0, box.maxY + 0.0, box.maxZ + 0.0};
@@ -72,9 +68,9 @@ std::string toText(const CN_LevelEntity& entity, const Measures& measures) {
     const E_BBox<double>& box = measures.box;
     std::string text =
         fmt::format("{}: {} polygons, {} vertices, {}, area {:g}", toShownText(qualifiedName(entity)),
-                    measures.polygons, measures.vertices, measures.closed ? "closed" : "open", measures.area);
-    if (measures.closed)
-        text += fmt::format(", volume {:g}", measures.volume);
+                    measures.polygons, measures.vertices, measures.volume ? "closed" : "open", measures.area);
+    if (measures.volume)
+        text += fmt::format(", volume {:g}", *measures.volume);
     if (!box.empty)
         text += fmt::format(", from ({:g}, {:g}, {:g}) to ({:g}, {:g}, {:g})", box.minX + 0.0, box.minY + 0.0,
                             box.minZ + 0.0, box.maxX + 0.0, box.maxY + 0.0, box.maxZ + 0.0);

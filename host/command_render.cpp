@@ -133,7 +133,9 @@ void addRenderCommand(CLI::App& app, Command& chosen) {
     CLI::Option* to = command->add_option("--to", options->to, "What the viewer looks at")->type_name("X Y Z");
     from->expected(3)->needs(to);
     to->expected(3)->needs(from);
-    command->add_flag("--top", options->top, "A floor plan: from above, with the names of rooms, entities and exits")
+    command
+        ->add_flag("--top", options->top,
+                   "A floor plan: from above, with the names of rooms, entities and exits and the ways between rooms")
         ->excludes(from)
         ->excludes(to);
     command->add_flag("--wire", options->wire, "Draw the edges of polygons, too");
@@ -144,8 +146,9 @@ void addRenderCommand(CLI::App& app, Command& chosen) {
         "Without --from and --to the whole level is seen from above and in front. A face is drawn in its\n"
         "material's average colour and only where its front looks at the viewer, so that one sees into a room\n"
         "from outside. Exits (green) and triggers (orange) are outlines.\n"
-        "On a plan +X runs right and +Z up. In a level without rooms, as a .map gives, the highest solid over a floor\n"
-        "is a roof and left out where there is space below it, so that one sees the floors and the tops of walls.\n"
+        "On a plan +X runs right and +Z up; a line (violet) joins the middles of two rooms through their exits. In\n"
+        "a level without rooms, as a .map gives, the highest solid over a floor is a roof and left out where there\n"
+        "is space below it, so that one sees the floors and the tops of walls.\n"
         "Where names have no room beside each other, those of rooms come first and those of lights last.");
     onChosen(*command, options, runRender, chosen);
 }

@@ -1,11 +1,18 @@
+#include "cairn/entities/polygon_group.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/geometry/validate.h"
 #include "cairn/platform/handlers.h"
 #include "host/edit_deletion.h"
 #include "host/editor.h"
+#include "host/entity_text.h"
+#include "host/exit_link.h"
+#include "host/import_materials.h"
+#include "host/mesh_builder.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
 
+#include <memory>
 #include <utility>
 
 namespace cairn::host {
@@ -58,7 +65,47 @@ void checkUnifiable(const CN_Polygon& a, const CN_Polygon& b) {
         throw EditRefusal(toShownText(why));
 }
 
+/// What new walls are made of: the level's default material, which gets a small picture where there is none yet.
+CN_Material* materialOfWalls(CN_Document& document) {
+    if (CN_Material* const known = document.getMaterials().getDefaultMaterial())
+        return known;
+    constexpr double TEXELS_A_UNIT = 32;
+    const ImportImages none;
+    return &ImportMaterials(document, "Default", TEXELS_A_UNIT, none).get("wall");
+}
+
+/// A group of that name below the mesh: the one that is there, or a new one.
+CN_LevelEntityPolygonGroup& groupNamed(Editor& editor, CN_Mesh& mesh, const std::string& name) {
+    CN_LevelEntity* const known = mesh.hasChildNamed(CString(name));
+    if (auto* const group = dynamic_cast<CN_LevelEntityPolygonGroup*>(known))
+        return *group;
+    Editor::checkName(name);
+    if (known)
+        throw EditRefusal(fmt::format("the name \"{}\" is taken there", toShownText(name)));
+    auto made = std::make_unique<CN_LevelEntityPolygonGroup>();
+    CN_LevelEntityPolygonGroup& group = *made;
+    group.setDocument(&editor.document());
+    group.setName(CString(name), false);
+    mesh.addOwned(std::move(made), true);
+    return group;
+}
+
 } // namespace
+
+void editBox(Editor& editor, Words words) {
+    CN_LevelEntity& parent = editor.changeableEntity(words[0]);
+    const Vector least = Editor::vector(words.subspan(2)), sizes = Editor::vector(words.subspan(5));
+    const std::string facing = words.size() > 8 ? asciiLowered(words[8]) : "in";
+    if (facing != "in" && facing != "out")
+        throw EditRefusal(fmt::format("\"{}\" is neither in nor out", toShownText(words[8])));
+    for (const double size : {sizes.x, sizes.y, sizes.z})
+        if (!(size >= CN_LEVEL_TOLERANCE))
+            throw EditRefusal(fmt::format("a box of the size {:g} encloses nothing", size));
+    auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(editor.addEntity(CN_KIND_MESH, parent, words[1], least));
+    MeshBuilder builder(mesh);
+    builder.addBox({}, sizes, facing == "in", materialOfWalls(editor.document()));
+    builder.finish();
+}
 
 void editSplit(Editor& editor, Words words) {
     CN_Polygon& polygon = editor.polygon(words[0]);
@@ -94,6 +141,43 @@ void editUnify(Editor& editor, Words words) {
     mesh.deletePolygon(&first);
     mesh.deletePolygon(&second);
     finish(mesh, made);
+}
+
+void editExit(Editor& editor, Words words) {
+    CN_Polygon *const a = &editor.polygon(words[0]), *const b = &editor.polygon(words[1]);
+    for (const auto& [polygon, word] : {std::pair(a, &words[0]), {b, &words[1]}})
+        checkPlain(*polygon, *word);
+    if (a == b)
+        throw EditRefusal("an exit leads from one polygon to another");
+    Editor::checkName(words[2]);
+    for (CN_Mesh* const mesh : {a->getParent(), b->getParent()}) {
+        if (mesh->hasChildNamed(CString(words[2])))
+            throw EditRefusal(fmt::format("the name \"{}\" is taken below \"{}\"", toShownText(words[2]),
+                                          toShownText(qualifiedName(*mesh))));
+        mesh->handleOwnHierarchy();
+    }
+    linkExits(*a, *b, words[2]);
+    if (const ExitPair pair = compareExits(*a, *b); !pair.matches())
+        editor.note("the exits do not meet: " + (pair.isAskew()   ? pair.angleText()
+                                                 : pair.isApart() ? pair.gapText()
+                                                                  : pair.areaText()));
+}
+
+void editSmooth(Editor& editor, Words words) {
+    auto* const mesh = dynamic_cast<CN_LevelEntityMesh*>(&editor.changeableEntity(words[0]));
+    if (!mesh)
+        throw EditRefusal(fmt::format("\"{}\" has no polygons", toShownText(words[0])));
+    std::vector<CN_Polygon*> members;
+    for (const std::string& word : words.subspan(2)) {
+        members.push_back(&editor.polygon(word));
+        if (members.back()->getParent() != mesh)
+            throw EditRefusal(fmt::format("\"{}\" is no polygon of \"{}\"", toShownText(word), toShownText(words[0])));
+    }
+    CN_LevelEntityPolygonGroup& group = groupNamed(editor, *mesh, words[1]);
+    for (CN_Polygon* const polygon : members)
+        group.addPolygon(polygon);
+    group.setSmooth(true);
+    mesh->invalidateObject(true);
 }
 
 void editSeal(Editor& editor, Words words) {

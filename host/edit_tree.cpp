@@ -21,13 +21,6 @@ namespace {
 using Words = std::span<const std::string>;
 using Matrix = M_Matrix3Template<double>;
 
-void checkName(const std::string& name) {
-    CN_NameValidator& validator = *CN_NameValidator::instance();
-    if (!validator.isValidEntityName(name.c_str()) || name.find('\0') != std::string::npos)
-        throw EditRefusal(fmt::format("\"{}\" is no name: {}", toShownText(name),
-                                      toShownText(std::string_view(validator.getLastNameFaultDescription()))));
-}
-
 /// Gives the entity that name, or refuses where a sibling has it.
 void giveName(CN_LevelEntity& entity, const std::string& name) {
     if (!entity.setName(CString(name), false))
@@ -76,30 +69,44 @@ void checkDepth(const CN_LevelEntity& parent, CN_LevelEntity& child, std::string
 
 } // namespace
 
+void Editor::checkName(const std::string& name) {
+    CN_NameValidator& validator = *CN_NameValidator::instance();
+    if (!validator.isValidEntityName(name.c_str()) || name.find('\0') != std::string::npos)
+        throw EditRefusal(fmt::format("\"{}\" is no name: {}", toShownText(name),
+                                      toShownText(std::string_view(validator.getLastNameFaultDescription()))));
+}
+
+CN_LevelEntity& Editor::addEntity(int kind, CN_LevelEntity& parent, const std::string& name,
+                                  const CN_LevelEntity::Vector& place) {
+    checkName(name);
+    std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, &m_document));
+    if (!made)
+        throw EditRefusal(fmt::format("no entity of the kind \"{}\" can be made",
+                                      toShownText(CN_EntityFactory::instance()->getEntityTypeName(kind))));
+    checkParenting(parent, *made, name);
+    checkStandsAlone(*made, name);
+    checkDepth(parent, *made, name);
+    if (parent.hasChildNamed(CString(name)))
+        throw EditRefusal(fmt::format("the name \"{}\" is taken there", toShownText(name)));
+    CN_LevelEntity& entity = *made;
+    giveName(entity, name);
+    parent.addOwned(std::move(made), false);
+    entity.setPosition(place);
+    return entity;
+}
+
 void editAdd(Editor& editor, Words words) {
     if (words.size() != 3 && words.size() != 6)
         throw EditRefusal("a place has three numbers");
     const int kind = kindOf(words[0]);
     CN_LevelEntity& parent = editor.changeableEntity(words[1]);
-    checkName(words[2]);
     const auto place = words.size() == 6 ? Editor::vector(words.subspan(3)) : CN_LevelEntity::Vector();
-    std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, &editor.document()));
-    if (!made)
-        throw EditRefusal(fmt::format("no entity of the kind \"{}\" can be made", toShownText(words[0])));
-    checkParenting(parent, *made, words[2]);
-    checkStandsAlone(*made, words[2]);
-    checkDepth(parent, *made, words[2]);
-    if (parent.hasChildNamed(CString(words[2])))
-        throw EditRefusal(fmt::format("the name \"{}\" is taken there", toShownText(words[2])));
-    CN_LevelEntity& entity = *made;
-    giveName(entity, words[2]);
-    parent.addOwned(std::move(made), false);
-    entity.setPosition(place);
+    editor.addEntity(kind, parent, words[2], place);
 }
 
 void editRename(Editor& editor, Words words) {
     CN_LevelEntity& entity = editor.movableEntity(words[0]);
-    checkName(words[1]);
+    Editor::checkName(words[1]);
     const std::string old(entity.getName().view());
     if (asciiEqualNoCase(old, words[1]) && old != words[1])
         entity.setName(CString(old + "_"), true); // or the library takes another case for the same name

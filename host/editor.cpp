@@ -30,12 +30,23 @@ constexpr EditCommand COMMANDS[] = {
      editTurn},
     {"delete", "ENTITY", "with all below it and the messages that name any of it", 1, 1, editDelete},
     {"select", "ENTITY...", "selects these and no others", 1, ANY, editSelect},
+    {"box", "PARENT NAME X Y Z SX SY SZ [in|out]",
+     "makes a box from its least corner and its sizes, whose faces look in (a room) or out; polygons 0 to 5: floor, "
+     "ceiling, least "
+     "x, greatest z, greatest x, least z",
+     8, 9, editBox},
     {"split", "POLYGON NX NY NZ PX PY PZ",
-     "cuts a polygon by the plane with that normal and point, in the mesh's space; the pieces behind and in front of it take its "
+     "cuts a polygon by the plane with that normal and point, in the mesh's space; the pieces behind and in front of "
+     "it take its "
      "place, at the end of the mesh",
      7, 7, editSplit},
-    {"unify", "POLYGON POLYGON", "makes one polygon of two that share an edge, at the end of their mesh", 2, 2, editUnify},
+    {"unify", "POLYGON POLYGON", "makes one polygon of two that share an edge, at the end of their mesh", 2, 2,
+     editUnify},
+    {"exit", "POLYGON POLYGON NAME", "makes two polygons exits that lead to each other, with portals of that name", 3,
+     3, editExit},
     {"seal", "POLYGON", "makes an exit and the one behind it walls", 1, 1, editSeal},
+    {"smooth", "ENTITY GROUP POLYGON...", "puts polygons of a mesh into a group that is shaded as one surface", 3, ANY,
+     editSmooth},
     {"fsm-state", "ENTITY NAME", "adds a state; the first one is the default", 2, 2, editFsmState},
     {"fsm-rename-state", "ENTITY OLD NEW", "in its machine and in all messages", 3, 3, editFsmRenameState},
     {"fsm-handler", "ENTITY NAME", "adds a message handler", 2, 2, editFsmHandler},
@@ -103,18 +114,11 @@ CN_LevelEntity& Editor::movableEntity(const std::string& word) {
 }
 
 CN_Polygon& Editor::polygon(const std::string& word) {
-    const std::size_t mark = word.rfind('#');
-    int index = -1;
-    const char* const end = word.data() + word.size();
-    const auto [stop, error] =
-        mark == std::string::npos ? std::from_chars_result{word.data(), std::errc::invalid_argument}
-                                  : std::from_chars(word.data() + mark + 1, end, index);
-    if (error != std::errc() || stop != end || index < 0)
-        throw EditRefusal(fmt::format("\"{}\" is no polygon: ENTITY#INDEX", toShownText(word)));
-    auto* const mesh = dynamic_cast<CN_Mesh*>(&changeableEntity(word.substr(0, mark)));
-    if (!mesh || index >= mesh->getPolygonList().count())
-        throw EditRefusal(fmt::format("there is no polygon \"{}\"", toShownText(word)));
-    return mesh->accessPolygonList()[index];
+    CN_Polygon* const found = findPolygon(root(), word);
+    if (!found)
+        throw EditRefusal(fmt::format("there is no polygon \"{}\": ENTITY#INDEX", toShownText(word)));
+    changeableEntity(word.substr(0, word.rfind('#')));
+    return *found;
 }
 
 double Editor::number(const std::string& word) {

@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace cairn::host {
 
@@ -40,6 +42,15 @@ class Editor {
     CN_LevelEntity& movableEntity(const std::string& word);
     /// The polygon that a word names: ENTITY#INDEX, of a mesh that may be changed.
     CN_Polygon& polygon(const std::string& word);
+    /// Refuses a name that entities cannot have.
+    static void checkName(const std::string& name);
+    /// Puts a new entity of a kind below the parent and at a place in its space, under a name that must be free there.
+    CN_LevelEntity& addEntity(int kind, CN_LevelEntity& parent, const std::string& name,
+                              const CN_LevelEntity::Vector& place);
+    /// Something that the user of a command is told although it is done.
+    void note(const std::string& text) { m_notes.push_back(text); }
+    /// The notes since the last call.
+    std::vector<std::string> takeNotes() { return std::exchange(m_notes, {}); }
     /// A number that is finite.
     static double number(const std::string& word);
     static CN_LevelEntity::Vector vector(std::span<const std::string> words);
@@ -47,6 +58,7 @@ class Editor {
   private:
     CN_Document& m_document;
     const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
+    std::vector<std::string> m_notes;
 };
 
 /// A command of the edit language.
@@ -74,9 +86,12 @@ void editSelect(Editor& editor, std::span<const std::string> words);
 
 /// Commands that change polygons (edit_geometry.cpp).
 /// @{
+void editBox(Editor& editor, std::span<const std::string> words);
 void editSplit(Editor& editor, std::span<const std::string> words);
 void editUnify(Editor& editor, std::span<const std::string> words);
+void editExit(Editor& editor, std::span<const std::string> words);
 void editSeal(Editor& editor, std::span<const std::string> words);
+void editSmooth(Editor& editor, std::span<const std::string> words);
 /// @}
 
 /// Commands that change state machines (edit_machine.cpp).

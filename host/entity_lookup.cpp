@@ -1,5 +1,6 @@
 #include "host/entity_lookup.h"
 
+#include "cairn/geometry/mesh/mesh.h"
 #include "host/entity_text.h"
 #include "host/failure.h"
 #include "host/text.h"
@@ -41,6 +42,19 @@ CN_LevelEntity* findEntity(CN_LevelEntity& root, const std::string& word) {
         if (++at == number || (*it)->getQualifiedName() == name)
             return *it;
     return nullptr;
+}
+
+CN_Polygon* findPolygon(CN_LevelEntity& root, const std::string& word) {
+    const std::size_t mark = word.rfind('#');
+    if (mark == std::string::npos)
+        return nullptr;
+    int index = -1;
+    const char* const end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data() + mark + 1, end, index);
+    if (error != std::errc() || stop != end || index < 0)
+        return nullptr;
+    auto* const mesh = dynamic_cast<CN_Mesh*>(findEntity(root, word.substr(0, mark)));
+    return mesh && index < mesh->getPolygonList().count() ? &mesh->accessPolygonList()[index] : nullptr;
 }
 
 CN_LevelEntity& requireEntity(CN_LevelEntity& root, const std::string& word, const std::string& file) {

@@ -6,10 +6,10 @@
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/trigger.h"
 #include "cairn/foundation/exception.h"
-#include "cairn/geometry/validate.h"
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
 #include "host/console.h"
+#include "host/mesh_builder.h"
 
 #include <fmt/format.h>
 
@@ -22,7 +22,6 @@ namespace cairn::host {
 namespace {
 
 using Vector = CN_LevelEntity::Vector;
-using Matrix = CN_LevelEntity::Matrix;
 
 constexpr double CELL = 16; ///< side of the grid's cells; rooms stand in them with space between
 
@@ -97,7 +96,7 @@ struct GroundPoint {
 };
 /// Runs clockwise in the picture with x to the right and z up; one of a hole the other way.
 using Outline = std::vector<GroundPoint>;
-using Loop = std::vector<int>;
+using Loop = MeshBuilder::Loop;
 
 Outline rectangle(double x0, double z0, double x1, double z1) { return {{x0, z0}, {x0, z1}, {x1, z1}, {x1, z0}}; }
 template <class T> std::vector<T> reversed(const std::vector<T>& list) { return {list.rbegin(), list.rend()}; }
@@ -134,11 +133,9 @@ class RoomBuilder {
         wall({right[0], ceiling[3], ceiling[0], left[0]});
     }
 
+    void finish() { m_mesh.finish(); }
+
   private:
-    int addVertex(const Vector& point) {
-        m_mesh.addVertex(point);
-        return m_vertices++;
-    }
     Loop addOutline(const Outline& outline, double y) {
         Loop loop;
         for (const GroundPoint& point : outline)
@@ -165,31 +162,11 @@ class RoomBuilder {
         }
     }
 
-    /// Loops run counter-clockwise seen from the inside, holes the other way.
-    void addPolygon(const std::vector<Loop>& loops, CN_Material* material) {
-        CN_Polygon& polygon = *m_mesh.addPolygon();
-        for (const Loop& loop : loops)
-            for (std::size_t i = 0; i < loop.size(); ++i)
-                polygon.addEdge(loop[i], loop[(i + 1) % loop.size()], i == 0 && &loop != &loops.front());
-        const Vector normal = CN_areaVector(polygon).normalized();
-        polygon.setNormal(normal);
-        polygon.setWorldNormal(normal);
-        polygon.setReferenceNormal(normal);
-        polygon.updatePointOnPlane();
-        polygon.setNumVertices(polygon.getEdgeList().count());
-        polygon.setNumHoles(static_cast<int>(loops.size()) - 1);
-        polygon.setPolyMode(PT_SOLID);
-        polygon.setMaterial(material);
-        double u = 1, v = 1;
-        material->getTiles(u, v, true);
-        const CN_Edge& first = *polygon.getEdgeList().first();
-        const Vector along = first.dir().normalized();
-        polygon.editUVSpace(0) = {Matrix(along * u, along.cross(normal) * v, normal), first.getLocal(0), {}};
-    }
+    int addVertex(const Vector& point) { return m_mesh.addVertex(point); }
+    void addPolygon(const std::vector<Loop>& loops, CN_Material* material) { m_mesh.addPolygon(loops, material); }
 
-    CN_LevelEntityMesh& m_mesh;
+    MeshBuilder m_mesh;
     const Surfaces& m_surfaces;
-    int m_vertices = 0;
 };
 
 class LevelGenerator {
@@ -249,19 +226,8 @@ class LevelGenerator {
         default:
             builder.addRampRoom(width, depth, height, 7, 8, chance.length(1, 2) / 2, pillars);
         }
-        finish(room);
+        builder.finish();
         furnish(room, chance, height);
-    }
-
-    static void finish(CN_LevelEntityMesh& room) {
-        room.handleOwnHierarchy();
-        room.transform();
-        room.triangulizeAll(true);
-        for (CN_Polygon& polygon : room.accessPolygonList()) {
-            polygon.calculateUVCoordinates();
-            polygon.buildBoundingBox(true);
-        }
-        room.calculateBoundingBox();
     }
 
     void furnish(CN_LevelEntityMesh& room, Chance& chance, double height) {

@@ -13,17 +13,6 @@ namespace cairn::host {
 
 namespace {
 
-/// A string of Graphviz. A control character has no place in a label.
-std::string quoted(std::string_view text) {
-    std::string result = "\"";
-    for (const char c : toUtf8(text)) {
-        if (c == '"' || c == '\\')
-            result += '\\';
-        result += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
-    }
-    return result + '"';
-}
-
 /// Writes nodes, then arrows; a receiver that no cluster has gets a node of its own when it is first met.
 class GraphWriter {
   public:
@@ -51,11 +40,12 @@ class GraphWriter {
         const E_FSM& machine = *entity.getFSM();
         const std::string node = nodeOf(entity);
         StateNodes& states = m_states[&entity];
-        m_clusters += fmt::format("  subgraph cluster_{} {{\n    label={};\n    {} [label={} shape=box];\n", node,
-                                  quoted(qualifiedName(entity)), node, quoted(kindName(entity.getEntityId())));
+        m_clusters +=
+            fmt::format("  subgraph cluster_{} {{\n    label={};\n    {} [label={} shape=box];\n", node,
+                        toDotString(qualifiedName(entity)), node, toDotString(kindName(entity.getEntityId())));
         for (const istring& state : machine.getStates()) {
             const std::string stateNode = fmt::format("{}_{}", node, states.size());
-            m_clusters += fmt::format("    {} [label={}{}];\n", stateNode, quoted(view(state)),
+            m_clusters += fmt::format("    {} [label={}{}];\n", stateNode, toDotString(view(state)),
                                       state == machine.getDefaultState() ? " peripheries=2" : "");
             states.emplace(state, stateNode);
         }
@@ -87,7 +77,7 @@ class GraphWriter {
             const std::size_t arrow = line.find("->");
             const std::string label = std::string(view(handler)) + ": " +
                                       std::string(arrow == std::string_view::npos ? line : line.substr(arrow + 2));
-            m_arrows += fmt::format("  {} -> {} [label={}];\n", from, receiverOf(message), quoted(label));
+            m_arrows += fmt::format("  {} -> {} [label={}];\n", from, receiverOf(message), toDotString(label));
         }
     }
 
@@ -99,7 +89,7 @@ class GraphWriter {
             if (message.m_global && arrow == std::string_view::npos)
                 return addNode("game", "game", "shape=plaintext");
             const std::string path(line.substr(0, arrow));
-            return addNode("\"to " + quoted(path).substr(1), path,
+            return addNode("\"to " + toDotString(path).substr(1), path,
                            message.m_global ? "shape=plaintext" : "shape=box style=dashed");
         }
         const auto states = m_states.find(message.m_target);
@@ -113,7 +103,7 @@ class GraphWriter {
 
     std::string addNode(const std::string& node, const std::string& label, const char* look) {
         if (m_added.insert(node).second)
-            m_others += fmt::format("  {} [label={} {}];\n", node, quoted(label), look);
+            m_others += fmt::format("  {} [label={} {}];\n", node, toDotString(label), look);
         return node;
     }
 

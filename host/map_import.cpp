@@ -190,7 +190,8 @@ class MapImporter {
         if (!CN_findOpenEdges(made, CN_LEVEL_TOLERANCE).empty()) {
             ++m_summary.thinBrushes;
             if (m_summary.findings.size() < MapImportSummary::MAX_FINDINGS)
-                m_summary.findings.push_back({mesh.line, "a brush is so thin or small that a level takes its mesh for open"});
+                m_summary.findings.push_back(
+                    {mesh.line, "a brush is so thin or small that a level takes its mesh for open"});
         }
         return made;
     }

@@ -44,6 +44,11 @@ class TakenCells {
 
 PictureLabels placeLabels(const PictureScene& scene, const PictureView& view) {
     PictureLabels placed;
+    for (const PictureRoute& route : scene.routes) {
+        std::vector<PicturePoint>& points = placed.routes.emplace_back();
+        for (const PictureView::Vector& point : route)
+            points.push_back(view.project(view.toViewer(point)));
+    }
     TakenCells taken;
     for (const PictureMark::Kind kind : {PictureMark::ROOM, PictureMark::ENTITY, PictureMark::EXIT, PictureMark::LIGHT})
         for (const PictureMark& mark : scene.marks) {

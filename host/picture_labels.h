@@ -15,14 +15,15 @@ struct PictureDot {
     I_Color color;
 };
 
-/// The names of a plan, where they don't cover each other.
+/// The marks and routes of a plan; names where they don't cover each other.
 struct PictureLabels {
+    std::vector<std::vector<PicturePoint>> routes;
     std::vector<PictureDot> dots; ///< one for each mark but those of rooms
     std::vector<PictureLabel> labels;
     std::size_t leftOut = 0; ///< names without room
 };
 
-/// Places the scene's marks on the picture: first the names of rooms, in their middle, then those of entities, of exits
+/// Places the scene's routes and marks on the picture: first the names of rooms, in their middle, then those of entities, of exits
 /// and, as there are so many, last of lights beside their dots. What would cover an earlier name is left out, its dot is not.
 PictureLabels placeLabels(const PictureScene& scene, const PictureView& view);
 

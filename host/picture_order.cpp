@@ -34,6 +34,9 @@ Span spanOf(const SeenFace& face, const SeenFace& plane) {
 
 using FaceList = std::vector<SeenFace>;
 
+/// Others are outlines, which hide nothing.
+bool isSurface(const SeenFace& face) { return face.kind == PictureFaceKind::SURFACE; }
+
 class PaintingOrder {
   public:
     FaceList order(FaceList faces) {
@@ -42,7 +45,7 @@ class PaintingOrder {
         while (!m_open.empty()) {
             auto [list, isDone] = std::move(m_open.back());
             m_open.pop_back();
-            if (isDone || list.size() < 2)
+            if (isDone || list.size() < 2 || std::none_of(list.begin(), list.end(), isSurface))
                 take(std::move(list));
             else
                 part(std::move(list));
@@ -58,7 +61,7 @@ class PaintingOrder {
         }
     }
 
-    /// Parts a list by the plane of one of its faces. As all faces are turned to the viewer, what lies on the front side of
+    /// Parts a list by the plane of one of its surfaces. As all faces are turned to the viewer, what lies on the front side of
     /// the plane is painted over what lies behind it.
     void part(FaceList faces) {
         const SeenFace plane = faces[choosePlane(faces)];
@@ -85,6 +88,7 @@ class PaintingOrder {
         // A plane that its own face is off by more than the tolerance parts nothing.
         const bool parts = !on.empty() || (!behind.empty() && !front.empty());
         m_open.push_back({std::move(front), !parts});
+        std::stable_partition(on.begin(), on.end(), isSurface); // outlines lie on their plane's surfaces
         m_open.push_back({std::move(on), true});
         m_open.push_back({std::move(behind), !parts});
     }
@@ -94,11 +98,16 @@ class PaintingOrder {
             list.push_back(std::move(face));
     }
 
-    /// Of a few faces the one whose plane cuts the fewest others, and of these the one that parts them best.
+    /// Of a few surfaces the one whose plane cuts the fewest other faces, and of these the one that parts them best.
     static std::size_t choosePlane(const FaceList& faces) {
-        std::size_t best = 0, bestCost = std::numeric_limits<std::size_t>::max();
-        const std::size_t step = std::max<std::size_t>(1, faces.size() / CANDIDATES);
-        for (std::size_t candidate = 0; candidate < faces.size(); candidate += step) {
+        std::vector<std::size_t> surfaces;
+        for (std::size_t i = 0; i < faces.size(); ++i)
+            if (isSurface(faces[i]))
+                surfaces.push_back(i);
+        std::size_t best = surfaces.front(), bestCost = std::numeric_limits<std::size_t>::max();
+        const std::size_t step = std::max<std::size_t>(1, surfaces.size() / CANDIDATES);
+        for (std::size_t at = 0; at < surfaces.size(); at += step) {
+            const std::size_t candidate = surfaces[at];
             std::size_t behind = 0, front = 0, cuts = 0;
             for (std::size_t i = 0; i < faces.size(); i += std::max<std::size_t>(1, faces.size() / 256)) {
                 const Span span = spanOf(faces[i], faces[candidate]);

@@ -49,11 +49,24 @@ class Raster {
         }
     }
 
-    void drawEdges(const SeenFace& face, const I_Color& color) {
+    /// Lines `width` pixels wide, an odd number.
+    void drawEdges(const SeenFace& face, const I_Color& color, int width) {
         for (const PictureLoop& loop : face.loops)
             for (std::size_t i = 0; i < loop.size(); ++i)
                 if (loop[i].isEdge)
-                    drawLine(m_view.project(loop[i].at), m_view.project(loop[(i + 1) % loop.size()].at), color);
+                    drawLine(m_view.project(loop[i].at), m_view.project(loop[(i + 1) % loop.size()].at),
+                             [&](int x, int y, double nearness) {
+                                 const double lifted = nearness + std::abs(nearness) * LINE_LIFT + LINE_LIFT;
+                                 for (int row = y - width / 2; row <= y + width / 2; ++row)
+                                     for (int column = x - width / 2; column <= x + width / 2; ++column)
+                                         put(column, row, lifted, nearness, color);
+                             });
+    }
+
+    /// Over all faces, which hides nothing that is drawn later.
+    void drawRoute(const std::vector<PicturePoint>& points, const I_Color& color) {
+        for (std::size_t i = 1; i < points.size(); ++i)
+            drawLine(points[i - 1], points[i], [&](int x, int y, double) { put(x, y, ABOVE_ALL, -ABOVE_ALL, color); });
     }
 
     void drawDot(const PictureDot& dot) {
@@ -86,15 +99,15 @@ class Raster {
                                      upper.x + (row + 0.5 - upper.y) * ((lower.x - upper.x) / (lower.y - upper.y)));
     }
 
-    void drawLine(const PicturePoint& from, const PicturePoint& to, const I_Color& color) {
+    /// Calls `draw` with each pixel of a line and its nearness there.
+    template <class Draw> static void drawLine(const PicturePoint& from, const PicturePoint& to, Draw&& draw) {
         const double length = std::max(std::abs(to.x - from.x), std::abs(to.y - from.y));
         const int steps = static_cast<int>(std::ceil(length));
         for (int i = 0; i <= steps; ++i) {
             const double t = steps > 0 ? static_cast<double>(i) / steps : 0;
             const double x = from.x + (to.x - from.x) * t, y = from.y + (to.y - from.y) * t;
             const double nearness = from.nearness + (to.nearness - from.nearness) * t;
-            put(static_cast<int>(std::floor(x)), static_cast<int>(std::floor(y)),
-                nearness + std::abs(nearness) * LINE_LIFT + LINE_LIFT, nearness, color);
+            draw(static_cast<int>(std::floor(x)), static_cast<int>(std::floor(y)), nearness);
         }
     }
 
@@ -121,8 +134,8 @@ class Raster {
 
 PicturePalette PicturePalette::forView(const PictureView& view) {
     if (view.isFromAbove())
-        return {{250, 249, 245}, {60, 60, 66}, {0, 150, 80}, {220, 120, 20}};
-    return {{32, 34, 38}, {16, 16, 18}, {0, 200, 110}, {255, 150, 40}};
+        return {{250, 249, 245}, {60, 60, 66}, {0, 150, 80}, {220, 120, 20}, {225, 70, 225}};
+    return {{32, 34, 38}, {16, 16, 18}, {0, 200, 110}, {255, 150, 40}, {225, 70, 225}};
 }
 
 std::unique_ptr<I_Image> drawRaster(const PictureView& view, const std::vector<SeenFace>& faces,
@@ -139,10 +152,13 @@ std::unique_ptr<I_Image> drawRaster(const PictureView& view, const std::vector<S
     }
     for (const SeenFace& face : faces)
         if (wire && face.kind == PictureFaceKind::SURFACE)
-            raster.drawEdges(face, palette.wire);
+            raster.drawEdges(face, palette.wire, 1);
     for (const SeenFace& face : faces)
         if (face.kind != PictureFaceKind::SURFACE)
-            raster.drawEdges(face, palette.lineColor(face.kind));
+            raster.drawEdges(face, palette.lineColor(face.kind),
+                             view.isFromAbove() && face.kind == PictureFaceKind::EXIT ? 3 : 1);
+    for (const std::vector<PicturePoint>& route : labels.routes)
+        raster.drawRoute(route, palette.route);
     for (const PictureDot& dot : labels.dots)
         raster.drawDot(dot);
     for (const PictureLabel& label : labels.labels)

@@ -9,7 +9,7 @@ namespace cairn::host {
 
 /// What a picture is painted with, pixels or strokes.
 struct PicturePalette {
-    I_Color background, wire, exit, trigger;
+    I_Color background, wire, exit, trigger, route;
 
     /// A dark ground for a view into the level, paper for a plan.
     static PicturePalette forView(const PictureView& view);

@@ -11,6 +11,10 @@
 #include "cairn/materials/material.h"
 #include "host/console.h"
 #include "host/entity_text.h"
+#include "host/room_graph.h"
+
+#include <unordered_map>
+#include <unordered_set>
 
 namespace cairn::host {
 
@@ -21,29 +25,35 @@ using Vector = M_Vector3Template<double>;
 constexpr I_Color NO_COLOR(176, 176, 176); ///< of faces without a picture to have a colour of
 constexpr I_Color ENTITY_COLOR(70, 110, 200);
 
+Vector middleOf(const E_BBox<double>& box) {
+    return {box.minX / 2 + box.maxX / 2, box.minY / 2 + box.maxY / 2, box.minZ / 2 + box.maxZ / 2};
+}
+/// The middle of an exit's box in the world.
+Vector middleOf(const CN_Polygon& exit) {
+    E_BBox<double> box;
+    for (const CN_Edge& edge : exit.getEdgeList())
+        box.expand(exit.getParent()->worldTransform(edge.getLocal(0)));
+    return middleOf(box);
+}
+bool isSamePlace(const Vector& a, const Vector& b) { return (a - b).length() <= CN_LEVEL_TOLERANCE; }
+
 I_Color colorOf(const CN_Material* material) {
     return material && material->getThumbImage() ? I_Color(material->getAverageValue()) : NO_COLOR;
 }
 
 class SceneCollector {
   public:
-    explicit SceneCollector(CN_LevelEntity& root) : m_root(root), m_hasExits(findExits(root)) {}
+    explicit SceneCollector(CN_LevelEntity& root) : m_root(root), m_graph(makeRoomGraph(root)) {}
 
     PictureScene collect() {
         for (CN_LevelEntity* child : m_root.getChildren())
             visit(*child);
+        for (const RoomDoor& door : findDoors(m_graph))
+            addRoute(*door.exit);
         return std::move(m_scene);
     }
 
   private:
-    static bool findExits(const CN_LevelEntity& root) {
-        CN_ConstPreIterator it = root.createConstIterator();
-        for (it.begin(); !it.end(); ++it)
-            if (const auto* mesh = dynamic_cast<const CN_LevelEntityMesh*>(*it); mesh && mesh->isRoom())
-                return true;
-        return false;
-    }
-
     /// Recursion is as deep as the tree, which a load bounds.
     void visit(CN_LevelEntity& entity) {
         if (!entity.isVisible()) {
@@ -88,11 +98,12 @@ class SceneCollector {
             face.loops = loopsOf(mesh, polygon);
             addFace(std::move(face), CN_areaVector(polygon) * mesh.getWorldRotation(), box);
         }
-        const bool isRoom = m_hasExits ? mesh.isRoom() : mesh.getParent() == &m_root && isClosed && volume > 0;
+        const bool isRoom =
+            m_graph.rooms.empty() ? mesh.getParent() == &m_root && isClosed && volume > 0 : mesh.isRoom();
         if (box.empty || mesh.isTrigger() || !isRoom)
             return;
-        const Vector middle(box.minX / 2 + box.maxX / 2, box.minY / 2 + box.maxY / 2, box.minZ / 2 + box.maxZ / 2);
-        addMark({middle, plainName(mesh), PictureMark::ROOM, {}});
+        m_middles.emplace(&mesh, middleOf(box));
+        addMark({middleOf(box), plainName(mesh), PictureMark::ROOM, {}});
     }
     /// The loops of edges, cut where neighbours in the list do not meet.
     static std::vector<PictureLoop> loopsOf(const CN_Mesh& mesh, const CN_Polygon& polygon) {
@@ -152,8 +163,33 @@ class SceneCollector {
         const CN_Polygon* const polygon = portal.getPortalPolygon();
         if (!polygon || polygon->getEdgeList().empty())
             return;
-        addMark({polygon->getParent()->worldTransform(polygon->getPointOnPlane()), plainName(portal), PictureMark::EXIT,
-                 COLOR});
+        const Vector middle = middleOf(*polygon);
+        const CN_Polygon* const partner = polygon->getExitDestination();
+        if (m_markedExits.contains(partner) && partner->getExitName() == polygon->getExitName() &&
+            isSamePlace(middleOf(*partner), middle))
+            return;
+        m_markedExits.insert(polygon);
+        addMark({middle, plainName(portal), PictureMark::EXIT, COLOR});
+    }
+    /// Rooms that are not drawn have no routes.
+    void addRoute(const RoomExit& exit) {
+        const auto from = m_middles.find(exit.from), to = m_middles.find(exit.to);
+        const CN_Polygon* const partner = exit.polygon->getExitDestination();
+        if (from == m_middles.end() || to == m_middles.end() || exit.polygon->getEdgeList().empty() ||
+            partner->getEdgeList().empty())
+            return;
+        PictureRoute route{from->second, middleOf(*exit.polygon)};
+        if (const Vector other = middleOf(*partner); !isSamePlace(route.back(), other))
+            route.push_back(other);
+        route.push_back(to->second);
+        for (const Vector& point : route)
+            if (!point.isFinite()) {
+                ++m_scene.tooFar;
+                return;
+            }
+        for (const Vector& point : route)
+            m_scene.box.expand(point);
+        m_scene.routes.push_back(std::move(route));
     }
     void addMark(PictureMark mark) {
         if (!mark.at.isFinite()) {
@@ -165,7 +201,9 @@ class SceneCollector {
     }
 
     CN_LevelEntity& m_root;
-    bool m_hasExits; ///< some mesh of the level leads to another
+    RoomGraph m_graph;
+    std::unordered_map<const CN_Mesh*, Vector> m_middles; ///< of rooms that are drawn; looked up only
+    std::unordered_set<const CN_Polygon*> m_markedExits;  ///< looked up only
     PictureScene m_scene;
 };
 

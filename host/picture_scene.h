@@ -45,20 +45,25 @@ struct PictureMark {
     I_Color color;
 };
 
+/// A way from the middle of a room through a pair of exits, or one, to the middle of the room it leads to.
+using PictureRoute = std::vector<M_Vector3Template<double>>; ///< in the world
+
 /// What pictures show of a level.
 struct PictureScene {
-    std::vector<PictureFace> faces; ///< in the order of the tree
-    std::vector<PictureMark> marks; ///< in the order of the tree
-    E_BBox<double> box;             ///< of all that is drawn on a plan; empty for none
-    E_BBox<double> faceBox;         ///< of the faces alone; empty for none
-    std::size_t hidden = 0;         ///< entities that the level hides, with all below them
-    std::size_t flat = 0;           ///< faces without area
-    std::size_t tooFar = 0;         ///< faces and marks whose places are beyond numbers
+    std::vector<PictureFace> faces;   ///< in the order of the tree
+    std::vector<PictureMark> marks;   ///< in the order of the tree
+    std::vector<PictureRoute> routes; ///< in the order of the tree
+    E_BBox<double> box;               ///< of all that is drawn on a plan; empty for none
+    E_BBox<double> faceBox;           ///< of the faces alone; empty for none
+    std::size_t hidden = 0;           ///< entities that the level hides, with all below them
+    std::size_t flat = 0;             ///< faces without area
+    std::size_t tooFar = 0;           ///< faces, marks and routes whose places are beyond numbers
 };
 
 /// Collects what is visible below the root: faces of meshes and triangle meshes in the average colours of their materials,
-/// marks for rooms, exits with a portal, and all other entities that have a place. A room is a mesh that leads to others
-/// or, where none does, a closed one below the root that faces inward. It does not refer to the level.
+/// marks for rooms, exits with a portal, and all other entities that have a place, and routes between rooms. A room is a mesh
+/// that leads to others or, where none does, a closed one below the root that faces inward. Exits that lead to each other
+/// and have one place and one name share a mark. It does not refer to the level.
 PictureScene makePictureScene(CN_LevelEntity& root);
 
 } // namespace cairn::host

@@ -56,6 +56,8 @@ class SvgWriter {
             if (wire || face.kind != PictureFaceKind::SURFACE)
                 stroke(face);
         }
+        for (const std::vector<PicturePoint>& route : labels.routes)
+            draw(route);
         for (const PictureDot& dot : labels.dots)
             m_text += fmt::format("<circle cx=\"{}\" cy=\"{}\" r=\"3.5\" fill=\"{}\"/>\n", number(dot.x), number(dot.y),
                                   colorText(dot.color));
@@ -94,7 +96,20 @@ class SvgWriter {
         if (!path.empty())
             m_text += fmt::format(
                 "<path fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" stroke-linecap=\"round\" d=\"{}\"/>\n",
-                colorText(m_palette.lineColor(face.kind)), face.kind == PictureFaceKind::SURFACE ? "0.7" : "2", path);
+                colorText(m_palette.lineColor(face.kind)), widthOf(face.kind), path);
+    }
+
+    const char* widthOf(PictureFaceKind kind) const {
+        if (kind == PictureFaceKind::SURFACE)
+            return "0.7";
+        return kind == PictureFaceKind::EXIT && m_view.isFromAbove() ? "3" : "2";
+    }
+
+    void draw(const std::vector<PicturePoint>& route) {
+        std::string path;
+        for (const PicturePoint& point : route)
+            path += (path.empty() ? 'M' : 'L') + place(point);
+        m_text += fmt::format("<path fill=\"none\" stroke=\"{}\" d=\"{}\"/>\n", colorText(m_palette.route), path);
     }
 
     const PictureView& m_view;

@@ -31,6 +31,11 @@ class BoxSpan {
   public:
     void add(int corner, double at, double depth) { m_corners[static_cast<std::size_t>(corner)] = {at, depth}; }
 
+    double nearest() const {
+        return std::min_element(m_corners.begin(), m_corners.end(), [](const Corner& a, const Corner& b) {
+                   return a.depth < b.depth;
+               })->depth;
+    }
     /// How far back the picture's two sides want the viewer, who stands half-way between what they want.
     double distance() const {
         double more = -std::numeric_limits<double>::infinity(), less = more;
@@ -125,7 +130,8 @@ PictureView PictureView::ofScene(const PictureScene& scene, int width, int heigh
     const E_BBox<double>& box = scene.faceBox.empty ? scene.box : scene.faceBox;
     PictureView view(box, width, height);
     view.turnTo(Vector(0.5, -0.75, 0.8).normalized());
-    const double spanX = width / (2 * view.m_focus), spanY = height / (2 * view.m_focus);
+    constexpr double RIM = 1.05;
+    const double spanX = width / (2 * view.m_focus * RIM), spanY = height / (2 * view.m_focus * RIM);
     BoxSpan across, upwards;
     for (int i = 0; i < 8; ++i) {
         const Vector corner =
@@ -133,8 +139,8 @@ PictureView PictureView::ofScene(const PictureScene& scene, int width, int heigh
         across.add(i, corner.x / spanX, corner.z);
         upwards.add(i, corner.y / spanY, corner.z);
     }
-    constexpr double SPACE = 1.05; // for a rim, and 1 where the level is a point
-    const double away = std::max({across.distance(), upwards.distance(), 1.0}) * SPACE;
+    constexpr double LEAST_DEPTH = 0.1; // of the nearest corner, where the level is a point or a line
+    const double away = std::max({across.distance(), upwards.distance(), LEAST_DEPTH - across.nearest()});
     view.m_eye += view.m_right * (across.middle(away) * spanX) + view.m_up * (upwards.middle(away) * spanY) -
                   view.m_forward * away;
     return view;

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
 #include <new>
 #include <sstream>
 
@@ -29,8 +30,11 @@ void addCommands(CLI::App& app, Command& chosen) {
     addEditCommand(app, chosen);
     addFsmCommand(app, chosen);
     addRefsCommand(app, chosen);
+    addExplainCommand(app, chosen);
     addSaveCommand(app, chosen);
     addMeasureCommand(app, chosen);
+    addWhereCommand(app, chosen);
+    addRoomsCommand(app, chosen);
     addRenderCommand(app, chosen);
     addGenerateCommand(app, chosen);
     addImageCommand(app, chosen);
@@ -48,11 +52,18 @@ std::string nameOfCommand(const CLI::App& app) {
     return inner.empty() ? chosen.front()->get_name() : chosen.front()->get_name() + " " + inner;
 }
 
-/// Stands ahead of a word that the parser would take apart: "[a,b]" is one word here, a list to the parser.
+/// Stands ahead of a word that the parser would take apart: "[a,b]" is one word here, a list to the parser, and "-.5" or
+/// "-inf" is a number here, options to the parser.
 constexpr char WORD_MARK = '\x01';
 
+bool isNegativeNumber(const std::string& word) {
+    char* end = nullptr;
+    std::strtod(word.c_str(), &end);
+    return word.size() > 1 && word[0] == '-' && end == word.c_str() + word.size();
+}
+
 std::string marked(std::string word) {
-    const bool special = !word.empty() && (word[0] == '[' || word[0] == WORD_MARK);
+    const bool special = !word.empty() && (isNegativeNumber(word) || word[0] == '[' || word[0] == WORD_MARK);
     return special ? WORD_MARK + word : word;
 }
 

@@ -129,6 +129,16 @@ std::string toJsonString(std::string_view text) {
     return out;
 }
 
+std::string toDotString(std::string_view text) {
+    std::string result = "\"";
+    for (const char c : toUtf8(text)) {
+        if (c == '"' || c == '\\')
+            result += '\\';
+        result += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
+    }
+    return result + '"';
+}
+
 std::string toJsonText(const Json& json) {
     std::string out;
     appendJson(out, json);

@@ -22,6 +22,10 @@ std::string toShownText(std::string_view text);
 /// `text` as a string of JSON with its quotes; each byte that is no UTF-8 becomes U+FFFD.
 std::string toJsonString(std::string_view text);
 
+/// `text` as a string of Graphviz with its quotes, a label that shows it as it is: each byte that is no UTF-8 becomes U+FFFD,
+/// a control character, which has no place there, a blank.
+std::string toDotString(std::string_view text);
+
 /// `json` on one line, without a line feed behind: members in their order, numbers in the shortest text that reads back
 /// the same, `null` for one that is not finite.
 std::string toJsonText(const Json& json);

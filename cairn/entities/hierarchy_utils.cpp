@@ -90,6 +90,16 @@ class GatherReferencedPrefabs : public CN_ForEachConst {
 /// `own` where the entity has the property itself, else `inherited` where it lies in a subtree that has it.
 int overlayStep(bool has, bool inSubtree, int own, int inherited) { return has ? own : inSubtree ? inherited : 0; }
 
+/// True for a position in the mesh's box in the world, its bounds included. The box is renewed where the mesh has changed or
+/// moved since it was last asked for what is inside.
+bool isInBoundingBox(CN_Mesh& mesh, const CN_LevelEntity::Vector& position) {
+    if (mesh.isBSPDirty())
+        mesh.calculateBoundingBox();
+    const CN_LevelEntity::Vector &low = mesh.getBoundingMin(), &high = mesh.getBoundingMax();
+    return position.x >= low.x && position.x <= high.x && position.y >= low.y && position.y <= high.y &&
+           position.z >= low.z && position.z <= high.z;
+}
+
 /// Where a path begins: at `base`, or at the root of its level.
 const CN_LevelEntity* startOfPath(const istring& path, const CN_LevelEntity* base) {
     if (base && base->getParent() && !view(path).starts_with("::"))
@@ -149,8 +159,19 @@ CN_LevelEntityMesh* CN_HierarchyUtils::getRoomContaining(const CN_LevelEntity* e
     return mesh && mesh->isRoom() ? mesh : nullptr;
 }
 
-CN_LevelEntityMesh* CN_HierarchyUtils::getRoomContainingPosition(const Vector&, const CN_LevelEntity*) {
-    // Only a room's solid tree can tell what is inside; no mesh has one, and a box is no answer.
+CN_LevelEntityMesh* CN_HierarchyUtils::getRoomContainingPosition(const Vector& position, const CN_LevelEntity* entity) {
+    CN_LevelEntityMesh* const own = getRoomContaining(entity);
+    if (own && own->isPositionInside(position))
+        return own;
+    const CN_LevelEntity* const level = getLevel(entity);
+    if (!level)
+        return nullptr;
+    for (CN_LevelEntity* const child : level->getChildren()) {
+        auto* const room = dynamic_cast<CN_LevelEntityMesh*>(child);
+        if (room && room != own && room->isRoom() && isInBoundingBox(*room, position) &&
+            room->isPositionInside(position))
+            return room;
+    }
     return nullptr;
 }
 

@@ -75,7 +75,7 @@ class PassageSearch {
   private:
     struct Side {
         const CN_Edge* edge;
-        std::size_t polygon;             ///< its place in `m_polygons`
+        std::size_t polygon;               ///< its place in `m_polygons`
         std::vector<const CN_Edge*> exits; ///< of exit polygons, that run along it
     };
     /// Two sides by their places, of which the first runs along the second.
@@ -99,7 +99,7 @@ class PassageSearch {
             const CN_Edge& edge = *m_sides[i].edge;
             beside.clear();
             CN_findEndsBeside(tree, edge.getLocal(0), edge.getLocal(1), m_polygons[m_sides[i].polygon]->getNormal(),
-                               beside);
+                              beside);
             std::sort(beside.begin(), beside.end());
             beside.erase(std::unique(beside.begin(), beside.end()), beside.end());
             for (const int other : beside)

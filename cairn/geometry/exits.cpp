@@ -164,10 +164,9 @@ void CN_ExitDestinationPointerDeserializer::reset() {
 
 void CN_ExitDestinationPointerDeserializer::addRelocatableExitPolygon(CN_Polygon* polygon) {
     const int number = static_cast<int>(polygon->getPolygonIndex());
-    if (const auto known = m_numbers.find(polygon); known != m_numbers.end() && known->second != number)
-        drop(polygon);
+    drop(polygon); // it may have waited under this number or another one
     CN_Polygon*& entry = m_relocatablePolygons[number];
-    if (entry && entry != polygon) {
+    if (entry) {
         m_doublePlaces[entry] = m_doubles.size();
         m_doubles.push_back(entry);
     }
@@ -225,7 +224,10 @@ void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) 
     F_System::verbose(" with name(%s)\n", toString(portal.getQualifiedName()).c_str());
     F_System::verbose("CN_ExitDestinationPointerDeserializer::visit : portal@%8X polygon@%8X\n", shownAddress(&portal),
                       shownAddress(exit));
-    report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
+    if (number != CN_Polygon::NON_EXIT_INDEX)
+        report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
+    else if (exit->getPolyMode() == PT_EXIT) // else it is a wall already, as a load before this one left it
+        report(*exit, "Sealed an exit that has no partner");
     exit->sealExit(m_sealMaterial);
 }
 

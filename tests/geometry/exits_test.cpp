@@ -134,6 +134,25 @@ TEST(Exits, OnesThatDieBeforeTheyAreBoundAreForgotten) {
     EXPECT_EQ(process.log(), "");
 }
 
+TEST(Exits, MayBeEnteredAgainUnderTheirNumberOrAnother) {
+    const test::ProcessStateGuard process;
+    auto* const deserializer = CN_ExitDestinationPointerDeserializer::instance();
+    test::ShelfDocument document;
+    CN_LevelEntityMesh* const mesh = test::boxRoom(document);
+    CN_Polygon &a = mesh->accessPolygonList()[0], &b = mesh->accessPolygonList()[1];
+    for (CN_Polygon* const polygon : {&a, &b}) {
+        polygon->setPolygonIndex(7);
+        polygon->setExitDestinationIndex(7);
+    }
+    for (CN_Polygon* const polygon : {&a, &b, &a, &b})
+        deserializer->addRelocatableExitPolygon(polygon);
+    a.setPolygonIndex(8);
+    deserializer->addRelocatableExitPolygon(&a);
+    deserializer->deserialize(document.accessLevel(), nullptr);
+    EXPECT_EQ(a.getExitDestination(), &b);
+    EXPECT_EQ(b.getExitDestination(), &b);
+}
+
 TEST(PolygonValidator, NumbersPolygonsInTheTreesOrder) {
     test::ShelfDocument document;
     CN_LevelEntityMesh* const outer = test::splitBox(document, test::Split::SHARED);

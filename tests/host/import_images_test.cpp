@@ -72,7 +72,7 @@ TEST_F(ImportImagesTest, FindsNamesInsideTheFolderAndNothingElse) {
     for (const std::string outside :
          {"link.png", "door/secret.png", "..\\outside/secret.png", "../nothing.png", "..", "/etc/secret.png"})
         EXPECT_TRUE(images.leadsOutside(outside)) << outside;
-    for (const std::string inside : {"", "secret", "e1/../nothing.png", "nothing/../..", "c:\\art\\nothing.png"})
+    for (const std::string inside : {"", "secret", "e1/../nothing.png", "nothing/..", "c:\\art\\nothing.png"})
         EXPECT_FALSE(images.leadsOutside(inside)) << inside;
     EXPECT_EQ(found(images, (m_root / "outside/secret.png").string()), "");
     const ImportImages direct = ImportImages::withoutSearch(m_root / "images");

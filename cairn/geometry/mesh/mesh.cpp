@@ -1,12 +1,11 @@
 #include "cairn/geometry/mesh/mesh.h"
 
 #include "cairn/animation/keyframes.h"
-#include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/geometry/bsp/tree.h"
 #include "cairn/materials/material.h"
 
-#include <cmath>
 #include <utility>
 
 namespace cairn {
@@ -51,6 +50,7 @@ void CN_Mesh::copyGeometry(const CN_Mesh& other) {
         adopt(polygon, other);
     updateMaterialRefCounts(true);
     m_geometryDirty = m_bspDirty = true;
+    m_boundingBSP.reset();
     m_uvDirty = other.m_uvDirty;
     m_mappingDirty = true;
     m_facesFlipped = other.m_facesFlipped;
@@ -114,7 +114,11 @@ void CN_Mesh::remove(CN_LevelEntity* child) {
 void CN_Mesh::handleHierarchy(const Vector& parentPosition, const Matrix& parentRotation, bool force) {
     if (!force && !isVisible())
         return;
+    const Vector position = m_worldPosition;
+    const Matrix rotation = m_worldRotation;
     placeInWorld(parentPosition, parentRotation);
+    if (!(m_worldPosition == position && m_worldRotation == rotation))
+        m_bspDirty = true;
     for (CN_Polygon& polygon : m_polygonList)
         polygon.setWorldNormal(polygon.getNormal() * m_worldRotation);
     transform();
@@ -226,45 +230,6 @@ CN_LevelEntityPolygonGroup* CN_Mesh::addNewPolygroup(const CN_LevelEntityPolygon
 
 void CN_Mesh::setTriggerProperties(const CN_TriggerProperties* properties) {
     m_triggerProperties = properties ? std::make_unique<CN_TriggerProperties>(*properties) : nullptr;
-}
-
-bool CN_Mesh::isParentableNonRoom(const CN_LevelEntity* entity) {
-    const auto* const other = dynamic_cast<const CN_LevelEntityMesh*>(entity);
-    if (!entity || (other && other->isRoom()))
-        return false;
-    Vector point = entity->getWorldPosition();
-    if (other) {
-        Vector sum;
-        int corners = 0;
-        for (const CN_Polygon& polygon : other->getPolygonList())
-            for (const CN_Edge& edge : polygon.getEdgeList()) {
-                sum += edge.getWorld(0);
-                ++corners;
-            }
-        if (corners > 0)
-            point = sum / static_cast<double>(corners);
-    }
-    constexpr double HALF_TURN = 0.5; // inside a closed mesh it is one turn, outside none
-    return std::abs(findWindingNumber(point)) > HALF_TURN;
-}
-
-/// How often the mesh's surface goes round the point: the solid angles of the polygons' edges with a point of their plane
-/// (A. van Oosterom and J. Strackee, The Solid Angle of a Plane Triangle, 1983).
-double CN_Mesh::findWindingNumber(const Vector& worldPoint) const {
-    constexpr double PI = 3.141592653589793;
-    const Vector point = worldToObject(worldPoint);
-    double turns = 0;
-    for (const CN_Polygon& polygon : m_polygonList) {
-        const Vector c = polygon.getPointOnPlane() - point;
-        for (const CN_Edge& edge : polygon.getEdgeList()) {
-            const Vector a = edge.getLocal(0) - point, b = edge.getLocal(1) - point;
-            const double la = a.length(), lb = b.length(), lc = c.length();
-            const double across = a.dot(b.cross(c));
-            const double along = la * lb * lc + a.dot(b) * lc + b.dot(c) * la + c.dot(a) * lb;
-            turns += std::atan2(across, along) / (2 * PI);
-        }
-    }
-    return turns;
 }
 
 } // namespace cairn

@@ -18,6 +18,7 @@
 
 namespace cairn {
 
+class CN_BSPTree;
 class CN_LevelEntityPolygonGroup;
 struct CN_HangingStretch;
 
@@ -159,8 +160,9 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// no plane. Cost: a walk of the mesh's polygons for each edge.
     bool exitHangs(const F_DLListInit<Vector>& contour, F_DLList<CN_Polygon*>& touched);
     /// The same question: what is left free of the edges that hang, in the order of the contour; none where it is attached.
+    /// `except`, which may be null, is a polygon that nothing lies on: the exit itself, where it is there already.
     std::vector<CN_HangingStretch> findHangingStretches(const F_DLListInit<Vector>& contour,
-                                                        F_DLList<CN_Polygon*>& touched);
+                                                        F_DLList<CN_Polygon*>& touched, const CN_Polygon* except);
     /// True if two edges share a stretch in the mesh's space of which exit polygons leave 0.001 free, in sum; those that are the
     /// edges' own and those that lead to one of these do not count. Cost: a walk of the mesh's polygons.
     bool edgesAreJumpable(const CN_Edge* a, const CN_Edge* b) const;
@@ -206,6 +208,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     bool isBSPDirty() const { return m_bspDirty; }
     /// Marks geometry and BSP tree.
     void setGeometryDirty() { m_geometryDirty = m_bspDirty = true; }
+    void setBSPDirty() { m_bspDirty = true; }
     void clearGeometryDirty() { m_geometryDirty = false; }
     bool isUVDirty() const { return m_uvDirty; }
     void setUVDirty(bool dirty) { m_uvDirty = dirty; }
@@ -219,8 +222,21 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     const E_BBox<double>& getLocalBox() const { return m_boundingBox; }
     /// Renews the bounding boxes, the radius and the centre; a mesh without corners has the unset box and the radius 0.
     void calculateBoundingBox();
+    /// @}
+
+    /// @name Inside and outside (mesh_bsp.cpp)
+    /// @{
+    /// Partitions space by the mesh's triangles where it stands. False where they leave no plane to divide by, as those of a
+    /// mesh without polygons and of sheets back to back do: the mesh has no tree then.
+    bool createBoundingBSP();
+    /// The last tree that was made, older than the mesh where `isBSPDirty` says so; null where there is none.
+    const CN_BSPTree* getBoundingBSP() const { return m_boundingBSP.get(); }
+    CN_BSPTree* accessBoundingBSP() { return m_boundingBSP.get(); }
+    /// True for a point of the world inside, or in a wall's plane to within 0.0005; false where no tree can be made. One that
+    /// is stale is made anew first, which is the cost of the first query after a change.
+    bool isPositionInside(const Vector& position);
     /// True if the entity may be moved below this mesh: it is no room and stands inside. A mesh entity stands where its
-    /// polygons' corners do on average.
+    /// polygons' corners do on average, and at the world's origin where it has none.
     bool isParentableNonRoom(const CN_LevelEntity* entity);
     /// @}
 
@@ -241,7 +257,6 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     bool loadPolygons(F_MemoryFile& file);
     void loadAnimation(F_MemoryFile& file);
     void loadTrigger(F_MemoryFile& file, int version);
-    double findWindingNumber(const Vector& worldPoint) const;
 
     Vector m_centerOfArea;                                     ///< in the mesh's space
     VertexList m_vertexList;                                   ///< owned
@@ -251,7 +266,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     bool m_mappingDirty = true;                                ///< some polygon's lightmap mapping is stale
     bool m_facesFlipped = false;                               ///< stored in the file
     CN_Polygon* m_lastHitPolygon = nullptr;                    ///< not owned: of the last ray
-    bool m_bspDirty = true;                                    ///< the tree is older than the geometry
+    std::unique_ptr<CN_BSPTree> m_boundingBSP;                 ///< null before it was asked for
+    bool m_bspDirty = true;                                    ///< the tree is older than the geometry or the place
     PolygonGroups m_polygonGroups;                             ///< not owned: those among the children
     std::unique_ptr<CN_TriggerProperties> m_triggerProperties; ///< null for a mesh that is no trigger
     E_BBox<double> m_boundingBox;                              ///< in the mesh's space

@@ -22,8 +22,8 @@ constexpr double LONGEST_GAP = 0.001; // that a contour's edge may have in sum a
 class ContourWalk {
   public:
     /// `touched` gets the polygons that are not in it yet, in the order in which they are met.
-    ContourWalk(CN_Mesh& mesh, F_DLList<CN_Polygon*>& touched)
-        : m_mesh(mesh), m_touched(touched), m_known(touched.begin(), touched.end()) {}
+    ContourWalk(CN_Mesh& mesh, F_DLList<CN_Polygon*>& touched, const CN_Polygon* except)
+        : m_mesh(mesh), m_touched(touched), m_except(except), m_known(touched.begin(), touched.end()) {}
 
     void walk(const F_DLList<Vector>& contour) {
         const std::vector<Vector> corners(contour.begin(), contour.end());
@@ -42,7 +42,7 @@ class ContourWalk {
         const Vector along = (b - a) / length;
         CN_FreeStretch stretch(0, length);
         for (CN_Polygon& polygon : m_mesh.accessPolygonList())
-            if (isOnPlane(polygon, a) && isOnPlane(polygon, b))
+            if (&polygon != m_except && isOnPlane(polygon, a) && isOnPlane(polygon, b))
                 attach(polygon, a, b, along, stretch);
         const std::vector<CN_FreeStretch::Interval> free = stretch.getFree();
         const double freeLength = CN_FreeStretch::lengthOf(free);
@@ -74,6 +74,7 @@ class ContourWalk {
 
     CN_Mesh& m_mesh;
     F_DLList<CN_Polygon*>& m_touched;
+    const CN_Polygon* m_except;                    ///< not owned: may be null
     std::unordered_set<const CN_Polygon*> m_known; ///< those of `m_touched`
     std::vector<CN_HangingStretch> m_hanging;      ///< in the order of the contour
 };
@@ -116,7 +117,7 @@ istring CN_Mesh::getNextExitName() const {
 }
 
 bool CN_Mesh::exitHangs(const F_DLListInit<Vector>& contour, F_DLList<CN_Polygon*>& touched) {
-    const bool hangs = !findHangingStretches(contour, touched).empty();
+    const bool hangs = !findHangingStretches(contour, touched, nullptr).empty();
     F_System::verbose("-----\n");
     for (const CN_Polygon* const polygon : touched)
         F_System::verbose("%d\n", static_cast<int>(polygon->getPolygonIndex()));
@@ -125,8 +126,8 @@ bool CN_Mesh::exitHangs(const F_DLListInit<Vector>& contour, F_DLList<CN_Polygon
 }
 
 std::vector<CN_HangingStretch> CN_Mesh::findHangingStretches(const F_DLListInit<Vector>& contour,
-                                                             F_DLList<CN_Polygon*>& touched) {
-    ContourWalk walk(*this, touched);
+                                                             F_DLList<CN_Polygon*>& touched, const CN_Polygon* except) {
+    ContourWalk walk(*this, touched, except);
     walk.walk(contour);
     return walk.getHanging();
 }

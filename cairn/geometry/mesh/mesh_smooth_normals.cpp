@@ -66,9 +66,8 @@ std::vector<CN_Polygon*> inListOrder(const std::set<CN_Polygon*>& polygons, cons
         const std::uint32_t number = parent && parent != &mesh ? parent->getProcessNumber() : 0;
         places.push_back({number, parent ? parent->findPolygonIndex(polygon) : -1, polygon});
     }
-    std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
-        return std::tie(a.mesh, a.polygon) < std::tie(b.mesh, b.polygon);
-    });
+    std::sort(places.begin(), places.end(),
+              [](const Place& a, const Place& b) { return std::tie(a.mesh, a.polygon) < std::tie(b.mesh, b.polygon); });
     std::vector<CN_Polygon*> ordered;
     ordered.reserve(places.size());
     for (const Place& place : places)

@@ -25,8 +25,12 @@ CN_Vertex* CN_Mesh::addVertexCheckWorld(const Vector& point, double tolerance) {
 }
 
 void CN_Mesh::transform() {
-    for (CN_Vertex& vertex : m_vertexList)
-        vertex.world = worldTransform(vertex.local);
+    for (CN_Vertex& vertex : m_vertexList) {
+        const Vector world = worldTransform(vertex.local);
+        if (!(world == vertex.world))
+            m_bspDirty = true; // also after a change that marks nothing
+        vertex.world = world;
+    }
 }
 
 void CN_Mesh::calculateBoundingBox() {

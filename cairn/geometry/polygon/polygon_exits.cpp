@@ -90,6 +90,10 @@ std::vector<int> findVertices(CN_Mesh& mesh, const std::vector<Vector>& places) 
 void CN_Polygon::setExitDestination(CN_Polygon* partner) {
     if (partner == m_exitDestination)
         return;
+    // An exit into its own mesh is no wall of it.
+    const bool ledBack = m_exitDestination && m_exitDestination->m_parent == m_parent;
+    if (m_parent && (ledBack || (partner && partner->m_parent == m_parent)))
+        m_parent->setBSPDirty();
     if (m_exitDestination) {
         // The last one takes its place.
         std::vector<CN_Polygon*>& incoming = m_exitDestination->accessLists().incomingExits;

@@ -20,9 +20,9 @@ namespace {
 
 using Vector = M_Vector3Template<double>;
 
-constexpr double COPLANAR_STEP = 1e-5;     // to which normals and distances of one plane agree
-constexpr double PIERCING_MARGIN = 0.001;  // by which pieces that only just miss each other still meet
-constexpr double LINE_MARGIN = 0.1;        // by which a line is looked at beyond a polygon's corners
+constexpr double COPLANAR_STEP = 1e-5;    // to which normals and distances of one plane agree
+constexpr double PIERCING_MARGIN = 0.001; // by which pieces that only just miss each other still meet
+constexpr double LINE_MARGIN = 0.1;       // by which a line is looked at beyond a polygon's corners
 
 /// An edge in one of the two spaces it has.
 struct Stretch {

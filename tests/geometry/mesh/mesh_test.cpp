@@ -267,21 +267,6 @@ TEST(Mesh, HiddenMeshesArePlacedByForceOnly) {
     EXPECT_TRUE(mesh.isUVDirty() && mesh.isMappingDirty());
 }
 
-TEST(Mesh, TakesInWhatStandsInside) {
-    test::ShelfDocument document;
-    CN_LevelEntityMesh& room = *test::lRoom(document);
-    auto* const way = new CN_LevelEntityWaypoint;
-    way->setDocument(&document);
-    document.accessLevel()->add(way, false);
-    for (const auto& [place, inside] : {std::pair(Vector(1, 1, 7), true), std::pair(Vector(7, 1, 7), false)}) {
-        way->setPosition(place);
-        EXPECT_EQ(room.isParentableNonRoom(way), inside);
-    }
-    EXPECT_TRUE(test::pillarRoom(document)->isParentableNonRoom(test::unitFloor(document)) == false) << "on its floor";
-    EXPECT_FALSE(room.isParentableNonRoom(test::twoRooms(document)));
-    EXPECT_FALSE(room.isParentableNonRoom(nullptr));
-}
-
 TEST(Mesh, GeometryStaysWhereItIsWhenTheOriginMoves) {
     test::ShelfDocument document;
     CN_LevelEntityMesh& mesh = *test::rotatedRoom(document);
