@@ -74,7 +74,9 @@ struct Rooms {
 };
 
 /// A number of an exit: of a polygon, none, or one that nobody has.
-int exitNumber(int byte) { return byte < 24 ? byte : byte < 32 ? CN_Polygon::NON_EXIT_INDEX : (byte - 128) * 0x1000000 - byte; }
+int exitNumber(int byte) {
+    return byte < 24 ? byte : byte < 32 ? CN_Polygon::NON_EXIT_INDEX : (byte - 128) * 0x1000000 - byte;
+}
 
 void setUp(Rooms& rooms, Bytes& bytes) {
     const std::vector<CN_Polygon*> polygons = rooms.polygons();

@@ -5,6 +5,7 @@
 #include "cairn/entities/portal.h"
 #include "cairn/fsm/walkers.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "host/import_materials.h"
 
 namespace cairn::host {
 
@@ -60,7 +61,7 @@ void Deletion::closeExit(CN_Polygon& exit) {
         ForEach_FSMDeleteExitSends deleteMessages(exit.getParent(), name);
         m_document.accessLevel()->forEachEntity(&deleteMessages);
     }
-    exit.sealExit(m_document.getMaterials().getDefaultMaterial());
+    exit.sealExit(requireWallMaterial(m_document));
 }
 
 } // namespace cairn::host

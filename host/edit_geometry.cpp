@@ -65,15 +65,6 @@ void checkUnifiable(const CN_Polygon& a, const CN_Polygon& b) {
         throw EditRefusal(toShownText(why));
 }
 
-/// What new walls are made of: the level's default material, which gets a small picture where there is none yet.
-CN_Material* materialOfWalls(CN_Document& document) {
-    if (CN_Material* const known = document.getMaterials().getDefaultMaterial())
-        return known;
-    constexpr double TEXELS_A_UNIT = 32;
-    const ImportImages none;
-    return &ImportMaterials(document, "Default", TEXELS_A_UNIT, none).get("wall");
-}
-
 /// A group of that name below the mesh: the one that is there, or a new one.
 CN_LevelEntityPolygonGroup& groupNamed(Editor& editor, CN_Mesh& mesh, const std::string& name) {
     CN_LevelEntity* const known = mesh.hasChildNamed(CString(name));
@@ -103,7 +94,7 @@ void editBox(Editor& editor, Words words) {
             throw EditRefusal(fmt::format("a box of the size {:g} encloses nothing", size));
     auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(editor.addEntity(CN_KIND_MESH, parent, words[1], least));
     MeshBuilder builder(mesh);
-    builder.addBox({}, sizes, facing == "in", materialOfWalls(editor.document()));
+    builder.addBox({}, sizes, facing == "in", requireWallMaterial(editor.document()));
     builder.finish();
 }
 

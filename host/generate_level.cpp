@@ -9,6 +9,7 @@
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
 #include "host/console.h"
+#include "host/exit_link.h"
 #include "host/mesh_builder.h"
 
 #include <fmt/format.h>
@@ -101,16 +102,30 @@ using Loop = MeshBuilder::Loop;
 Outline rectangle(double x0, double z0, double x1, double z1) { return {{x0, z0}, {x0, z1}, {x1, z1}, {x1, z0}}; }
 template <class T> std::vector<T> reversed(const std::vector<T>& list) { return {list.rbegin(), list.rend()}; }
 
+/// The walls that doors lead through: to the cells with the greater coordinates through a passage up to the cell's border, from
+/// there through the wall, which stands on the border.
+enum Side { RIGHT, BACK, LEFT, FRONT };
+constexpr int SIDES = 4;
+
+/// The exits of one room: null where no door is.
+using Exits = std::array<CN_Polygon*, SIDES>;
+
 /// Builds the polygons of one room, whose faces look inward.
 class RoomBuilder {
   public:
-    RoomBuilder(CN_LevelEntityMesh& mesh, const Surfaces& surfaces) : m_mesh(mesh), m_surfaces(surfaces) {}
+    /// `width` and `depth` are where the walls to the right and at the back stand.
+    RoomBuilder(CN_LevelEntityMesh& mesh, const Surfaces& surfaces, double width, double depth,
+                const std::array<bool, SIDES>& doors)
+        : m_mesh(mesh), m_surfaces(surfaces), m_walls{width, depth, 0, 0}, m_doors(doors) {}
+
+    const Exits& getExits() const { return m_exits; }
 
     /// A room over an outline; pillars stand as holes in its floor and ceiling.
     void addPrism(const Outline& outline, const std::vector<Outline>& pillars, double height) {
         const Loop floor = addOutline(outline, 0), ceiling = addOutline(outline, height);
         addLevels(floor, ceiling, pillars, height);
-        addSides(floor, ceiling, m_surfaces.wall);
+        for (const Loop& side : sidesOf(floor, ceiling))
+            addWall(side);
     }
 
     /// A box whose floor climbs to `rise` between `rampFrom` and `rampTo` of its depth; pillars stand on the lower part.
@@ -126,11 +141,10 @@ class RoomBuilder {
         addLevels({left[0], left[1], right[1], right[0]}, ceiling, pillars, height);
         for (std::size_t i = 1; i < 3; ++i)
             addPolygon({{left[i], left[i + 1], right[i + 1], right[i]}}, m_surfaces.floor);
-        const auto wall = [&](const Loop& loop) { addPolygon({loop}, m_surfaces.wall); };
-        wall({left[0], ceiling[0], ceiling[1], left[3], left[2], left[1]});
-        wall({left[3], ceiling[1], ceiling[2], right[3]});
-        wall({right[0], right[1], right[2], right[3], ceiling[2], ceiling[3]});
-        wall({right[0], ceiling[3], ceiling[0], left[0]});
+        addWall({left[0], ceiling[0], ceiling[1], left[3], left[2], left[1]});
+        addWall({left[3], ceiling[1], ceiling[2], right[3]});
+        addWall({right[0], right[1], right[2], right[3], ceiling[2], ceiling[3]});
+        addWall({right[0], ceiling[3], ceiling[0], left[0]});
     }
 
     void finish() { m_mesh.finish(); }
@@ -149,24 +163,79 @@ class RoomBuilder {
             const Loop bottom = addOutline(pillar, 0), top = addOutline(pillar, height);
             below.push_back(bottom);
             above.push_back(reversed(top));
-            addSides(bottom, top, m_surfaces.pillar);
+            for (const Loop& side : sidesOf(bottom, top))
+                addPolygon({side}, m_surfaces.pillar);
         }
         addPolygon(below, m_surfaces.floor);
         addPolygon(above, m_surfaces.ceiling);
     }
 
-    void addSides(const Loop& bottom, const Loop& top, CN_Material* material) {
+    static std::vector<Loop> sidesOf(const Loop& bottom, const Loop& top) {
+        std::vector<Loop> sides;
         for (std::size_t i = 0; i < bottom.size(); ++i) {
             const std::size_t next = (i + 1) % bottom.size();
-            addPolygon({{bottom[i], top[i], top[next], bottom[next]}}, material);
+            sides.push_back({bottom[i], top[i], top[next], bottom[next]});
         }
+        return sides;
+    }
+
+    static int axisOf(Side side) { return side == RIGHT || side == LEFT ? 0 : 2; }
+
+    /// A wall, with an opening where a door leads through it.
+    void addWall(const Loop& loop) {
+        for (const Side side : {RIGHT, BACK, LEFT, FRONT}) {
+            const bool stands = std::all_of(loop.begin(), loop.end(), [&](int corner) {
+                return m_mesh.getPoint(corner)[axisOf(side)] == m_walls[side];
+            });
+            if (!stands || !m_doors[side])
+                continue;
+            const Loop door = addDoor(side, m_walls[side]);
+            addPolygon({loop, reversed(door)}, m_surfaces.wall);
+            return addPassage(side, door);
+        }
+        addPolygon({loop}, m_surfaces.wall);
+    }
+
+    /// The corners of a door at a place along the axis that leads through it, counter-clockwise seen from the room. It lies
+    /// clear of floors and ceilings, however they run.
+    Loop addDoor(Side side, double place) {
+        constexpr double FROM = 1, TO = 2, SILL = 1.5, LINTEL = 3;
+        Loop door;
+        const bool upFirst = side == BACK || side == LEFT; // that way the loop turns there
+        for (const auto& [isFar, isUp] :
+             {std::pair(false, false), {!upFirst, upFirst}, {true, true}, {upFirst, !upFirst}}) {
+            Vector corner;
+            corner[axisOf(side)] = place;
+            corner[2 - axisOf(side)] = isFar ? TO : FROM;
+            corner.y = isUp ? LINTEL : SILL;
+            door.push_back(addVertex(corner));
+        }
+        return door;
+    }
+
+    /// The exit behind a door in a wall, which ends a passage where the wall stands within its cell.
+    void addPassage(Side side, const Loop& door) {
+        Loop end = door;
+        if (side == RIGHT || side == BACK) {
+            end = addDoor(side, CELL);
+            for (std::size_t i = 0; i < door.size(); ++i) {
+                const std::size_t next = (i + 1) % door.size();
+                addPolygon({{door[i], door[next], end[next], end[i]}}, m_surfaces.wall);
+            }
+        }
+        m_exits[side] = &addPolygon({end}, m_surfaces.wall);
     }
 
     int addVertex(const Vector& point) { return m_mesh.addVertex(point); }
-    void addPolygon(const std::vector<Loop>& loops, CN_Material* material) { m_mesh.addPolygon(loops, material); }
+    CN_Polygon& addPolygon(const std::vector<Loop>& loops, CN_Material* material) {
+        return m_mesh.addPolygon(loops, material);
+    }
 
     MeshBuilder m_mesh;
     const Surfaces& m_surfaces;
+    std::array<double, SIDES> m_walls; ///< where they stand along their axes
+    std::array<bool, SIDES> m_doors;   ///< that are there
+    Exits m_exits{};
 };
 
 class LevelGenerator {
@@ -178,8 +247,18 @@ class LevelGenerator {
         int side = 1;
         while (side * side < rooms)
             ++side;
+        std::vector<Exits> exits;
         for (int i = 0; i < rooms; ++i) {
-            addRoom(i, {i % side * CELL, 0, i / side * CELL});
+            exits.push_back(addRoom(i, {i % side * CELL, 0, i / side * CELL},
+                                    {i % side < side - 1 && i + 1 < rooms, i + side<rooms, i % side> 0, i >= side}));
+            const auto link = [&](Side back, int other, Side there, int number) {
+                const std::size_t own = static_cast<std::size_t>(i);
+                if (exits[own][back])
+                    linkExits(*exits[static_cast<std::size_t>(other)][there], *exits[own][back],
+                              fmt::format("Door{}", number));
+            };
+            link(LEFT, i - 1, RIGHT, 2 * i);
+            link(FRONT, i - side, BACK, 2 * i + 1);
             Progress::count();
         }
         m_document.accessPlayer()->setPosition({1, 1, 1});
@@ -197,13 +276,13 @@ class LevelGenerator {
         return *entity;
     }
 
-    void addRoom(int index, const Vector& corner) {
+    Exits addRoom(int index, const Vector& corner, const std::array<bool, SIDES>& doors) {
         // Mixed, not added: else the rooms of one seed would be the next ones of the seed before it.
         Chance chance(Chance(m_seed).next() ^ Chance(~static_cast<std::uint64_t>(index)).next());
         auto& room =
             add<CN_LevelEntityMesh>(*m_document.accessLevel(), CN_KIND_MESH, fmt::format("Room{}", index + 1), corner);
-        RoomBuilder builder(room, m_surfaces);
         const double width = chance.length(9, 15), depth = chance.length(9, 15), height = chance.length(4, 6);
+        RoomBuilder builder(room, m_surfaces, width, depth, doors);
         constexpr double PILLARS_FROM = 3,
                          PILLARS_TO = 6; // in both directions: ahead of ramps and beside the L's notch
         std::vector<Outline> pillars;
@@ -228,6 +307,7 @@ class LevelGenerator {
         }
         builder.finish();
         furnish(room, chance, height);
+        return builder.getExits();
     }
 
     void furnish(CN_LevelEntityMesh& room, Chance& chance, double height) {

@@ -11,8 +11,9 @@ inline constexpr int MAX_GENERATED_ROOMS = 20000;
 
 /// Fills a fresh level: closed rooms "Room1", "Room2", ... on a square grid, each with a light and some with a trigger; the
 /// player stands in the first. A room is a box, an L, or has a ramp up to a higher floor, and pillars from floor to ceiling
-/// stand in some. All coordinates are multiples of 1/8. The same numbers give the same level, and a room of one number is
-/// the same, but for its place, whatever the number of rooms.
+/// stand in some; doors, which are exits, lead from each room into those beside it. All coordinates are multiples of 1/8. The
+/// same numbers give the same level, and a room of one number is the same, but for its place and its doors, whatever the
+/// number of rooms.
 void generateLevel(CN_Document& document, int rooms, std::uint64_t seed);
 
 } // namespace cairn::host

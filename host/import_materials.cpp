@@ -120,4 +120,12 @@ CN_Texture& ImportMaterials::addTexture(const std::string& name, int format, con
     return *texture;
 }
 
+CN_Material* requireWallMaterial(CN_Document& document) {
+    if (CN_Material* const known = document.getMaterials().getDefaultMaterial())
+        return known;
+    constexpr double TEXELS_A_UNIT = 32;
+    const ImportImages none;
+    return &ImportMaterials(document, "Default", TEXELS_A_UNIT, none).get("wall");
+}
+
 } // namespace cairn::host

@@ -59,4 +59,7 @@ class ImportMaterials {
     Counts m_counts;
 };
 
+/// What new walls are made of: the document's default material, which is made with a small picture where there is none yet.
+CN_Material* requireWallMaterial(CN_Document& document);
+
 } // namespace cairn::host

@@ -17,6 +17,8 @@ class MeshBuilder {
 
     /// The place of a new corner.
     int addVertex(const Vector& point);
+    /// The place of a corner in the mesh's space.
+    const Vector& getPoint(int corner) const { return m_mesh.getVertexList()[corner].local; }
     /// A polygon with its plane and texture axes: the outer loop counter-clockwise seen from the side it faces, holes the
     /// other way. The material may be null.
     CN_Polygon& addPolygon(const std::vector<Loop>& loops, CN_Material* material);

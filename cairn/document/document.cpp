@@ -295,8 +295,7 @@ void CN_Document::loadLevel(F_MemoryFile& file) {
         m_level->load(file);
     } catch (...) {
         // What was read whole before the fault keeps its exits, for a host that goes on with it.
-        if (CN_Material* const material = m_materials.getDefaultMaterial())
-            CN_ExitDestinationPointerDeserializer::instance()->deserialize(m_level, material);
+        CN_ExitDestinationPointerDeserializer::instance()->deserializePart(m_level, m_materials.getDefaultMaterial());
         throw;
     }
     findPlayer();

@@ -193,11 +193,17 @@ void CN_ExitDestinationPointerDeserializer::deserialize(CN_LevelEntity* root, CN
     deserialize(&it, material);
 }
 
+void CN_ExitDestinationPointerDeserializer::deserializePart(CN_LevelEntity* root, CN_Material* material) {
+    m_isPart = true;
+    deserialize(root, material);
+}
+
 void CN_ExitDestinationPointerDeserializer::deserialize(CN_EntityIterator* it, CN_Material* material) {
     struct Serving {
         CN_ExitDestinationPointerDeserializer& deserializer;
         ~Serving() {
             deserializer.m_sealMaterial = nullptr;
+            deserializer.m_isPart = false;
             deserializer.m_broken.clear();
             deserializer.reset();
         }
@@ -218,7 +224,7 @@ void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) 
         return;
     const int number = exit->getExitDestinationIndex();
     // An exit that never had a partner, or whose partner has lost its own, needs no material to become a wall.
-    if (!m_sealMaterial && number != CN_Polygon::NON_EXIT_INDEX && !m_relocatablePolygons.contains(number))
+    if (!m_sealMaterial && !m_isPart && number != CN_Polygon::NON_EXIT_INDEX && !m_relocatablePolygons.contains(number))
         throw new CN_ExitDestinationPointerDeserializationException(number);
     F_System::verbose("LevelLoader      : Sealed exit %d", number);
     F_System::verbose(" with name(%s)\n", toString(portal.getQualifiedName()).c_str());

@@ -74,6 +74,8 @@ class CN_ExitDestinationPointerDeserializer : public CN_AcyclicLevelVisitor, pub
     /// portal stands for are bound, too, and lead nowhere where the partner is missing. Forgets all polygons afterwards.
     /// Throws a `CN_ExitDestinationPointerDeserializationException*` where a partner is missing and the material is null.
     void deserialize(CN_LevelEntity* root, CN_Material* material);
+    /// The same for what was read of a level before a fault: without a material, exits are sealed and have none.
+    void deserializePart(CN_LevelEntity* root, CN_Material* material);
     /// The same for the portals that the iterator, which may be at any place, walks over.
     void deserialize(CN_EntityIterator* it, CN_Material* material);
 
@@ -93,6 +95,7 @@ class CN_ExitDestinationPointerDeserializer : public CN_AcyclicLevelVisitor, pub
     std::unordered_map<const CN_Polygon*, std::size_t> m_doublePlaces; ///< in that list
     std::set<const CN_Polygon*> m_broken;  ///< not owned: those of them that lead to no exit that stays one
     CN_Material* m_sealMaterial = nullptr; ///< not owned: for exits whose partner is missing
+    bool m_isPart = false;                 ///< what is missing may have been lost with the rest
 };
 
 } // namespace cairn
