@@ -34,7 +34,7 @@ inline constexpr double CN_LEVEL_TOLERANCE = 0.001;
 /// | polygon-winding      | loops that run clockwise seen from the normal's side, a hole that does not            |
 /// | polygon-holes        | fewer holes counted than there are loops behind the first one                         |
 /// | polygon-reference    | a reference normal that is neither a unit vector nor zero                             |
-/// | polygon-space-plane  | a further texture space that is not in the plane of the first                         |
+/// | polygon-space-plane  | a first texture space that is not in the polygon's plane, a further one not in its    |
 /// | polygon-untriangulated | a boundary that gives no triangles, or a triangulation that is there and leaves the |
 /// |                      | plane, does not cover the area or runs the other way; one that was not made is none   |
 /// | material-missing     | no exit and no material                                                               |
