@@ -177,6 +177,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CN_drawPlanarPolygon(planar);
     polygon.triangulize(true);
     polygon.triangulize(false);
+    // What else works on outlines bears this one, too.
+    polygon.calculateUVCoordinates();
+    polygon.updateNormal();
+    polygon.linear();
+    polygon.createVerticesInTJunctions(1e-3, false);
+    polygon.killNullEdges();
+    polygon.triangulize(true);
+    polygon.calculateUVCoordinates();
     mesh.calculateBoundingBox();
     return 0;
 }

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 
 namespace cairn::host {
 
@@ -62,6 +63,7 @@ ImportImages openImages(const ImportOptions& options, const std::string& format)
 /// What an import says when it is done.
 struct Told {
     std::vector<ImportFinding> findings;
+    std::set<std::string> imagesOutside; ///< names of images that were not taken
     std::string summary;
 };
 
@@ -82,7 +84,7 @@ Told importMapSource(const ImportOptions& options, const ImportImages& images, C
     const double scale = options.scale.value_or(DEFAULT_MAP_SCALE);
     ImportMaterials materials(document, nameOf(options), 1 / scale, images);
     MapImportSummary summary = importMap(map, scale, materials, document);
-    return {std::move(summary.findings), summary.text()};
+    return {std::move(summary.findings), summary.materials.outside, summary.text()};
 }
 
 Told importObjSource(const ImportOptions& options, const ImportImages& images, CN_Document& document,
@@ -97,7 +99,20 @@ Told importObjSource(const ImportOptions& options, const ImportImages& images, C
     const double scale = options.scale.value_or(1);
     ImportMaterials materials(document, nameOf(options), ImportMaterials::GENERATED_SIZE / scale, images);
     const ObjImportSummary summary = importObj(object, names, nameOf(options), scale, materials, document);
-    return {std::move(findings), summary.text()};
+    return {std::move(findings), summary.materials.outside, summary.text()};
+}
+
+void warnOfImages(const ImportOptions& options, const std::set<std::string>& outside, const Console& console) {
+    const std::string folder = options.textures.empty() ? folderOf(options).string() : options.textures;
+    std::size_t left = MapImportSummary::MAX_FINDINGS;
+    for (const std::string& name : outside) {
+        if (left-- == 0)
+            return console.warn(options.source,
+                                fmt::format("{} in all are not taken, as they lie outside of the folder \"{}\"",
+                                            counted(outside.size(), "image", "images"), folder));
+        console.warn(options.source, fmt::format("the image \"{}\" is not taken: it lies outside of the folder \"{}\"",
+                                                 shownPiece(name), folder));
+    }
 }
 
 ExitCode runImport(const ImportOptions& options, Console& console) {
@@ -112,6 +127,7 @@ ExitCode runImport(const ImportOptions& options, Console& console) {
     session.save(*document, options.output, console);
     for (const ImportFinding& finding : told.findings)
         console.warn(options.source, fmt::format("line {}: {}", finding.line, finding.text));
+    warnOfImages(options, told.imagesOutside, console);
     console.note(options.source, told.summary);
     return ExitCode::DONE;
 }

@@ -129,6 +129,16 @@ std::optional<fs::path> ImportImages::find(std::string_view name) const {
     return fileInside(m_folder, m_files[best]);
 }
 
+bool ImportImages::leadsOutside(std::string_view name) const {
+    std::string text(name);
+    std::replace(text.begin(), text.end(), '\\', '/');
+    if (m_folder.empty() || text.empty() || text.find('\0') != std::string::npos)
+        return false;
+    std::error_code error;
+    const fs::path place = fs::weakly_canonical(m_folder / text, error); // an absolute one replaces the folder
+    return !error && place != m_folder && !isInside(m_folder, place);
+}
+
 std::string ImportImages::nameInside(const fs::path& file) const {
     return file.lexically_relative(m_folder).generic_string();
 }

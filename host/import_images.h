@@ -33,6 +33,8 @@ class ImportImages {
     /// The file that `name` names: with or without its ending, with or without the folders ahead of it, without regard to
     /// case. Folders count where several files fit; then the first in the order of their paths is it.
     std::optional<std::filesystem::path> find(std::string_view name) const;
+    /// True where a name that is not found leads out of the folder, whether or not there is anything.
+    bool leadsOutside(std::string_view name) const;
     /// How the folder has a file that `find` gave: its path from there, with "/".
     std::string nameInside(const std::filesystem::path& file) const;
 

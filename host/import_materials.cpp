@@ -55,8 +55,11 @@ CN_Material& ImportMaterials::get(std::string_view name, std::string_view image)
     if (material)
         return *material;
     CN_Texture* texture = nullptr;
-    if (const auto file = m_images.find(image.empty() ? name : image))
+    const std::string_view wanted = image.empty() ? name : image;
+    if (const auto file = m_images.find(wanted))
         texture = takeFile(*file);
+    else if (m_images.leadsOutside(wanted))
+        m_counts.outside.emplace(wanted);
     if (texture)
         ++m_counts.found;
     else {

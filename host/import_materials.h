@@ -3,6 +3,7 @@
 #include "host/import_images.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,10 +26,11 @@ class ImportMaterials {
 
     /// What became of the names.
     struct Counts {
-        std::size_t found = 0;      ///< with an image of the folder
-        std::size_t generated = 0;  ///< with a generated one
-        std::size_t undecoded = 0;  ///< of these, whose image does not decode
-        std::string firstUndecoded; ///< the name of the first such image
+        std::size_t found = 0;         ///< with an image of the folder
+        std::size_t generated = 0;     ///< with a generated one
+        std::size_t undecoded = 0;     ///< of these, whose image does not decode
+        std::string firstUndecoded;    ///< the name of the first such image
+        std::set<std::string> outside; ///< names of images that lead out of the folder, and so were not taken
     };
 
     /// `category` is made when the first material is. `scale` is the texels to a unit of the level by which the library

@@ -112,16 +112,23 @@ class MeshMaker {
         return number;
     }
 
-    void addPolygon(const ImportFace& face) {
-        CN_Polygon& polygon = *m_mesh.addPolygon();
-        const std::size_t count = face.corners.size();
-        int from = vertexOf(face.corners[0]);
+    void addLoop(CN_Polygon& polygon, const std::vector<std::uint32_t>& corners, bool isHole) {
+        const std::size_t count = corners.size();
+        int from = vertexOf(corners[0]);
         for (std::size_t i = 0; i < count; ++i) {
-            const int to = vertexOf(face.corners[i + 1 < count ? i + 1 : 0]);
-            polygon.addEdge(from, to, false);
+            const int to = vertexOf(corners[i + 1 < count ? i + 1 : 0]);
+            polygon.addEdge(from, to, isHole && i == 0);
             from = to;
         }
-        polygon.setNumVertices(static_cast<int>(count));
+        polygon.setNumVertices(polygon.numVertices() + static_cast<int>(count));
+    }
+
+    void addPolygon(const ImportFace& face) {
+        CN_Polygon& polygon = *m_mesh.addPolygon();
+        addLoop(polygon, face.corners, false);
+        for (const std::vector<std::uint32_t>& hole : face.holes)
+            addLoop(polygon, hole, true);
+        polygon.setNumHoles(static_cast<int>(face.holes.size()));
         polygon.setNormal(face.normal);
         polygon.setWorldNormal(face.normal);
         polygon.setReferenceNormal(face.normal);

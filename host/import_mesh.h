@@ -27,7 +27,8 @@ std::optional<ImportMapping> fitMapping(const std::vector<M_Vector3Template<doub
 /// A face on its way into a mesh.
 struct ImportFace {
     std::vector<std::uint32_t> corners; ///< counter-clockwise seen from the normal's side, places in the mesh's corners
-    M_Vector3Template<double> normal;   ///< unit
+    std::vector<std::vector<std::uint32_t>> holes = {}; ///< the other way round
+    M_Vector3Template<double> normal;                   ///< unit
     std::optional<ImportMapping> mapping;
     CN_Material* material = nullptr; ///< not owned
     std::uint32_t line = 0;          ///< of the source, from 1

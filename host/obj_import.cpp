@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <set>
 #include <unordered_map>
 
@@ -33,6 +34,34 @@ struct PlaceHash {
 struct PlaceEqual {
     bool operator()(const Vector& a, const Vector& b) const { return a.x == b.x && a.y == b.y && a.z == b.z; }
 };
+
+/// The loops that are left of one when the edges that it runs along both ways go: outlines and holes that slits join.
+std::vector<std::vector<std::uint32_t>> withoutSlits(const std::vector<std::uint32_t>& corners) {
+    std::vector<std::vector<std::uint32_t>> loops;
+    const auto keep = [&loops](std::vector<std::uint32_t> loop) {
+        while (loop.size() > 1 && loop.front() == loop.back())
+            loop.pop_back();
+        if (loop.size() > 2)
+            loops.push_back(std::move(loop));
+    };
+    std::vector<std::uint32_t> path{corners[0]};
+    std::map<std::pair<std::uint32_t, std::uint32_t>, std::size_t> starts; // of the path's edges, in it
+    for (std::size_t i = 1; i <= corners.size(); ++i) {
+        const std::uint32_t from = path.back(), to = corners[i < corners.size() ? i : 0];
+        if (const auto slit = starts.find({to, from}); slit != starts.end()) {
+            // What lies between going along it and coming back is a loop.
+            const std::size_t start = slit->second;
+            keep({path.begin() + static_cast<std::ptrdiff_t>(start) + 1, path.end()});
+            for (; path.size() > start + 1; path.pop_back())
+                starts.erase({path[path.size() - 2], path.back()});
+        } else if (i < corners.size()) {
+            starts.emplace(std::pair(from, to), path.size() - 1);
+            path.push_back(to);
+        }
+    }
+    keep(std::move(path));
+    return loops;
+}
 
 /// Makes the mesh of one group.
 class GroupMaker {
@@ -69,6 +98,7 @@ class GroupMaker {
         face.line = source.line;
         if (mapped)
             map(face, coordinates);
+        openSlits(face);
         m_mesh.faces.push_back(std::move(face));
     }
     ImportMesh& mesh() { return m_mesh; }
@@ -103,6 +133,20 @@ class GroupMaker {
             return std::abs((m_mesh.corners[corner] - middle).dot(face.normal)) > CN_LEVEL_TOLERANCE;
         });
         return true;
+    }
+
+    /// Makes holes of what a slit joins to the outline. A face of several outlines, or of none, stays as it is.
+    void openSlits(ImportFace& face) const {
+        std::vector<std::vector<std::uint32_t>> loops = withoutSlits(face.corners);
+        const auto isOutline = [&](const std::vector<std::uint32_t>& loop) {
+            return loopNormal(m_mesh.corners, loop).dot(face.normal) > 0;
+        };
+        const auto outline = std::find_if(loops.begin(), loops.end(), isOutline);
+        if (outline == loops.end() || std::any_of(outline + 1, loops.end(), isOutline))
+            return;
+        face.corners = std::move(*outline);
+        loops.erase(outline);
+        face.holes = std::move(loops);
     }
 
     void map(ImportFace& face, const std::vector<Vector2>& coordinates) {

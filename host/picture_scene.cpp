@@ -152,6 +152,7 @@ class SceneCollector {
         for (const PictureLoop& loop : face.loops)
             for (const PictureCorner& corner : loop) {
                 m_scene.box.expand(corner.at);
+                m_scene.faceBox.expand(corner.at);
                 meshBox.expand(corner.at);
             }
         m_scene.faces.push_back(std::move(face));

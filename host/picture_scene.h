@@ -53,7 +53,8 @@ struct PictureScene {
     std::vector<PictureFace> faces;   ///< in the order of the tree
     std::vector<PictureMark> marks;   ///< in the order of the tree
     std::vector<PictureRoute> routes; ///< in the order of the tree
-    E_BBox<double> box;               ///< of all that is drawn; empty for none
+    E_BBox<double> box;               ///< of all that is drawn on a plan; empty for none
+    E_BBox<double> faceBox;           ///< of the faces alone; empty for none
     std::size_t hidden = 0;           ///< entities that the level hides, with all below them
     std::size_t flat = 0;             ///< faces without area
     std::size_t tooFar = 0;           ///< faces, marks and routes whose places are beyond numbers

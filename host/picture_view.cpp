@@ -3,7 +3,9 @@
 #include "cairn/foundation/exception.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
 
 namespace cairn::host {
 
@@ -22,6 +24,53 @@ const Vector TO_LIGHT(0.4, 0.8, -0.45); // not along an axis, so that the six si
 struct HalfSpace {
     Vector normal;
     double distance;
+};
+
+/// The corners of a box along one axis of the picture, in halves of the picture at the distance 1.
+class BoxSpan {
+  public:
+    void add(int corner, double at, double depth) { m_corners[static_cast<std::size_t>(corner)] = {at, depth}; }
+
+    double nearest() const {
+        return std::min_element(m_corners.begin(), m_corners.end(), [](const Corner& a, const Corner& b) {
+                   return a.depth < b.depth;
+               })->depth;
+    }
+    /// How far back the picture's two sides want the viewer, who stands half-way between what they want.
+    double distance() const {
+        double more = -std::numeric_limits<double>::infinity(), less = more;
+        for (const Corner& corner : m_corners) {
+            more = std::max(more, corner.at - corner.depth);
+            less = std::max(less, -corner.at - corner.depth);
+        }
+        return (more + less) / 2;
+    }
+    /// Where the viewer stands that far back, so that the box ends as far from the one side as from the other.
+    double middle(double away) const {
+        double low = 0, high = 0;
+        for (const Corner& corner : m_corners) {
+            low = std::min(low, corner.at);
+            high = std::max(high, corner.at);
+        }
+        constexpr int HALVINGS = 40; // far less than a pixel
+        for (int i = 0; i < HALVINGS; ++i) {
+            const double middle = (low + high) / 2;
+            double least = std::numeric_limits<double>::infinity(), most = -least;
+            for (const Corner& corner : m_corners) {
+                const double seen = (corner.at - middle) / (corner.depth + away);
+                least = std::min(least, seen);
+                most = std::max(most, seen);
+            }
+            (least + most > 0 ? low : high) = middle;
+        }
+        return (low + high) / 2;
+    }
+
+  private:
+    struct Corner {
+        double at, depth;
+    };
+    std::array<Corner, 8> m_corners{};
 };
 
 I_Color lit(const I_Color& color, const Vector& normal) {
@@ -49,8 +98,7 @@ PictureLoop cutLoop(const PictureLoop& loop, const Vector& normal, double distan
     return kept;
 }
 
-PictureView::PictureView(const PictureScene& scene, int width, int height) : m_width(width), m_height(height) {
-    const E_BBox<double>& box = scene.box;
+PictureView::PictureView(const E_BBox<double>& box, int width, int height) : m_width(width), m_height(height) {
     const Vector half(box.maxX / 2 - box.minX / 2, box.maxY / 2 - box.minY / 2, box.maxZ / 2 - box.minZ / 2);
     const double longest = std::max({half.x, half.y, half.z});
     m_scale = longest > 0 ? longest : 1;
@@ -69,7 +117,7 @@ void PictureView::turnTo(const Vector& forward) {
 
 PictureView PictureView::between(const PictureScene& scene, const Vector& from, const Vector& to, int width,
                                  int height) {
-    PictureView view(scene, width, height);
+    PictureView view(scene.box, width, height);
     view.m_eye = from / view.m_scale;
     const Vector forward = (to / view.m_scale - view.m_eye).normalized();
     if (!view.m_eye.isFinite() || !(forward.length() > 0))
@@ -79,30 +127,27 @@ PictureView PictureView::between(const PictureScene& scene, const Vector& from, 
 }
 
 PictureView PictureView::ofScene(const PictureScene& scene, int width, int height) {
-    PictureView view(scene, width, height);
+    const E_BBox<double>& box = scene.faceBox.empty ? scene.box : scene.faceBox;
+    PictureView view(box, width, height);
     view.turnTo(Vector(0.5, -0.75, 0.8).normalized());
-    const double spanX = width / (2 * view.m_focus), spanY = height / (2 * view.m_focus);
-    const E_BBox<double>& box = scene.box;
-    // How far back the picture's four sides want the viewer, who stands half-way between what opposite sides want.
-    double right = 0, left = 0, up = 0, down = 0;
+    constexpr double RIM = 1.05;
+    const double spanX = width / (2 * view.m_focus * RIM), spanY = height / (2 * view.m_focus * RIM);
+    BoxSpan across, upwards;
     for (int i = 0; i < 8; ++i) {
         const Vector corner =
             view.toViewer({i & 1 ? box.maxX : box.minX, i & 2 ? box.maxY : box.minY, i & 4 ? box.maxZ : box.minZ});
-        const double x = corner.x / spanX, y = corner.y / spanY;
-        right = i == 0 ? x - corner.z : std::max(right, x - corner.z);
-        left = i == 0 ? -x - corner.z : std::max(left, -x - corner.z);
-        up = i == 0 ? y - corner.z : std::max(up, y - corner.z);
-        down = i == 0 ? -y - corner.z : std::max(down, -y - corner.z);
+        across.add(i, corner.x / spanX, corner.z);
+        upwards.add(i, corner.y / spanY, corner.z);
     }
-    constexpr double SPACE = 1.05; // for a rim, and 1 where the level is a point
-    const double away = std::max({(right + left) / 2, (up + down) / 2, 1.0}) * SPACE;
-    view.m_eye +=
-        view.m_right * ((right - left) / 2 * spanX) + view.m_up * ((up - down) / 2 * spanY) - view.m_forward * away;
+    constexpr double LEAST_DEPTH = 0.1; // of the nearest corner, where the level is a point or a line
+    const double away = std::max({across.distance(), upwards.distance(), LEAST_DEPTH - across.nearest()});
+    view.m_eye += view.m_right * (across.middle(away) * spanX) + view.m_up * (upwards.middle(away) * spanY) -
+                  view.m_forward * away;
     return view;
 }
 
 PictureView PictureView::fromAbove(const PictureScene& scene, int width, int height) {
-    PictureView view(scene, width, height);
+    PictureView view(scene.box, width, height);
     view.m_flat = true;
     view.turnTo({0, -1, 0});
     const E_BBox<double>& box = scene.box;

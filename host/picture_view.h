@@ -26,15 +26,16 @@ PictureLoop cutLoop(const PictureLoop& loop, const M_Vector3Template<double>& no
 
 /// A camera: turns places of the world into those of a picture.
 ///
-/// The viewer's space has x to the right, y up and z away from the viewer, in units of half the longest side of the
-/// scene's box, so that numbers stay moderate whatever the level's size.
+/// The viewer's space has x to the right, y up and z away from the viewer, in units of half the longest side of a
+/// box of the scene, so that numbers stay moderate whatever the level's size.
 class PictureView {
   public:
     using Vector = M_Vector3Template<double>;
 
     /// From a place of the world towards another one. Throws an `F_Exception*` where there is no direction between them.
     static PictureView between(const PictureScene& scene, const Vector& from, const Vector& to, int width, int height);
-    /// From in front and above, so far away that the scene's box fills the picture.
+    /// From in front and above, so far away that the box of the scene's faces fills the picture, with as much room beside
+    /// it on the left as on the right and above as below. Without faces it is the box of the marks.
     static PictureView ofScene(const PictureScene& scene, int width, int height);
     /// From above, without perspective: +X runs to the right and +Z up the picture.
     static PictureView fromAbove(const PictureScene& scene, int width, int height);
@@ -61,7 +62,8 @@ class PictureView {
   private:
     static constexpr double LEAST_SLANT = 1e-9; ///< a face nearer to edge-on covers no pixel
 
-    PictureView(const PictureScene& scene, int width, int height);
+    /// `box` gives the units and where the viewer stands at first.
+    PictureView(const E_BBox<double>& box, int width, int height);
     void turnTo(const Vector& forward);
     bool clip(std::vector<PictureLoop>& loops) const;
 

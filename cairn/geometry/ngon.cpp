@@ -102,11 +102,13 @@ void CN_Ngon::flip() {
 
 int CN_Ngon::degenerate() const {
     const std::size_t n = m_vertices.size();
-    if (n < 2)
-        return 1;
-    const Vector first = m_vertices[1] - m_vertices[0];
+    Vector first;
     for (std::size_t i = 0; i < n; ++i) {
         const Vector direction = m_vertices[(i + 1) % n] - m_vertices[i];
+        if (direction.length() == 0) // of a corner that is there twice
+            continue;
+        if (first.length() == 0)
+            first = direction;
         const auto cosine = static_cast<float>(first.dot(direction) / (first.length() * direction.length()));
         // Written so that a cosine which is no number ends here, too.
         if (!(snapToGrid(std::fabs(static_cast<double>(cosine)), 1e-5) == 1.0))

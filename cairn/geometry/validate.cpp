@@ -29,6 +29,7 @@ using Vector = M_Vector3Template<double>;
 constexpr double UNIT_TOLERANCE = 1e-6; // of a unit vector's length: what a file's rounding and rotations leave
 constexpr double LINE_TOLERANCE = 1e-5; // a polygon within this of a line has no extent
 constexpr double SAME_PLANE = 0.9999;   // cosine between the planes of texture spaces that a load takes for one
+constexpr double OWN_PLANE = 0.99;      // cosine between a polygon's plane and that of its first texture space
 constexpr double AREA_TOLERANCE = 1e-9; // of an area that is a sum of pieces, relative
 constexpr double SNAP_TOLERANCE = 1e-5; // corners nearer than this are one for a triangulation
 constexpr double LEAST_SLACK = 1e-6;    // of corners that count as one, whatever the planes' tolerance is
@@ -85,6 +86,16 @@ std::vector<Vector> findLoopAreas(const CN_Polygon& polygon) {
         before = &edge;
     }
     return areas;
+}
+
+/// The area of a piece as a vector, along the side from which it runs counter-clockwise.
+Vector findFanArea(const CN_Triangle& piece) {
+    Vector sum;
+    for (int i = 2; i < static_cast<int>(piece.getVertices().size()); ++i) {
+        const Vector& first = piece.getVertexLocal(0);
+        sum += (piece.getVertexLocal(i - 1) - first).cross(piece.getVertexLocal(i) - first);
+    }
+    return sum * 0.5;
 }
 
 /// True where all corners lie on the line of the longest edge.
@@ -249,23 +260,30 @@ class MeshValidator {
     }
 
     void checkTriangulation(const CN_Polygon& polygon) {
+        const Vector plane = polygon.getUVSpace(0).getMatrix().row(2).normalized();
+        if (!(plane.dot(polygon.getNormal()) > OWN_PLANE))
+            add("polygon-space-plane", "The first texture space is not in the plane of the polygon");
         if (!polygon.canTriangulize())
             return add("polygon-untriangulated", "The boundary gives no triangles");
         if (polygon.getTriangleList().empty())
             return;
         // Corners that are vertices lie in the plane as those of the boundary do; each may leave its place there.
-        double boundary = 0, covered = 0;
+        double boundary = 0, covered = 0, along = 0;
         for (const CN_Edge& edge : polygon.getEdgeList())
             boundary += edge.dir().length();
         for (const CN_Triangle& piece : polygon.getTriangleList()) {
             covered += piece.area();
+            along += findFanArea(piece).dot(polygon.getNormal());
             for (std::size_t i = 0; i < piece.getVertices().size(); ++i)
                 if (!(std::abs(polygon.distLocal(piece.getVertexLocal(static_cast<int>(i)))) <= m_tolerance))
                     return add("polygon-untriangulated", "A piece of the triangulation leaves the polygon's plane");
         }
         const double area = CN_areaVector(polygon).length();
-        if (!(std::abs(covered - area) <= AREA_TOLERANCE * area + std::max(m_tolerance, SNAP_TOLERANCE) * boundary))
+        const double slack = AREA_TOLERANCE * area + std::max(m_tolerance, SNAP_TOLERANCE) * boundary;
+        if (!(std::abs(covered - area) <= slack))
             add("polygon-untriangulated", formatText("The triangulation covers %g of an area of %g", covered, area));
+        else if (!(covered - along <= slack))
+            add("polygon-untriangulated", "A piece of the triangulation does not run as the boundary does");
     }
 
     void checkSpaces(const CN_Polygon& polygon) {

@@ -36,7 +36,7 @@ inline constexpr double CN_LEVEL_TOLERANCE = 0.001;
 /// | polygon-reference    | a reference normal that is neither a unit vector nor zero                             |
 /// | polygon-space-plane  | a further texture space that is not in the plane of the first                         |
 /// | polygon-untriangulated | a boundary that gives no triangles, or a triangulation that is there and leaves the |
-/// |                      | plane or does not cover the area; one that was not made yet is none                   |
+/// |                      | plane, does not cover the area or runs the other way; one that was not made is none   |
 /// | material-missing     | no exit and no material                                                               |
 /// | exit-no-portal       | an exit without a portal, a portal that stands on no exit                             |
 /// | exit-mode            | an exit of another mode than `PT_EXIT`, or with a material                            |

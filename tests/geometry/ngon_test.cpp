@@ -88,7 +88,9 @@ TEST(Ngon, TellsItsShape) {
         {"line", {{0, 0, 0}, {1, 0, 0}, {3, 0, 0}}, 0, 1, 1, 0},
         {"too small to ask", {{0, 0, 0}, {0, 0, 1e-7}, {1e-7, 0, 0}}, 5e-15, 0, 1, 0.70710678},
         {"corner twice", {{0, 0, 0}, {0, 0, 0}, {0, 0, 4}, {4, 0, 0}}, 8, 0, 0, 0.70710678},
-        {"line with a corner twice", {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}}, 0, 0, 1, 0},
+        {"line with a corner twice", {{0, 0, 0}, {1, 0, 0}, {1, 0, 0}}, 0, 1, 1, 0},
+        {"line that begins with a corner twice", {{1, 0, 0}, {1, 0, 0}, {0, 0, 0}}, 0, 1, 1, 0},
+        {"corner alone, twice", {{1, 0, 0}, {1, 0, 0}}, 0, 1, 1, 0},
     };
     for (const auto& c : cases) {
         const CN_Ngon shape = ngon(c.corners);

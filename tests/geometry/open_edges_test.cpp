@@ -64,6 +64,20 @@ TEST(OpenEdges, ASecondPartnerIsOneTooMany) {
     }
 }
 
+TEST(OpenEdges, AMeshOfEdgesThatAreAllTooShortIsOpen) {
+    ShelfDocument document;
+    CN_LevelEntityMesh* const mesh = test::boxRoom(document);
+    for (CN_Vertex& vertex : mesh->accessVertexList())
+        vertex.local *= SLACK / 100;
+    const std::vector<CN_OpenEdge> open = CN_findOpenEdges(*mesh, SLACK);
+    ASSERT_EQ(open.size(), 1u);
+    EXPECT_EQ(open[0].polygon, mesh->getPolygonList().first());
+    EXPECT_EQ(open[0].from, mesh->getPolygonList().first()->getEdgeList().first()->getLocal(0));
+    EXPECT_EQ(open[0].partners, 0);
+    EXPECT_EQ(CN_findOpenEdges(*mesh, SLACK / 1000).size(), 0u) << "none is too short for that";
+    EXPECT_EQ(CN_findOpenEdges(*test::emptyMesh(document), SLACK).size(), 0u) << "no edge is open";
+}
+
 TEST(OpenEdges, EdgesThatAllLieOnEachOtherAreOpen) {
     ShelfDocument document;
     CN_LevelEntityMesh* const mesh = test::addFixture(document, "Heap");

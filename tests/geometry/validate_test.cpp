@@ -120,6 +120,11 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
              std::vector<int>& corners = first(m).accessTriangleList().first()->accessVertices();
              corners[0] = corners[1];
          }},
+        {"polygon-untriangulated@0",
+         [](CN_LevelEntityMesh& m) {
+             std::vector<int>& corners = first(m).accessTriangleList().first()->accessVertices();
+             std::reverse(corners.begin(), corners.end());
+         }},
         {"polygon-untriangulated@6 mesh-open",
          [](CN_LevelEntityMesh& m) { // its last corner pulls two edges across a third
              m.addVertex(Vector(2, 0, 7));

@@ -69,6 +69,11 @@ TEST_F(ImportImagesTest, FindsNamesInsideTheFolderAndNothingElse) {
     };
     for (const auto& [name, file] : cases)
         EXPECT_EQ(found(images, name), file) << name;
+    for (const std::string outside :
+         {"link.png", "door/secret.png", "..\\outside/secret.png", "../nothing.png", "..", "/etc/secret.png"})
+        EXPECT_TRUE(images.leadsOutside(outside)) << outside;
+    for (const std::string inside : {"", "secret", "e1/../nothing.png", "nothing/..", "c:\\art\\nothing.png"})
+        EXPECT_FALSE(images.leadsOutside(inside)) << inside;
     EXPECT_EQ(found(images, (m_root / "outside/secret.png").string()), "");
     const ImportImages direct = ImportImages::withoutSearch(m_root / "images");
     EXPECT_EQ(found(direct, "e2/Wall.png"), "e2/Wall.png");
@@ -100,11 +105,14 @@ TEST_F(ImportImagesTest, MakesEachMaterialOnce) {
     for (const CN_Material* material : {&broken, &generated})
         EXPECT_EQ(material->getTexture()->getWidth(), ImportMaterials::GENERATED_SIZE);
     EXPECT_EQ(materials.get("other", "e2/wall.png").getTexture()->name(), "e2/Wall.png");
+    materials.get("first", "../outside/secret.png");
+    materials.get("second", "../outside/secret.png");
+    EXPECT_EQ(materials.getCounts().outside, (std::set<std::string>{"../outside/secret.png"}));
     EXPECT_EQ(materials.getCounts().found, 2u);
-    EXPECT_EQ(materials.getCounts().generated, 2u);
+    EXPECT_EQ(materials.getCounts().generated, 4u);
     EXPECT_EQ(materials.getCounts().undecoded, 1u);
     EXPECT_EQ(document->getMaterials().find("level", "nothing"), &generated);
-    EXPECT_EQ(document->getTextures().list().count(), 4u);
+    EXPECT_EQ(document->getTextures().list().count(), 6u);
 }
 
 } // namespace

@@ -123,6 +123,37 @@ TEST_F(ObjImport, FitsCoordinatesOnlyWhereAPlaneHasThem) {
     }
 }
 
+TEST_F(ObjImport, ASlitLeadsToAHole) {
+    // A frame of two windows, each with corners of its own.
+    const std::string corners = "v 0 0 0\nv 9 0 0\nv 9 5 0\nv 0 5 0\nv 1 1 0\nv 1 4 0\nv 4 4 0\nv 4 1 0\n"
+                                "v 5 1 0\nv 5 4 0\nv 8 4 0\nv 8 1 0\nv 4 1 0\n";
+    const struct {
+        const char* name;
+        std::string face;
+        int holes, corners;
+        double area;
+    } cases[] = {
+        {"one slit", "f 1 2 3 4 1 5 6 7 8 5", 1, 8, 36},
+        {"from within it", "f 5 1 2 3 4 1 5 6 7 8", 1, 8, 36},
+        {"from the hole on", "f 6 7 8 5 1 2 3 4 1 5", 1, 8, 36},
+        {"a slit to each", "f 1 5 6 7 8 5 1 2 12 9 10 11 12 2 3 4", 2, 12, 27},
+        {"from one to the other", "f 1 2 3 4 1 5 6 7 8 9 10 11 12 9 13 5", 2, 12, 27},
+        {"a spike", "f 1 2 3 11 3 4", 0, 4, 45},
+        {"none", "f 1 2 3 4", 0, 4, 45},
+    };
+    for (const auto& c : cases) {
+        const ObjImportSummary summary = import(corners + c.face + "\n");
+        EXPECT_EQ(summary.meshes.untriangulated, 0u) << c.name;
+        const CN_Polygon& polygon = *mesh("shapes").getPolygonList().first();
+        EXPECT_EQ(polygon.getNumHoles(), c.holes) << c.name;
+        EXPECT_EQ(polygon.numVertices(), c.corners) << c.name;
+        EXPECT_EQ(polygon.getEdgeList().count(), c.corners) << c.name;
+        EXPECT_NEAR(polygon.calcArea(), c.area, 1e-12) << c.name;
+        for (const CN_Finding& finding : CN_validateMesh(mesh("shapes"), CN_LEVEL_TOLERANCE))
+            EXPECT_STREQ(finding.code, "mesh-open") << c.name;
+    }
+}
+
 TEST_F(ObjImport, TakesCarriageReturnsForLineEndsWhereThereAreNoOthers) {
     EXPECT_EQ(import("v 0 0 0\rv 1 0 0\rv 1 1 0\rf 1 2 3\r").meshes.polygons, 1u);
 }

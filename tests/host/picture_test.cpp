@@ -36,6 +36,23 @@ struct Picture {
     PictureScene scene;
 };
 
+/// A block between two corners, as a solid of a level.
+void addBlock(PictureScene& scene, const Vector& least, const Vector& most, I_Color color) {
+    for (const bool isTop : {false, true}) {
+        const double y = isTop ? most.y : least.y;
+        PictureFace face;
+        face.loops = {{{{least.x, y, least.z}}, {{least.x, y, most.z}}, {{most.x, y, most.z}}, {{most.x, y, least.z}}}};
+        face.normal = {0, isTop ? 1.0 : -1.0, 0};
+        face.color = color;
+        face.isSolid = true;
+        scene.faces.push_back(face);
+    }
+    for (E_BBox<double>* const box : {&scene.box, &scene.faceBox}) {
+        box->expand(least);
+        box->expand(most);
+    }
+}
+
 TEST(Picture, APlanFillsConcaveAndHoledFloorsAsTheyAre) {
     const struct {
         CN_LevelEntityMesh* (*make)(CN_Document&);
@@ -78,6 +95,29 @@ TEST(Picture, ShowsTheNearestFaceWhoseFrontIsSeen) {
     // From outside one looks through the near wall at the far one.
     const PictureView outside = PictureView::between(block.scene, {-9, 3, 4}, {8, 3, 4}, SIZE, SIZE);
     EXPECT_EQ(block.at(outside, {8, 3, 4}), side);
+}
+
+TEST(Picture, TheWholeLevelIsInTheMiddle) {
+    PictureScene level;
+    addBlock(level, {100, 0, 100}, {160, 2, 108}, {});
+    level.marks.push_back({{0, 0, 0}, "far off and not drawn", PictureMark::ENTITY, {}});
+    level.box.expand(Vector());
+    for (const auto& [width, height] : {std::pair(SIZE, SIZE), std::pair(3 * SIZE, SIZE), std::pair(SIZE, 2 * SIZE)}) {
+        const PictureView view = PictureView::ofScene(level, width, height);
+        double left = width, right = 0, top = height, bottom = 0;
+        for (const PictureFace& face : level.faces)
+            for (const PictureCorner& corner : face.loops[0]) {
+                const PicturePoint seen = view.project(view.toViewer(corner.at));
+                left = std::min(left, seen.x);
+                right = std::max(right, seen.x);
+                top = std::min(top, seen.y);
+                bottom = std::max(bottom, seen.y);
+            }
+        EXPECT_NEAR(left, width - right, 0.01);
+        EXPECT_NEAR(top, height - bottom, 0.01);
+        EXPECT_GT(std::min(left, top), 0);
+        EXPECT_GT(std::max((right - left) / width, (bottom - top) / height), 0.9) << width << ' ' << height;
+    }
 }
 
 TEST(Picture, ACutLoopKeepsItsAreaOnBothSidesTogether) {
@@ -148,21 +188,6 @@ TEST(Picture, AnSvgNamesRoomsExitsAndEntitiesOnThePlan) {
         EXPECT_NE(svg.find(text), std::string::npos) << text;
     EXPECT_LT(svg.rfind("fill-rule"), svg.find("stroke=\"#009650\"")); // the exit's line lies over both floors
     EXPECT_NE(svg.find("stroke=\"#009650\""), std::string::npos);
-}
-
-/// A block between two corners, as a solid of a level.
-void addBlock(PictureScene& scene, const Vector& least, const Vector& most, I_Color color) {
-    for (const bool isTop : {false, true}) {
-        const double y = isTop ? most.y : least.y;
-        PictureFace face;
-        face.loops = {{{{least.x, y, least.z}}, {{least.x, y, most.z}}, {{most.x, y, most.z}}, {{most.x, y, least.z}}}};
-        face.normal = {0, isTop ? 1.0 : -1.0, 0};
-        face.color = color;
-        face.isSolid = true;
-        scene.faces.push_back(face);
-    }
-    scene.box.expand(least);
-    scene.box.expand(most);
 }
 
 TEST(Picture, APlanLeavesOutWhatIsOverFloorsWithSpaceBetween) {

@@ -134,8 +134,9 @@ class CN_2DPolygon::Contours {
         return edge != nullptr;
     }
 
-    /// Where an area falls into several loops, its flag is that of the largest; one that runs the other way is cut out of
-    /// it, or stands in it where it is a hole itself.
+    /// Where an area falls into several loops, its flag is that of the largest. One that runs the other way is cut out of
+    /// it, or stands in it where it is a hole itself; one beside it, as of a contour that crosses itself at a corner, is of
+    /// its kind and is turned to run as it does.
     static void tellHoles(const std::vector<LassoContainer*>& loops) {
         if (loops.size() < 2)
             return;
@@ -147,11 +148,28 @@ class CN_2DPolygon::Contours {
                 twice += (edge.point(0) - origin).cross(edge.point(1) - origin);
             areas.push_back(twice);
         }
-        const double largest = *std::max_element(areas.begin(), areas.end(),
-                                                 [](double a, double b) { return std::fabs(a) < std::fabs(b); });
-        for (std::size_t i = 0; i < loops.size(); ++i)
-            if ((areas[i] > 0) != (largest > 0))
+        const auto largest =
+            static_cast<std::size_t>(std::max_element(areas.begin(), areas.end(),
+                                                      [](double a, double b) { return std::fabs(a) < std::fabs(b); }) -
+                                     areas.begin());
+        for (std::size_t i = 0; i < loops.size(); ++i) {
+            if ((areas[i] > 0) == (areas[largest] > 0))
+                continue;
+            if (intersectLasso(*loops[i]->edges.first(), *loops[largest]))
                 loops[i]->isHole = loops[i]->isHole ? 0 : 1;
+            else
+                turn(*loops[i]);
+        }
+    }
+
+    static void turn(LassoContainer& loop) {
+        std::vector<CN_2DEdge> edges(loop.edges.begin(), loop.edges.end());
+        std::reverse(edges.begin(), edges.end());
+        loop.edges.clear();
+        for (CN_2DEdge& edge : edges) {
+            edge.swap();
+            loop.edges.add(edge);
+        }
     }
 
     CN_2DPolygon& m_polygon;

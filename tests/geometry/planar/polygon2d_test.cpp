@@ -285,6 +285,11 @@ TEST(PlanarPolygon, ContoursBecomeLoops) {
          {0},
          {big},
          {reversed(square(1, 1, 2))}},
+        {"two that meet where it crosses itself",
+         {{{0, 0}, {0, 4}, {4, 2}, {6, 1}, {6, 3}, {4, 2}}},
+         {0},
+         {{{0, 0}, {0, 4}, {4, 2}}, {{6, 1}, {4, 2}, {6, 3}}},
+         {}},
         {"corners on lines", {{{0, 0}, {0, 1}, {0, 4}, {4, 4}, {4, 0}, {2, 0}}}, {0}, {big}, {}},
         {"spike", {{{0, 0}, {0, 4}, {2, 4}, {2, 6}, {2, 4}, {4, 4}, {4, 0}}}, {0}, {big}, {}},
         {"spike onto another's side",
@@ -405,6 +410,43 @@ TEST(PlanarPolygon, TellsHolesByWhereTheyLie) {
     EXPECT_EQ(to->point(0), PlanarPoint(5, 5));
 }
 
+/// Whether the loops hold, by vote, what lies to the right of the edge's middle.
+bool isBeside(test::RayVote& vote, const CN_2DEdge& edge, const PlanarShape& loops) {
+    const PlanarPoint middle = (edge.point(0) + edge.point(1)) * 0.5;
+    return vote.isInside(loops, middle + edge.getNormal() * SNAP);
+}
+
+TEST(PlanarPolygon, LoopsHoldWhatAVoteSays) {
+    test::RandomShapes shapes(21);
+    test::RayVote vote(22);
+    int held = 0;
+    for (int round = 0; round < 40; ++round) {
+        PlanarShape shape = shapes.next();
+        shape.push_back(shapes.star({50, 3}, 1, 9, 7)); // no hole is in it
+        gpc_polygon contours;
+        for (std::size_t i = 0; i < shape.size(); ++i)
+            addContour(contours, shape[i], i > 0 && i + 1 < shape.size());
+        CN_2DPolygon planar = Ground().planar();
+        planar.createFrom(&contours);
+        ASSERT_EQ(planar.getLassos().count(), static_cast<int>(shape.size()));
+        for (const LassoContainer& lasso : planar.getLassos()) {
+            PlanarShape others;
+            for (const LassoContainer& other : planar.getLassos())
+                if (&other != &lasso)
+                    others.push_back(pointsOf(other));
+            for (const CN_2DEdge& edge : lasso.edges) {
+                ASSERT_EQ(planar.intersectAll(edge, lasso.lassoId) != 0, isBeside(vote, edge, others)) << round;
+                for (const LassoContainer& other : planar.getLassos()) {
+                    const bool inside = isBeside(vote, edge, {pointsOf(other)});
+                    ASSERT_EQ(CN_2DPolygon::intersectLasso(edge, other) != 0, inside) << round;
+                    held += inside && &other != &lasso;
+                }
+            }
+        }
+    }
+    EXPECT_GT(held, 500);
+}
+
 TEST(PlanarPolygon, ClosesOutlinesGreedily) {
     Ground ground({square(0, 0, 4)});
     CN_2DPolygon planar = ground.planar();
@@ -454,6 +496,35 @@ TEST(PlanarPolygon, WritesPolygons) {
         }
         EXPECT_DOUBLE_EQ(polygon.calcArea(), 12);
     }
+}
+
+TEST(PlanarPolygon, WritesPolygonsOfAnotherMeshInTheWorld) {
+    Ground ground({square(0, 0, 4)});
+    ground.polygon->updatePointOnPlane();
+    // A quarter about Z: the ground's X runs up, what looked up looks along -X.
+    ground.mesh.setRotation({{0, 1, 0}, {-1, 0, 0}, {0, 0, 1}});
+    ground.mesh.setPosition({10, 20, 30});
+    ground.mesh.handleOwnHierarchy();
+    ASSERT_EQ(ground.polygon->getWorldNormal(), Vector(-1, 0, 0));
+    CN_LevelEntityMesh& target = *test::addFixture(ground.document, "target");
+
+    const CN_2DPolygon::PlanarSpace world({{0, 1, 0}, {0, 0, 1}, {-1, 0, 0}}, {10, 20, 30}, {0, 0});
+    CN_2DPolygon planar(ground.polygon, SNAP, world);
+    gpc_polygon contours;
+    addContour(contours, square(1, 1, 3), 0);
+    planar.createFrom(&contours);
+    const std::vector<CN_Polygon*> polygons = planar.outputPolygons(&target, false, false);
+    ASSERT_EQ(polygons.size(), 1u);
+    CN_Polygon& polygon = *polygons[0];
+    EXPECT_EQ(polygon.getEdgeList().first()->getLocal(0), Vector(10, 21, 31));
+    EXPECT_EQ(polygon.getNormal(), Vector(-1, 0, 0));
+    EXPECT_EQ(polygon.getReferenceNormal(), Vector(-1, 0, 0));
+    EXPECT_EQ(polygon.getPointOnPlane(), Vector(10, 22.5, 32.5)) << "the middle of its own corners";
+    // Its texture runs over the world as the source's did.
+    const auto before = ground.polygon->getUVSpace(0).toUV({3, 0, 2}), after = polygon.getUVSpace(0).toUV({10, 23, 32});
+    EXPECT_EQ(before, after);
+    polygon.triangulize(false);
+    EXPECT_DOUBLE_EQ(polygon.calcArea(), 9);
 }
 
 TEST(PlanarPolygon, PiecesOfAPolygonAreUnited) {
