@@ -32,9 +32,9 @@ class BoxSpan {
     void add(int corner, double at, double depth) { m_corners[static_cast<std::size_t>(corner)] = {at, depth}; }
 
     double nearest() const {
-        return std::min_element(m_corners.begin(), m_corners.end(), [](const Corner& a, const Corner& b) {
-                   return a.depth < b.depth;
-               })->depth;
+        return std::min_element(m_corners.begin(), m_corners.end(),
+                                [](const Corner& a, const Corner& b) { return a.depth < b.depth; })
+            ->depth;
     }
     /// How far back the picture's two sides want the viewer, who stands half-way between what they want.
     double distance() const {

@@ -130,7 +130,7 @@ TEST(Validate, NamesWhatDoesNotHoldInAMesh) {
              m.addVertex(Vector(2, 0, 7));
              test::fixturePolygon(m, {{0, 1, 2, 3, 8}});
          }},
-        {"polygon-untriangulated@0",
+        {"polygon-space-plane@0 polygon-untriangulated@0",
          [](CN_LevelEntityMesh& m) { // a texture seen from the edge
              first(m).accessTriangleList().clear();
              first(m).accessUVSpaces()[0].space.setMatrix(CN_Polygon::Matrix());
