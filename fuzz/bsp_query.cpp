@@ -109,8 +109,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             tree.classify2(tree.getRoot(), &piece, alreadyCoplanar);
         if (planes.count() < 8)
             planes.add(piece.getPlane());
-        tree.insertBounding(tree.accessRoot(), &piece);
     }
+    // Afterwards, as a tree that has grown answers node by node.
+    for (const CN_Ngon& piece : ngons)
+        tree.insertBounding(tree.accessRoot(), &piece);
     if (!ngons.empty())
         tree.insertSplit(parts, *ngons.first(), planes, planes.first());
     return 0;

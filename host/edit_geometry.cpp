@@ -109,7 +109,13 @@ void editSplit(Editor& editor, Words words) {
         throw EditRefusal(fmt::format("the plane does not cut \"{}\"", toShownText(words[0])));
     CN_Mesh& mesh = *polygon.getParent();
     std::vector<CN_Polygon*> made, front;
+    const int before = mesh.getPolygonList().count();
     polygon.split(plane, &mesh, &made, &front, true);
+    if (made.empty() || front.empty()) { // a plane nearly along the polygon, or a side that is too thin
+        while (mesh.getPolygonList().count() > before)
+            mesh.deletePolygon(mesh.accessPolygonList().last());
+        throw EditRefusal(fmt::format("the plane does not cut \"{}\" in two", toShownText(words[0])));
+    }
     made.insert(made.end(), front.begin(), front.end());
     mesh.deletePolygon(&polygon);
     finish(mesh, made);

@@ -85,6 +85,9 @@ TEST_F(EditGeometry, CutsAndUnites) {
     }
     EXPECT_THAT(faults(), testing::IsEmpty());
     EXPECT_EQ(run("split ::A#5 0 0 1 0 0 5"), "the plane does not cut \"::A#5\"");
+    EXPECT_EQ(run("box :: Flat 0 0 0 40 1 40\nsplit ::Flat#0 0.0012 0.9999992 0 20 0 0"),
+              "the plane does not cut \"::Flat#0\" in two");
+    EXPECT_EQ(mesh("::Flat").getPolygonList().count(), 6);
     EXPECT_EQ(run("split ::A#5 0 0 0 0 0 1"), "a plane has a normal other than 0 0 0");
     EXPECT_EQ(run("split ::A#7 0 0 1 0 0 1"), "there is no polygon \"::A#7\": ENTITY#INDEX");
     EXPECT_EQ(run("unify ::A#5 ::A#5"), "a polygon cannot be united with itself");

@@ -22,8 +22,6 @@ int CN_BSPTree::build(NgonList& ngons) {
 }
 
 int CN_BSPTree::buildRoot(NgonList& ngons) {
-    forgetSteps();
-    m_containedPolygons.clear(); // which names nodes that go
     m_root = CN_BSPNode::make();
     if (!build(ngons, m_root.get()))
         return 0;
@@ -33,6 +31,7 @@ int CN_BSPTree::buildRoot(NgonList& ngons) {
 
 int CN_BSPTree::build(NgonList& ngons, CN_BSPNode* node) {
     forgetSteps();
+    m_containedPolygons.clear(); // which may name nodes that go
     return F_withFoundationExceptions([&] { return CN_BSPBuilder(ngons).build(*node) ? 1 : 0; });
 }
 

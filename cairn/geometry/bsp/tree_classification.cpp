@@ -64,7 +64,9 @@ bool CN_BSPTree::parentContained(CN_Polygon* polygon, CN_BSPNode* node) const {
 /// cut: those on the positive side stay, the others go to `outside`.
 bool CN_BSPTree::divide(CN_BSPNode& node, std::list<CN_Ngon>& pieces, std::list<CN_Ngon>& outside) {
     CN_Polygon* const polygon = pieces.front().getSourcePolygon();
-    if (parentContained(polygon, &node) || node.contained(&pieces.front())) {
+    if (parentContained(polygon, &node))
+        return true;
+    if (node.contained(&pieces.front())) {
         m_containedPolygons.emplace(polygon, &node);
         return true;
     }

@@ -17,6 +17,7 @@ constexpr double FACING = 0.001;   // cosines snap to it
 
 void CN_BSPTree::createRoot(const CN_Triangle* triangle) {
     forgetSteps();
+    m_containedPolygons.clear();
     m_root = CN_BSPNode::make(triangle);
 }
 

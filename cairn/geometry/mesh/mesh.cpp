@@ -169,6 +169,7 @@ bool CN_Mesh::deletePolygon(CN_Polygon* polygon) {
         m_lastHitPolygon = nullptr;
     polygon->setMaterial(nullptr);
     m_polygonList.remove(polygon);
+    setGeometryDirty(); // also where it was the last one
     if (m_polygonList.empty())
         return false;
     invalidateObject(true);

@@ -56,6 +56,7 @@ void CN_Polygon::constructEdges() {
                 formatText("A corner of polygon %d is no vertex of its mesh", static_cast<int>(m_polygonIndex)));
     }
     m_edgeList.clear();
+    m_uvCalculated = false;
     for (std::size_t i = 0; i < corners.size(); ++i)
         m_edgeList.emplace(corners[i], corners[(i + 1) % corners.size()]).setParent(this);
     if (m_lists)
@@ -68,6 +69,7 @@ CN_Edge* CN_Polygon::addEdge(int a, int b, bool holeStart) {
     CN_Edge& edge = m_edgeList.emplace(a, b);
     edge.setParent(this);
     edge.setHoleStart(holeStart);
+    m_uvCalculated = false;
     return &edge;
 }
 

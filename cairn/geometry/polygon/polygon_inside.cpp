@@ -94,7 +94,8 @@ bool CN_Polygon::pointInPoly(const Vector& point, bool local) const {
     if (!hasArea(*this))
         return false;
     const Vector place = local ? point : requireMesh().worldToObject(point);
-    const CN_UVSpace* const base = m_uvSpaces.find(0);
+    // The extent of the base texture is as old as its last calculation where the light layer is shown.
+    const CN_UVSpace* const base = getUVSpaceID() == 0 ? m_uvSpaces.find(0) : nullptr;
     if (!place.isFinite() || (m_uvCalculated && base && isBeyondExtent(*base, place)))
         return false;
     const PlanarSpace space = getSpace();

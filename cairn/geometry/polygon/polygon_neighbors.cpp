@@ -36,14 +36,16 @@ bool shareSpace(const Stretch& edge, const Stretch& other, bool same, const Vect
         !(CN_lineDistance(other.end, edge.start, edge.end) < CN_SHARED_TOLERANCE))
         return false;
     const Vector along = (edge.end - edge.start).normalized();
-    const M_Matrix3Template<double> frame(along, normal, normal.cross(along));
-    if (!frame.isInvertible())
+    if (along == Vector())
         return false;
-    if (same) {
+    if (same) { // whatever the normal is
         point = edge.start;
         vector = edge.end - edge.start;
         return true;
     }
+    const M_Matrix3Template<double> frame(along, normal, normal.cross(along));
+    if (!frame.isInvertible())
+        return false;
     // Places along the edge.
     const M_Matrix3Template<double> inverse = frame.inverse();
     const auto place = [&](const Vector& p) { return ((p - edge.start) * inverse).x; };

@@ -1,5 +1,5 @@
 #include "cairn/geometry/lines.h"
-#include "cairn/geometry/polygon/polygon.h"
+#include "cairn/geometry/mesh/mesh.h"
 
 #include <algorithm>
 #include <cmath>
@@ -87,6 +87,8 @@ double CN_Polygon::angle(const Vector& a, const Vector& b, bool unitVectors) {
 }
 
 void CN_Polygon::flip(bool retriangulate) {
+    if (m_parent)
+        m_parent->setBSPDirty();
     m_normal = -m_normal;
     m_referenceNormal = -m_referenceNormal;
     // All three are read before one is written: a key that is missing reads as space 0.
@@ -105,6 +107,8 @@ void CN_Polygon::flip(bool retriangulate) {
 }
 
 void CN_Polygon::flipVertexOrder() {
+    if (m_parent)
+        m_parent->setBSPDirty();
     if (!lists().vertexBuffer.empty()) {
         m_lists->vertexBuffer.reverse();
         return;

@@ -244,6 +244,9 @@ void CN_Polygon::triangulize(bool convexify) {
     if (!lists().vertexBuffer.empty())
         constructEdges();
     m_triangleList.clear();
+    m_uvCalculated = false; // the outline may be another one
+    if (m_parent)
+        m_parent->setBSPDirty();
     CN_2DPolygon planar = makePlanar();
     if (planar.isClockwise() == 0) {
         if (m_polygonIndex != NO_INDEX)

@@ -422,6 +422,18 @@ TEST(BSPTree, ClassifiesThePiecesOfPolygons) {
         }
         EXPECT_TRUE(polygon.getNgonList().first()->isLocal());
     }
+    // Beyond the wall x = 0 by less than a sliver's thickness, and by more.
+    for (const double beyond : {5e-5, 5e-4}) {
+        CN_LevelEntityMesh& mesh = *test::addFixture(document, "Strip");
+        for (const Vector& corner : {Vector(-beyond, 1, 2), {-beyond, 1, 4}, {2, 1, 4}, {2, 1, 2}})
+            mesh.addVertex(corner);
+        CN_Polygon& polygon = *test::fixturePolygon(mesh, {{0, 1, 2, 3}});
+        test::finishFixture(mesh);
+        tree.classify2(&polygon, false);
+        const int all = polygon.getNgonList().count();
+        tree.classify2(&polygon, true);
+        EXPECT_EQ(polygon.getNgonList().count() < all, beyond < 1e-4) << beyond;
+    }
     CN_BSPTree empty;
     const CN_Ngon piece = square(2, 1, {4, 2, 0});
     EXPECT_EQ(empty.classify2(nullptr, &piece, 0), CN_Ngon::CLASSIFICATION_OUTSIDE);

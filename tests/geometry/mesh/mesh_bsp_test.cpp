@@ -49,6 +49,30 @@ TEST(MeshBSP, IsMadeAnewForWhatHasChanged) {
     EXPECT_NE(guard.log(), "");
 }
 
+TEST(MeshBSP, FollowsTheTrianglesOfItsPolygons) {
+    test::ShelfDocument document;
+    CN_LevelEntityMesh& room = *test::boxRoom(document);
+    const Vector outside(10, 2, 3);
+    std::vector<CN_Polygon*> pieces;
+    room.accessPolygonList()[4].split({Vector(0, 0, 1), Vector(8, 2, 3)}, &room, &pieces, &pieces, true);
+    ASSERT_EQ(pieces.size(), 2U);
+    room.deletePolygon(&room.accessPolygonList()[4]);
+    room.handleOwnHierarchy();
+    EXPECT_TRUE(room.isPositionInside(outside)) << "the pieces have no triangles yet";
+    for (CN_Polygon* const piece : pieces)
+        piece->triangulize(true);
+    EXPECT_FALSE(room.isPositionInside(outside));
+    for (CN_Polygon& polygon : room.accessPolygonList())
+        polygon.flip(false);
+    EXPECT_TRUE(room.isBSPDirty());
+
+    CN_LevelEntityMesh& floor = *test::unitFloor(document);
+    EXPECT_TRUE(floor.isPositionInside({0, 1, 0}));
+    const test::ProcessStateGuard guard;
+    floor.deletePolygon(floor.accessPolygonList().first());
+    EXPECT_FALSE(floor.isPositionInside({0, 1, 0})) << "the last one is gone";
+}
+
 TEST(MeshBSP, TakesExitsToOtherMeshesForWalls) {
     test::ShelfDocument document;
     CN_LevelEntityMesh& room = *test::twoRooms(document);
