@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cairn/containers/dl_list.h"
 #include "cairn/math/vector3.h"
 
 #include <utility>
@@ -61,6 +62,15 @@ class CN_Edge {
     bool sharesSpace(const CN_Edge* other, Vector& point, Vector& vector) const;
     /// The same in the mesh's space.
     bool sharesSpaceLocal(const CN_Edge* other, Vector& point, Vector& vector) const;
+    /// True if the edge, of a polygon beside a group that moves, can follow the group's plane to `newNormal` and `distance` along
+    /// the first member's reference normal. An edge that touches no member is appended to `farEdges`.
+    bool requestPlaneIntersect(const F_DLList<CN_Polygon*>& group, F_DLList<CN_Edge*>& farEdges, double distance,
+                               const Vector& newNormal, double minEdgeLength);
+    /// Appends the places of both ends and whether one of them, the one in the group, moves to where the edge's line meets
+    /// the plane, and gives that; an edge of the group's outline stays.
+    bool intersectWithPlane(const F_DLList<CN_Polygon*>& group, const Vector& planePoint, const Vector& planeNormal,
+                            F_DLListInit<Vector>& startOut, F_DLListInit<Vector>& endOut,
+                            F_DLListInit<bool>& changedOut);
     /// @}
 
   private:

@@ -3,6 +3,9 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/math/matrix3.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace cairn {
 
 /// What goes wrong with planes.
@@ -33,6 +36,23 @@ template <class T> class M_Plane3Template {
         if ((da > T(0) && db < T(0)) || (da < T(0) && db > T(0)) || (da == T(0) && db == T(0)))
             return 0;
         return da + db > T(0) ? 1 : -1;
+    }
+
+    /// Where the line through `start` along `direction`, of any length, meets the plane: true, and `out` is set. False for a
+    /// line that runs along the plane.
+    bool intersectLine(M_Vector3Template<T>& out, const M_Vector3Template<T>& start,
+                       const M_Vector3Template<T>& direction) const {
+        const T across = m_normal.dot(direction);
+        if (across == T(0))
+            return false;
+        out = start + direction * ((m_normal.dot(m_point) - m_normal.dot(start)) / across);
+        return true;
+    }
+    /// True if the planes are as good as one: their normals, whichever way they point, are less than `maxAngle` radians apart,
+    /// and the other plane's point is nearer than `maxDistance` to this one.
+    bool matches(const M_Plane3Template& other, T maxAngle, T maxDistance) const {
+        return std::acos(std::clamp(std::abs(m_normal.dot(other.m_normal)), T(-1), T(1))) < maxAngle &&
+               std::abs(distance(other.m_point)) < maxDistance;
     }
 
     const M_Vector3Template<T>& getNormal() const { return m_normal; }

@@ -15,6 +15,13 @@ inline double maxAbsComponent(const M_Vector3Template<double>& v) {
     return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)});
 }
 
+/// Puts each component onto the grid of `step` that is nearer to it than `tolerance`.
+inline void snapVector(M_Vector3Template<double>& v, double step, double tolerance) {
+    for (int i = 0; i < 3; ++i)
+        if (const double snapped = snapToGrid(v[i], step); std::abs(snapped - v[i]) < tolerance)
+            v[i] = snapped;
+}
+
 /// Makes a nearly axis-aligned plane, of a unit normal through a point, exact. A normal with a component beyond 0.99999 becomes
 /// that axis, and the point the one of the plane on it. Another one loses its first component below 1e-5, and the point the
 /// same one. The point's components go to the grid of 0.0125 where they are nearer to it than 0.001.

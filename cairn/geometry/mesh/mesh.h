@@ -7,6 +7,7 @@
 #include "cairn/geometry/polygon/polygon.h"
 #include "cairn/geometry/vertex.h"
 #include "cairn/math/bbox.h"
+#include "cairn/math/plane3.h"
 #include "cairn/platform/handlers.h"
 
 #include <map>
@@ -20,7 +21,9 @@ namespace cairn {
 
 class CN_BSPTree;
 class CN_LevelEntityPolygonGroup;
+class CN_PlaneMover;
 struct CN_HangingStretch;
+enum class CN_PlaneMoveRefusal : int;
 
 /// Version of the chunk that holds a mesh.
 inline constexpr int CAIRN_MESH_VERSION = 9;
@@ -68,6 +71,12 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// date. Nothing changes where the rotation has no inverse, nor where a dynamic mesh has keyframes that its own
     /// placement, without inverse, cannot bring along.
     void changeSpaceExplicit(const M_Matrix4x3Template<double>& m) override;
+    /// Meets the polygons, the last of those that are equally near, and remembers which (`getLastHitPolygon`). A mesh whose
+    /// bounding sphere the ray meets loses the selection marks of all its polygons. `filter` (may be null) is asked about each
+    /// polygon and true leaves it out; `cull` leaves out those that look along the ray or at right angles to it. A ray that
+    /// starts in a polygon's plane does not meet it. The bounding radius must be current (`calculateBoundingBox`).
+    bool intersectRay(Vector& point, double& distance, const Vector& origin, const Vector& direction, bool cull,
+                      bool local, CN_RayFilter filter) override;
     /// With `deep` the geometry is marked as changed.
     void invalidateObject(bool deep) override;
     /// Marks coordinates and lightmap mapping of all polygons as stale.
@@ -195,6 +204,101 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     void calculateVertexNormalsForTriangles(std::map<CN_Triangle*, std::vector<Vector>>& result, bool geometry);
     /// @}
 
+    /// @name Plane moves (mesh_plane_moves.cpp)
+    /// A polygon is pushed or tilted with all that lies in its plane and hangs together with it, and the mesh stays closed and
+    /// flat: corners slide along the edges and planes around. A move is done whole or refused, with no message and nothing
+    /// changed but boxes and shared edge lists. It looks at where corners end up, not at what lies on the way. Corners must be
+    /// shared by index: after a cut, T-junctions and a weld come first. Not for a polygon of another mesh.
+    /// @{
+    /// Moves the plane of `polygon` by `distance` along its `getReferenceNormal`, or, `rotating`, by `matrix` about `center` of
+    /// the mesh's space. False where it is refused: see `CN_PlaneMoveRefusal`. No edge that is longer becomes as short as
+    /// `minEdgeLength`. A tilt leaves the reference normal behind, so that the next push goes along the old direction. The new
+    /// triangles have no coordinates until `CN_Polygon::calculateUVCoordinates`. Cost: near linear in what is looked at.
+    bool movePolygonPlaneWorker(CN_Polygon* polygon, double distance, double minEdgeLength, bool rotating,
+                                Matrix matrix, Vector center);
+    /// The same move, and why it was refused.
+    CN_PlaneMoveRefusal tryMovePolygonPlane(CN_Polygon* polygon, double distance, double minEdgeLength, bool rotating,
+                                            Matrix matrix, Vector center);
+    /// Tilts the plane by `angle` radians, in single precision, about the axis from one point to another of the mesh's space;
+    /// a positive angle about +Z takes +X to +Y. The hierarchy is brought up to date in any case.
+    bool rotatePolygonPlane(CN_Polygon* polygon, const Vector& axisStart, const Vector& axisEnd, double angle,
+                            double minEdgeLength);
+    CN_PlaneMoveRefusal tryRotatePolygonPlane(CN_Polygon* polygon, const Vector& axisStart, const Vector& axisEnd,
+                                              double angle, double minEdgeLength);
+    /// False where edges leave the group of polygons at a vertex in two directions, which no move can follow both.
+    bool checkCoplanarVertices(int vertex, const F_DLList<CN_Polygon*>& group);
+    /// False where a polygon of `border` that is not parallel to `normal` holds the vertex, and no edge there runs in such a
+    /// polygon's plane.
+    bool checkEdgePlaneDeadlock(int vertex, const Vector& normal, const F_DLList<CN_Polygon*>& border);
+    /// Makes a closed prism of a polygon with more than two collected corners and no edges yet: a cap at `distance` along its
+    /// normal and a side for each edge are added. World normals are right after `handleOwnHierarchy`.
+    void loftPolygon(CN_Polygon* polygon, double distance);
+    /// @}
+
+    /// @name Welding (mesh_welding.cpp; see geometry/welding.h)
+    /// Merges vertices and planes that nearly coincide. One weld runs to its end before another starts, in a process. All work is
+    /// in the mesh's space.
+    /// @{
+    using PlaneGroups = std::vector<std::vector<M_Plane3Template<double>>>;
+    using PlaneGroupOfPolygon = std::map<CN_Polygon*, std::pair<int, bool>>;
+    /// Fills the table of groups: each vertex strictly nearer than `radius` to one of a group is in it, and the first vertex
+    /// of the list holds it. Cost: near linear in vertices and in what lies within the radius.
+    void createWeldGroups(double radius);
+    /// Moves the group of `other` into that of `keeper`, with all that is tied to it.
+    void addWeldVertices(CN_Vertex& keeper, CN_Vertex& other);
+    /// Merges the groups of `createWeldGroups` and planes within one degree and `radius`, puts each vertex that stays where the
+    /// planes around it meet, deletes polygons that collapse, and writes what it did into `report`. With three groups or
+    /// fewer it does nothing. Merged normals are plain means, not made unit. Pieces of triangulations may hold a corner twice
+    /// afterwards: triangulate before anything that merges them.
+    void weldVertices(double radius, CString& report);
+    void temporaryCreateWeldGroupsAndWeldVertices(double groupRadius, double weldRadius, CString& report);
+    /// Puts every vertex where the planes of the polygons that begin an edge there meet. Cost: near linear in corners.
+    void reworkVerticesWithoutWelding();
+    /// Groups the planes of the mesh's polygons that lie within one degree and `distance` of a group's first one, and tells
+    /// for each polygon its group and whether it faces against that one.
+    static void s_matchPlanes(CN_Mesh* mesh, double distance, PlaneGroups& groups, PlaneGroupOfPolygon& polygonMap);
+    /// The mean of each group.
+    static void s_createFinalPlanes(const PlaneGroups& groups, std::vector<M_Plane3Template<double>>& finals);
+    /// Of the polygons that begin an edge at the vertex's group, or have it well inside an edge, one for each direction.
+    std::vector<CN_Polygon*> getNearbyPolygons(CN_Vertex& vertex, double radius);
+    /// Where the planes of those meet, near the mean of the group; zero without a group.
+    Vector calculateVertexPosition(CN_Vertex& vertex, double radius);
+    /// @}
+
+    /// @name Restructuring (mesh_restructuring.cpp, mesh_parts.cpp, mesh_transforming.cpp)
+    /// @{
+    /// Walks from `start` over polygons that are `CN_Polygon::jumpable`: `reached` gets those it meets, in their order, and
+    /// `rest` the others in list order. True where that cuts the mesh in two, and for an exit that does not meet its partner.
+    bool separated(CN_Polygon* start, F_DLList<CN_Polygon*>& reached, F_DLList<CN_Polygon*>& rest);
+    /// Makes two new meshes, siblings of this one, of what `separated` found; of a dynamic mesh one, of the part that holds
+    /// `polygon`. Exits and groups go along; each has its origin on the `grid` (0 for none). This mesh stays for the caller to
+    /// delete.
+    std::pair<CN_Mesh*, CN_Mesh*> separate(CN_Polygon* polygon, F_DLList<CN_Polygon*>& reached,
+                                           F_DLList<CN_Polygon*>& rest, double grid);
+    /// Fills a fresh mesh with copies of some polygons of `source`, whose sibling with the same settings it becomes.
+    void buildFrom(CN_Mesh* source, const F_DLList<CN_Polygon*>& polygons);
+    /// Appends copies of polygons of the same space whose vertices are there, from place `vertexOffset` on.
+    void copyPolygonsLocal(const PolygonList& polygons, int vertexOffset);
+    /// Appends the polygons of another mesh, where they are in the world. What leads to them and stands on them changes over;
+    /// `other` keeps them otherwise, for the caller to delete. World places of both must be current.
+    void join(CN_Mesh* other);
+    /// Reflects the geometry in the plane through the mesh's origin that is parallel to a plane of the world, and keyframes of
+    /// a dynamic mesh in the plane itself, or as the geometry with `relativeKeyframes`.
+    void mirror(const M_Plane3Template<double>& plane, bool relativeKeyframes);
+    /// Stretches the geometry about a point of its space, along its axes, or those of `space`, of the world: the first row by
+    /// `factors.x`, the third by `factors.y`, the second by `factors.z`. Throws an `F_Exception*`, and nothing has changed,
+    /// for a factor that is 0 or not finite. Negative factors turn the polygons' corners around.
+    void scale(const Vector& center, const Vector& factors, const M_Matrix4x3Template<double>* space);
+    /// Moves the origin to the mean of all vertices, on the `grid` of the parent's space (0 for none), without rotation.
+    void relocateCenter(double grid);
+    /// Destroys those of the candidates that share no stretch of an edge with another polygon, and gives their number. Boxes
+    /// must be current. No flag is set.
+    int deleteFloatingFaces(const std::set<CN_Polygon*>& candidates);
+    /// True if each edge of each polygon shares a stretch with one of another polygon. `openPolygons`, which may be null, gets
+    /// those for which it does not. Cost: near linear in edges and in what meets.
+    bool connected(std::set<CN_Polygon*>* openPolygons);
+    /// @}
+
     /// @name State
     /// @{
     bool isTrigger() const { return m_triggerProperties != nullptr; }
@@ -248,6 +352,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     bool onCanAdd(int entityId) override;
 
   private:
+    friend class CN_PlaneMover;
+
     CN_LevelEntity& accessEntity() override { return *this; }
     void initializeMembers();
     void dropPolygons();

@@ -367,6 +367,12 @@ class CN_Polygon {
     /// Finds the polygons of the mesh that share a stretch of an edge with this one in the world, in list order, among those
     /// whose boxes meet its own. Cost: a walk of the mesh's polygons; for all of them use `CN_Mesh::createSharedEdgeLists`.
     void createSharedEdgeList();
+    /// Appends the polygons that lie in one plane with this one and hang together with it, either way round, and that the list
+    /// does not hold yet; one that shares a corner only counts, too. Shared edge lists are made anew on the way.
+    void createListOfCoplanarNeighbors(F_DLList<CN_Polygon*>& list);
+    /// Appends the vertices of this polygon's edges, once each, that no edge of a polygon outside the group leaves out of its
+    /// plane.
+    void createListOfOnlyOwnVertices(const F_DLList<CN_Polygon*>& group, F_DLList<int>& list);
     /// @}
 
     /// @name Exit (polygon_exits.cpp; see geometry/exits.h)
