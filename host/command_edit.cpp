@@ -52,6 +52,8 @@ void runLine(Editor& editor, const EditLine& line, std::string_view subject, con
         editor.run(line.words);
         for (const std::string& note : editor.takeNotes())
             console.warn(subject, fmt::format("line {}: {}: {}", line.number, line.words.front(), note));
+        for (const std::string& told : editor.takeTold())
+            console.note(subject, fmt::format("line {}: {}: {}", line.number, line.words.front(), told));
     } catch (const EditRefusal& refusal) {
         refuse(refusal.what());
     } catch (F_Exception* e) {

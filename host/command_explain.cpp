@@ -25,7 +25,7 @@ struct ExplainOptions : CommonOptions {
 std::vector<Reason> explain(CN_LevelEntity& root, const ExplainOptions& options) {
     if (!findEntity(root, options.name))
         if (CN_Polygon* const polygon = findPolygon(root, options.name))
-            return polygon->isExitPolygon() ? explainExit(*polygon) : explainMesh(*polygon->getParent(), polygon);
+            return isOpening(*polygon) ? explainExit(*polygon) : explainMesh(*polygon->getParent(), polygon);
     CN_LevelEntity& entity = requireEntity(root, options.name, options.file);
     if (auto* const mesh = dynamic_cast<CN_Mesh*>(&entity))
         return explainMesh(*mesh, nullptr);

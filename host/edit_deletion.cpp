@@ -2,10 +2,17 @@
 
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/portal.h"
 #include "cairn/fsm/walkers.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "host/editor.h"
+#include "host/entity_text.h"
+#include "host/explain.h"
 #include "host/import_materials.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
 
 namespace cairn::host {
 
@@ -22,17 +29,24 @@ void Deletion::add(CN_LevelEntity& top) {
 }
 
 void Deletion::addExit(CN_Polygon* exit) {
-    for (; exit && exit->isExitPolygon() && m_isClosing.insert(exit).second; exit = exit->getExitDestination()) {
-        m_exits.push_back(exit);
-        CN_LevelEntityPortal* const portal = exit->getLevelEntityPortal();
-        if (portal && !m_isDying.contains(portal))
-            add(*portal);
-    }
+    if (!exit || !isOpening(*exit) || !m_isClosing.insert(exit).second)
+        return;
+    if (!m_isDying.contains(exit->getParent()) && CN_HierarchyUtils::isNonEditablePrefabContent(exit->getParent()))
+        throw EditRefusal(fmt::format("an exit of \"{}\" leads there, which belongs to its prefab",
+                                      toShownText(qualifiedName(*exit->getParent()))));
+    m_exits.push_back(exit);
+    CN_LevelEntityPortal* const portal = exit->getLevelEntityPortal();
+    if (portal && !m_isDying.contains(portal))
+        add(*portal);
 }
 
 void Deletion::run() {
-    for (std::size_t i = 0; i < m_dying.size(); ++i) // it grows by the portals of the ways back
-        gatherExits(*m_dying[i]);
+    gatherWaysIn();
+    for (std::size_t i = 0, k = 0; i < m_dying.size() || k < m_exits.size();) // both grow by the ways back
+        if (i < m_dying.size())
+            gatherExits(*m_dying[i++]);
+        else
+            addWaysInto(m_exits[k++]);
     for (CN_Polygon* const exit : m_exits)
         closeExit(*exit);
     ForEach_FSMDeleteObject deleteMessages(m_isDying);
@@ -48,12 +62,29 @@ void Deletion::run() {
     }
 }
 
+void Deletion::gatherWaysIn() {
+    for (CN_PreIterator it = m_document.accessLevel()->createIterator(); !it.end(); ++it)
+        if (auto* const mesh = dynamic_cast<CN_Mesh*>(*it))
+            for (CN_Polygon& polygon : mesh->accessPolygonList())
+                if (const CN_Polygon* const partner = polygon.getExitDestination())
+                    m_waysInto[partner].push_back(&polygon);
+}
+
+void Deletion::addWaysInto(const CN_Polygon* polygon) {
+    if (const auto ways = m_waysInto.find(polygon); ways != m_waysInto.end())
+        for (CN_Polygon* const way : ways->second)
+            addExit(way);
+}
+
 void Deletion::gatherExits(CN_LevelEntity& entity) {
     if (auto* const mesh = dynamic_cast<CN_Mesh*>(&entity))
-        for (CN_Polygon& polygon : mesh->accessPolygonList())
+        for (CN_Polygon& polygon : mesh->accessPolygonList()) {
             addExit(&polygon);
+            addWaysInto(&polygon);
+        }
     if (auto* const portal = dynamic_cast<CN_LevelEntityPortal*>(&entity))
-        addExit(portal->getPortalPolygon());
+        if (CN_Polygon* const exit = portal->getPortalPolygon(); exit && exit->getAttachedEntity() == portal)
+            addExit(exit); // another portal keeps it open
 }
 
 void Deletion::closeExit(CN_Polygon& exit) {

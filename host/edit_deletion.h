@@ -3,13 +3,14 @@
 #include "cairn/document/document.h"
 #include "cairn/entities/level_entity.h"
 
+#include <map>
 #include <set>
 #include <vector>
 
 namespace cairn::host {
 
-/// Takes entities and exits out of a level, and with each exit the way back: the exit that leads there becomes a wall, and its
-/// portal goes. Messages that name what goes are deleted.
+/// Takes entities and exits out of a level, and with them the exits that lead there, one way or back: they become walls, and
+/// their portals go. An exit that something leads to only one way stays. Messages that name what goes are deleted.
 class Deletion {
   public:
     /// The document must have a level and outlive the object.
@@ -23,6 +24,8 @@ class Deletion {
     void run();
 
   private:
+    void gatherWaysIn();
+    void addWaysInto(const CN_Polygon* polygon);
     void gatherExits(CN_LevelEntity& entity);
     void closeExit(CN_Polygon& exit);
 
@@ -32,6 +35,8 @@ class Deletion {
     std::set<const CN_LevelEntity*> m_isDying; ///< the same; looked up only
     std::vector<CN_Polygon*> m_exits;          ///< that become walls
     std::set<const CN_Polygon*> m_isClosing;   ///< the same; looked up only
+    std::map<const CN_Polygon*, std::vector<CN_Polygon*>>
+        m_waysInto; ///< the exits that lead to a polygon; looked up only
 };
 
 } // namespace cairn::host

@@ -1,4 +1,6 @@
 #include "cairn/entities/polygon_group.h"
+#include "cairn/entities/portal.h"
+#include "cairn/entities/radiosity_light.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/platform/handlers.h"
@@ -6,6 +8,7 @@
 #include "host/editor.h"
 #include "host/entity_text.h"
 #include "host/exit_link.h"
+#include "host/explain.h"
 #include "host/import_materials.h"
 #include "host/mesh_builder.h"
 #include "host/text.h"
@@ -23,23 +26,56 @@ using Words = std::span<const std::string>;
 using Vector = CN_LevelEntity::Vector;
 using Plane = M_Plane3Template<double>;
 
+/// The portal or light below the polygon's mesh that says it stands there.
+const CN_LevelEntity* findStandingOn(const CN_Polygon& polygon) {
+    for (const CN_LevelEntity* const child : polygon.getParent()->getChildren()) {
+        const auto* const portal = dynamic_cast<const CN_LevelEntityPortal*>(child);
+        const auto* const light = dynamic_cast<const CN_LevelEntityRadiosityLight*>(child);
+        if ((portal && portal->getPortalPolygon() == &polygon) || (light && light->getRadiosityPolygon() == &polygon))
+            return child;
+    }
+    return nullptr;
+}
+
+/// The polygon of an exit that leads to this one.
+const CN_Polygon* findWayTo(CN_LevelEntity& root, const CN_Polygon& polygon) {
+    for (CN_PreIterator it = root.createIterator(); !it.end(); ++it)
+        if (const auto* const mesh = dynamic_cast<const CN_Mesh*>(*it))
+            for (const CN_Polygon* const exit : mesh->getExitList())
+                if (exit->getExitDestination() == &polygon)
+                    return exit;
+    return nullptr;
+}
+
 /// Refuses a polygon that something stands on or leads through: it would be lost with it.
-void checkPlain(const CN_Polygon& polygon, const std::string& word) {
+void checkPlain(Editor& editor, const CN_Polygon& polygon, const std::string& word) {
     if (polygon.isExitPolygon())
         throw EditRefusal(fmt::format("\"{}\" is an exit: seal it first", toShownText(word)));
-    if (polygon.isLight())
-        throw EditRefusal(fmt::format("a light stands on \"{}\": delete it first", toShownText(word)));
+    if (const CN_LevelEntity* const standing = findStandingOn(polygon))
+        throw EditRefusal(fmt::format("\"{}\" stands on \"{}\": delete it first", toShownText(qualifiedName(*standing)),
+                                      toShownText(word)));
+    if (const CN_Polygon* const way = findWayTo(editor.root(), polygon))
+        throw EditRefusal(fmt::format("the exit \"{}#{}\" leads to \"{}\": seal it first",
+                                      toShownText(qualifiedName(*way->getParent())),
+                                      way->getParent()->findPolygonIndex(way), toShownText(word)));
+}
+
+/// Refuses what cannot become an exit as it is.
+void checkFitForExit(Editor& editor, const CN_Polygon& polygon, const std::string& word) {
+    checkPlain(editor, polygon, word);
+    if (CN_isDegenerate(polygon))
+        throw EditRefusal(fmt::format("\"{}\" encloses nothing", toShownText(word)));
+    if (polygon.getPolyMode() != PT_SOLID && polygon.getPolyMode() != PT_EXIT)
+        throw EditRefusal(fmt::format("\"{}\" is drawn in mode {}: only a solid polygon becomes an exit",
+                                      toShownText(word), polygon.getPolyMode()));
 }
 
 /// Brings all that is derived of new polygons up to date.
 void finish(CN_Mesh& mesh, const std::vector<CN_Polygon*>& made) {
     mesh.handleOwnHierarchy();
-    for (CN_Polygon* const polygon : made) {
+    for (CN_Polygon* const polygon : made)
         polygon->triangulize(true);
-        polygon->calculateUVCoordinates();
-        polygon->buildBoundingBox(true);
-    }
-    mesh.calculateBoundingBox();
+    refreshMesh(mesh);
     mesh.invalidateObject(true);
 }
 
@@ -55,13 +91,24 @@ bool cuts(const Plane& plane, const CN_Polygon& polygon) {
     return behind && front;
 }
 
+/// The groups of either, in the order in which they stand below the mesh.
+std::vector<CN_LevelEntityPolygonGroup*> groupsOf(const CN_Polygon& a, const CN_Polygon& b) {
+    std::vector<CN_LevelEntityPolygonGroup*> groups;
+    for (CN_LevelEntity* const child : a.getParent()->getChildren())
+        if (auto* const group = dynamic_cast<CN_LevelEntityPolygonGroup*>(child);
+            group && (a.getGroups().contains(group) || b.getGroups().contains(group)))
+            groups.push_back(group);
+    return groups;
+}
+
 /// Asks whether the polygons may become one; what the library would tell a user is the refusal.
 void checkUnifiable(const CN_Polygon& a, const CN_Polygon& b) {
     std::string why = "a polygon cannot be united with itself";
-    MessageBoxHandler before = setMessageBoxHandler([&why](const CString& text, unsigned) { why = text.str(); });
-    const bool may = a.canUnify(&b);
-    setMessageBoxHandler(std::move(before));
-    if (!may)
+    struct Listening {
+        MessageBoxHandler before;
+        ~Listening() { setMessageBoxHandler(std::move(before)); }
+    } const listening{setMessageBoxHandler([&why](const CString& text, unsigned) { why = text.str(); })};
+    if (!a.canUnify(&b))
         throw EditRefusal(toShownText(why));
 }
 
@@ -100,7 +147,7 @@ void editBox(Editor& editor, Words words) {
 
 void editSplit(Editor& editor, Words words) {
     CN_Polygon& polygon = editor.polygon(words[0]);
-    checkPlain(polygon, words[0]);
+    checkPlain(editor, polygon, words[0]);
     const Vector normal = Editor::vector(words.subspan(1)).normalized();
     if (normal == Vector())
         throw EditRefusal("a plane has a normal other than 0 0 0");
@@ -117,6 +164,9 @@ void editSplit(Editor& editor, Words words) {
         throw EditRefusal(fmt::format("the plane does not cut \"{}\" in two", toShownText(words[0])));
     }
     made.insert(made.end(), front.begin(), front.end());
+    for (CN_LevelEntityPolygonGroup* const group : polygon.getGroups())
+        for (CN_Polygon* const piece : made)
+            group->addPolygon(piece);
     mesh.deletePolygon(&polygon);
     finish(mesh, made);
 }
@@ -124,7 +174,7 @@ void editSplit(Editor& editor, Words words) {
 void editUnify(Editor& editor, Words words) {
     CN_Polygon &first = editor.polygon(words[0]), &second = editor.polygon(words[1]);
     for (const auto& [polygon, word] : {std::pair(&first, &words[0]), {&second, &words[1]}})
-        checkPlain(*polygon, *word);
+        checkPlain(editor, *polygon, *word);
     checkUnifiable(first, second);
     CN_Mesh& mesh = *first.getParent();
     CN_Polygon* const carrier = mesh.addPolygon();
@@ -135,6 +185,11 @@ void editUnify(Editor& editor, Words words) {
             mesh.deletePolygon(polygon);
         throw EditRefusal("they do not make one polygon");
     }
+    for (CN_LevelEntityPolygonGroup* const group : groupsOf(first, second)) {
+        group->addPolygon(made.front());
+        if (!group->isMember(&first) || !group->isMember(&second))
+            editor.note(fmt::format("only one of them was in the group \"{}\"", toShownText(group->getName().view())));
+    }
     mesh.deletePolygon(&first);
     mesh.deletePolygon(&second);
     finish(mesh, made);
@@ -143,7 +198,7 @@ void editUnify(Editor& editor, Words words) {
 void editExit(Editor& editor, Words words) {
     CN_Polygon *const a = &editor.polygon(words[0]), *const b = &editor.polygon(words[1]);
     for (const auto& [polygon, word] : {std::pair(a, &words[0]), {b, &words[1]}})
-        checkPlain(*polygon, *word);
+        checkFitForExit(editor, *polygon, *word);
     if (a == b)
         throw EditRefusal("an exit leads from one polygon to another");
     Editor::checkName(words[2]);
@@ -158,6 +213,10 @@ void editExit(Editor& editor, Words words) {
         editor.note("the exits do not meet: " + (pair.isAskew()   ? pair.angleText()
                                                  : pair.isApart() ? pair.gapText()
                                                                   : pair.areaText()));
+    for (const auto& [polygon, word] : {std::pair(a, &words[0]), {b, &words[1]}})
+        for (const Reason& reason : explainExit(*polygon))
+            if (reason.kind == "exit-hangs")
+                editor.note(fmt::format("\"{}\": {}", toShownText(*word), reason.message));
 }
 
 void editSmooth(Editor& editor, Words words) {
@@ -179,7 +238,7 @@ void editSmooth(Editor& editor, Words words) {
 
 void editSeal(Editor& editor, Words words) {
     CN_Polygon& polygon = editor.polygon(words[0]);
-    if (!polygon.isExitPolygon())
+    if (!isOpening(polygon))
         throw EditRefusal(fmt::format("\"{}\" is no exit", toShownText(words[0])));
     Deletion deletion(editor.document());
     deletion.addExit(&polygon);

@@ -35,6 +35,16 @@ constexpr EditCommand COMMANDS[] = {
      "ceiling, least "
      "x, greatest z, greatest x, least z",
      8, 9, editBox},
+    {"loft", "PARENT NAME DISTANCE X Y Z X Y Z X Y Z...",
+     "draws an outline, counter-clockwise seen from the side it looks to, and makes a prism of it: a room in front of "
+     "it, or with a negative distance a solid behind it",
+     12, ANY, editLoft},
+    {"push", "POLYGON DISTANCE [MINEDGE]",
+     "moves a polygon's plane along its normal, into the room, and what hangs on it; no edge becomes shorter than "
+     "MINEDGE (0.001)",
+     2, 3, editPush},
+    {"tilt", "POLYGON X0 Y0 Z0 X1 Y1 Z1 DEGREES [MINEDGE]",
+     "turns a polygon's plane about the axis between two places of the mesh's space", 8, 9, editTilt},
     {"split", "POLYGON NX NY NZ PX PY PZ",
      "cuts a polygon by the plane with that normal and point, in the mesh's space; the pieces behind and in front of "
      "it take its "
@@ -42,6 +52,29 @@ constexpr EditCommand COMMANDS[] = {
      7, 7, editSplit},
     {"unify", "POLYGON POLYGON", "makes one polygon of two that share an edge, at the end of their mesh", 2, 2,
      editUnify},
+    {"weld", "ENTITY RADIUS", "merges the corners of a mesh that lie within the radius, and planes that nearly agree",
+     2, 2, editWeld},
+    {"mirror", "ENTITY NX NY NZ PX PY PZ",
+     "reflects a mesh in the plane through its origin that is parallel to the plane given, keyframes in the plane "
+     "itself",
+     7, 7, editMirror},
+    {"scale", "ENTITY FX FY FZ", "stretches a mesh about its origin along its axes", 4, 4, editScale},
+    {"flip", "ENTITY", "turns all faces of a mesh over", 1, 1, editFlip},
+    {"join", "ENTITY ENTITY", "puts the polygons of the second mesh into the first, with what stands below it", 2, 2,
+     editJoin},
+    {"separate", "POLYGON GRID",
+     "makes a mesh of its own of the polygons that do not hang together with this one; origins go onto the grid, 0 for "
+     "none",
+     2, 2, editSeparate},
+    {"recenter", "ENTITY GRID", "moves a mesh's origin to its middle, on the grid of its parent, 0 for none", 2, 2,
+     editRecenter},
+    {"texture", "ENTITY CATEGORY MATERIAL [fit]",
+     "gives all polygons but exits the material; with fit its tiles' sizes, too", 3, 4, editTexture},
+    {"tjunctions", "ENTITY TOLERANCE", "puts corners where other polygons' corners lie on an edge", 2, 2,
+     editTJunctions},
+    {"dynamic", "ENTITY on|off", "lets a mesh move in the game, with a first keyframe and a state machine", 2, 2,
+     editDynamic},
+    {"keyframe", "ENTITY NAME", "keeps where a dynamic mesh stands now as a keyframe", 2, 2, editKeyframe},
     {"exit", "POLYGON POLYGON NAME", "makes two polygons exits that lead to each other, with portals of that name", 3,
      3, editExit},
     {"seal", "POLYGON", "makes an exit and the one behind it walls", 1, 1, editSeal},
@@ -111,6 +144,13 @@ CN_LevelEntity& Editor::movableEntity(const std::string& word) {
     if (&found == m_document.accessPlayer())
         throw EditRefusal("the player stays below the root, under its name");
     return found;
+}
+
+CN_Mesh& Editor::mesh(const std::string& word) {
+    auto* const mesh = dynamic_cast<CN_Mesh*>(&changeableEntity(word));
+    if (!mesh)
+        throw EditRefusal(fmt::format("\"{}\" has no polygons", toShownText(word)));
+    return *mesh;
 }
 
 CN_Polygon& Editor::polygon(const std::string& word) {

@@ -11,6 +11,11 @@
 #include <utility>
 #include <vector>
 
+namespace cairn {
+class CN_Mesh;
+class CN_Polygon;
+} // namespace cairn
+
 namespace cairn::host {
 
 /// What the commands of an edit script work on, and how they read their words. Each operation throws an `EditRefusal` that
@@ -42,6 +47,8 @@ class Editor {
     CN_LevelEntity& movableEntity(const std::string& word);
     /// The polygon that a word names: ENTITY#INDEX, of a mesh that may be changed.
     CN_Polygon& polygon(const std::string& word);
+    /// The mesh that a word names, which may be changed.
+    CN_Mesh& mesh(const std::string& word);
     /// Refuses a name that entities cannot have.
     static void checkName(const std::string& name);
     /// Puts a new entity of a kind below the parent and at a place in its space, under a name that must be free there.
@@ -51,6 +58,10 @@ class Editor {
     void note(const std::string& text) { m_notes.push_back(text); }
     /// The notes since the last call.
     std::vector<std::string> takeNotes() { return std::exchange(m_notes, {}); }
+    /// What a command reports of its work.
+    void tell(const std::string& text) { m_told.push_back(text); }
+    /// The reports since the last call.
+    std::vector<std::string> takeTold() { return std::exchange(m_told, {}); }
     /// A number that is finite.
     static double number(const std::string& word);
     static CN_LevelEntity::Vector vector(std::span<const std::string> words);
@@ -58,7 +69,7 @@ class Editor {
   private:
     CN_Document& m_document;
     const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
-    std::vector<std::string> m_notes;
+    std::vector<std::string> m_notes, m_told;
 };
 
 /// A command of the edit language.
@@ -92,6 +103,24 @@ void editUnify(Editor& editor, std::span<const std::string> words);
 void editExit(Editor& editor, std::span<const std::string> words);
 void editSeal(Editor& editor, std::span<const std::string> words);
 void editSmooth(Editor& editor, std::span<const std::string> words);
+/// @}
+
+/// Commands that change whole meshes and planes (edit_mesh.cpp, edit_parts.cpp).
+/// @{
+void editLoft(Editor& editor, std::span<const std::string> words);
+void editPush(Editor& editor, std::span<const std::string> words);
+void editTilt(Editor& editor, std::span<const std::string> words);
+void editWeld(Editor& editor, std::span<const std::string> words);
+void editMirror(Editor& editor, std::span<const std::string> words);
+void editScale(Editor& editor, std::span<const std::string> words);
+void editFlip(Editor& editor, std::span<const std::string> words);
+void editJoin(Editor& editor, std::span<const std::string> words);
+void editSeparate(Editor& editor, std::span<const std::string> words);
+void editRecenter(Editor& editor, std::span<const std::string> words);
+void editTexture(Editor& editor, std::span<const std::string> words);
+void editTJunctions(Editor& editor, std::span<const std::string> words);
+void editDynamic(Editor& editor, std::span<const std::string> words);
+void editKeyframe(Editor& editor, std::span<const std::string> words);
 /// @}
 
 /// Commands that change state machines (edit_machine.cpp).

@@ -100,6 +100,9 @@ void makeExit(CN_Polygon& polygon, CN_Polygon& partner, const std::string& name)
     portal.setName(CString(name), true);
     mesh.addOwned(std::move(made), false);
     portal.setPortalPolygon(&polygon);
+    // As of any mesh that has exits; a load would say so.
+    CN_MeshProperties& properties = mesh.accessMeshProperties();
+    properties.collideA = properties.collideB = properties.collideC = true;
     mesh.invalidateMapping();
     mesh.invalidateObject(true);
 }
@@ -129,8 +132,10 @@ std::string ExitPair::areaText() const {
 
 ExitPair compareExits(const CN_Polygon& a, const CN_Polygon& b) {
     ExitPair pair;
-    if (a.getEdgeList().empty() || b.getEdgeList().empty())
+    if (a.getEdgeList().empty() || b.getEdgeList().empty()) {
+        pair.angle = 0;
         return pair;
+    }
     const Vector n = a.getWorldNormal(), m = b.getWorldNormal();
     pair.angle = std::atan2(n.cross(m).length(), n.dot(m)) * 180 / std::numbers::pi;
     measureGap(a, b, pair);

@@ -127,16 +127,26 @@ class NearestStretches {
         if (!(length > 0))
             return;
         const Vector along = (own.to - own.from) / length;
-        constexpr double STEP = 4;
-        for (double radius = CN_LEVEL_TOLERANCE; m_nearest[at].stretch < 0; radius *= STEP) {
-            const double reach = std::min(radius, length);
+        // Gives true where a stretch has both ends within the reach, a box around the line.
+        const auto lookWithin = [&](double reach) {
+            bool found = false;
             std::unordered_map<int, int> seen; // looked up only
             const auto visit = [&](const CN_PointTree::Entry& end, double) {
                 const int other = end.number / 2;
-                if (m_open[static_cast<std::size_t>(other)].polygon != own.polygon && ++seen[other] == 2)
-                    offer(at, static_cast<std::size_t>(other));
+                if (m_open[static_cast<std::size_t>(other)].polygon == own.polygon || ++seen[other] != 2)
+                    return;
+                offer(at, static_cast<std::size_t>(other));
+                found = true;
             };
             m_ends.visitNear(own.from - along * reach, own.to + along * reach, reach, visit);
+            return found;
+        };
+        constexpr double STEP = 4;
+        for (double radius = CN_LEVEL_TOLERANCE;; radius *= STEP) {
+            if (lookWithin(std::min(radius, length))) {
+                lookWithin(std::min(m_nearest[at].distance, length)); // one in the box's corner is not the nearest yet
+                return;
+            }
             if (radius >= length)
                 return;
         }
@@ -190,6 +200,10 @@ Reason explainEdge(const CN_Mesh& mesh, const std::vector<CN_OpenEdge>& open, st
 
 } // namespace
 
+bool isOpening(const CN_Polygon& polygon) {
+    return polygon.isExitPolygon() || (polygon.getPolyMode() == PT_EXIT && !polygon.getMaterial());
+}
+
 std::vector<Reason> explainExit(CN_Polygon& exit) {
     std::vector<Reason> reasons;
     if (!exit.getLevelEntityPortal())
@@ -201,6 +215,11 @@ std::vector<Reason> explainExit(CN_Polygon& exit) {
              partner ? fmt::format("its partner {} does not lead back", polygonName(*partner)) : "it has no partner",
              {middleOf(exit)},
              {}});
+    if (exit.getPolyMode() != PT_EXIT || exit.getMaterial())
+        reasons.push_back({"exit-mode",
+                           exit.getMaterial() ? "it has a material, as walls have" : "its mode is not that of an exit",
+                           {middleOf(exit)},
+                           {}});
     explainHanging(exit, reasons);
     if (partner)
         explainPair(exit, *partner, reasons);
@@ -219,7 +238,7 @@ std::vector<Reason> explainMesh(CN_Mesh& mesh, const CN_Polygon* only) {
     if (only)
         return reasons;
     for (CN_Polygon& polygon : mesh.accessPolygonList())
-        if (polygon.isExitPolygon())
+        if (isOpening(polygon))
             for (Reason& reason : explainExit(polygon)) {
                 reason.message = fmt::format("exit {}: {}", polygonName(polygon), reason.message);
                 reasons.push_back(std::move(reason));

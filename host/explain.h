@@ -21,12 +21,16 @@ struct Reason {
     std::optional<double> length;               ///< of the stretch, or how far apart
 };
 
-/// Why an exit is not fully there. The level's world places must be current.
+/// True for an exit, and for an opening that leads nowhere: a polygon of an exit's mode without a partner.
+bool isOpening(const CN_Polygon& polygon);
+
+/// Why an exit, or an opening, is not fully there. The level's world places must be current.
 ///
 /// | kind           | what                                                                        | points and length            |
 /// |----------------|-----------------------------------------------------------------------------|------------------------------|
 /// | exit-no-portal | it has no portal                                                            |                              |
 /// | exit-unpaired  | its partner is not in the level or does not lead back                       |                              |
+/// | exit-mode      | it is drawn as a wall: its mode is not that of an exit, or it has a material |                              |
 /// | exit-hangs     | a stretch of its contour lies on no other polygon of the mesh               | its ends, its length         |
 /// | exit-touches   | the polygons that the contour lies on, where it hangs                       |                              |
 /// | exit-plane     | the partner lies off its plane                                              | the corner that is farthest off, the plane below it; the distance |

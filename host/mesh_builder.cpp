@@ -64,13 +64,18 @@ void MeshBuilder::addBox(const Vector& least, const Vector& sizes, bool inward, 
 
 void MeshBuilder::finish() {
     m_mesh.handleOwnHierarchy();
-    m_mesh.transform();
     m_mesh.triangulizeAll(true);
-    for (CN_Polygon& polygon : m_mesh.accessPolygonList()) {
-        polygon.calculateUVCoordinates();
+    refreshMesh(m_mesh);
+}
+
+void refreshMesh(CN_Mesh& mesh) {
+    mesh.handleOwnHierarchy();
+    for (CN_Polygon& polygon : mesh.accessPolygonList()) {
+        if (polygon.isUVDirty() || !polygon.isUVCalculated())
+            polygon.calculateUVCoordinates();
         polygon.buildBoundingBox(true);
     }
-    m_mesh.calculateBoundingBox();
+    mesh.calculateBoundingBox();
 }
 
 } // namespace cairn::host

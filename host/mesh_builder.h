@@ -6,6 +6,10 @@
 
 namespace cairn::host {
 
+/// Brings what derives of a mesh's corners and polygons up to date: world places, texture coordinates that are stale, boxes.
+/// Triangulations must be there. The mesh must be in its tree.
+void refreshMesh(CN_Mesh& mesh);
+
 /// Fills a mesh entity with polygons over corners that are given by their places.
 class MeshBuilder {
   public:

@@ -161,7 +161,7 @@ class SceneCollector {
     void addPortal(const CN_LevelEntityPortal& portal) {
         constexpr I_Color COLOR(0, 120, 60);
         const CN_Polygon* const polygon = portal.getPortalPolygon();
-        if (!polygon || polygon->getEdgeList().empty())
+        if (!polygon || !polygon->isExitPolygon() || polygon->getEdgeList().empty())
             return;
         const Vector middle = middleOf(*polygon);
         const CN_Polygon* const partner = polygon->getExitDestination();

@@ -232,8 +232,11 @@ void CN_ExitDestinationPointerDeserializer::visit(CN_LevelEntityPortal& portal) 
                       shownAddress(exit));
     if (number != CN_Polygon::NON_EXIT_INDEX)
         report(*exit, formatText("Sealed an exit: its partner, polygon %d, is not there or leads nowhere", number));
-    else if (exit->getPolyMode() == PT_EXIT) // else it is a wall already, as a load before this one left it
+    else if (exit->getPolyMode() == PT_EXIT)
         report(*exit, "Sealed an exit that has no partner");
+    else if (exit->getPolyMode() != PT_SOLID) // else it is a wall already, as a load before this one left it
+        report(*exit, formatText("A portal stands on a polygon of mode %u, which is no exit: made solid",
+                                 exit->getPolyMode()));
     exit->sealExit(m_sealMaterial);
 }
 

@@ -161,7 +161,9 @@ class MeshValidator {
     void checkPolygon(const CN_Polygon& polygon) {
         checkReferences(polygon);
         checkSpaces(polygon);
-        if (!polygon.isExitPolygon() && !polygon.getMaterial())
+        if (!polygon.isExitPolygon() && !polygon.getMaterial() && polygon.getPolyMode() == PT_EXIT)
+            add("exit-unpaired", "The exit leads nowhere");
+        else if (!polygon.isExitPolygon() && !polygon.getMaterial())
             add("material-missing", "The polygon has no material");
         if (polygon.isExitPolygon() && !polygon.getLevelEntityPortal())
             add("exit-no-portal", "The exit has no portal");
@@ -355,6 +357,8 @@ class MeshValidator {
             addInternal("polygon-attached", "The entity stands on a polygon of another mesh");
         else if (dynamic_cast<const CN_LevelEntityPortal*>(&node) && !(polygon && polygon->isExitPolygon()))
             add("exit-no-portal", "The portal stands on no exit");
+        else if (polygon && dynamic_cast<const CN_LevelEntityPortal*>(&node) && polygon->getAttachedEntity() != &node)
+            add("exit-no-portal", "The portal stands on an exit that has another one");
         m_findings.enter(m_mesh);
     }
 

@@ -38,7 +38,8 @@ inline constexpr double CN_LEVEL_TOLERANCE = 0.001;
 /// | polygon-untriangulated | a boundary that gives no triangles, or a triangulation that is there and leaves the |
 /// |                      | plane, does not cover the area or runs the other way; one that was not made is none   |
 /// | material-missing     | no exit and no material                                                               |
-/// | exit-no-portal       | an exit without a portal, a portal that stands on no exit                             |
+/// | exit-no-portal       | an exit without a portal, a portal that stands on no exit or on one with another      |
+/// | exit-unpaired        | a polygon of an exit's mode, without a material, that leads nowhere                   |
 /// | exit-mode            | an exit of another mode than `PT_EXIT`, or with a material                            |
 /// | mesh-open            | see `CN_findOpenEdges`, with the tolerance as slack, at least 1e-6                    |
 /// | broken-keyframe      | a keyframe's rotation of determinant 0                                                |

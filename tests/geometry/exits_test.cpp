@@ -22,12 +22,13 @@ using test::OldLevel;
 /// A level of one mesh of exits: exit i has the number i, or `numbers[i]` where there are such, and leads to `partners[i]`;
 /// those of `portals` have one.
 OldLevel levelOfExits(const std::vector<int>& partners, const std::vector<unsigned int>& portals,
-                      const std::vector<unsigned int>& numbers = {}, int polygonVersion = 3) {
+                      const std::vector<unsigned int>& numbers = {}, int polygonVersion = 3,
+                      unsigned int mode = PT_EXIT) {
     test::OldMesh mesh{.polygonVersion = polygonVersion, .polygons = {}};
     for (const int partner : partners) {
         const std::size_t place = mesh.polygons.size();
         const auto number = numbers.empty() ? static_cast<unsigned int>(place) : numbers[place];
-        mesh.polygons.push_back({.index = number, .mode = PT_EXIT, .exit = partner});
+        mesh.polygons.push_back({.index = number, .mode = mode, .exit = partner});
     }
     OldLevel level;
     level.root.children = {{.kind = CN_KIND_MESH, .name = "Room", .critical = false}};
@@ -41,8 +42,7 @@ OldLevel levelOfExits(const std::vector<int>& partners, const std::vector<unsign
 }
 
 /// What became of the exits: the place of the partner, "-" for none, each with "s" where it is a wall.
-std::string exitsOf(CN_Document& document) {
-    auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(*document.accessLevel()->getChildren().front());
+std::string exitsOf(const CN_LevelEntityMesh& mesh) {
     std::string text;
     for (const CN_Polygon& polygon : mesh.getPolygonList()) {
         const CN_Polygon* const partner = polygon.getExitDestination();
@@ -50,6 +50,10 @@ std::string exitsOf(CN_Document& document) {
                 (polygon.getPolyMode() == PT_SOLID ? "s " : " ");
     }
     return text;
+}
+
+std::string exitsOf(CN_Document& document) {
+    return exitsOf(dynamic_cast<CN_LevelEntityMesh&>(*document.accessLevel()->getChildren().front()));
 }
 
 TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
@@ -60,10 +64,12 @@ TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
         std::string exits;
         std::size_t findings; ///< beside that of the player
         std::vector<unsigned int> numbers = {};
+        unsigned int mode = PT_EXIT;
     };
     const Case cases[] = {
         {"a pair", {1, 0}, {0, 1}, "1 0 ", 0},
         {"a pair without portals", {1, 0}, {}, "1 0 ", 0},
+        {"two exits to one partner", {1, 0, 1}, {0, 1, 2}, "1 0 1 ", 0},
         {"two portals on one exit", {1, 0}, {0, 0, 1}, "1 0 ", 0},
         {"a partner that is not there", {1, 0, 77}, {0, 1, 2}, "1 0 -s ", 1},
         {"a partner that is no exit", {1, -1}, {0}, "-s - ", 1},
@@ -71,6 +77,8 @@ TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
         {"a portal on what is no exit", {-1}, {0}, "-s ", 1},
         {"a chain that ends nowhere", {1, 2, 77}, {0, 1, 2}, "-s -s -s ", 3},
         {"an exit into itself", {0}, {0}, "0 ", 0},
+        {"a portal on a polygon of another mode", {-1}, {0}, "-s ", 1, {}, PT_ADD},
+        {"a portal on a wall", {-1}, {0}, "-s ", 0, {}, PT_SOLID},
         {"two exits of one number", {1, 0, 1}, {}, "1 2 1 ", 1, {0, 1, 0}},
         {"the same, and the first leads nowhere", {77, 0, 1}, {}, "- 2 1 ", 2, {0, 1, 0}},
     };
@@ -78,12 +86,17 @@ TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
         SCOPED_TRACE(c.what);
         const test::ProcessStateGuard process;
         test::ShelfDocument shelf;
-        OldLevel level = levelOfExits(c.partners, c.portals, c.numbers);
+        OldLevel level = levelOfExits(c.partners, c.portals, c.numbers, 3, c.mode);
         level.materials = [&shelf](F_MemoryFile& file) { file << shelf.accessMaterials(); };
         CN_Document document;
         test::loadLevel(document, test::makeLevel(level));
         EXPECT_EQ(exitsOf(document), c.exits);
         EXPECT_EQ(document.getLoadReport().getFindings().size(), c.findings + 1);
+        if (c.exits == "1 0 -s ")
+            EXPECT_NE(process.log().find("LevelLoader      : Sealed exit 77 with name(::Room::Portal 2)\n"
+                                         "CN_ExitDestinationPointerDeserializer::visit : portal@"),
+                      std::string::npos)
+                << process.log();
         const auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(*document.accessLevel()->getChildren().front());
         for (const CN_Polygon& polygon : mesh.getPolygonList()) {
             const bool wall = polygon.getPolyMode() == PT_SOLID;
@@ -151,6 +164,49 @@ TEST(Exits, MayBeEnteredAgainUnderTheirNumberOrAnother) {
     deserializer->deserialize(document.accessLevel(), nullptr);
     EXPECT_EQ(a.getExitDestination(), &b);
     EXPECT_EQ(b.getExitDestination(), &b);
+}
+
+TEST(PolygonValidator, BindsExitsThatLeadToEachOtherAndMakesOthersSolid) {
+    const std::string notLinked = "Non-cross-linked exits!|";
+    const auto toNone = [](int exit, int partner) {
+        return "Exit " + std::to_string(exit) + " pointing to non-exit " + std::to_string(partner) + "!\nSolidifying.|";
+    };
+    struct Case {
+        const char* what;
+        std::vector<int> numbers;
+        std::string exits, messages;
+    };
+    const Case cases[] = {
+        {"a pair", {1, 0, -1}, "1 0 -s ", ""},
+        {"an exit into itself", {0, -1}, "0 -s ", ""},
+        {"a partner that is none", {1, -1}, "-s -s ", toNone(0, 1)},
+        {"a number beyond the level", {77, 2, 1}, "-s 2 1 ", toNone(0, 77)},
+        {"a number below none", {-5}, "-s ", toNone(0, -5)},
+        {"a ring", {1, 2, 0}, "-s -s -s ", notLinked + toNone(2, 0)},
+        {"a third one at a pair, after which one leads to a wall", {1, 0, 0}, "-s 0 -s ", notLinked},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const test::ProcessStateGuard process;
+        test::ShelfDocument document;
+        CN_LevelEntityMesh& mesh = *test::addFixture(document, "Exits");
+        for (const int number : c.numbers) {
+            CN_Polygon& polygon = *mesh.addPolygon();
+            polygon.setExitDestinationIndex(number);
+            polygon.setPolyMode(number < 0 ? PT_SOLID : PT_EXIT);
+        }
+        CN_PolygonValidator::instance()->validateExitDestinations(&document);
+        std::string messages;
+        for (const test::ShownBox& box : process.boxes())
+            messages += box.text + "|";
+        EXPECT_EQ(messages, c.messages);
+        EXPECT_EQ(exitsOf(mesh), c.exits);
+        if (!c.messages.empty())
+            continue;
+        CN_PolygonValidator::instance()->validateExitDestinations(&document);
+        EXPECT_EQ(exitsOf(mesh), c.exits) << "bound ones count by their partner";
+    }
+    CN_PolygonValidator::instance()->validateExitDestinations(nullptr);
 }
 
 TEST(PolygonValidator, NumbersPolygonsInTheTreesOrder) {

@@ -125,6 +125,38 @@ TEST_F(EditGeometry, LinksAndSealsExits) {
     EXPECT_THAT(faults(), testing::IsEmpty());
 }
 
+TEST_F(EditGeometry, ClosesWhatLeadsToAnExitOneWayButNotWhatItLeadsTo) {
+    const std::string rooms =
+        std::string(ROOMS) + "box :: C 0 0 6 8 4 6\nexit ::A#4 ::B#2 Door\nexit ::A#3 ::C#5 Hatch\n";
+    ASSERT_EQ(run(rooms), "");
+    face("::C", 5).setExitDestination(&face("::B", 2)); // no way back: the hatch leads to the door's other side
+    EXPECT_EQ(run("seal ::C#5"), "");
+    EXPECT_FALSE(face("::C", 5).isExitPolygon() || face("::A", 3).isExitPolygon())
+        << "the hatch led to what was sealed";
+    EXPECT_EQ(face("::A", 4).getExitDestination(), &face("::B", 2)) << "a door that both sides agree on";
+    EXPECT_EQ(face("::B", 2).getExitDestination(), &face("::A", 4));
+
+    ASSERT_EQ(run("exit ::A#3 ::C#5 Hatch"), "");
+    face("::C", 5).setExitDestination(&face("::B", 2));
+    EXPECT_EQ(run("delete ::B"), "");
+    for (const auto& [path, index] : {std::pair("::A", 4), {"::C", 5}, {"::A", 3}}) {
+        EXPECT_FALSE(face(path, index).isExitPolygon()) << path << index;
+        EXPECT_EQ(face(path, index).getPolyMode(), PT_SOLID) << path << index;
+    }
+    EXPECT_THAT(faults(), testing::IsEmpty());
+
+    // A portal on a wall, as a load leaves where the partner is lost.
+    auto portal = std::make_unique<CN_LevelEntityPortal>();
+    portal->setDocument(m_document.get());
+    portal->setName("Old", false);
+    CN_LevelEntityPortal* const old = portal.get();
+    mesh("::A").addOwned(std::move(portal), true);
+    old->setPortalPolygon(&face("::A", 4));
+    EXPECT_EQ(run("exit ::A#4 ::C#2 Door"), "the portal \"::A::Old\" stands on \"::A#4\": delete it first");
+    EXPECT_EQ(run("split ::A#4 0 0 1 0 0 2").substr(0, 10), "the portal");
+    EXPECT_EQ(run("delete ::A::Old\nsplit ::A#4 0 0 1 0 0 2"), "");
+}
+
 TEST_F(EditGeometry, SmoothsPolygons) {
     EXPECT_EQ(run(std::string(ROOMS) + "smooth ::A round ::A#2 ::A#3\nsmooth ::A Round ::A#4"), "");
     ASSERT_EQ(mesh("::A").getPolygonGroups().size(), 1u);

@@ -93,3 +93,27 @@ TEST_F(LinkedRooms, AreSealedWhereTheRoomBehindIsLost) {
         }
     EXPECT_EQ(told, 2);
 }
+
+TEST_F(LinkedRooms, AreWalledUpWhereTheRoomBehindIsNotInTheFile) {
+    CN_LevelEntity* const root = m_document->accessLevel();
+    const std::unique_ptr<CN_LevelEntity> lost(root->mapNameToObject("::Room500", nullptr));
+    ASSERT_TRUE(lost);
+    root->remove(lost.get());
+    F_MemoryFile file;
+    m_document->save(file);
+    file.toRead();
+    CN_Document loaded;
+    loaded.load(file);
+    std::size_t sealed = 0;
+    for (const CN_LoadFinding& finding : loaded.getLoadReport().getFindings()) {
+        if (finding.text.find("Sealed an exit") == std::string::npos)
+            continue;
+        ++sealed;
+        const auto& mesh = dynamic_cast<const CN_LevelEntityMesh&>(
+            *loaded.accessLevel()->mapNameToObject(toIString(finding.entity), nullptr));
+        const CN_Polygon& wall = mesh.getPolygonList()[finding.polygon];
+        EXPECT_EQ(wall.getPolyMode(), PT_SOLID);
+        EXPECT_EQ(wall.getMaterial(), loaded.getMaterials().getDefaultMaterial());
+    }
+    EXPECT_EQ(sealed, 4u) << "a door to each side";
+}
