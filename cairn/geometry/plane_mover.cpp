@@ -205,11 +205,12 @@ CN_PlaneMover::Refusal CN_PlaneMover::commit(Undo& undo) {
     const bool isAlongAxis = maxAbsComponent(m_newNormal) == 1;
     for (const int member : m_members) {
         CN_Polygon& polygon = polygonAt(member);
-        for (int key = 0; key < KEYS; ++key) {
+        // A key that is missing begins as space 0 was.
+        for (int key = 0; key < KEYS; ++key)
             polygon.addUVSpace(key);
+        for (int key = 0; key < KEYS; ++key)
             if (!turnSpace(polygon.accessUVSpaces()[key].space))
                 return Refusal::NOT_A_MOVE;
-        }
         // One that faces the other way goes on doing so.
         Vector normal = polygon.getNormal().dot(m_oldNormal) < 0 ? -m_newNormal : m_newNormal;
         Vector point = polygon.getPointOnPlane();

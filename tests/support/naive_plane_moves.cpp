@@ -344,8 +344,9 @@ bool naivePlaneMove(CN_Mesh& mesh, CN_Polygon* polygon, double distance, double 
             snapPlane(memberNormal, memberPoint);
         member->setNormal(memberNormal);
         member->setPointOnPlane(memberPoint);
-        for (const int key : {0, 1, 2}) {
+        for (const int key : {0, 1, 2})
             member->addUVSpace(key);
+        for (const int key : {0, 1, 2}) {
             CN_Polygon::PlanarSpace& space = member->editUVSpace(key);
             space.setPoint(space.getPoint() + delta);
             const M_Vector2Template<double> offset = space.toUV(center);
