@@ -83,6 +83,7 @@ void CN_Polygon::copyFields(const CN_Polygon& other) {
     m_numVertices = other.m_numVertices;
     m_numHoles = other.m_numHoles;
     m_triangleList = other.m_triangleList;
+    m_triangulationKey = other.m_triangulationKey;
     m_edgeList = other.m_edgeList;
     m_boundingBox = other.m_boundingBox;
     adoptParts();

@@ -193,6 +193,11 @@ class CN_Polygon {
     void triangulize(bool convexify);
     /// True if a triangulation of the boundary as it stands, without a turn, has triangles. Changes nothing.
     bool canTriangulize() const;
+    /// True only if the pieces are those of the last `triangulize(true)`, and it would make the same again. False as well after
+    /// a load. Cost: a look at each corner.
+    bool isTriangulationCurrent() const;
+    /// Leaves such a triangulation as `triangulize(true)` would, without its work. Never throws.
+    void renewTriangulation() noexcept;
     /// Merges the pieces of the triangulation into convex ones: always the first pair in list order that forms a convex
     /// region, which becomes a piece at the end, until none does. The n-gons go. Coordinates of merged pieces are zero.
     /// Throws `M_PlanarSpace3Exception_Singular` where texture space 0 gives no plane, and an `F_Exception*` where a piece
@@ -534,6 +539,7 @@ class CN_Polygon {
     void adoptParts();
     void addCopyTo(CN_Mesh& mesh);
     CN_2DPolygon makePlanar();
+    std::uint64_t findTriangulationKey() const;
     void forgetExits();
     void saveExtraSpaces(F_MemoryFile& file) const;
     CN_Polygon* findWrittenPartner() const;
@@ -566,6 +572,7 @@ class CN_Polygon {
     std::uint32_t m_attachedNumber = 0;         ///< that entity's process number: a copy of the polygon may outlive it
     std::unique_ptr<Lists> m_lists;             ///< null while all of them are empty
     E_BBox<double> m_boundingBox;               ///< of the last `buildBoundingBox`, in the space it was built in
+    std::uint64_t m_triangulationKey = 0;       ///< of the last `triangulize(true)`, 0 for none
     bool m_selected = false;                    ///< by the host
     bool m_visited = false;                     ///< transient mark of a walk
     bool m_uvCalculated = false;                ///< the extents of the texture spaces hold

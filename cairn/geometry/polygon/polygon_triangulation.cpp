@@ -3,6 +3,8 @@
 #include "cairn/geometry/ngon.h"
 #include "cairn/geometry/planar/polygon2d.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <queue>
 #include <tuple>
@@ -219,6 +221,28 @@ class ConvexMerge {
     std::priority_queue<Pair, std::vector<Pair>, std::greater<>> m_pairs; ///< not tried yet
 };
 
+/// Makes one number of many.
+class Digest {
+  public:
+    void add(std::uint64_t value) {
+        m_value = (m_value ^ value) * 0x9E3779B97F4A7C15u;
+        m_value ^= m_value >> 29;
+    }
+    void add(int value) { add(std::uint64_t{static_cast<std::uint32_t>(value)}); }
+    void add(const Vector& v) {
+        for (const double c : {v.x, v.y, v.z})
+            add(std::bit_cast<std::uint64_t>(c));
+    }
+    /// Never 0.
+    std::uint64_t value() const { return m_value | 1; }
+
+  private:
+    std::uint64_t m_value = 0;
+};
+
+/// Pieces that were merged have four corners at least, and coordinates, which are zero.
+bool isMerged(const CN_Triangle& piece) { return piece.getVertices().size() > 3; }
+
 } // namespace
 
 const CN_Polygon::NgonList& CN_Polygon::getNgonList() const { return lists().ngonList; }
@@ -244,6 +268,7 @@ void CN_Polygon::triangulize(bool convexify) {
     if (!lists().vertexBuffer.empty())
         constructEdges();
     m_triangleList.clear();
+    m_triangulationKey = 0;
     m_uvCalculated = false; // the outline may be another one
     if (m_parent)
         m_parent->setBSPDirty();
@@ -271,8 +296,58 @@ void CN_Polygon::triangulize(bool convexify) {
         triangle.accessVertices() = {planar.ref(corners[3 * i]), planar.ref(corners[3 * i + 1]),
                                      planar.ref(corners[3 * i + 2])};
     }
-    if (convexify)
-        this->convexify();
+    if (!convexify)
+        return;
+    this->convexify();
+    if (std::all_of(m_triangleList.begin(), m_triangleList.end(),
+                    [](const CN_Triangle& piece) { return isMerged(piece) != piece.getUV().empty(); }))
+        m_triangulationKey = findTriangulationKey();
+}
+
+/// Stands for all that a triangulation is made of, and for its pieces.
+std::uint64_t CN_Polygon::findTriangulationKey() const {
+    Digest digest;
+    const Matrix& axes = getUVSpace(0).getMatrix();
+    for (const Vector& v : {axes.row(0), axes.row(2), m_normal, m_pointOnPlane})
+        digest.add(v);
+    for (const CN_Edge* edge = m_edgeList.first(); edge;) {
+        const CN_Edge* const next = m_edgeList.next(edge);
+        digest.add(edge->index(0));
+        digest.add(edge->getLocal(0));
+        if (!next || next->index(0) != edge->index(1)) {
+            digest.add(edge->index(1));
+            digest.add(edge->getLocal(1));
+        }
+        edge = next;
+    }
+    for (const CN_Triangle& piece : m_triangleList) {
+        digest.add(static_cast<int>(piece.getVertices().size()));
+        for (const int corner : piece.getVertices())
+            digest.add(corner);
+    }
+    return digest.value();
+}
+
+bool CN_Polygon::isTriangulationCurrent() const {
+    return m_triangulationKey != 0 && lists().vertexBuffer.empty() && m_triangulationKey == findTriangulationKey() &&
+           std::all_of(m_triangleList.begin(), m_triangleList.end(), [](const CN_Triangle& piece) {
+               const std::size_t corners = isMerged(piece) ? piece.getVertices().size() : 0;
+               return piece.getUV().capacity() >= corners && piece.getLightmapUV().capacity() >= corners;
+           });
+}
+
+void CN_Polygon::renewTriangulation() noexcept {
+    for (CN_Triangle& piece : m_triangleList) {
+        const std::size_t corners = isMerged(piece) ? piece.getVertices().size() : 0;
+        piece.accessUV().assign(corners, {});
+        piece.accessLightmapUV().assign(corners, {});
+        piece.accessDetailUV().clear();
+    }
+    if (m_lists)
+        m_lists->ngonList.clear();
+    m_uvCalculated = false;
+    if (m_parent)
+        m_parent->setBSPDirty();
 }
 
 bool CN_Polygon::canTriangulize() const {
