@@ -164,12 +164,22 @@ CN_Polygon* CN_Mesh::addPolygon() {
     return &polygon;
 }
 
-bool CN_Mesh::deletePolygon(CN_Polygon* polygon) {
+/// Destroys the polygon, which others' shared edge lists no longer name, and forgets it; nobody is told.
+void CN_Mesh::dropPolygon(CN_Polygon* polygon) {
     if (m_lastHitPolygon == polygon)
         m_lastHitPolygon = nullptr;
     polygon->setMaterial(nullptr);
     m_polygonList.remove(polygon);
-    setGeometryDirty(); // also where it was the last one
+    setGeometryDirty();
+}
+
+bool CN_Mesh::deletePolygon(CN_Polygon* polygon) {
+    for (CN_Polygon& other : m_polygonList)
+        if (other.m_lists)
+            for (CN_Polygon*& neighbor : other.m_lists->sharedEdgeList)
+                if (neighbor == polygon)
+                    other.m_lists->sharedEdgeList.remove(&neighbor);
+    dropPolygon(polygon);
     if (m_polygonList.empty())
         return false;
     invalidateObject(true);

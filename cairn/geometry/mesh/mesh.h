@@ -357,6 +357,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     CN_LevelEntity& accessEntity() override { return *this; }
     void initializeMembers();
     void dropPolygons();
+    void dropPolygon(CN_Polygon* polygon);
     void copyGeometry(const CN_Mesh& other);
     void adopt(CN_Polygon& polygon, const CN_Mesh& other);
     std::size_t savePolygons(F_MemoryFile& file) const;
