@@ -1,0 +1,98 @@
+#pragma once
+
+#include "cairn/foundation/system.h"
+#include "cairn/geometry/mesh/mesh.h"
+
+#include <algorithm>
+#include <set>
+#include <vector>
+
+/// Questions about the parts of a mesh as they are told: each polygon is held against all others, each vertex is looked for
+/// among all. What the library does faster is held against them.
+namespace cairn::test {
+
+struct NaiveParts {
+    bool separated = false;
+    std::vector<CN_Polygon*> reached, rest;
+};
+
+/// Boxes and world places must be current.
+inline NaiveParts naiveSeparated(CN_Mesh& mesh, CN_Polygon* start) {
+    NaiveParts parts;
+    CN_Polygon* const destination = start->isExitPolygon() ? start->getExitDestination() : nullptr;
+    std::set<CN_Polygon*> visited{start};
+    std::vector<CN_Polygon*> queue{start};
+    while (!queue.empty()) {
+        CN_Polygon* const p = queue.front();
+        queue.erase(queue.begin());
+        parts.reached.push_back(p);
+        if (p == destination)
+            return parts;
+        for (CN_Polygon& q : mesh.accessPolygonList()) {
+            if ((q.isExitPolygon() && q.getExitDestination() == p) || visited.contains(&q) || !p->jumpable(&q))
+                continue;
+            if (&q == destination) {
+                F_System::verbose("Reached dest from poly %d\n", static_cast<int>(p->getPolygonIndex()));
+                return parts;
+            }
+            visited.insert(&q);
+            queue.push_back(&q);
+        }
+    }
+    if (!destination && static_cast<int>(parts.reached.size()) == mesh.getPolygonList().count())
+        return parts;
+    for (CN_Polygon& q : mesh.accessPolygonList())
+        if (std::find(parts.reached.begin(), parts.reached.end(), &q) == parts.reached.end())
+            parts.rest.push_back(&q);
+    parts.separated = true;
+    return parts;
+}
+
+/// True if the edge shares a stretch with one of another polygon of the mesh.
+inline bool naiveHasPartner(CN_Mesh& mesh, const CN_Edge& edge) {
+    M_Vector3Template<double> point, vector;
+    for (CN_Polygon& other : mesh.accessPolygonList())
+        if (&other != edge.getParent() && edge.getParent()->bbIntersect(&other))
+            for (const CN_Edge& theirs : other.getEdgeList())
+                if (edge.sharesSpaceLocal(&theirs, point, vector))
+                    return true;
+    return false;
+}
+
+/// Those that are not closed. Boxes and world places must be current.
+inline std::set<CN_Polygon*> naiveOpenPolygons(CN_Mesh& mesh) {
+    std::set<CN_Polygon*> open;
+    for (CN_Polygon& polygon : mesh.accessPolygonList())
+        for (const CN_Edge& edge : polygon.getEdgeList())
+            if (!naiveHasPartner(mesh, edge))
+                open.insert(&polygon);
+    return open;
+}
+
+/// The same deletion, and the places that went.
+inline std::vector<int> naiveDeleteFloatingFaces(CN_Mesh& mesh, const std::set<CN_Polygon*>& candidates) {
+    std::vector<int> gone;
+    int place = 0;
+    for (CN_Polygon& polygon : mesh.accessPolygonList()) {
+        const bool stays = !candidates.contains(&polygon) ||
+                           std::any_of(polygon.getEdgeList().begin(), polygon.getEdgeList().end(),
+                                       [&mesh](const CN_Edge& edge) { return naiveHasPartner(mesh, edge); });
+        if (!stays) {
+            gone.push_back(place);
+            mesh.deletePolygon(&polygon);
+        }
+        ++place;
+    }
+    return gone;
+}
+
+/// The polygons' corners in a list of vertices that are looked for one after the other.
+inline void naiveAddOutlines(CN_Mesh& mesh, const std::vector<const CN_Polygon*>& polygons) {
+    for (const CN_Polygon* const polygon : polygons) {
+        CN_Polygon& copy = *mesh.addPolygon();
+        for (const CN_Edge& edge : polygon->getEdgeList())
+            copy.addEdge(edge.getLocal(0), edge.getLocal(1));
+    }
+}
+
+} // namespace cairn::test
