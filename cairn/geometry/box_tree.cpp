@@ -23,25 +23,10 @@ double middleOf(const Box& box, int axis) {
 
 } // namespace
 
-void Box::widen(const Vector& point) {
-    min = {std::min(min.x, point.x), std::min(min.y, point.y), std::min(min.z, point.z)};
-    max = {std::max(max.x, point.x), std::max(max.y, point.y), std::max(max.z, point.z)};
-}
-
-void Box::widen(const Box& other) {
-    min = {std::min(min.x, other.min.x), std::min(min.y, other.min.y), std::min(min.z, other.min.z)};
-    max = {std::max(max.x, other.max.x), std::max(max.y, other.max.y), std::max(max.z, other.max.z)};
-}
-
 void Box::grow(double by) {
     const Vector all(by, by, by);
     min -= all;
     max += all;
-}
-
-bool Box::meets(const Box& o) const {
-    return o.max.x >= min.x && max.x >= o.min.x && o.max.y >= min.y && max.y >= o.min.y && o.max.z >= min.z &&
-           max.z >= o.min.z;
 }
 
 const std::vector<int>& CN_BoxTree::find(const Box& box) {
@@ -113,25 +98,16 @@ void CN_BoxTree::search(const Box& box) {
     }
 }
 
-// Corners that lie off the plane are seen along the normal: where they fall counts, too.
-Box CN_reachOf(const CN_Polygon& polygon) {
+Box CN_Reach::box() const {
     constexpr double MARGIN = 0.002, ROUNDING = 1e-9; // more than any distance that counts, by the size of places
     constexpr double SHORTEST = 0.9, LONGEST = 1.1;   // of a normal, squared: others measure distances otherwise
-    const Vector& normal = polygon.getNormal();
-    const double squared = normal.lengthSquared();
-    Box box;
-    if (polygon.getEdgeList().empty())
-        return box;
-    const Vector first = polygon.getEdgeList().first()->getLocal(0);
-    for (const CN_Edge& edge : polygon.getEdgeList()) {
-        const Vector& corner = edge.getLocal(0);
-        box.widen(corner);
-        box.widen(corner - normal * ((corner - first).dot(normal) / squared));
-    }
-    const double size = std::max({std::abs(box.min.x), std::abs(box.min.y), std::abs(box.min.z), std::abs(box.max.x),
-                                  std::abs(box.max.y), std::abs(box.max.z)});
-    if (!(squared > SHORTEST && squared < LONGEST) || !std::isfinite(size))
+    if (m_isEmpty)
+        return m_box;
+    const double size = std::max({std::abs(m_box.min.x), std::abs(m_box.min.y), std::abs(m_box.min.z),
+                                  std::abs(m_box.max.x), std::abs(m_box.max.y), std::abs(m_box.max.z)});
+    if (!(m_squared > SHORTEST && m_squared < LONGEST) || !std::isfinite(size))
         return Box::everywhere();
+    Box box = m_box;
     box.grow(MARGIN + 4 * std::max(0.0, CN_Polygon::s_dEdgeThickness) + ROUNDING * size);
     return box;
 }

@@ -92,7 +92,8 @@ class CN_PlaneMover {
     bool holds(int polygon, const Side& edge) const;
     Vector alongOf(const Side& edge) const { return m_places[at(edge.ends[1])] - m_places[at(edge.ends[0])]; }
     const std::vector<int>& findNear(CN_BoxTree& tree, const Vector& a, const Vector& b);
-    CN_BoxTree treeOf(const std::vector<int>& polygons) const;
+    CN_BoxTree::Box reachOf(int polygon, const std::vector<Vector>& places) const;
+    CN_BoxTree treeOf(const std::vector<int>& polygons, const std::vector<Vector>& places) const;
     CN_BoxTree& accessAllTree();
     void setGroup(std::vector<int> members);
     void setBorder(std::vector<int> border);
@@ -152,7 +153,9 @@ class CN_PlaneMover {
     std::vector<Following> m_following; ///< in the order of the border
     std::vector<int> m_far;             ///< sides of the border that are apart from the group
     std::vector<int> m_near;            ///< of the last question
-    int m_sharedListsMade = 0;          ///< polygons whose shared edge lists were renewed one by one
+    CN_BoxTree m_boxTree;               ///< the polygons' own boxes, made when first asked for
+    std::size_t m_lookedAt = 0;         ///< edges, for shared edge lists of single polygons
+    bool m_hasSharedLists = false;      ///< those of all polygons are current
 
     CN_Polygon* m_polygon = nullptr; ///< not owned: what is moved
     CN_PlaneMove m_move;             ///< with what the snap made of its centre

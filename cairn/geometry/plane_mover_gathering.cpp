@@ -1,4 +1,5 @@
 #include "cairn/geometry/plane_mover.h"
+#include "cairn/geometry/polygon/shared_edges.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,17 +10,42 @@ namespace {
 
 constexpr double OUT_OF_PLANE = 0.1; // radians by which an edge that holds a vertex leaves the plane
 
+CN_BoxTree::Box boxOf(const CN_Polygon& polygon) {
+    const E_BBox<double>& box = polygon.getBoundingBox();
+    return {{box.minX, box.minY, box.minZ}, {box.maxX, box.maxY, box.maxZ}};
+}
+
 } // namespace
 
 /// Renews the shared edge list of the polygon, which is asked for once, and gives it.
 const F_DLList<CN_Polygon*>& CN_PlaneMover::findSharing(int polygon) {
-    constexpr int ONE_BY_ONE = 8; // more are found faster for all polygons at once
-    if (m_sharedListsMade < ONE_BY_ONE)
-        polygonAt(polygon).createSharedEdgeList();
-    else if (m_sharedListsMade == ONE_BY_ONE)
+    CN_Polygon& asked = polygonAt(polygon);
+    if (m_hasSharedLists)
+        return asked.getSharedEdgeList();
+    if (m_boxTree.isEmpty()) {
+        std::vector<CN_BoxTree::Box> boxes;
+        boxes.reserve(m_polygons.size());
+        for (const CN_Polygon* const other : m_polygons)
+            boxes.push_back(boxOf(*other));
+        m_boxTree = CN_BoxTree(std::move(boxes));
+    }
+    std::vector<CN_Polygon*> near;
+    std::size_t edges = 0;
+    for (const int place : m_boxTree.find(boxOf(asked)))
+        if (place == polygon || asked.bbIntersect(&polygonAt(place))) {
+            near.push_back(m_polygons[at(place)]);
+            edges += at(m_firstSide[at(place) + 1] - m_firstSide[at(place)]);
+        }
+    // What many polygons have large ones beside them for is found faster for all at once.
+    m_lookedAt += edges;
+    constexpr std::size_t TIMES = 4; // edges of a few polygons are faster
+    if (m_lookedAt > TIMES * m_sides.size() + edges) {
         m_mesh.createSharedEdgeLists();
-    ++m_sharedListsMade;
-    return polygonAt(polygon).getSharedEdgeList();
+        m_hasSharedLists = true;
+    } else {
+        CN_createSharedEdgeList(asked, near);
+    }
+    return asked.getSharedEdgeList();
 }
 
 /// Appends the polygons that hang together with one in its plane, depth first, and marks them in `isIn`; those that are marked

@@ -1,6 +1,6 @@
 #include "cairn/foundation/exception.h"
-#include "cairn/math/snapping.h"
 #include "cairn/geometry/plane_mover.h"
+#include "cairn/math/snapping.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +28,10 @@ CN_PlaneMover::CN_PlaneMover(CN_Mesh& mesh) : m_mesh(mesh) {
     const int vertices = static_cast<int>(m_places.size());
     m_firstAt.assign(at(vertices) + 1, 0);
     m_polygons.reserve(at(mesh.getPolygonList().count()));
+    m_firstSide.reserve(m_polygons.capacity() + 1);
     m_firstSide.push_back(0);
+    constexpr std::size_t MOSTLY = 4; // corners of a polygon
+    m_sides.reserve(MOSTLY * m_polygons.capacity());
     for (CN_Polygon& polygon : mesh.accessPolygonList()) {
         for (CN_Edge& edge : polygon.accessEdgeList()) {
             const Side made{&edge, static_cast<int>(m_polygons.size()), {edge.index(0), edge.index(1)}};
@@ -82,11 +85,17 @@ const std::vector<int>& CN_PlaneMover::findNear(CN_BoxTree& tree, const Vector& 
     return m_near;
 }
 
-CN_BoxTree CN_PlaneMover::treeOf(const std::vector<int>& polygons) const {
+CN_BoxTree::Box CN_PlaneMover::reachOf(int polygon, const std::vector<Vector>& places) const {
+    CN_Reach reach(polygonAt(polygon).getNormal());
+    forEachSideOf(polygon, [&](int i) { reach.addCorner(places[at(side(i).ends[0])]); });
+    return reach.box();
+}
+
+CN_BoxTree CN_PlaneMover::treeOf(const std::vector<int>& polygons, const std::vector<Vector>& places) const {
     std::vector<CN_BoxTree::Box> boxes;
     boxes.reserve(polygons.size());
     for (const int polygon : polygons)
-        boxes.push_back(CN_reachOf(polygonAt(polygon)));
+        boxes.push_back(reachOf(polygon, places));
     return CN_BoxTree(std::move(boxes));
 }
 
@@ -94,8 +103,8 @@ CN_BoxTree& CN_PlaneMover::accessAllTree() {
     if (!m_hasAllTree) {
         std::vector<CN_BoxTree::Box> boxes;
         boxes.reserve(m_polygons.size());
-        for (const CN_Polygon* const polygon : m_polygons)
-            boxes.push_back(CN_reachOf(*polygon));
+        for (std::size_t i = 0; i < m_polygons.size(); ++i)
+            boxes.push_back(reachOf(static_cast<int>(i), m_places));
         m_allTree = CN_BoxTree(std::move(boxes));
         m_hasAllTree = true;
     }
@@ -115,14 +124,14 @@ void CN_PlaneMover::setGroup(std::vector<int> members) {
     m_members = std::move(members);
     for (const int member : m_members)
         m_roles[at(member)] = Role::MEMBER;
-    m_memberTree = treeOf(m_members);
+    m_memberTree = treeOf(m_members, m_places);
 }
 
 void CN_PlaneMover::setBorder(std::vector<int> border) {
     m_border = std::move(border);
     for (const int polygon : m_border)
         m_roles[at(polygon)] = Role::BORDER;
-    m_borderTree = treeOf(m_border);
+    m_borderTree = treeOf(m_border, m_places);
 }
 
 } // namespace cairn

@@ -259,7 +259,7 @@ CN_PlaneMover::Refusal CN_PlaneMover::checkShape() const {
 /// True if an edge apart from the group goes through a member. New places must be written; members have their old normals
 /// still, so that of a tilted plane hardly anything is seen.
 bool CN_PlaneMover::isPierced() {
-    CN_BoxTree members = treeOf(m_members);
+    CN_BoxTree members = treeOf(m_members, m_newPlaces);
     const auto pierces = [&](int i) {
         const Vector &a = m_newPlaces[at(side(i).ends[0])], &b = m_newPlaces[at(side(i).ends[1])];
         Vector hit;

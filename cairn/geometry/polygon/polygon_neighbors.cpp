@@ -3,6 +3,7 @@
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/plane_line.h"
 #include "cairn/geometry/point_tree.h"
+#include "cairn/geometry/polygon/shared_edges.h"
 #include "cairn/math/interval2.h"
 #include "cairn/math/snapping.h"
 
@@ -290,13 +291,21 @@ bool CN_Polygon::polygonIntersects(const CN_Polygon* other) const {
 }
 
 void CN_Polygon::createSharedEdgeList() {
-    NeighborSearch search(NeighborSearch::Relation::SHARED_EDGE);
+    std::vector<CN_Polygon*> all;
+    all.reserve(static_cast<std::size_t>(requireMesh().getPolygonList().count()));
     for (CN_Polygon& other : requireMesh().accessPolygonList())
         if (&other == this || bbIntersect(&other))
-            search.add(other);
-    clearSharedEdgeList(*this);
-    for (const auto& [polygon, neighbor] : search.find(this))
-        polygon->accessSharedEdgeList().add(neighbor);
+            all.push_back(&other);
+    CN_createSharedEdgeList(*this, all);
+}
+
+void CN_createSharedEdgeList(CN_Polygon& polygon, const std::vector<CN_Polygon*>& near) {
+    NeighborSearch search(NeighborSearch::Relation::SHARED_EDGE);
+    for (CN_Polygon* const other : near)
+        search.add(*other);
+    clearSharedEdgeList(polygon);
+    for (const auto& [own, neighbor] : search.find(&polygon))
+        own->accessSharedEdgeList().add(neighbor);
 }
 
 void CN_Mesh::createSharedEdgeLists() {

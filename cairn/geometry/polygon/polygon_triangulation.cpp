@@ -224,19 +224,24 @@ class ConvexMerge {
 /// Makes one number of many.
 class Digest {
   public:
-    void add(std::uint64_t value) {
-        m_value = (m_value ^ value) * 0x9E3779B97F4A7C15u;
-        m_value ^= m_value >> 29;
-    }
-    void add(int value) { add(std::uint64_t{static_cast<std::uint32_t>(value)}); }
-    void add(const Vector& v) {
-        for (const double c : {v.x, v.y, v.z})
-            add(std::bit_cast<std::uint64_t>(c));
-    }
+    void add(int value) { mix(static_cast<std::uint32_t>(value)); }
+    void add(const Vector& v) { mix(spread(v.x) + std::rotl(spread(v.y), 21) + std::rotl(spread(v.z), 42)); }
     /// Never 0.
     std::uint64_t value() const { return m_value | 1; }
 
   private:
+    static constexpr std::uint64_t ODD = 0x9E3779B97F4A7C15u;
+
+    /// Round numbers have their digits in the upper half alone.
+    static std::uint64_t spread(double number) {
+        const std::uint64_t bits = std::bit_cast<std::uint64_t>(number);
+        return (bits ^ bits >> 32) * ODD;
+    }
+    void mix(std::uint64_t value) {
+        m_value = (m_value ^ value) * ODD;
+        m_value ^= m_value >> 29;
+    }
+
     std::uint64_t m_value = 0;
 };
 
