@@ -113,7 +113,8 @@ TEST_F(Restructuring, AMeshFallsIntoTwoAndIsJoinedAgain) {
 
     F_DLList<CN_Polygon*> reached, rest;
     ASSERT_TRUE(mesh.separated(old[1], reached, rest));
-    const auto [a, b] = mesh.separate(old[1], reached, rest, 0.5);
+    const std::pair<CN_Mesh*, CN_Mesh*> parts = mesh.separate(old[1], reached, rest, 0.5);
+    CN_Mesh *const a = parts.first, *const b = parts.second;
     for (const auto& [part, sources] : {std::pair(a, &reached), std::pair(b, &rest)}) {
         EXPECT_LT(farthest(cornersOf(polygonsOf(*part)), cornersOf({sources->begin(), sources->end()})), 2e-3);
         EXPECT_NEAR(CN_volume(*part), 192, 1e-3);
