@@ -8,7 +8,7 @@
 #include <vector>
 
 /// Questions about the parts of a mesh as they are told: each polygon is held against all others, each vertex is looked for
-/// among all. What the library does faster is held against them.
+/// among all. What the library does faster is held against them. Boxes and world places must be current.
 namespace cairn::test {
 
 struct NaiveParts {
@@ -16,10 +16,9 @@ struct NaiveParts {
     std::vector<CN_Polygon*> reached, rest;
 };
 
-/// Boxes and world places must be current.
 inline NaiveParts naiveSeparated(CN_Mesh& mesh, CN_Polygon* start) {
     NaiveParts parts;
-    CN_Polygon* const destination = start->isExitPolygon() ? start->getExitDestination() : nullptr;
+    const CN_Polygon* const destination = start->getExitDestination();
     std::set<CN_Polygon*> visited{start};
     std::vector<CN_Polygon*> queue{start};
     while (!queue.empty()) {
@@ -29,7 +28,7 @@ inline NaiveParts naiveSeparated(CN_Mesh& mesh, CN_Polygon* start) {
         if (p == destination)
             return parts;
         for (CN_Polygon& q : mesh.accessPolygonList()) {
-            if ((q.isExitPolygon() && q.getExitDestination() == p) || visited.contains(&q) || !p->jumpable(&q))
+            if (q.getExitDestination() == p || visited.contains(&q) || !p->jumpable(&q))
                 continue;
             if (&q == destination) {
                 F_System::verbose("Reached dest from poly %d\n", static_cast<int>(p->getPolygonIndex()));
@@ -48,7 +47,6 @@ inline NaiveParts naiveSeparated(CN_Mesh& mesh, CN_Polygon* start) {
     return parts;
 }
 
-/// True if the edge shares a stretch with one of another polygon of the mesh.
 inline bool naiveHasPartner(CN_Mesh& mesh, const CN_Edge& edge) {
     M_Vector3Template<double> point, vector;
     for (CN_Polygon& other : mesh.accessPolygonList())
@@ -59,7 +57,6 @@ inline bool naiveHasPartner(CN_Mesh& mesh, const CN_Edge& edge) {
     return false;
 }
 
-/// Those that are not closed. Boxes and world places must be current.
 inline std::set<CN_Polygon*> naiveOpenPolygons(CN_Mesh& mesh) {
     std::set<CN_Polygon*> open;
     for (CN_Polygon& polygon : mesh.accessPolygonList())
@@ -69,24 +66,16 @@ inline std::set<CN_Polygon*> naiveOpenPolygons(CN_Mesh& mesh) {
     return open;
 }
 
-/// The same deletion, and the places that went.
-inline std::vector<int> naiveDeleteFloatingFaces(CN_Mesh& mesh, const std::set<CN_Polygon*>& candidates) {
-    std::vector<int> gone;
-    int place = 0;
+inline void naiveDeleteFloatingFaces(CN_Mesh& mesh, const std::set<CN_Polygon*>& candidates) {
     for (CN_Polygon& polygon : mesh.accessPolygonList()) {
-        const bool stays = !candidates.contains(&polygon) ||
-                           std::any_of(polygon.getEdgeList().begin(), polygon.getEdgeList().end(),
-                                       [&mesh](const CN_Edge& edge) { return naiveHasPartner(mesh, edge); });
-        if (!stays) {
-            gone.push_back(place);
+        const CN_Polygon::EdgeList& edges = polygon.getEdgeList();
+        const auto hasPartner = [&mesh](const CN_Edge& edge) { return naiveHasPartner(mesh, edge); };
+        if (candidates.contains(&polygon) && std::none_of(edges.begin(), edges.end(), hasPartner))
             mesh.deletePolygon(&polygon);
-        }
-        ++place;
     }
-    return gone;
 }
 
-/// The polygons' corners in a list of vertices that are looked for one after the other.
+/// Adds the polygons' outlines.
 inline void naiveAddOutlines(CN_Mesh& mesh, const std::vector<const CN_Polygon*>& polygons) {
     for (const CN_Polygon* const polygon : polygons) {
         CN_Polygon& copy = *mesh.addPolygon();

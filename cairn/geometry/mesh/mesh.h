@@ -102,6 +102,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     CN_Vertex* addVertexCheck(const Vector& point, double tolerance);
     /// The same for a point of the world.
     CN_Vertex* addVertexCheckWorld(const Vector& point, double tolerance);
+    using CN_LevelEntity::transform;
     /// Every vertex's world place from its local one.
     void transform();
     /// @}
@@ -265,25 +266,32 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     Vector calculateVertexPosition(CN_Vertex& vertex, double radius);
     /// @}
 
-    /// @name Restructuring (mesh_restructuring.cpp, mesh_parts.cpp, mesh_transforming.cpp)
+    /// @name Restructuring (mesh_parts.cpp, mesh_joining.cpp, mesh_transforming.cpp, mesh_closure.cpp)
+    /// A null mesh, a polygon of another mesh, a plane without a normal, a grid that is not finite and the like are refused: an
+    /// `F_Exception*` is thrown and nothing has changed.
     /// @{
     /// Walks from `start` over polygons that are `CN_Polygon::jumpable`: `reached` gets those it meets, in their order, and
-    /// `rest` the others in list order. True where that cuts the mesh in two, and for an exit that does not meet its partner.
+    /// `rest` the others in list order, where the answer is true: where that cuts the mesh in two, and for an exit that does not
+    /// meet its partner. Boxes are made anew. Cost: near linear in edges and in what meets.
     bool separated(CN_Polygon* start, F_DLList<CN_Polygon*>& reached, F_DLList<CN_Polygon*>& rest);
     /// Makes two new meshes, siblings of this one, of what `separated` found; of a dynamic mesh one, of the part that holds
-    /// `polygon`. Exits and groups go along; each has its origin on the `grid` (0 for none). This mesh stays for the caller to
-    /// delete.
+    /// `polygon`. Exits and groups go along, and each mesh has its origin on the `grid` (0 for none). The parent owns them, or the
+    /// caller where there is none. This mesh stays for the caller to delete, with its portals and lights, which the copies
+    /// know but which still stand on the old polygons.
     std::pair<CN_Mesh*, CN_Mesh*> separate(CN_Polygon* polygon, F_DLList<CN_Polygon*>& reached,
                                            F_DLList<CN_Polygon*>& rest, double grid);
-    /// Fills a fresh mesh with copies of some polygons of `source`, whose sibling with the same settings it becomes.
+    /// Fills a fresh mesh with copies of some polygons of `source`, whose sibling with the same settings it becomes. Corners
+    /// nearer than 1e-6 share a vertex. Coordinates of the new triangulations are the caller's to calculate.
     void buildFrom(CN_Mesh* source, const F_DLList<CN_Polygon*>& polygons);
     /// Appends copies of polygons of the same space whose vertices are there, from place `vertexOffset` on.
     void copyPolygonsLocal(const PolygonList& polygons, int vertexOffset);
     /// Appends the polygons of another mesh, where they are in the world. What leads to them and stands on them changes over;
-    /// `other` keeps them otherwise, for the caller to delete. World places of both must be current.
+    /// `other` keeps them otherwise, for the caller to delete. Of modes it is the exits' alone that is taken over. Throws, and
+    /// nothing has changed, `M_PlanarSpace3Exception_Singular` where the texture space 0 of one gives no plane.
     void join(CN_Mesh* other);
     /// Reflects the geometry in the plane through the mesh's origin that is parallel to a plane of the world, and keyframes of
-    /// a dynamic mesh in the plane itself, or as the geometry with `relativeKeyframes`.
+    /// a dynamic mesh in the plane itself, or as the geometry with `relativeKeyframes`. As after `changeSpaceExplicit` polygons
+    /// have the texture spaces 0, 1 and 2 then, and vertices have gone where planes meet, by up to 0.001 along each axis.
     void mirror(const M_Plane3Template<double>& plane, bool relativeKeyframes);
     /// Stretches the geometry about a point of its space, along its axes, or those of `space`, of the world: the first row by
     /// `factors.x`, the third by `factors.y`, the second by `factors.z`. Throws an `F_Exception*`, and nothing has changed,

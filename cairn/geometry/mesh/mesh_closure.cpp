@@ -5,7 +5,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <numeric>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace cairn {
@@ -32,28 +36,45 @@ class ContactSearch {
     }
     const std::vector<Side>& getSides() const { return m_sides; }
 
+    /// Calls `meet(side)` for sides that share their whole stretch with another one, as two between the same vertices do: most
+    /// of those of a mesh that a weld has gone over.
+    template <class Meet> void findByCorners(Meet&& meet) const {
+        std::vector<std::pair<std::uint64_t, std::size_t>> byCorners; // the vertices of a side, and its place
+        byCorners.reserve(m_sides.size());
+        for (std::size_t i = 0; i < m_sides.size(); ++i) {
+            const auto [from, to] = std::minmax({m_sides[i].edge->index(0), m_sides[i].edge->index(1)});
+            byCorners.emplace_back(
+                std::uint64_t{static_cast<std::uint32_t>(from)} << 32 | static_cast<std::uint32_t>(to), i);
+        }
+        std::sort(byCorners.begin(), byCorners.end());
+        const auto isPair = [this](const auto& a, const auto& b) {
+            return a.first == b.first && shares(a.second, b.second);
+        };
+        for (std::size_t i = 1; i < byCorners.size(); ++i) {
+            if (isPair(byCorners[i - 1], byCorners[i]))
+                meet(byCorners[i - 1].second);
+            if (isPair(byCorners[i], byCorners[i - 1]))
+                meet(byCorners[i].second);
+        }
+    }
+
     /// Calls `meet(side, other)` with places of sides of which the first shares a stretch with the second, for those where
     /// `asks(side)` is true; it may be asked and told of the same ones again. Of two edges that share a stretch one has an
     /// end beside the other.
     template <class Asks, class Meet> void find(Asks&& asks, Meet&& meet) const {
-        std::vector<CN_PointTree::Entry> ends;
-        ends.reserve(2 * m_sides.size());
-        for (std::size_t i = 0; i < m_sides.size(); ++i)
-            for (const int end : {0, 1})
-                ends.push_back({m_sides[i].edge->getLocal(end), static_cast<int>(i)});
-        const CN_PointTree tree(std::move(ends));
-        std::vector<int> beside;
-        for (std::size_t i = 0; i < m_sides.size(); ++i) {
-            const CN_Edge& edge = *m_sides[i].edge;
-            beside.clear();
-            CN_findEndsBeside(tree, edge.getLocal(0), edge.getLocal(1), polygonOf(i).getNormal(), beside);
-            for (const int found : beside) {
-                const auto other = static_cast<std::size_t>(found);
-                for (const auto& [a, b] : {std::pair(i, other), std::pair(other, i)})
-                    if (asks(a) && shares(a, b))
-                        meet(a, b);
-            }
-        }
+        std::vector<std::size_t> all(m_sides.size()), asking;
+        std::iota(all.begin(), all.end(), std::size_t{0});
+        std::copy_if(all.begin(), all.end(), std::back_inserter(asking), asks);
+        if (asking.empty())
+            return;
+        forEachBeside(asking, treeOfEnds(all), [&](std::size_t side, std::size_t other) {
+            if (asks(side) && shares(side, other))
+                meet(side, other);
+        });
+        forEachBeside(all, treeOfEnds(asking), [&](std::size_t other, std::size_t side) {
+            if (asks(side) && shares(side, other))
+                meet(side, other);
+        });
     }
 
   private:
@@ -62,6 +83,27 @@ class ContactSearch {
         Vector point, vector;
         return m_sides[a].polygon != m_sides[b].polygon && polygonOf(a).bbIntersect(&polygonOf(b)) &&
                m_sides[a].edge->sharesSpaceLocal(m_sides[b].edge, point, vector);
+    }
+
+    CN_PointTree treeOfEnds(const std::vector<std::size_t>& sides) const {
+        std::vector<CN_PointTree::Entry> ends;
+        ends.reserve(2 * sides.size());
+        for (const std::size_t side : sides)
+            for (const int end : {0, 1})
+                ends.push_back({m_sides[side].edge->getLocal(end), static_cast<int>(side)});
+        return CN_PointTree(std::move(ends));
+    }
+    /// Calls `meet` with each of the sides and those that have an end in the tree that lies beside it.
+    template <class Meet>
+    void forEachBeside(const std::vector<std::size_t>& sides, const CN_PointTree& tree, Meet&& meet) const {
+        std::vector<int> beside;
+        for (const std::size_t side : sides) {
+            const CN_Edge& edge = *m_sides[side].edge;
+            beside.clear();
+            CN_findEndsBeside(tree, edge.getLocal(0), edge.getLocal(1), polygonOf(side).getNormal(), beside);
+            for (const int other : beside)
+                meet(side, static_cast<std::size_t>(other));
+        }
     }
 
     std::vector<CN_Polygon*> m_polygons; ///< not owned
@@ -87,6 +129,7 @@ bool CN_Mesh::connected(std::set<CN_Polygon*>* openPolygons) {
         polygon.buildBoundingBox(true);
     const ContactSearch search(*this);
     std::vector<bool> hasPartner(search.getSides().size());
+    search.findByCorners([&hasPartner](std::size_t side) { hasPartner[side] = true; });
     search.find([&hasPartner](std::size_t side) { return !hasPartner[side]; },
                 [&hasPartner](std::size_t side, std::size_t) { hasPartner[side] = true; });
     bool isClosed = true;
