@@ -1,4 +1,5 @@
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/portal.h"
 #include "host/command_line.h"
 #include "host/entity_lookup.h"
 #include "host/entity_text.h"
@@ -27,6 +28,13 @@ struct Reference {
     std::string text;
 };
 
+/// True for a message that opens or closes an exit by its name.
+bool namesExit(const E_FSM::Message& message, const CN_LevelEntity& to) {
+    return dynamic_cast<const CN_LevelEntityPortal*>(&to) && message.m_target == to.getParent() &&
+           (message.m_name == "EnableExit" || message.m_name == "EnableExitAIActivation") &&
+           message.m_arguments.size() > 1 && message.m_arguments[1] == toIString(std::string(to.getName().view()));
+}
+
 std::vector<Reference> findReferences(const CN_LevelEntity& root, const CN_LevelEntity& to) {
     std::vector<Reference> found;
     forEachEntityOf(root, [&](const CN_LevelEntity& entity) {
@@ -35,7 +43,7 @@ std::vector<Reference> findReferences(const CN_LevelEntity& root, const CN_Level
         for (const auto& entry : entity.getFSM()->getMessageHandlers())
             forEachNamedList(entry.second, [&](const std::string& list, const E_FSM::MessageList& messages) {
                 for (std::size_t i = 0; i < messages.size(); ++i)
-                    if (messages[i].refersTo(&to) && !messages[i].isCommentMessage())
+                    if ((messages[i].refersTo(&to) || namesExit(messages[i], to)) && !messages[i].isCommentMessage())
                         found.push_back(
                             {&entity, std::string(view(entry.first)), list, i, std::string(view(messages[i].m_text))});
             });
@@ -83,7 +91,8 @@ ExitCode runRefs(const RefsOptions& options, Console& console) {
 void addRefsCommand(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<RefsOptions>();
     CLI::App* command = app.add_subcommand("refs", "Show the messages of state machines that name an entity");
-    command->footer("Each message whose target or argument is the entity: the entity that sends it, the handler, the "
+    command->footer("Each message whose target or argument is the entity, or that names the exit of a portal: the "
+                    "entity that sends it, the handler, the "
                     "list in that\n(before, after or state:NAME) with the message's place from 0, and the line.");
     command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
     command->add_option("ENTITY", options->entity, "A qualified name, or @N as in tree --json")->required();

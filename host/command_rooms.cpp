@@ -79,7 +79,7 @@ ExitCode runRooms(const RoomsOptions& options, Console& console) {
     else
         writeText(graph, console);
     if (graph.rooms.empty())
-        console.note(options.file, "no mesh leads to another: the level has no rooms");
+        console.note(options.file, "no mesh below the root leads to another: the level has no rooms");
     return ExitCode::DONE;
 }
 

@@ -2,6 +2,7 @@
 #include "cairn/entities/portal.h"
 #include "cairn/entities/radiosity_light.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/geometry/open_edges.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/platform/handlers.h"
 #include "host/edit_deletion.h"
@@ -11,6 +12,7 @@
 #include "host/explain.h"
 #include "host/import_materials.h"
 #include "host/mesh_builder.h"
+#include "host/sound_mesh.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
@@ -71,17 +73,17 @@ void checkFitForExit(Editor& editor, const CN_Polygon& polygon, const std::strin
 }
 
 /// Brings all that is derived of new polygons up to date.
-void finish(CN_Mesh& mesh, const std::vector<CN_Polygon*>& made) {
-    mesh.handleOwnHierarchy();
+void finish(SoundMesh& sound, const std::vector<CN_Polygon*>& made) {
+    sound.mesh().handleOwnHierarchy();
     for (CN_Polygon* const polygon : made)
         polygon->triangulize(true);
-    refreshMesh(mesh);
-    mesh.invalidateObject(true);
+    sound.mesh().invalidateObject(true);
+    sound.finish();
 }
 
 /// True where corners lie on both sides of the plane, farther off than what a cut leaves out.
 bool cuts(const Plane& plane, const CN_Polygon& polygon) {
-    constexpr double LEAST = 0.0005;
+    constexpr double LEAST = CN_LEVEL_TOLERANCE; // nearer edges are one
     bool behind = false, front = false;
     for (const CN_Edge& edge : polygon.getEdgeList()) {
         const double distance = (edge.getLocal(0) - plane.getPoint()).dot(plane.getNormal());
@@ -137,7 +139,7 @@ void editBox(Editor& editor, Words words) {
     if (facing != "in" && facing != "out")
         throw EditRefusal(fmt::format("\"{}\" is neither in nor out", toShownText(words[8])));
     for (const double size : {sizes.x, sizes.y, sizes.z})
-        if (!(size >= CN_LEVEL_TOLERANCE))
+        if (!(size > CN_LEVEL_TOLERANCE))
             throw EditRefusal(fmt::format("a box of the size {:g} encloses nothing", size));
     auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(editor.addEntity(CN_KIND_MESH, parent, words[1], least));
     MeshBuilder builder(mesh);
@@ -155,6 +157,7 @@ void editSplit(Editor& editor, Words words) {
     if (!cuts(plane, polygon))
         throw EditRefusal(fmt::format("the plane does not cut \"{}\"", toShownText(words[0])));
     CN_Mesh& mesh = *polygon.getParent();
+    SoundMesh sound(editor, mesh);
     std::vector<CN_Polygon*> made, front;
     const int before = mesh.getPolygonList().count();
     polygon.split(plane, &mesh, &made, &front, true);
@@ -168,7 +171,7 @@ void editSplit(Editor& editor, Words words) {
         for (CN_Polygon* const piece : made)
             group->addPolygon(piece);
     mesh.deletePolygon(&polygon);
-    finish(mesh, made);
+    finish(sound, made);
 }
 
 void editUnify(Editor& editor, Words words) {
@@ -177,6 +180,7 @@ void editUnify(Editor& editor, Words words) {
         checkPlain(editor, *polygon, *word);
     checkUnifiable(first, second);
     CN_Mesh& mesh = *first.getParent();
+    SoundMesh sound(editor, mesh);
     CN_Polygon* const carrier = mesh.addPolygon();
     const std::vector<CN_Polygon*> made = carrier->buildFrom(&first, &second);
     mesh.deletePolygon(carrier);
@@ -192,7 +196,7 @@ void editUnify(Editor& editor, Words words) {
     }
     mesh.deletePolygon(&first);
     mesh.deletePolygon(&second);
-    finish(mesh, made);
+    finish(sound, made);
 }
 
 void editExit(Editor& editor, Words words) {
@@ -213,6 +217,10 @@ void editExit(Editor& editor, Words words) {
         editor.note("the exits do not meet: " + (pair.isAskew()   ? pair.angleText()
                                                  : pair.isApart() ? pair.gapText()
                                                                   : pair.areaText()));
+    for (CN_Mesh* const mesh : {a->getParent(), b->getParent()})
+        if (CN_findOpenEdges(*mesh, CN_LEVEL_TOLERANCE).empty() && CN_volume(*mesh) < 0)
+            editor.note(fmt::format("the faces of \"{}\" look outward: nothing is inside it",
+                                    toShownText(qualifiedName(*mesh))));
     for (const auto& [polygon, word] : {std::pair(a, &words[0]), {b, &words[1]}})
         for (const Reason& reason : explainExit(*polygon))
             if (reason.kind == "exit-hangs")

@@ -59,7 +59,7 @@ struct Outline {
         Vector area;
         for (std::size_t i = 0; i < corners.size(); ++i) {
             const Vector &a = corners[i], &b = corners[(i + 1) % corners.size()];
-            if (!((b - a).length() >= CN_LEVEL_TOLERANCE))
+            if (!((b - a).length() > CN_LEVEL_TOLERANCE))
                 throw EditRefusal(fmt::format("two corners lie at {:g} {:g} {:g}", a.x, a.y, a.z));
             area += (a - corners[0]).cross(b - corners[0]);
         }
@@ -95,7 +95,7 @@ CN_Polygon& draw(CN_Mesh& mesh, const Outline& outline) {
 void editLoft(Editor& editor, Words words) {
     CN_LevelEntity& parent = editor.changeableEntity(words[0]);
     const double distance = Editor::number(words[2]);
-    if (!(std::abs(distance) >= CN_LEVEL_TOLERANCE))
+    if (!(std::abs(distance) > CN_LEVEL_TOLERANCE))
         throw EditRefusal(fmt::format("a prism of the height {:g} encloses nothing", distance));
     const Outline outline(words.subspan(3));
     auto& mesh = dynamic_cast<CN_Mesh&>(editor.addEntity(CN_KIND_MESH, parent, words[1], outline.corners[0]));

@@ -129,7 +129,7 @@ void editJoin(Editor& editor, Words words) {
     copyGroups(mesh, other, offset);
     replace(
         editor, other, [&](const CN_LevelEntity&) -> CN_Mesh& { return mesh; }, mesh, false);
-    sound.finish();
+    sound.finish(true); // rooms that touch have their walls twice now
 }
 
 void editSeparate(Editor& editor, Words words) {

@@ -166,6 +166,9 @@ double Editor::number(const std::string& word) {
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (end != word.data() + word.size() || error != std::errc() || !std::isfinite(value))
         throw EditRefusal(fmt::format("\"{}\" is no number", toShownText(word)));
+    constexpr double LARGEST = 1e15; // beyond it corners of a unit's distance are one
+    if (std::abs(value) > LARGEST)
+        throw EditRefusal(fmt::format("\"{}\" is beyond {:g}", toShownText(word), LARGEST));
     return value;
 }
 

@@ -1,5 +1,6 @@
 #include "host/explain.h"
 
+#include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/portal.h"
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/mesh/mesh.h"
@@ -231,6 +232,10 @@ std::vector<Reason> explainMesh(CN_Mesh& mesh, const CN_Polygon* only) {
     if (mesh.getPolygonList().empty())
         reasons.push_back({"mesh-empty", "the mesh has no polygons", {mesh.getWorldPosition()}, {}});
     const std::vector<CN_OpenEdge> open = CN_findOpenEdges(mesh, CN_LEVEL_TOLERANCE);
+    const auto* const room = dynamic_cast<const CN_LevelEntityMesh*>(&mesh);
+    if (!only && open.empty() && room && room->isRoom() && CN_volume(mesh) < 0)
+        reasons.push_back(
+            {"room-outward", "its faces look outward: nothing is inside the room", {mesh.getWorldPosition()}, {}});
     const NearestStretches nearest(open);
     for (std::size_t i = 0; i < open.size(); ++i)
         if (!only || open[i].polygon == only)

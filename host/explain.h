@@ -46,6 +46,7 @@ std::vector<Reason> explainExit(CN_Polygon& exit);
 /// | edge-open      | no other polygon follows a stretch of an edge; the nearest one that might   | its ends, its length         |
 /// | edge-crowded   | more than one other polygon follows it                                      | its ends, its length         |
 /// | mesh-empty     | the mesh has no polygons                                                    |                              |
+/// | room-outward   | the faces of a closed room look outward, so that nothing is inside it       |                              |
 ///
 /// Cost: near linear in edges, as long as not very many of those that are open lie close together.
 std::vector<Reason> explainMesh(CN_Mesh& mesh, const CN_Polygon* only);

@@ -12,12 +12,14 @@
 #include "host/failure.h"
 #include "host/text.h"
 
+#include <fmt/format.h>
 #include <tiny_gltf.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cfloat>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <sstream>
@@ -55,6 +57,18 @@ template <class Number> void append(Column& column, Number number) {
     unsigned char bytes[sizeof number];
     std::memcpy(bytes, &number, sizeof number);
     column.bytes.insert(column.bytes.end(), bytes, bytes + sizeof number);
+}
+
+/// A number that the format has no room for.
+struct BeyondReach {
+    double number;
+};
+
+/// The number in the width that the format has. Throws a `BeyondReach`.
+float narrow(double number) {
+    if (!(std::abs(number) <= FLT_MAX))
+        throw BeyondReach{number};
+    return static_cast<float>(number);
 }
 
 /// The least and the greatest of each component, as the numbers that are stored.
@@ -128,7 +142,8 @@ class GltfWriter {
     static void setPlacement(tinygltf::Node& node, const ExportPlacement& placement) {
         const auto& [translation, rotation, scale, isExact] = placement;
         if (translation != Vector())
-            node.translation = {translation.x, translation.y, translation.z};
+            for (const double place : node.translation = {translation.x, translation.y, translation.z})
+                narrow(place);
         if (rotation != Quaternion{1, 0, 0, 0})
             node.rotation = {rotation.x, rotation.y, rotation.z, rotation.w};
         if (scale != Vector(1, 1, 1))
@@ -221,7 +236,7 @@ class GltfWriter {
         Extent extent(3);
         for (const Vector& v : vectors)
             for (int i = 0; i < 3; ++i) {
-                const auto number = static_cast<float>(v[i]);
+                const float number = narrow(v[i]);
                 append(column, number);
                 extent.widen(static_cast<std::size_t>(i), number);
             }
@@ -235,8 +250,8 @@ class GltfWriter {
     int addUVs(const std::vector<M_Vector2Template<double>>& uvs) {
         const std::size_t offset = m_uvs.bytes.size();
         for (const M_Vector2Template<double>& uv : uvs) {
-            append(m_uvs, static_cast<float>(uv.x));
-            append(m_uvs, static_cast<float>(uv.y));
+            append(m_uvs, narrow(uv.x));
+            append(m_uvs, narrow(uv.y));
         }
         return addAccessor(m_uvs, offset, TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_VEC2, uvs.size());
     }
@@ -424,7 +439,12 @@ class GltfWriter {
 } // namespace
 
 std::string writeGltf(ExportScene& scene, bool binary, const std::string& output) {
-    return GltfWriter(scene, output).write(binary);
+    try {
+        return GltfWriter(scene, output).write(binary);
+    } catch (const BeyondReach& beyond) {
+        throw Failure(ExitCode::OUTPUT, output,
+                      fmt::format("the level has the number {:g}, which is beyond what glTF can hold", beyond.number));
+    }
 }
 
 } // namespace cairn::host

@@ -16,10 +16,14 @@ SoundMesh::SoundMesh(Editor& editor, CN_Mesh& mesh) : m_editor(editor), m_mesh(m
     m_meeting = findMeetingExits();
 }
 
-void SoundMesh::finish() {
+void SoundMesh::finish(bool mayOpen) {
     refreshMesh(m_mesh);
     for (const CN_Finding& finding : CN_validateMesh(m_mesh, CN_LEVEL_TOLERANCE))
-        if (--m_faults[finding.code] < 0)
+        if (--m_faults[finding.code] >= 0)
+            continue;
+        else if (mayOpen && finding.code == std::string_view("mesh-open"))
+            m_editor.note(finding.message);
+        else
             throw EditRefusal(fmt::format("the mesh would not be sound: {}{}", toShownText(finding.message),
                                           finding.polygon < 0 ? "" : fmt::format(" (polygon {})", finding.polygon)));
     const auto meeting = findMeetingExits();

@@ -17,8 +17,9 @@ class SoundMesh {
 
     CN_Mesh& mesh() { return m_mesh; }
     /// Brings what derives of the mesh up to date, looks again, and throws an `EditRefusal` where more of one kind is wrong than
-    /// before. Exits that met their partners and do not any more are told in a note.
-    void finish();
+    /// before. Exits that met their partners and do not any more are told in a note, and so is, with `mayOpen`, a mesh that is
+    /// open now.
+    void finish(bool mayOpen = false);
 
   private:
     using Faults = std::map<std::string, int>; ///< how many of a code

@@ -92,11 +92,12 @@ TEST(Exits, AreBoundToThePartnersOfTheirNumbers) {
         test::loadLevel(document, test::makeLevel(level));
         EXPECT_EQ(exitsOf(document), c.exits);
         EXPECT_EQ(document.getLoadReport().getFindings().size(), c.findings + 1);
-        if (c.exits == "1 0 -s ")
+        if (c.exits == "1 0 -s ") {
             EXPECT_NE(process.log().find("LevelLoader      : Sealed exit 77 with name(::Room::Portal 2)\n"
                                          "CN_ExitDestinationPointerDeserializer::visit : portal@"),
                       std::string::npos)
                 << process.log();
+        }
         const auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(*document.accessLevel()->getChildren().front());
         for (const CN_Polygon& polygon : mesh.getPolygonList()) {
             const bool wall = polygon.getPolyMode() == PT_SOLID;
