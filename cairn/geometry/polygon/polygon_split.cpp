@@ -1,5 +1,6 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/system.h"
+#include "cairn/geometry/exact_corners.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/planar/polygon2d.h"
@@ -154,10 +155,15 @@ void CN_Polygon::split(const M_Plane3Template<double>& plane, CN_Mesh* mesh, std
             F_System::verbose("Extents: In %.9lf, out %.9lf\n", inside, outside);
     }
     std::vector<CN_Polygon*> made;
+    const int before = mesh->getVertexList().count();
     if (keepsBehind)
         outputSide(this, space, behind, mesh, made, behindList);
     if (keepsFront)
         outputSide(this, space, front, mesh, made, frontList);
+    CN_ExactCorners exact;
+    exact.addCorners(*this);
+    exact.addCrossings(*this, {normal, plane.getPoint()});
+    exact.restore(*mesh, before);
     for (CN_Polygon* const piece : made) {
         piece->m_lightmapMapping = m_lightmapMapping;
         piece->referenceLightmap();

@@ -1,4 +1,5 @@
 #include "cairn/foundation/exception.h"
+#include "cairn/geometry/exact_corners.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/planar/polygon2d.h"
@@ -137,8 +138,13 @@ std::vector<CN_Polygon*> CN_Polygon::buildFrom(CN_Polygon* a, CN_Polygon* b) {
     CN_2DPolygon planar(this, SNAP_TOLERANCE, space);
     planar.createFrom(&united);
     std::vector<CN_Polygon*> made;
+    const int before = target.getVertexList().count();
     if (planar.getNumVertices() > 0)
         made = planar.outputPolygons(&target, false, true);
+    CN_ExactCorners exact;
+    exact.addCorners(*a);
+    exact.addCorners(*b);
+    exact.restore(target, before);
     mesh.handleOwnHierarchy();
     for (CN_Polygon* const source : {a, b})
         if (!source->getNgonList().empty())

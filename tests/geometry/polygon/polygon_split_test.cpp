@@ -92,6 +92,32 @@ TEST(PolygonSplit, PiecesByTheCut) {
         }
 }
 
+TEST(PolygonSplit, CornersOnTheGridStayOnIt) {
+    ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *test::pillarRoom(document);
+    const auto isOnGrid = [&mesh] {
+        return std::all_of(mesh.getVertexList().begin(), mesh.getVertexList().end(), [](const CN_Vertex& vertex) {
+            const Vector eighths = vertex.local * 8;
+            return eighths == Vector(std::round(eighths.x), std::round(eighths.y), std::round(eighths.z));
+        });
+    };
+    for (const Plane& plane :
+         {Plane({0, 0, 1}, {0, 0, 3.125}), Plane({1, 0, 0}, {1.375, 0, 0}), Plane({0, -1, 0}, {0, 2.5, 0})}) {
+        Polygons old;
+        for (CN_Polygon& polygon : mesh.accessPolygonList())
+            old.push_back(&polygon);
+        for (CN_Polygon* const polygon : old) {
+            Polygons made;
+            polygon->split(plane, &mesh, &made, &made, true);
+            mesh.deletePolygon(polygon);
+        }
+        EXPECT_TRUE(isOnGrid());
+    }
+    CN_Polygon &a = mesh.accessPolygonList()[0], &b = mesh.accessPolygonList()[1];
+    mesh.addPolygon()->buildFrom(&a, &b);
+    EXPECT_TRUE(isOnGrid());
+}
+
 TEST(PolygonSplit, SliversOfTheFirstAxisGo) {
     struct Case {
         const char* name;
