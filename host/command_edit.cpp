@@ -1,5 +1,6 @@
 #include "cairn/foundation/file.h"
 #include "host/command_line.h"
+#include "host/edit_set.h"
 #include "host/editor.h"
 #include "host/level_session.h"
 #include "host/text.h"
@@ -88,13 +89,24 @@ std::string listOfCommands() {
     std::string list =
         "Commands run in their order; the first that is refused ends the run with exit code 1, and nothing "
         "is written.\nAn entity is named by its qualified name (::Room1::Crate, the root ::) or by @N, its "
-        "number in tree --json.\nWords with blanks stand in quotes. # begins a comment.\nCommands:";
+        "number in tree --json.\nWords with blanks stand in quotes. # begins a comment.\n"
+        "\"cairn edit --help COMMAND\" tells of one command alone.\nCommands:";
     for (const EditCommand& command : editCommands()) {
         list += fmt::format("\n  {} {}", command.name, command.usage);
         if (!command.help.empty())
             list += fmt::format("\n      {}", command.help);
     }
     return list;
+}
+
+/// Lets the help be that of one edit command, where the word that stands in the file's place names one.
+void addHelpOnCommands(CLI::App& command) {
+    const std::shared_ptr<CLI::FormatterBase> usual = command.get_formatter();
+    command.formatter_fn([usual](const CLI::App* app, std::string name, CLI::AppFormatMode mode) {
+        const auto& words = app->get_option("FILE")->results();
+        const std::string text = words.empty() ? "" : describeEditCommand(words.front());
+        return text.empty() ? usual->make_help(app, std::move(name), mode) : text;
+    });
 }
 
 } // namespace
@@ -111,6 +123,7 @@ void addEditCommand(CLI::App& app, Command& chosen) {
         ->type_name("FILE")
         ->check(refuseStandardStream);
     command->footer(listOfCommands());
+    addHelpOnCommands(*command);
     options->addContent(*command);
     options->addQuiet(*command);
     onChosen(*command, options, runEdit, chosen);

@@ -4,6 +4,7 @@
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "host/edit_set.h"
 #include "host/entity_lookup.h"
 #include "host/text.h"
 
@@ -29,6 +30,7 @@ constexpr EditCommand COMMANDS[] = {
     {"turn", "ENTITY AXIS DEGREES", "turns it about an axis (x, y, z) of its parent through its own place", 3, 3,
      editTurn},
     {"delete", "ENTITY", "with all below it and the messages that name any of it", 1, 1, editDelete},
+    {"set", "ENTITY PROPERTY VALUE", "changes a setting; \"edit --help set\" lists those of each kind", 3, 3, editSet},
     {"select", "ENTITY...", "selects these and no others", 1, ANY, editSelect},
     {"box", "PARENT NAME X Y Z SX SY SZ [in|out]",
      "makes a box from its least corner and its sizes, whose faces look in (a room) or out; polygons 0 to 5: floor, "
