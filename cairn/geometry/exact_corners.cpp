@@ -10,8 +10,8 @@ namespace cairn {
 
 namespace {
 
-constexpr double ROUNDING = 1e-9; // of a corner's coordinates, as a share of them
-constexpr double LEAST_REACH = 1e-9;
+constexpr double ROUNDING = 1e-8;    // of a corner's coordinates, as a share of them
+constexpr double LEAST_REACH = 1e-7; // that of the clipper's grid is below it
 
 } // namespace
 

@@ -27,6 +27,7 @@ namespace {
 using Vector = M_Vector3Template<double>;
 
 constexpr double UNIT_TOLERANCE = 1e-6; // of a unit vector's length: what a file's rounding and rotations leave
+constexpr double MEAN_TOLERANCE = 1e-4; // of a normal's length: means of a weld are not made unit
 constexpr double LINE_TOLERANCE = 1e-5; // a polygon within this of a line has no extent
 constexpr double SAME_PLANE = 0.9999;   // cosine between the planes of texture spaces that a load takes for one
 constexpr double OWN_PLANE = 0.99;      // cosine between a polygon's plane and that of its first texture space
@@ -228,7 +229,7 @@ class MeshValidator {
     void checkPlane(const CN_Polygon& polygon) {
         const Vector& normal = polygon.getNormal();
         const double length = normal.length();
-        if (!(std::abs(length - 1) <= UNIT_TOLERANCE))
+        if (!(std::abs(length - 1) <= MEAN_TOLERANCE))
             return add("polygon-nonplanar", formatText("The normal has the length %g", length));
         const Vector& reference = polygon.getReferenceNormal();
         if (!(reference == Vector()) && !(std::abs(reference.length() - 1) <= UNIT_TOLERANCE)) // one may be unset
@@ -255,7 +256,7 @@ class MeshValidator {
         const auto runsAlong = [&](const Vector& area) { return area.dot(polygon.getNormal()) > 0; };
         if (!(CN_areaVector(polygon).dot(polygon.getNormal()) > 0))
             add("polygon-winding", "The boundary runs clockwise seen from the side of the normal");
-        else if (std::any_of(areas.begin() + 1, areas.end(), runsAlong))
+        else if (std::count_if(areas.begin(), areas.end(), runsAlong) > 1) // turning a polygon over puts holes first
             add("polygon-winding", "A hole runs the way the outer loop should");
         else
             checkTriangulation(polygon);
