@@ -35,7 +35,7 @@ class EditSet : public testing::Test {
             if (id <= CN_KIND_DYN_POINTLIGHT || id >= CN_KIND_AI_NODE)
                 add(id, *m_document->accessLevel());
         auto& light = static_cast<CN_LevelEntityRadiosityLight&>(add(CN_KIND_RADIOSITY_LIGHT, at("::Hall")));
-        light.setRadiosityPolygon(&static_cast<CN_Mesh&>(at("::Hall")).accessPolygonList()[1]);
+        light.setRadiosityPolygon(&dynamic_cast<CN_Mesh&>(at("::Hall")).accessPolygonList()[1]);
         static_cast<CN_LevelEntityPrefab&>(at("::Set")).createPrefabContent();
     }
 
@@ -148,7 +148,7 @@ TEST_F(EditSet, WhatHangsOnAValueFollows) {
     EXPECT_TRUE(at("::Hall").getFSM()->getMessageHandler("T_Activate"));
     EXPECT_EQ(at("::Lift").getPosition(), CN_LevelEntity::Vector());
     EXPECT_EQ(at("::E110").getBoundingMax(), CN_LevelEntity::Vector(2, 2, 2));
-    auto& hall = static_cast<CN_Mesh&>(at("::Hall"));
+    auto& hall = dynamic_cast<CN_Mesh&>(at("::Hall"));
     hall.clearGeometryDirty();
     at("::E107").setObjectDirty(false);
     ASSERT_EQ(run("set ::Hall::Round smooth off\nset ::E107 excluded on"), "");
