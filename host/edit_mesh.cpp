@@ -248,7 +248,7 @@ void editKeyframe(Editor& editor, Words words) {
     if (!animated || !animated->getKeyframes())
         throw EditRefusal(fmt::format("\"{}\" is not dynamic", toShownText(words[0])));
     Editor::checkName(words[1]);
-    if (!animated->addKeyframe(words[1].c_str()))
+    if (animated->getKeyframes()->find(words[1].c_str()) || !animated->addKeyframe(words[1].c_str()))
         throw EditRefusal(fmt::format("a keyframe is named \"{}\" already", toShownText(words[1])));
 }
 

@@ -94,7 +94,8 @@ void moveStanding(Editor& editor, CN_Mesh& old, const Successors& successors) {
 
 /// Leads to the successors what led to a polygon, from wherever it is.
 void leadToSuccessors(CN_LevelEntity& root, const Successors& successors) {
-    for (CN_PreIterator it = root.createIterator(); !it.end(); ++it)
+    CN_PreIterator it = root.createIterator();
+    for (it.begin(); !it.end(); ++it)
         if (auto* const mesh = dynamic_cast<CN_Mesh*>(*it))
             for (CN_Polygon& polygon : mesh->accessPolygonList())
                 if (const auto found = successors.find(polygon.getExitDestination()); found != successors.end())

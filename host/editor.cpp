@@ -4,6 +4,7 @@
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/math/snapping.h"
 #include "host/edit_set.h"
 #include "host/entity_lookup.h"
 #include "host/text.h"
@@ -168,14 +169,15 @@ double Editor::number(const std::string& word) {
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (end != word.data() + word.size() || error != std::errc() || !std::isfinite(value))
         throw EditRefusal(fmt::format("\"{}\" is no number", toShownText(word)));
-    constexpr double LARGEST = 1e15; // beyond it corners of a unit's distance are one
-    if (std::abs(value) > LARGEST)
-        throw EditRefusal(fmt::format("\"{}\" is beyond {:g}", toShownText(word), LARGEST));
     return value;
 }
 
-CN_LevelEntity::Vector Editor::vector(std::span<const std::string> words) {
-    return {number(words[0]), number(words[1]), number(words[2])};
+Editor::Vector Editor::vector(std::span<const std::string> words) {
+    constexpr double LARGEST = 1e15; // beyond it corners a unit apart are one
+    const Vector vector(number(words[0]), number(words[1]), number(words[2]));
+    if (maxAbsComponent(vector) > LARGEST)
+        throw EditRefusal(fmt::format("a place or a size does not go beyond {:g}", LARGEST));
+    return vector;
 }
 
 } // namespace cairn::host

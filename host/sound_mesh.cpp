@@ -28,8 +28,8 @@ std::vector<CN_Finding> findFaultsOf(const CN_Mesh& mesh) {
     }
     for (const CN_LevelEntity* const child : mesh.getChildren())
         if (const auto* const node = dynamic_cast<const CN_VirtualNode*>(child); node && !node->isStorable())
-            faults.push_back({"lost-node", child, -1,
-                              formatText("\"%s\" would stand on no polygon", child->getName().c_str()), false});
+            faults.push_back(CN_Finding{"lost-node", child, -1,
+                                        "\"" + toString(child->getName()) + "\" would stand on no polygon", false});
     return faults;
 }
 

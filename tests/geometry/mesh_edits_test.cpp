@@ -10,13 +10,7 @@ namespace {
 
 /// The mesh of a script: those of the shelf in turn, and between them random rooms.
 test::ShelfMesh meshOf(unsigned int script) {
-    static const std::vector<test::ShelfMesh> shelf = [] {
-        std::vector<test::ShelfMesh> meshes;
-        for (const test::ShelfMesh& mesh : test::meshShelf())
-            if (mesh.polygons > 0 && mesh.polygons < 100 && mesh.tolerance < 1e-6)
-                meshes.push_back(mesh);
-        return meshes;
-    }();
+    static const std::vector<test::ShelfMesh> shelf = test::editableMeshes();
     if (script % 2 == 0)
         return shelf[script / 2 % shelf.size()];
     test::ShelfMesh room{"random room " + std::to_string(script), nullptr, 0, 0, 0, true, 0};

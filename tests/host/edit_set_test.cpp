@@ -7,6 +7,7 @@
 #include "cairn/entities/tri_mesh.h"
 #include "cairn/entities/vol_lighting_box.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/geometry/mesh/mesh.h"
 #include "host/edit_set.h"
 #include "host/editor.h"
 #include "host/entity_properties.h"
