@@ -30,6 +30,10 @@ const char* CN_describe(CN_PlaneMoveRefusal refusal) {
         return "an edge would turn over";
     case CN_PlaneMoveRefusal::SHRUNK:
         return "an edge would become too short";
+    case CN_PlaneMoveRefusal::BENT:
+        return "a corner would leave the plane of a polygon beside it";
+    case CN_PlaneMoveRefusal::FOLDED:
+        return "the boundary of a polygon would cross itself";
     case CN_PlaneMoveRefusal::PIERCED:
         return "another edge would go through the moved plane";
     }

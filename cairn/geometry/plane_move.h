@@ -17,7 +17,9 @@ enum class CN_PlaneMoveRefusal : int {
     CROSSING,        ///< the end of an edge would change sides of a polygon that its line passes through
     TURNED_OVER,     ///< an edge would turn over
     SHRUNK,          ///< an edge that is longer would become as short as the least length
+    BENT,            ///< a corner would leave the plane of a polygon beside
     PIERCED,         ///< another edge would go through what moves
+    FOLDED,          ///< the boundary of a polygon would cross itself
 };
 
 /// That in words, to go on behind "refused: ".

@@ -125,6 +125,8 @@ CN_PlaneMover::Refusal CN_PlaneMover::findRefusal(Undo& undo) {
         return Refusal::CROSSING;
     if (const Refusal refusal = checkShape(); refusal != Refusal::NONE)
         return refusal;
+    if (bends())
+        return Refusal::BENT;
     undo.writePlaces();
     return isPierced() ? Refusal::PIERCED : Refusal::NONE;
 }
@@ -223,7 +225,8 @@ CN_PlaneMover::Refusal CN_PlaneMover::commit(Undo& undo) {
         polygon.setNormal(normal);
         polygon.setPointOnPlane(point);
     }
-    CN_renewTriangulations(m_mesh);
+    if (!CN_renewTriangulations(m_mesh))
+        return Refusal::FOLDED;
     undo.keep();
     for (const auto& [vertex, old] : undo.moved())
         vertex->world = m_mesh.worldTransform(vertex->local);

@@ -118,6 +118,7 @@ class CN_PlaneMover {
     bool crossesAny(const Side& edge, int vertex, const Vector& along);
     bool crossesOne(const Side& edge, const CN_Polygon& other, const Vector& along) const;
     Refusal checkShape() const;
+    bool bends() const;
     bool isPierced();
 
     // Moving (plane_mover.cpp)

@@ -1,5 +1,6 @@
 #include "cairn/geometry/edges_beside.h"
 #include "cairn/geometry/plane_mover.h"
+#include "cairn/geometry/validate.h"
 #include "cairn/math/snapping.h"
 
 #include <algorithm>
@@ -258,6 +259,25 @@ CN_PlaneMover::Refusal CN_PlaneMover::checkShape() const {
 
 /// True if an edge apart from the group goes through a member. New places must be written; members have their old normals
 /// still, so that of a tilted plane hardly anything is seen.
+/// True if a corner ends up off the plane of one of its polygons: it slides along an edge that is short or lies between nearly
+/// equal planes, where what edges are off already grows. One that was as far off before is no reason.
+bool CN_PlaneMover::bends() const {
+    for (std::size_t vertex = 0; vertex < m_places.size(); ++vertex) {
+        const Vector &old = m_places[vertex], &now = m_newPlaces[vertex];
+        if (now == old)
+            continue;
+        for (int i = m_firstAt[vertex]; i < m_firstAt[vertex + 1]; ++i) {
+            const int polygon = side(m_sidesAt[at(i)]).polygon;
+            const bool isMember = m_roles[at(polygon)] == Role::MEMBER;
+            const Plane own = polygonAt(polygon).getPlane();
+            const double before = isMember ? 0 : std::abs(own.distance(old));
+            if (!(std::abs((isMember ? m_target : own).distance(now)) <= std::max(before, CN_LEVEL_TOLERANCE)))
+                return true;
+        }
+    }
+    return false;
+}
+
 bool CN_PlaneMover::isPierced() {
     CN_BoxTree members = treeOf(m_members, m_newPlaces);
     const auto pierces = [&](int i) {

@@ -2,6 +2,7 @@
 
 #include "cairn/geometry/mesh/mesh.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -56,11 +57,27 @@ class Saved {
     bool m_isUVCalculated;
 };
 
+/// False for a triangle or a quad whose corners all turn one way: it cannot cross itself.
+bool mayCrossItself(const CN_Polygon& polygon) {
+    const CN_Polygon::EdgeList& edges = polygon.getEdgeList();
+    constexpr int QUAD = 4;
+    if (edges.count() > QUAD || polygon.getNumHoles() > 0)
+        return true;
+    return std::any_of(edges.begin(), edges.end(), [&polygon, before = edges.last()](const CN_Edge& edge) mutable {
+        const CN_Edge& last = *std::exchange(before, &edge);
+        return !(last.dir().cross(edge.dir()).dot(polygon.getNormal()) > 0);
+    });
+}
+
 } // namespace
 
-void CN_renewTriangulations(CN_Mesh& mesh) {
+bool CN_renewTriangulations(CN_Mesh& mesh) {
     std::vector<Saved> saved;
     std::vector<CN_Polygon*> current;
+    const auto putBack = [&saved] {
+        for (Saved& polygon : saved)
+            polygon.putBack();
+    };
     try {
         for (CN_Polygon& polygon : mesh.accessPolygonList()) {
             if (polygon.getEdgeList().empty() && polygon.getVertexBuffer().empty())
@@ -69,16 +86,21 @@ void CN_renewTriangulations(CN_Mesh& mesh) {
                 current.push_back(&polygon);
                 continue;
             }
+            // Asked first: a triangulation that fails is told to the user.
+            if (!polygon.getTriangleList().empty() && mayCrossItself(polygon) && !polygon.canTriangulize()) {
+                putBack();
+                return false;
+            }
             saved.emplace_back(polygon);
             polygon.triangulize(true);
         }
     } catch (...) {
-        for (Saved& polygon : saved)
-            polygon.putBack();
+        putBack();
         throw;
     }
     for (CN_Polygon* const polygon : current)
         polygon->renewTriangulation();
+    return true;
 }
 
 } // namespace cairn

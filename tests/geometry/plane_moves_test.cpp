@@ -257,7 +257,8 @@ TEST(PlaneMoves, LookForPiercingWithTheOldNormal) {
     ShelfDocument document;
     CN_LevelEntityMesh& mesh = *test::pillarRoom(document);
     CN_Polygon* const wall = &mesh.accessPolygonList()[2];
-    EXPECT_TRUE(mesh.rotatePolygonPlane(wall, {0, 0, 0}, {0, 4, 0}, 0.6, 0));
+    EXPECT_EQ(mesh.tryRotatePolygonPlane(wall, {0, 0, 0}, {0, 4, 0}, 0.6, 0), CN_PlaneMoveRefusal::FOLDED)
+        << "not pierced, for the old normal";
     EXPECT_TRUE(CN_validateMesh(mesh, 1e-6).size() > 0);
 }
 

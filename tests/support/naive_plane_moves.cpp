@@ -336,6 +336,14 @@ bool naivePlaneMove(CN_Mesh& mesh, CN_Polygon* polygon, double distance, double 
         move.swapPlaces();
         return refuse();
     }
+    struct Before {
+        CN_Polygon* polygon;
+        Vector normal, point;
+        CN_Polygon::UVSpaces spaces;
+    };
+    std::vector<Before> before;
+    for (CN_Polygon* const member : move.group)
+        before.push_back({member, member->getNormal(), member->getPointOnPlane(), member->getUVSpaces()});
     const bool isUndone = normal == move.oldNormal && !(move.newNormal == move.oldNormal);
     for (CN_Polygon* const member : move.group) {
         Vector memberNormal = member->getNormal().dot(move.oldNormal) < 0 ? -move.newNormal : move.newNormal;
@@ -360,6 +368,15 @@ bool naivePlaneMove(CN_Mesh& mesh, CN_Polygon* polygon, double distance, double 
             space.setMatrix(rows);
         }
     }
+    for (const CN_Polygon& other : mesh.getPolygonList())
+        if (!other.getTriangleList().empty() && !other.canTriangulize()) { // it would cross itself
+            for (Before& member : before) {
+                member.polygon->setNormal(member.normal);
+                member.polygon->accessUVSpaces() = member.spaces;
+            }
+            move.swapPlaces();
+            return refuse();
+        }
     mesh.setGeometryDirty();
     mesh.invalidateMapping();
     mesh.triangulizeAll(true);
