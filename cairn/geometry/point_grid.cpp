@@ -83,12 +83,12 @@ double CN_PointGrid::placeOf(double coordinate) const {
 }
 
 std::uint64_t CN_PointGrid::hash(const Key& key) {
-    std::uint64_t mixed = 0;
-    for (const std::int64_t place : {key.x, key.y, key.z}) {
-        mixed = (mixed ^ static_cast<std::uint64_t>(place)) * 0x9E3779B97F4A7C15u;
-        mixed ^= mixed >> 32;
-    }
-    return mixed;
+    constexpr std::uint64_t X = 0x9E3779B97F4A7C15u, Y = 0xC2B2AE3D27D4EB4Fu,
+                            Z = 0x165667B19E3779F9u; // odd, bits mixed
+    std::uint64_t mixed = static_cast<std::uint64_t>(key.x) * X + static_cast<std::uint64_t>(key.y) * Y +
+                          static_cast<std::uint64_t>(key.z) * Z;
+    mixed = (mixed ^ mixed >> 32) * X;
+    return mixed ^ mixed >> 32;
 }
 
 /// The slot of the cell, or an empty one where it belongs.

@@ -12,7 +12,7 @@ namespace {
 class Clusterer {
   public:
     Clusterer(const std::vector<CN_PointGrid::Vector>& points, double radius)
-        : m_grid(points, radius), m_mostNear(points.size()) {}
+        : m_points(points), m_grid(points, radius), m_mostNear(points.size()) {}
 
     CN_WeldClusters tellAll(unsigned int largest) {
         m_told.members.reserve(m_mostNear.size());
@@ -39,8 +39,13 @@ class Clusterer {
         if (search.cells > 1)
             std::sort(members.begin() + static_cast<std::ptrdiff_t>(begin), members.end());
         const std::size_t near = members.size();
-        for (std::size_t i = begin + 1; i < near; ++i)
-            tellNear(static_cast<unsigned int>(members[i]));
+        for (std::size_t i = begin + 1; i < near; ++i) {
+            const auto point = static_cast<unsigned int>(members[i]);
+            if (m_points[point] == m_points[first])
+                m_mostNear[point] = search.most; // what lies near it is told
+            else
+                tellNear(point);
+        }
     }
 
     void tellNear(unsigned int point) {
@@ -63,6 +68,7 @@ class Clusterer {
             m_open.push_back(search);
     }
 
+    const std::vector<CN_PointGrid::Vector>& m_points;
     CN_PointGrid m_grid;
     std::vector<unsigned int> m_mostNear;     ///< of each point: no more than these lie near it
     std::vector<CN_PointGrid::Search> m_open; ///< for what lies near points that were told, the last one on top

@@ -17,6 +17,19 @@
 /// against it.
 namespace cairn::test {
 
+/// Where the vertices are, in list order.
+inline std::vector<M_Vector3Template<double>> placesOf(const CN_Mesh& mesh) {
+    std::vector<M_Vector3Template<double>> places;
+    for (const CN_Vertex& vertex : mesh.getVertexList())
+        places.push_back(vertex.local);
+    return places;
+}
+
+inline void addVertices(CN_Mesh& mesh, const std::vector<M_Vector3Template<double>>& places) {
+    for (const M_Vector3Template<double>& place : places)
+        mesh.addVertex(place);
+}
+
 using NaiveGroups = std::vector<std::list<int>>;
 
 inline bool isInGroup(const std::list<int>& group, int vertex) {
