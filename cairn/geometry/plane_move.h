@@ -17,7 +17,7 @@ enum class CN_PlaneMoveRefusal : int {
     CROSSING,        ///< the end of an edge would change sides of a polygon that its line passes through
     TURNED_OVER,     ///< an edge would turn over
     SHRUNK,          ///< an edge that is longer would become as short as the least length
-    PIERCED,         ///< another edge would go through what moves
+    PIERCED, ///< another edge would go through what moves: looked for along the old normal, which misses most tilts
 };
 
 /// That in words, to go on behind "refused: ".
