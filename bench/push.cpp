@@ -6,7 +6,7 @@
 
 // Pushing one wall of a room to and fro, by the number of the room's polygons, beside the time that it takes to triangulate all
 // of them. Blocks hang in the first room and stand on the floor of the second, which is one polygon with a hole for each; in
-// the third there are steps, each a part of both walls beside them; and the fourth has a wall for each side of a ring, so that
+// the third there are steps, each a part of both walls beside them; and the fourth is a ring of walls, so that
 // floor and ceiling are half of all the corners there are, and are triangulated anew with every push.
 
 namespace cairn {
@@ -116,13 +116,14 @@ std::shared_ptr<bench::MeshLevel> makeStair(int n) {
     return builder.level;
 }
 
+/// Walls that stand in and out by turns, so that none is as good as parallel to its neighbour.
 std::shared_ptr<bench::MeshLevel> makeRing(int n) {
     Builder builder;
     constexpr double PI = 3.141592653589793;
     Loop floor, ceiling;
     for (Loop* const loop : {&floor, &ceiling})
         for (int i = 0; i < n - 2; ++i) {
-            const double angle = -2 * PI * i / (n - 2), radius = n;
+            const double angle = -2 * PI * i / (n - 2), radius = n + i % 2 * 4;
             loop->push_back(
                 builder.addVertex({radius * std::cos(angle), loop == &floor ? 0.0 : 4.0, radius * std::sin(angle)}));
         }

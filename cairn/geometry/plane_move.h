@@ -18,8 +18,8 @@ enum class CN_PlaneMoveRefusal : int {
     TURNED_OVER,     ///< an edge would turn over
     SHRUNK,          ///< an edge that is longer would become as short as the least length
     BENT,            ///< a corner would leave the plane of a polygon beside
-    PIERCED,         ///< another edge would go through what moves
-    FOLDED,          ///< the boundary of a polygon would cross itself
+    PIERCED, ///< another edge would go through what moves: looked for along the old normal, which misses most tilts
+    FOLDED,  ///< the boundary of a polygon would cross itself
 };
 
 /// That in words, to go on behind "refused: ".

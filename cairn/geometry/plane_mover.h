@@ -34,6 +34,9 @@ CN_PlaneMoveRefusal CN_findFollowRefusal(const M_Vector3Template<double>& a, con
 /// The polygon and its coplanar neighbours are the group; those that share an edge with it from outside are its border. Edges
 /// of the border that lead into the group carry its corners along; the others go along the reference normal. All is found from
 /// tables of the mesh that are made once, in the order of the mesh's lists.
+///
+/// What has moved has the texture spaces 0, 1 and 2; one that was missing begins as space 0. A plane that faces the other way
+/// than the polygon's goes on doing so. Bounding boxes are those ahead of the move.
 class CN_PlaneMover {
   public:
     using Vector = M_Vector3Template<double>;
