@@ -1,11 +1,7 @@
-// Keeping the messages of state machines true: whole updates, binding after a load and each walker by the number of messages;
-// paths by the number of siblings beside each step; qualified names by the size of a subtree that moves.
+// Keeping the messages of state machines true: whole updates, binding after a load and each walker by the number of messages,
+// beside a plain read of those; paths by the number of siblings beside each step; qualified names by the size of a subtree that moves.
+#include "bench/support/message_level.h"
 #include "bench/support/report.h"
-#include "cairn/document/document.h"
-#include "cairn/entities/cairn_level.h"
-#include "cairn/entities/fsm_entity.h"
-#include "cairn/fsm/change_manager.h"
-#include "cairn/fsm/walkers.h"
 
 #include <fmt/format.h>
 
@@ -13,178 +9,133 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <tuple>
-#include <utility>
 #include <vector>
 
 namespace {
 
 using namespace cairn;
 
-CN_LevelEntity* addEntity(CN_LevelEntity& parent, const std::string& name) {
-    auto made = std::make_unique<CN_LevelEntityFSM>();
-    CN_LevelEntity* const entity = made.get();
-    entity->setDocument(parent.getDocument());
-    entity->setName(CString(name), false);
-    parent.addOwned(std::move(made), false);
-    return entity;
-}
-
-/// Rooms of entities with ten messages each, to entities all over the level; a hundredth of them to the first one.
-class Level {
-  public:
-    static constexpr int MESSAGES_AN_ENTITY = 10;
-
-    explicit Level(int messages) {
-        constexpr int ENTITIES_A_ROOM = 100;
-        m_document.createCairnLevelEntities();
-        CN_LevelEntity* room = nullptr;
-        for (int i = 0; i < messages / MESSAGES_AN_ENTITY; ++i) {
-            if (i % ENTITIES_A_ROOM == 0)
-                room = addEntity(root(), fmt::format("Room{:05}", i));
-            m_entities.push_back(addEntity(*room, fmt::format("Door{:05}", i)));
-        }
-        for (int i = 0; i < messages; ++i)
-            listOf(i).push_back(makeMessage(i));
-        for (CN_LevelEntity* const entity : m_entities)
-            m_machines.push_back(*entity->getFSM());
-    }
-
-    CN_LevelEntity& root() { return *m_document.accessLevel(); }
-    CN_LevelEntity* first() { return m_entities.front(); }
-    void run(CN_ForEach&& walker) { root().forEachEntity(&walker); }
-    /// Makes this the document that updates are for.
-    void use() { CN_FSMChangeManager::instance()->documentChangedNotification(nullptr, &m_document, nullptr); }
-
-    /// Brings back the messages of the beginning.
-    void restore() {
-        for (std::size_t i = 0; i < m_entities.size(); ++i)
-            *m_entities[i]->accessFSM() = m_machines[i];
-    }
-
-    /// Turns every reference into an identity as a record holds it; `known` says whether the load met its entity.
-    void unbind(bool known) {
-        auto& loaded = CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap;
-        loaded.clear();
-        for (CN_LevelEntity* const entity : m_entities) {
-            if (known)
-                loaded.emplace(CN_LevelEntity::getSerialisationId(entity), entity);
-            entity->accessFSM()->forEachMessage([](E_FSM::Message& message) {
-                message.m_targetId = CN_LevelEntity::getSerialisationId(message.m_target);
-                message.m_target = nullptr;
-                message.m_objectArgumentIds.clear();
-                for (CN_LevelEntity*& object : message.m_objectArguments)
-                    message.m_objectArgumentIds.push_back(
-                        CN_LevelEntity::getSerialisationId(std::exchange(object, nullptr)));
-            });
-        }
-    }
-
-    /// The bytes of all lines and the messages that have a target.
-    std::size_t summary() const {
-        std::size_t sum = 0;
-        for (const CN_LevelEntity* const entity : m_entities)
-            entity->getFSM()->forEachMessage(
-                [&](const E_FSM::Message& message) { sum += message.m_text.size() + (message.m_target ? 1 : 0); });
-        return sum;
-    }
-
-  private:
-    E_FSM::MessageList& listOf(int message) {
-        E_FSM& machine = *m_entities[static_cast<std::size_t>(message / MESSAGES_AN_ENTITY)]->accessFSM();
-        return message % 2 ? machine.createMessageHandler("Startup").m_sendBefore
-                           : machine.createMessageHandler("OnUse").m_sendOnState["idle"];
-    }
-
-    E_FSM::Message makeMessage(int i) {
-        constexpr int TO_THE_FIRST = 100;
-        static const std::pair<istring, std::vector<istring>> SENT[] = {{"FSM_Switch", {"old"}},
-                                                                        {"FSM_StartTimer", {"old"}},
-                                                                        {"FSM_Send", {"old"}},
-                                                                        {"DO_Animate", {"old", "1"}},
-                                                                        {"EnableExit", {"1", "old"}}};
-        E_FSM::Message message;
-        const auto index = static_cast<std::size_t>(i);
-        message.m_target = i / 5 % (TO_THE_FIRST / 5) == 0 ? first() : m_entities[index * 7919 % m_entities.size()];
-        std::tie(message.m_name, message.m_arguments) = SENT[index % std::size(SENT)];
-        message.m_objectArguments.resize(message.m_arguments.size());
-        message.m_arguments.push_back(message.m_target->getQualifiedName());
-        message.m_objectArguments.push_back(message.m_target);
-        message.m_text = i % 4 ? "" : "::";
-        message.updateTargetName(listOwner(i)->accessFSM());
-        return message;
-    }
-
-    CN_LevelEntity* listOwner(int message) {
-        return m_entities[static_cast<std::size_t>(message / MESSAGES_AN_ENTITY)];
-    }
-
-    CN_Document m_document;
-    std::vector<CN_LevelEntity*> m_entities; ///< those with messages
-    std::vector<E_FSM> m_machines;           ///< theirs as they were made
-};
+using bench::addEntity;
+using Level = bench::MessageLevel;
 
 constexpr const char* LIBRARY = "E_FSM";
+constexpr const char* READ = "plain read";
 
-void addUpdateRow(bench::Report& report, int n, const std::shared_ptr<Level>& level) {
-    report.addTimed("update after a rename", LIBRARY, n, [level, turn = false](bench::Watch& watch) mutable {
-        turn = !turn;
-        level->use();
-        level->first()->getParent()->setName(turn ? "Hall00000" : "Room00000", false);
-        watch.timed([] { CN_FSMChangeManager::instance()->updateMessages(); });
+/// What a scene does to a level, and which of the level's memory that must read.
+struct Scene {
+    enum Reads { TARGETS, REFERENCES, LINES };
+
+    const char* name;
+    Reads reads;
+    std::function<void(Level&)> prepare;
+    std::function<void(Level&)> run;
+};
+
+/// Walks a level as an update does and adds up a field of each piece of memory that one reads.
+class Reader : public CN_ForEach {
+  public:
+    Reader(const CN_LevelEntity* entity, Scene::Reads reads) : m_entity(entity), m_reads(reads) {}
+
+    void operator()(CN_LevelEntity* entity) override {
+        if (E_FSM* const machine = entity->accessFSM())
+            machine->forEachMessage([this](const E_FSM::Message& message) { read(message); });
+    }
+    std::size_t sum() const { return m_sum; }
+
+  private:
+    void read(const E_FSM::Message& message) {
+        m_sum += message.m_target == m_entity;
+        if (m_reads == Scene::TARGETS)
+            return;
+        for (const CN_LevelEntity* const object : message.m_objectArguments)
+            m_sum += object == m_entity;
+        if (m_reads == Scene::REFERENCES)
+            return;
+        m_sum += last(message.m_text) + last(message.m_targetName) + last(message.m_targetPath);
+        for (const istring& argument : message.m_arguments)
+            m_sum += last(argument);
+        for (const unsigned id : message.m_objectArgumentIds)
+            m_sum += id;
+        if (const CN_LevelEntity* const target = message.m_target)
+            m_sum += last(target->getQualifiedName()) + target->getParent()->getChildren().size();
+    }
+    static std::size_t last(const istring& text) { return text.empty() ? 0 : static_cast<unsigned char>(text.back()); }
+
+    const CN_LevelEntity* m_entity; ///< not owned
+    Scene::Reads m_reads;
+    std::size_t m_sum = 0;
+};
+
+/// The scene beside a plain read of the same level in the same state. Both then leave the level alike.
+void addScene(bench::Report& report, int n, const std::shared_ptr<Level>& level, const Scene& scene) {
+    report.addTimed(scene.name, LIBRARY, n, [level, scene](bench::Watch& watch) {
+        scene.prepare(*level);
+        watch.timed([&] { scene.run(*level); });
+        return level->summary();
+    });
+    report.addTimed(scene.name, READ, n, [level, scene](bench::Watch& watch) {
+        scene.prepare(*level);
+        Reader reader(level->first(), scene.reads);
+        watch.timed([&] { level->root().forEachEntity(&reader); });
+        benchmark::DoNotOptimize(reader.sum());
+        scene.run(*level);
         return level->summary();
     });
 }
 
-void addBindRows(bench::Report& report, int n, const std::shared_ptr<Level>& level) {
-    for (const bool known : {true, false})
-        report.addTimed(known ? "bind by identity" : "bind by name", LIBRARY, n, [level, known](bench::Watch& watch) {
-            level->restore();
-            level->unbind(known);
-            watch.timed([&] { CN_FSMChangeManager::instance()->deserializeFSMs(&level->root(), false); });
-            CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap.clear();
-            return level->summary();
-        });
+Scene makeUpdate() {
+    const auto rename = [](Level& level) {
+        CN_LevelEntity* const room = level.first()->getParent();
+        level.use();
+        room->setName(room->getName() == "Room00000" ? "Hall00000" : "Room00000", false);
+    };
+    return {"update after a rename", Scene::LINES, rename,
+            [](Level&) { CN_FSMChangeManager::instance()->updateMessages(); }};
 }
 
-template <class Walker>
-void addRenameRow(bench::Report& report, const char* scene, int n, const std::shared_ptr<Level>& level) {
-    report.addTimed(scene, LIBRARY, n, [level](bench::Watch& watch) {
-        level->restore();
-        watch.timed([&] { level->run(Walker(level->first(), "old", "newer")); });
-        return level->summary();
-    });
+Scene makeBind(const char* name, bool known) {
+    const auto unbind = [known](Level& level) {
+        level.restore();
+        level.unbind(known);
+    };
+    return {name, Scene::LINES, unbind, [](Level& level) {
+                CN_FSMChangeManager::instance()->deserializeFSMs(&level.root(), false);
+                CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap.clear();
+            }};
 }
 
-using MakeWalker = std::function<std::unique_ptr<CN_ForEach>(const CN_LevelEntity*)>;
-
-void addDeleteRow(bench::Report& report, const char* scene, int n, const std::shared_ptr<Level>& level,
-                  const MakeWalker& make) {
-    report.addTimed(scene, LIBRARY, n, [level, make](bench::Watch& watch) {
-        level->restore();
-        const auto walker = make(level->first());
-        watch.timed([&] { level->root().forEachEntity(walker.get()); });
-        return level->summary();
-    });
+template <class Walker, class... Names> Scene makeWalk(const char* name, Scene::Reads reads, const Names&... names) {
+    return {name, reads, [](Level& level) { level.restore(); },
+            [names...](Level& level) { level.run(Walker(level.first(), names...)); }};
 }
 
-void addWalkerRows(bench::Report& report, int n, const std::shared_ptr<Level>& level) {
-    addRenameRow<ForEach_FSMRenameStates>(report, "rename a state", n, level);
-    addRenameRow<ForEach_FSMRenameTimer>(report, "rename a timer", n, level);
-    addRenameRow<ForEach_FSMRenameAnimations>(report, "rename an animation", n, level);
-    addRenameRow<ForEach_FSMRenameCustomSends>(report, "rename an event", n, level);
-    addRenameRow<ForEach_FSMRenameExits>(report, "rename an exit", n, level);
-    addDeleteRow(report, "delete an entity", n, level,
-                 [](const CN_LevelEntity* entity) { return std::make_unique<ForEach_FSMDeleteObject>(entity); });
-    addDeleteRow(report, "delete an animation", n, level, [](const CN_LevelEntity* entity) {
-        return std::make_unique<ForEach_FSMDeleteAnimationSends>(entity, "old");
-    });
-    addDeleteRow(report, "delete an event", n, level, [](const CN_LevelEntity* entity) {
-        return std::make_unique<ForEach_FSMDeleteCustomSends>(entity, "old");
-    });
-    addDeleteRow(report, "delete an exit", n, level, [](const CN_LevelEntity* entity) {
-        return std::make_unique<ForEach_FSMDeleteExitSends>(entity, "old");
-    });
+const std::vector<Scene>& scenes() {
+    static const std::vector<Scene> SCENES = {
+        makeUpdate(),
+        makeBind("bind by identity", true),
+        makeBind("bind by name", false),
+        makeWalk<ForEach_FSMRenameStates>("rename a state", Scene::TARGETS, "old", "newer"),
+        makeWalk<ForEach_FSMRenameTimer>("rename a timer", Scene::TARGETS, "old", "newer"),
+        makeWalk<ForEach_FSMRenameAnimations>("rename an animation", Scene::TARGETS, "old", "newer"),
+        makeWalk<ForEach_FSMRenameCustomSends>("rename an event", Scene::TARGETS, "old", "newer"),
+        makeWalk<ForEach_FSMRenameExits>("rename an exit", Scene::TARGETS, "old", "newer"),
+        makeWalk<ForEach_FSMDeleteObject>("delete an entity", Scene::REFERENCES),
+        makeWalk<ForEach_FSMDeleteAnimationSends>("delete an animation", Scene::TARGETS, "old"),
+        makeWalk<ForEach_FSMDeleteCustomSends>("delete an event", Scene::TARGETS, "old"),
+        makeWalk<ForEach_FSMDeleteExitSends>("delete an exit", Scene::TARGETS, "old"),
+    };
+    return SCENES;
+}
+
+void addScenes(bench::Report& report) {
+    for (const int n : bench::sizes({1000, 10000, 100000})) {
+        const auto used = std::make_shared<Level>(n);
+        const auto level = std::make_shared<Level>(n);
+        for (const Scene& scene : scenes())
+            addScene(report, n, &scene == &scenes().front() ? used : level, scene);
+    }
+    for (const Scene& scene : scenes())
+        report.limitGrowthBeside(READ, scene.name, LIBRARY, 1.1);
 }
 
 /// Three levels, the entities of each beside `siblings` others.
@@ -287,16 +238,7 @@ void addMoveRows(bench::Report& report) {
 int main(int argc, char** argv) {
     bench::keepFreedMemory();
     bench::Report report("fsm_update");
-    for (const int n : bench::sizes({1000, 10000, 100000})) {
-        addUpdateRow(report, n, std::make_shared<Level>(n));
-        const auto level = std::make_shared<Level>(n);
-        addBindRows(report, n, level);
-        addWalkerRows(report, n, level);
-    }
-    for (const char* const scene : {"update after a rename", "bind by identity", "bind by name", "rename a state",
-                                    "rename a timer", "rename an animation", "rename an event", "rename an exit",
-                                    "delete an entity", "delete an animation", "delete an event", "delete an exit"})
-        report.limitGrowth(scene, LIBRARY, 1.1);
+    addScenes(report);
     addPathRows(report);
     addMoveRows(report);
     return report.run(argc, argv);

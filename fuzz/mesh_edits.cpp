@@ -10,10 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace cairn::test;
     constexpr std::size_t MOST = 20;
-    std::vector<const ShelfMesh*> meshes;
-    for (const ShelfMesh& shelf : meshShelf())
-        if (shelf.polygons > 0 && shelf.polygons < 100 && shelf.tolerance < 1e-6)
-            meshes.push_back(&shelf);
+    static const std::vector<ShelfMesh> meshes = editableMeshes();
     if (size == 0)
         return 0;
     std::vector<MeshEdit> edits;
@@ -21,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         edits.push_back({static_cast<MeshEdit::Kind>(at[0] % MeshEdit::KINDS), at[1], at[2],
                          static_cast<std::int8_t>(at[3]), static_cast<std::int8_t>(at[4]),
                          static_cast<std::int8_t>(at[5])});
-    if (const std::string fault = findMeshEditFault(*meshes[data[0] % meshes.size()], edits); !fault.empty()) {
+    if (const std::string fault = findMeshEditFault(meshes[data[0] % meshes.size()], edits); !fault.empty()) {
         std::fprintf(stderr, "%s", fault.c_str());
         std::abort();
     }

@@ -63,7 +63,8 @@ void Deletion::run() {
 }
 
 void Deletion::gatherWaysIn() {
-    for (CN_PreIterator it = m_document.accessLevel()->createIterator(); !it.end(); ++it)
+    CN_PreIterator it = m_document.accessLevel()->createIterator();
+    for (it.begin(); !it.end(); ++it)
         if (auto* const mesh = dynamic_cast<CN_Mesh*>(*it))
             for (CN_Polygon& polygon : mesh->accessPolygonList())
                 if (const CN_Polygon* const partner = polygon.getExitDestination())

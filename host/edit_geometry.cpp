@@ -41,7 +41,8 @@ const CN_LevelEntity* findStandingOn(const CN_Polygon& polygon) {
 
 /// The polygon of an exit that leads to this one.
 const CN_Polygon* findWayTo(CN_LevelEntity& root, const CN_Polygon& polygon) {
-    for (CN_PreIterator it = root.createIterator(); !it.end(); ++it)
+    CN_PreIterator it = root.createIterator();
+    for (it.begin(); !it.end(); ++it)
         if (const auto* const mesh = dynamic_cast<const CN_Mesh*>(*it))
             for (const CN_Polygon* const exit : mesh->getExitList())
                 if (exit->getExitDestination() == &polygon)

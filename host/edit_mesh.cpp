@@ -1,6 +1,7 @@
 #include "cairn/animation/keyframes.h"
 #include "cairn/entities/mesh_interface.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/geometry/open_edges.h"
 #include "cairn/geometry/plane_move.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/materials/material.h"
@@ -45,6 +46,22 @@ void checkMoved(CN_PlaneMoveRefusal refusal) {
     if (refusal != CN_PlaneMoveRefusal::NONE)
         throw EditRefusal(CN_describe(refusal));
 }
+
+/// A polygon's plane before a move.
+class PlaneBefore {
+  public:
+    explicit PlaneBefore(const CN_Polygon& polygon) : m_polygon(polygon), m_plane(polygon.getPlane()) {}
+    /// Notes that a move which was meant to do something has left the plane where it was.
+    void tellIfKept(Editor& editor, bool isMeant) const {
+        const M_Plane3Template<double> now = m_polygon.getPlane();
+        if (isMeant && now.getNormal() == m_plane.getNormal() && std::abs(m_plane.distance(now.getPoint())) == 0)
+            editor.note("the plane stays where it is: along an axis it keeps to the grid of 0.0125");
+    }
+
+  private:
+    const CN_Polygon& m_polygon;
+    M_Plane3Template<double> m_plane;
+};
 
 /// The outline of a prism: corners in a plane, counter-clockwise seen from the side of the normal.
 struct Outline {
@@ -112,8 +129,10 @@ void editPush(Editor& editor, Words words) {
     CN_Polygon& polygon = editor.polygon(words[0]);
     const double distance = Editor::number(words[1]), least = leastEdge(words.subspan(2));
     SoundMesh sound(editor, *polygon.getParent());
+    const PlaneBefore before(polygon);
     checkMoved(sound.mesh().tryMovePolygonPlane(&polygon, distance, least, false, Matrix(), {}));
     sound.finish();
+    before.tellIfKept(editor, distance != 0);
 }
 
 void editTilt(Editor& editor, Words words) {
@@ -122,9 +141,14 @@ void editTilt(Editor& editor, Words words) {
     const double angle = Editor::number(words[7]) * std::numbers::pi / 180, least = leastEdge(words.subspan(8));
     if (!((to - from).length() > 0))
         throw EditRefusal("an axis leads from one place to another");
+    for (const Vector& place : {from, to})
+        if (const double off = std::abs(polygon.distLocal(place)); !(off <= CN_LEVEL_TOLERANCE))
+            throw EditRefusal(fmt::format("the axis lies {:g} off the polygon's plane", off));
     SoundMesh sound(editor, *polygon.getParent());
+    const PlaneBefore before(polygon);
     checkMoved(sound.mesh().tryRotatePolygonPlane(&polygon, from, to, angle, least));
     sound.finish();
+    before.tellIfKept(editor, angle != 0);
 }
 
 void editWeld(Editor& editor, Words words) {
@@ -132,10 +156,14 @@ void editWeld(Editor& editor, Words words) {
     const double radius = Editor::number(words[1]);
     if (!(radius > 0))
         throw EditRefusal("a radius is above 0");
+    const bool wasClosed = CN_findOpenEdges(sound.mesh(), CN_LEVEL_TOLERANCE).empty();
+    const double volume = CN_volume(sound.mesh());
     CString report;
     sound.mesh().temporaryCreateWeldGroupsAndWeldVertices(radius, radius, report);
     sound.mesh().triangulizeAll(true);
     sound.finish();
+    if (const double left = CN_volume(sound.mesh()); wasClosed && !(volume * left > 0))
+        throw EditRefusal("nothing would be left inside the mesh");
     if (report.str().empty())
         editor.note("three corners or fewer: nothing to weld");
     else
@@ -220,7 +248,7 @@ void editKeyframe(Editor& editor, Words words) {
     if (!animated || !animated->getKeyframes())
         throw EditRefusal(fmt::format("\"{}\" is not dynamic", toShownText(words[0])));
     Editor::checkName(words[1]);
-    if (!animated->addKeyframe(words[1].c_str()))
+    if (animated->getKeyframes()->find(words[1].c_str()) || !animated->addKeyframe(words[1].c_str()))
         throw EditRefusal(fmt::format("a keyframe is named \"{}\" already", toShownText(words[1])));
 }
 

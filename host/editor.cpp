@@ -4,6 +4,7 @@
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/math/snapping.h"
 #include "host/edit_set.h"
 #include "host/entity_lookup.h"
 #include "host/text.h"
@@ -38,15 +39,15 @@ constexpr EditCommand COMMANDS[] = {
      "x, greatest z, greatest x, least z",
      8, 9, editBox},
     {"loft", "PARENT NAME DISTANCE X Y Z X Y Z X Y Z...",
-     "draws an outline, counter-clockwise seen from the side it looks to, and makes a prism of it: a room in front of "
-     "it, or with a negative distance a solid behind it",
+     "draws an outline (0 0 0, 0 0 6, 8 0 6 looks up) and makes a prism of it: a room in front of it, or with a "
+     "negative distance a solid behind it",
      12, ANY, editLoft},
     {"push", "POLYGON DISTANCE [MINEDGE]",
-     "moves a polygon's plane along its normal, into the room, and what hangs on it; no edge becomes shorter than "
-     "MINEDGE (0.001)",
+     "moves a polygon's plane along its normal, that before any tilt, into the room, and what hangs on it; no edge "
+     "becomes shorter than MINEDGE (0.001)",
      2, 3, editPush},
     {"tilt", "POLYGON X0 Y0 Z0 X1 Y1 Z1 DEGREES [MINEDGE]",
-     "turns a polygon's plane about the axis between two places of the mesh's space", 8, 9, editTilt},
+     "turns a polygon's plane about the axis between two places in it, of the mesh's space", 8, 9, editTilt},
     {"split", "POLYGON NX NY NZ PX PY PZ",
      "cuts a polygon by the plane with that normal and point, in the mesh's space; the pieces behind and in front of "
      "it take its "
@@ -168,14 +169,15 @@ double Editor::number(const std::string& word) {
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (end != word.data() + word.size() || error != std::errc() || !std::isfinite(value))
         throw EditRefusal(fmt::format("\"{}\" is no number", toShownText(word)));
-    constexpr double LARGEST = 1e15; // beyond it corners of a unit's distance are one
-    if (std::abs(value) > LARGEST)
-        throw EditRefusal(fmt::format("\"{}\" is beyond {:g}", toShownText(word), LARGEST));
     return value;
 }
 
-CN_LevelEntity::Vector Editor::vector(std::span<const std::string> words) {
-    return {number(words[0]), number(words[1]), number(words[2])};
+Editor::Vector Editor::vector(std::span<const std::string> words) {
+    constexpr double LARGEST = 1e15; // beyond it corners a unit apart are one
+    const Vector vector(number(words[0]), number(words[1]), number(words[2]));
+    if (maxAbsComponent(vector) > LARGEST)
+        throw EditRefusal(fmt::format("a place or a size does not go beyond {:g}", LARGEST));
+    return vector;
 }
 
 } // namespace cairn::host

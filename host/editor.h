@@ -62,9 +62,12 @@ class Editor {
     void tell(const std::string& text) { m_told.push_back(text); }
     /// The reports since the last call.
     std::vector<std::string> takeTold() { return std::exchange(m_told, {}); }
+    using Vector = CN_LevelEntity::Vector;
+
     /// A number that is finite.
     static double number(const std::string& word);
-    static CN_LevelEntity::Vector vector(std::span<const std::string> words);
+    /// Three of them, none beyond 1e15.
+    static Vector vector(std::span<const std::string> words);
 
   private:
     CN_Document& m_document;

@@ -173,9 +173,9 @@ std::string describeValue(const EntityProperty& property) {
     case PropertyType::SWITCH:
         return "on|off";
     case PropertyType::WHOLE:
-        return "whole number" + describeRange(property.range);
+        return "a whole number" + describeRange(property.range);
     case PropertyType::NUMBER:
-        return "number" + describeRange(property.range);
+        return "a number" + describeRange(property.range);
     case PropertyType::TEXT:
         return "text";
     case PropertyType::BYTE_COLOR:

@@ -64,7 +64,7 @@ const std::vector<EntityProperty>& entityProperties();
 /// The property of that name, in any case, that the entity's kind has. Throws an `EditRefusal` that lists those it has.
 const EntityProperty& requireProperty(const CN_LevelEntity& entity, const std::string& name);
 
-/// What a property takes, in words: "on|off", "number from 0 to 180".
+/// What a property takes, in words: "on|off", "a number from 0 to 180".
 std::string describeValue(const EntityProperty& property);
 /// The value that a word stands for. Throws an `EditRefusal` that tells what the property takes.
 PropertyValue readValue(const EntityProperty& property, const std::string& word);

@@ -4,6 +4,7 @@
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/planar/gpc.h"
 #include "cairn/geometry/validate.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 
@@ -150,6 +151,14 @@ ExitPair compareExits(const CN_Polygon& a, const CN_Polygon& b) {
     gpc_polygon_clip(GPC_INT, &first, &second, &both);
     pair.overlap = areaOf(both);
     return pair;
+}
+
+std::map<const CN_Polygon*, std::string> findMeetingExits(const CN_Mesh& mesh) {
+    std::map<const CN_Polygon*, std::string> meeting;
+    for (const CN_Polygon& exit : mesh.getPolygonList())
+        if (exit.isExitPolygon() && compareExits(exit, *exit.getExitDestination()).matches())
+            meeting.emplace(&exit, toShownText(toString(exit.getExitName())));
+    return meeting;
 }
 
 void linkExits(CN_Polygon& a, CN_Polygon& b, const std::string& name) {

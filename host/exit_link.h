@@ -2,6 +2,7 @@
 
 #include "cairn/geometry/polygon/polygon.h"
 
+#include <map>
 #include <string>
 
 namespace cairn::host {
@@ -30,6 +31,9 @@ struct ExitPair {
 
 /// Looks at two polygons, whose meshes' world places must be current. Polygons without a plane have nothing in common.
 ExitPair compareExits(const CN_Polygon& a, const CN_Polygon& b);
+
+/// The mesh's exits that match their partners, with their names as people see them; looked up only.
+std::map<const CN_Polygon*, std::string> findMeetingExits(const CN_Mesh& mesh);
 
 /// Makes two polygons, which are no exits and nobody's lights, exits that lead to each other, with a portal below the mesh of
 /// each. Both portals have the name, which must be free there; where the polygons are of one mesh the second has the next free

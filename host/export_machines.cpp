@@ -2,6 +2,7 @@
 
 #include "cairn/document/level_file_library.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/geometry/exit_table.h"
 #include "host/entity_text.h"
 #include "host/machine_walk.h"
 
@@ -56,7 +57,7 @@ class ScriptWriter {
             return;
         }
         const std::size_t before = lines.size();
-        message.exportTo(lines);
+        message.exportTo(lines, m_exits);
         if (lines.size() > before)
             lines += '\n';
         else
@@ -69,6 +70,7 @@ class ScriptWriter {
     }
 
     bool m_selectionOnly;
+    CN_ExitTable m_exits;
     MachineText m_script;
     ExportLoss m_untargeted{"messages whose target is no entity are left out", 0, ""};
     ExportLoss m_unwritable{"messages that name no exit of their target or no groups are left out", 0, ""};

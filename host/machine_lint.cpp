@@ -2,6 +2,7 @@
 
 #include "cairn/fsm/fsm.h"
 #include "cairn/fsm/message_info_provider.h"
+#include "cairn/geometry/exit_table.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "host/catalogue.h"
 #include "host/entity_text.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <map>
 #include <set>
 #include <utility>
 
@@ -111,14 +111,7 @@ class MachineLint {
 
     bool namesExit(const E_FSM::Message& message) {
         const auto* const mesh = dynamic_cast<const CN_Mesh*>(message.m_target);
-        if (!mesh || message.m_arguments.size() < 2)
-            return false;
-        const auto [names, isNew] = m_exitNames.try_emplace(mesh);
-        if (isNew)
-            for (const CN_Polygon& polygon : mesh->getPolygonList())
-                if (polygon.isExitPolygon())
-                    names->second.insert(polygon.getExitName());
-        return names->second.contains(message.m_arguments[1]);
+        return mesh && message.m_arguments.size() > 1 && m_exits.find(*mesh, message.m_arguments[1]);
     }
 
     /// Whoever set a trigger off is known to the game only.
@@ -132,9 +125,9 @@ class MachineLint {
 
     const CN_FSMMessageInfoProvider* m_catalogue; ///< not owned: null for none
     const MachineProblem& m_tell;
-    std::map<const CN_Mesh*, std::set<istring>> m_exitNames; ///< of targets; looked up, never walked
-    std::set<Named> m_entered;                               ///< states, by the entity of their machine
-    std::set<Named> m_started;                               ///< timers, likewise
+    CN_ExitTable m_exits;      ///< of targets
+    std::set<Named> m_entered; ///< states, by the entity of their machine
+    std::set<Named> m_started; ///< timers, likewise
 };
 
 } // namespace

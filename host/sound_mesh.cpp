@@ -1,5 +1,8 @@
 #include "host/sound_mesh.h"
 
+#include "cairn/entities/virtual_node.h"
+#include "cairn/foundation/strings.h"
+#include "cairn/geometry/open_edges.h"
 #include "cairn/geometry/validate.h"
 #include "host/entity_text.h"
 #include "host/exit_link.h"
@@ -8,43 +11,60 @@
 
 #include <fmt/format.h>
 
+#include <string_view>
+#include <utility>
+#include <vector>
+
 namespace cairn::host {
+
+namespace {
+
+/// What is wrong with a mesh, its open places one by one, and the lights and portals below it that stand on no polygon of it.
+std::vector<CN_Finding> findFaultsOf(const CN_Mesh& mesh) {
+    std::vector<CN_Finding> faults;
+    for (const CN_Finding& finding : CN_validateMesh(mesh, CN_LEVEL_TOLERANCE)) {
+        const bool isOpen = finding.code == std::string_view("mesh-open");
+        faults.insert(faults.end(), isOpen ? CN_findOpenEdges(mesh, CN_LEVEL_TOLERANCE).size() : 1, finding);
+    }
+    for (const CN_LevelEntity* const child : mesh.getChildren())
+        if (const auto* const node = dynamic_cast<const CN_VirtualNode*>(child); node && !node->isStorable())
+            faults.push_back(CN_Finding{"lost-node", child, -1,
+                                        "\"" + toString(child->getName()) + "\" would stand on no polygon", false});
+    return faults;
+}
+
+} // namespace
 
 SoundMesh::SoundMesh(Editor& editor, CN_Mesh& mesh) : m_editor(editor), m_mesh(mesh) {
     editor.root().handleOwnHierarchy();
-    m_faults = findFaults();
-    m_meeting = findMeetingExits();
+    include(mesh);
+    m_meeting = findMeetingExits(mesh);
+}
+
+void SoundMesh::include(const CN_Mesh& other) {
+    for (const CN_Finding& fault : findFaultsOf(other))
+        ++m_faults[fault.code];
 }
 
 void SoundMesh::finish(bool mayOpen) {
     refreshMesh(m_mesh);
-    for (const CN_Finding& finding : CN_validateMesh(m_mesh, CN_LEVEL_TOLERANCE))
-        if (--m_faults[finding.code] >= 0)
-            continue;
-        else if (mayOpen && finding.code == std::string_view("mesh-open"))
-            m_editor.note(finding.message);
-        else
-            throw EditRefusal(fmt::format("the mesh would not be sound: {}{}", toShownText(finding.message),
-                                          finding.polygon < 0 ? "" : fmt::format(" (polygon {})", finding.polygon)));
-    const auto meeting = findMeetingExits();
+    bool isOpenNow = false;
+    for (const CN_Finding& fault : findFaultsOf(m_mesh)) {
+        std::size_t& before = m_faults[fault.code];
+        if (before > 0) {
+            --before;
+        } else if (mayOpen && fault.code == std::string_view("mesh-open")) {
+            if (!std::exchange(isOpenNow, true))
+                m_editor.note(fault.message);
+        } else {
+            throw EditRefusal(fmt::format("the mesh would not be sound: {}{}", toShownText(fault.message),
+                                          fault.polygon < 0 ? "" : fmt::format(" (polygon {})", fault.polygon)));
+        }
+    }
+    const auto meeting = findMeetingExits(m_mesh);
     for (const CN_Polygon* const exit : m_mesh.getExitList())
         if (const auto before = m_meeting.find(exit); before != m_meeting.end() && !meeting.contains(exit))
             m_editor.note(fmt::format("the exit \"{}\" does not meet its partner any more", before->second));
-}
-
-SoundMesh::Faults SoundMesh::findFaults() const {
-    Faults faults;
-    for (const CN_Finding& finding : CN_validateMesh(m_mesh, CN_LEVEL_TOLERANCE))
-        ++faults[finding.code];
-    return faults;
-}
-
-std::map<const CN_Polygon*, std::string> SoundMesh::findMeetingExits() const {
-    std::map<const CN_Polygon*, std::string> meeting;
-    for (const CN_Polygon* const exit : m_mesh.getExitList())
-        if (compareExits(*exit, *exit->getExitDestination()).matches())
-            meeting.emplace(exit, toShownText(toString(exit->getExitName())));
-    return meeting;
 }
 
 } // namespace cairn::host

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -75,6 +76,14 @@ void keepFreedMemory() {
 #endif
 }
 
+std::chrono::steady_clock::duration processorTime() {
+#ifdef CLOCK_THREAD_CPUTIME_ID
+    if (std::timespec now{}; clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now) == 0)
+        return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+#endif
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
 bool quick() { return isSet("CAIRN_BENCH_QUICK"); }
 
 std::vector<int> sizes(std::vector<int> all, int quickLimit) {
@@ -109,7 +118,7 @@ class Report::Collector : public benchmark::BenchmarkReporter {
   private:
     void record(const Run& run) {
         Result& result = results[run.run_name.function_name];
-        // Time of the processor: others at work on the machine count less. Parts picked out by a watch are wall time.
+        // Time of the processor: others at work on the machine count less. A watch has seen to that for its parts.
         const bool watched = run.run_name.time_type == "manual_time";
         const double seconds = watched ? run.real_accumulated_time : run.cpu_accumulated_time;
         result.times.push_back(seconds / static_cast<double>(run.iterations) * 1e9);
@@ -138,6 +147,11 @@ void Report::limitRatioTo(const std::string& peer, const std::string& scene, con
 
 void Report::limitGrowth(const std::string& scene, const std::string& contender, double exponent) {
     m_growthLimits.push_back({scene, contender, exponent, ""});
+}
+
+void Report::limitGrowthBeside(const std::string& peer, const std::string& scene, const std::string& contender,
+                               double exponent) {
+    m_growthLimits.push_back({scene, contender, exponent, peer});
 }
 
 void Report::limitGrowthTo(const std::string& peer, const std::string& scene, const std::string& contender) {
@@ -245,8 +259,11 @@ int Report::run(int argc, char** argv) {
                 line += fmt::format("  limit {:g}: {:.2f} {}", limit.exponent, exponent,
                                     verdict(exponent <= limit.exponent));
             } else if (const auto& peer = growth[{limit.scene, limit.peer}]; peer.size() == curve.size()) {
-                const double theirs = growthExponent(peer);
-                line += fmt::format("  limit {:.2f} of {}: {}", theirs, limit.peer, verdict(exponent <= theirs));
+                const double theirs = growthExponent(peer), beside = exponent - theirs + 1;
+                line += limit.exponent > 0
+                            ? fmt::format("  limit {:g} beside {} ({:.2f}): {:.2f} {}", limit.exponent, limit.peer,
+                                          theirs, beside, verdict(beside <= limit.exponent))
+                            : fmt::format("  limit {:.2f} of {}: {}", theirs, limit.peer, verdict(exponent <= theirs));
             }
         }
         fmt::print("{}\n", line);

@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <limits>
@@ -38,15 +39,23 @@ std::vector<int> sizes(std::vector<int> all, int quickLimit = 1000);
 /// fault its pages in anew, which costs many times what is measured. For the first line of a program.
 void keepFreedMemory();
 
+/// The time that this thread has had of the processor; wall time where the system does not tell.
+std::chrono::steady_clock::duration processorTime();
+
 /// Adds up the parts of an iteration that count; handed to the work of `Report::addTimed`.
 class Watch {
   public:
-    /// Runs a part and counts its time. Gives what the part gives.
+    /// Runs a part and counts its time: that of the processor, as others at work on the machine count less then, but no more
+    /// than passed on the wall, which short parts are measured by. Gives what the part gives.
     template <class Part> auto timed(Part&& part) {
         struct Stop {
             Watch& watch;
+            std::chrono::steady_clock::duration processor = processorTime();
             std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-            ~Stop() { watch.m_time += std::chrono::steady_clock::now() - start; }
+            ~Stop() {
+                const std::chrono::steady_clock::duration wall = std::chrono::steady_clock::now() - start;
+                watch.m_time += std::min(wall, processorTime() - processor);
+            }
         } stop{*this};
         return part();
     }
@@ -110,6 +119,12 @@ class Report {
     /// States the exponent e up to which a contender's time may grow with n^e.
     void limitGrowth(const std::string& scene, const std::string& contender, double exponent);
 
+    /// The same for the contender's time as a multiple of the time of `peer`, a plain read of the same memory in the same order:
+    /// what one element more costs because small sizes lie in the caches and large ones do not is the machine's, and counts
+    /// for neither. `exponent` is told as of time, so that 1 says that both grow alike. The exponent itself stands beside.
+    void limitGrowthBeside(const std::string& peer, const std::string& scene, const std::string& contender,
+                           double exponent);
+
     /// States that a contender's exponent may be no larger than that of another one.
     void limitGrowthTo(const std::string& peer, const std::string& scene, const std::string& contender);
 
@@ -131,8 +146,8 @@ class Report {
     };
     struct GrowthLimit {
         std::string scene, contender;
-        double exponent;
-        std::string peer; ///< whose exponent it is; empty where the limit tells it
+        double exponent;  ///< 0 where it is the peer's
+        std::string peer; ///< whose exponent it is, or beside whose it is told; empty for none
     };
     class Collector;
 

@@ -1,5 +1,6 @@
 #include "cairn/entities/level_entity.h"
 
+#include "cairn/containers/pointer_set.h"
 #include "cairn/document/document.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/host_interfaces.h"
@@ -13,7 +14,6 @@
 #include "cairn/fsm/change_manager.h"
 #include "cairn/fsm/fsm.h"
 
-#include <unordered_set>
 #include <vector>
 
 namespace cairn {
@@ -21,8 +21,8 @@ namespace cairn {
 namespace {
 
 /// Every entity there is. It is never destroyed: prototypes die at the very end of the process and sign off here.
-std::unordered_set<const CN_LevelEntity*>& liveEntities() {
-    static auto& entities = *new std::unordered_set<const CN_LevelEntity*>;
+F_PointerSet<CN_LevelEntity>& liveEntities() {
+    static auto& entities = *new F_PointerSet<CN_LevelEntity>;
     return entities;
 }
 
@@ -122,7 +122,7 @@ std::uint32_t CN_LevelEntity::getSerialisationId(const CN_LevelEntity* entity) {
     return entity->m_saveNumber ? entity->m_saveNumber : entity->m_processNumber;
 }
 
-bool CN_LevelEntity::isAlive(const CN_LevelEntity* entity) { return liveEntities().count(entity) > 0; }
+bool CN_LevelEntity::isAlive(const CN_LevelEntity* entity) { return liveEntities().contains(entity); }
 
 void CN_LevelEntity::acceptACVisitor(CN_AcyclicLevelVisitor& visitor) {
     CN_acceptAs<CN_EntityACVisitor>(visitor, *this);

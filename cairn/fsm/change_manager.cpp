@@ -9,19 +9,15 @@ namespace cairn {
 
 namespace {
 
-/// Brings the lines of the machines that `run` takes a walker along up to date.
-template <class Run> void updateLines(Run&& run) {
-    ForEach_FSMUpdateTargetNames names;
-    run(names);
-    ForEach_FSMUpdateArgumentEntityReferences arguments;
-    run(arguments);
-}
-
+/// Binds or clears the machines that `run` takes a walker along.
 template <class Run> void bind(Run&& run, bool clear) {
-    ForEach_FSMDeserializeEntityReferences references(clear);
-    run(references);
-    if (!clear)
-        updateLines(run);
+    if (clear) {
+        ForEach_FSMDeserializeEntityReferences references(true);
+        run(references);
+    } else {
+        ForEach_FSMBind references;
+        run(references);
+    }
 }
 
 template <class Iterator> void runAlong(Iterator& walk, CN_ForEach& walker) {
@@ -49,7 +45,8 @@ void CN_FSMChangeManager::updateMessages() {
             for (it.begin(); !it.end(); ++it)
                 (*it)->generateQualifiedName();
         }
-        updateLines([level](CN_ForEach& walker) { level->forEachEntity(&walker); });
+        ForEach_FSMUpdateLines lines;
+        level->forEachEntity(&lines);
     }
     m_nameHasChanged = m_hierarchyHasChanged = false;
 }

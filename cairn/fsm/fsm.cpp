@@ -58,7 +58,7 @@ bool E_FSM::Message::isCommentMessage() const {
 
 bool E_FSM::Message::nameRelative() const { return !view(m_text).starts_with("::"); }
 
-istring E_FSM::Message::getWrittenPath() const { return m_text.substr(0, m_text.find("->")); }
+istring E_FSM::Message::getWrittenPath() const { return m_text.substr(0, view(m_text).find("->")); }
 
 CN_LevelEntity* E_FSM::Message::getObjectArgument(std::size_t index) const {
     return index < m_objectArguments.size() ? m_objectArguments[index] : nullptr;

@@ -12,6 +12,7 @@
 namespace cairn {
 
 class CN_Document;
+class CN_ExitTable;
 class CN_LevelEntity;
 
 /// The state machine of an entity: it is edited, stored and exported for the game, and never run here.
@@ -98,6 +99,8 @@ class E_FSM {
         /// Appends the message's line of the game's script language to `out`, without a line's end. Nothing is appended
         /// for an exit message whose target has no such exit, and for "AI_SetTargetGroups" with one argument that is no group.
         void exportTo(std::string& out) const;
+        /// The same, for many messages: exits are looked up in the table.
+        void exportTo(std::string& out, CN_ExitTable& exits) const;
         /// @}
     };
 

@@ -3,6 +3,7 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/portal.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/geometry/exit_table.h"
 #include "cairn/geometry/mesh/mesh.h"
 
 #include <fmt/format.h>
@@ -259,11 +260,11 @@ void appendJoined(std::string& out, const std::vector<istring>& arguments, std::
 }
 
 /// Writes the line that opens or shuts an exit of the target; nothing where it has no such exit.
-void exportExit(const Message& message, std::string& out) {
+void exportExit(const Message& message, std::string& out, CN_ExitTable& exits) {
     const auto* const mesh =
         CN_LevelEntity::isAlive(message.m_target) ? dynamic_cast<const CN_Mesh*>(message.m_target) : nullptr;
     const istring* const name = argumentOf(message, 1);
-    const CN_Polygon* const exit = mesh && name ? mesh->findExit(*name) : nullptr;
+    const CN_Polygon* const exit = mesh && name ? exits.find(*mesh, *name) : nullptr;
     if (!exit)
         return;
     const istring exitName = exit->getExitName();
@@ -333,13 +334,18 @@ bool E_FSM::Message::isToBeExported(bool selectionOnly) const {
 }
 
 void E_FSM::Message::exportTo(std::string& out) const {
+    CN_ExitTable exits;
+    exportTo(out, exits);
+}
+
+void E_FSM::Message::exportTo(std::string& out, CN_ExitTable& exits) const {
     const bool forPlayer = isForPlayer(*this), forActivator = isForActivator(*this);
     if (m_global && !forPlayer && !forActivator) {
         append(out, m_text);
         return;
     }
     if (m_name == "EnableExit" || m_name == "EnableExitAIActivation") {
-        exportExit(*this, out);
+        exportExit(*this, out, exits);
         return;
     }
     const bool aboutGroups = m_name == "AI_SetTargetGroups";

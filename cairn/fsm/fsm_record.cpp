@@ -73,6 +73,8 @@ unsigned int identityFor(const CN_LevelEntity* entity, bool inDocument) {
 //   0: without a chunk and without identities
 
 void writeMessage(F_MemoryFile& file, const Message& message, bool inDocument) {
+    // What a comment refers to may have died long since, and another entity may have its address.
+    const bool refers = !message.isCommentMessage();
     file.createChunk(0, E_FSM::VERSION);
     file << message.m_text;
     file << message.m_name;
@@ -81,10 +83,10 @@ void writeMessage(F_MemoryFile& file, const Message& message, bool inDocument) {
     for (const istring& argument : message.m_arguments)
         file << argument;
     file << message.m_global;
-    file << identityFor(message.m_target, inDocument);
+    file << (refers ? identityFor(message.m_target, inDocument) : 0);
     file.writeTaggedCount(F_MemoryFile::TAG_VECTOR, message.m_objectArguments.size());
     for (const CN_LevelEntity* const entity : message.m_objectArguments)
-        file << identityFor(entity, inDocument);
+        file << (refers ? identityFor(entity, inDocument) : 0);
     file.closeChunk();
 }
 

@@ -1,6 +1,5 @@
 #include "cairn/fsm/walkers.h"
 
-#include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/level_entity.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/platform/handlers.h"
@@ -42,20 +41,41 @@ void clearReferences(Message& message) {
     forgetIdentities(message);
 }
 
+/// Finds entities by their names. A message that names its target in its arguments takes one search.
+class Search {
+  public:
+    explicit Search(const CN_LevelEntity& owner) : m_owner(owner) {}
+
+    /// Null for no entity; `name` must stay as it is as long as the search is in use.
+    CN_LevelEntity* find(const istring& name) {
+        if (!m_name || view(*m_name) != view(name)) {
+            m_found = m_owner.mapNameToObject(name, nullptr);
+            m_name = &name;
+        }
+        return m_found;
+    }
+
+  private:
+    const CN_LevelEntity& m_owner;
+    const istring* m_name = nullptr;   ///< not owned: what was looked for last; null before the first
+    CN_LevelEntity* m_found = nullptr; ///< under that name
+};
+
 /// The object argument of that index by its identity, else by its name; null where neither leads to an entity.
-CN_LevelEntity* findObjectArgument(const Message& message, std::size_t index, const CN_LevelEntity& owner) {
+CN_LevelEntity* findObjectArgument(const Message& message, std::size_t index, Search& search) {
     if (CN_LevelEntity* const entity = findLoaded(message.m_objectArgumentIds[index]))
         return entity;
     const bool named = index < message.m_arguments.size() && !message.m_arguments[index].empty();
-    return named ? owner.mapNameToObject(message.m_arguments[index], nullptr) : nullptr;
+    return named ? search.find(message.m_arguments[index]) : nullptr;
 }
 
 /// Binds what a record gave by identity. Entities that are bound already stay; those that have died leave.
 void bindReferences(Message& message, const CN_LevelEntity& owner) {
+    Search search(owner);
     for (std::size_t i = 0; i < message.m_objectArguments.size(); ++i) {
         CN_LevelEntity*& entity = message.m_objectArguments[i];
         if (i < message.m_objectArgumentIds.size() && message.m_objectArgumentIds[i] != 0)
-            entity = findObjectArgument(message, i, owner);
+            entity = findObjectArgument(message, i, search);
         else if (!CN_LevelEntity::isAlive(entity))
             entity = nullptr;
     }
@@ -65,35 +85,18 @@ void bindReferences(Message& message, const CN_LevelEntity& owner) {
     if (message.m_target)
         return;
     const bool byPath = CN_FSMChangeManager::instance()->isDeSerialisingPrefab();
-    const istring name = byPath ? message.getWrittenPath() : message.m_targetName;
+    const istring path = byPath ? message.getWrittenPath() : istring();
+    const istring& name = byPath ? path : message.m_targetName;
     if (!name.empty()) // else the owner would be the target of every line that has none
-        message.m_target = owner.mapNameToObject(name, nullptr);
+        message.m_target = search.find(name);
 }
 
-/// The argument as it stands in a line: in quotes where it holds a blank.
-istring quotedArgument(const istring& argument) {
-    const bool quote = argument.find(' ') != istring::npos && argument.find('"') == istring::npos;
-    return quote ? "\"" + argument + "\"" : argument;
-}
-
-/// Gives the object arguments their present names; false where there are none.
-bool updateArguments(Message& message) {
-    bool changed = false;
-    for (std::size_t i = 0; i < message.m_objectArguments.size() && i < message.m_arguments.size(); ++i) {
-        const CN_LevelEntity* const entity = message.m_objectArguments[i];
-        if (!CN_LevelEntity::isAlive(entity))
-            continue;
-        message.m_arguments[i] = toIString(CN_HierarchyUtils::makeFullyQualifiedName(entity));
-        changed = true;
-    }
-    return changed;
-}
-
-void rebuildLine(Message& message) {
-    istring arguments = " ";
-    for (const istring& argument : message.m_arguments)
-        arguments.append(&argument == &message.m_arguments.front() ? "" : ", ").append(quotedArgument(argument));
-    message.rewriteArguments(arguments.append(" "));
+/// The same for any message of the machine, whose entity may be null.
+void bind(Message& message, const E_FSM& machine) {
+    if (message.isCommentMessage())
+        forgetIdentities(message);
+    else if (machine.getParent())
+        bindReferences(message, *machine.getParent());
 }
 
 /// Replaces every occurrence, from left to right, in one pass.
@@ -143,23 +146,35 @@ void CN_FSMWalker::operator()(CN_LevelEntity* entity) {
 
 void ForEach_FSMDeserializeEntityReferences::visit(E_FSM& machine) {
     machine.forEachMessage([&](Message& message) {
-        if (message.isCommentMessage())
+        if (!m_clear)
+            bind(message, machine);
+        else if (message.isCommentMessage())
             forgetIdentities(message);
-        else if (m_clear)
+        else
             clearReferences(message);
-        else if (machine.getParent())
-            bindReferences(message, *machine.getParent());
     });
 }
 
 void ForEach_FSMUpdateTargetNames::visit(E_FSM& machine) {
-    machine.forEachMessage([&](Message& message) { message.updateTargetName(&machine); });
+    m_writer.start(machine.getParent());
+    machine.forEachMessage([this](Message& message) { m_writer.writeTarget(message); });
 }
 
 void ForEach_FSMUpdateArgumentEntityReferences::visit(E_FSM& machine) {
-    forEachLine(machine, [](Message& message) {
-        if (updateArguments(message))
-            rebuildLine(message);
+    m_writer.start(machine.getParent());
+    forEachLine(machine, [this](Message& message) { m_writer.writeArguments(message); });
+}
+
+void ForEach_FSMUpdateLines::visit(E_FSM& machine) {
+    m_writer.start(machine.getParent());
+    machine.forEachMessage([this](Message& message) { m_writer.write(message); });
+}
+
+void ForEach_FSMBind::visit(E_FSM& machine) {
+    m_writer.start(machine.getParent());
+    machine.forEachMessage([&](Message& message) {
+        bind(message, machine);
+        m_writer.write(message);
     });
 }
 
@@ -223,12 +238,17 @@ void ForEach_FSMRenamePlayerDotAIToPlayer::visit(E_FSM& machine) {
 void CN_FSMDeleteWalker::visit(E_FSM& machine) {
     machine.forEachList([this](E_FSM::MessageList& messages) {
         std::erase_if(messages,
-                      [this](const Message& message) { return !message.isCommentMessage() && isToBeDeleted(message); });
+                      [this](const Message& message) { return isToBeDeleted(message) && !message.isCommentMessage(); });
     });
 }
 
+ForEach_FSMDeleteObject::ForEach_FSMDeleteObject(const std::set<const CN_LevelEntity*>& entities) {
+    for (const CN_LevelEntity* const entity : entities)
+        m_entities.insert(entity);
+}
+
 bool ForEach_FSMDeleteObject::isToBeDeleted(const Message& message) const {
-    const auto dies = [this](const CN_LevelEntity* entity) { return entity && m_entities.contains(entity); };
+    const auto dies = [this](const CN_LevelEntity* entity) { return m_entities.contains(entity); };
     return dies(message.m_target) ||
            std::any_of(message.m_objectArguments.begin(), message.m_objectArguments.end(), dies);
 }

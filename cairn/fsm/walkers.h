@@ -1,6 +1,8 @@
 #pragma once
 
+#include "cairn/containers/pointer_set.h"
 #include "cairn/entities/for_each.h"
+#include "cairn/fsm/line_writer.h"
 #include "cairn/fsm/message_tests.h"
 
 #include <functional>
@@ -40,12 +42,36 @@ class ForEach_FSMDeserializeEntityReferences : public CN_FSMWalker {
 class ForEach_FSMUpdateTargetNames : public CN_FSMWalker {
   protected:
     void visit(E_FSM& machine) override;
+
+  private:
+    CN_FSMLineWriter m_writer;
 };
 
 /// Gives the arguments that name entities these entities' present names, and rebuilds the lines of such messages.
 class ForEach_FSMUpdateArgumentEntityReferences : public CN_FSMWalker {
   protected:
     void visit(E_FSM& machine) override;
+
+  private:
+    CN_FSMLineWriter m_writer;
+};
+
+/// What `ForEach_FSMUpdateTargetNames` and behind it `ForEach_FSMUpdateArgumentEntityReferences` do, in one walk.
+class ForEach_FSMUpdateLines : public CN_FSMWalker {
+  protected:
+    void visit(E_FSM& machine) override;
+
+  private:
+    CN_FSMLineWriter m_writer;
+};
+
+/// What `ForEach_FSMDeserializeEntityReferences` without `clear` and behind it `ForEach_FSMUpdateLines` do, in one walk.
+class ForEach_FSMBind : public CN_FSMWalker {
+  protected:
+    void visit(E_FSM& machine) override;
+
+  private:
+    CN_FSMLineWriter m_writer;
 };
 
 /// Finds the targets that the lines name, and the object arguments of global messages. A target that is not there is told in a
@@ -159,15 +185,15 @@ class CN_FSMDeleteWalker : public CN_FSMWalker {
 /// Messages that have an entity for their target or an object argument: for entities that are about to be deleted.
 class ForEach_FSMDeleteObject : public CN_FSMDeleteWalker {
   public:
-    explicit ForEach_FSMDeleteObject(const CN_LevelEntity* entity) : m_entities{entity} {}
+    explicit ForEach_FSMDeleteObject(const CN_LevelEntity* entity) { m_entities.insert(entity); }
     /// The same for many entities in one walk.
-    explicit ForEach_FSMDeleteObject(std::set<const CN_LevelEntity*> entities) : m_entities(std::move(entities)) {}
+    explicit ForEach_FSMDeleteObject(const std::set<const CN_LevelEntity*>& entities);
 
   protected:
     bool isToBeDeleted(const E_FSM::Message& message) const override;
 
   private:
-    std::set<const CN_LevelEntity*> m_entities; ///< not owned; looked up only
+    F_PointerSet<CN_LevelEntity> m_entities; ///< not owned
 };
 
 /// The base of the delete walkers for messages to an entity that name something of it.

@@ -11,6 +11,7 @@ namespace cairn {
 
 namespace {
 
+constexpr double SAME_PLANE = 1e-9;               // off a member's own plane
 constexpr double GRID = 0.0125, NEAR_GRID = 1e-5; // of normals and centers next to an axis
 
 } // namespace
@@ -214,6 +215,9 @@ CN_PlaneMover::Refusal CN_PlaneMover::commit(Undo& undo) {
         // One that faces the other way goes on doing so.
         Vector normal = polygon.getNormal().dot(m_oldNormal) < 0 ? -m_newNormal : m_newNormal;
         Vector point = polygon.getPointOnPlane();
+        // One that was a little bent against the others is not any more: its corners went to the one plane.
+        if (std::abs(m_target.distance(point)) > SAME_PLANE)
+            CN_Polygon::projectGeneral(point, m_target.getNormal(), m_target.getPoint());
         if (isAlongAxis)
             snapPlane(normal, point);
         polygon.setNormal(normal);

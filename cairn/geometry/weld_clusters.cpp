@@ -36,7 +36,8 @@ class Clusterer {
         CN_PointGrid::Search search = m_grid.search(first);
         m_mostNear[first] = search.most;
         m_grid.takeAll(search, members);
-        std::sort(members.begin() + static_cast<std::ptrdiff_t>(begin), members.end());
+        if (search.cells > 1)
+            std::sort(members.begin() + static_cast<std::ptrdiff_t>(begin), members.end());
         const std::size_t near = members.size();
         for (std::size_t i = begin + 1; i < near; ++i)
             tellNear(static_cast<unsigned int>(members[i]));
@@ -56,8 +57,10 @@ class Clusterer {
     }
 
     void open(unsigned int point) {
-        m_open.push_back(m_grid.search(point));
-        m_mostNear[point] = m_open.back().most;
+        const CN_PointGrid::Search search = m_grid.search(point);
+        m_mostNear[point] = search.most;
+        if (search.cells > 0)
+            m_open.push_back(search);
     }
 
     CN_PointGrid m_grid;

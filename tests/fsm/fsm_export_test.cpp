@@ -5,6 +5,7 @@
 #include "cairn/entities/fsm_entity.h"
 #include "cairn/entities/portal.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/geometry/exit_table.h"
 #include "tests/support/mesh_shelf.h"
 
 #include <gtest/gtest.h>
@@ -217,8 +218,13 @@ TEST_F(FSMExport, WritesLinesOfTheScript) {
         {"::First->EnableExit(1);", ""},
         {"::First::Guard->EnableExit(1, ToSecond);", ""},
     };
-    for (const auto& each : CASES)
+    CN_ExitTable exits;
+    for (const auto& each : CASES) {
         EXPECT_EQ(exported(each.text), each.line) << each.text;
+        std::string out;
+        line(each.text).exportTo(out, exits);
+        EXPECT_EQ(out, each.line) << each.text << ", by a table";
+    }
 
     // An exit whose portal has died goes by its number.
     auto* const room = static_cast<CN_LevelEntityMesh*>(find("::First"));

@@ -1,3 +1,4 @@
+#include "cairn/fsm/change_manager.h"
 #include "cairn/fsm/walkers.h"
 #include "tests/fsm/message_level.h"
 #include "tests/support/machine_text.h"
@@ -274,6 +275,41 @@ TEST_F(Walkers, ArgumentsGetThePresentNamesOfTheirEntities) {
         EXPECT_EQ(view(messagesOf(door)[0].m_text), c.expectedText);
         EXPECT_EQ(view(messagesOf(door)[0].joinArguments(",")), c.expectedArguments);
     }
+}
+
+TEST_F(Walkers, OneWalkDoesWhatSeveralDoInARow) {
+    constexpr unsigned LOADED = 7, LOST = 8;
+    CN_LevelEntity* const odd = addChild(*hall, CN_KIND_FSM, "a->b (1)");
+    const auto elsewhere = makeEntity(CN_KIND_FSM);
+    E_FSM::MessageList all;
+    for (CN_LevelEntity* const target : {odd, door, yard, player, &root, elsewhere.get(), hall})
+        for (const char* const text : {"", "gone->Say();", "::x (1)->Say(b);", "Knob", " #x->Say();"})
+            for (const char* const name : {"Say", "S(ay"})
+                for (CN_LevelEntity* const object : {hall, odd}) {
+                    const unsigned i = static_cast<unsigned>(all.size());
+                    E_FSM::Message& message = all.emplace_back(makeMessage(text, target, name, {"x", "a b"}));
+                    message.m_target = i % 5 ? target : nullptr;
+                    message.m_targetId = i % 7 == 0 ? LOADED : i % 11 == 0 ? LOST : 0;
+                    message.m_targetName = i % 3 ? "::Yard" : "";
+                    message.m_objectArguments[1] = i % 4 ? object : nullptr;
+                    message.m_objectArgumentIds = {0, i % 6 ? 0 : LOADED};
+                    message.m_global = i % 13 == 0;
+                }
+    const auto after = [&](auto&&... walkers) {
+        messagesOf(door) = all;
+        (run(walkers), ...);
+        std::string so;
+        for (const E_FSM::Message& message : messagesOf(door))
+            so.append(textOf(message)).append(view(message.m_targetPath)).append("\n");
+        return so;
+    };
+    using Names = ForEach_FSMUpdateTargetNames;
+    using ObjectNames = ForEach_FSMUpdateArgumentEntityReferences;
+    auto& loaded = CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap;
+    loaded = {{LOADED, doorway}};
+    EXPECT_EQ(after(ForEach_FSMUpdateLines()), after(Names(), ObjectNames()));
+    EXPECT_EQ(after(ForEach_FSMBind()), after(ForEach_FSMDeserializeEntityReferences(false), Names(), ObjectNames()));
+    loaded.clear();
 }
 
 } // namespace

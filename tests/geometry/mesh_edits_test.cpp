@@ -1,4 +1,5 @@
 #include "tests/support/mesh_edits.h"
+#include "tests/support/random_rooms.h"
 
 #include <gtest/gtest.h>
 
@@ -7,14 +8,24 @@
 namespace cairn {
 namespace {
 
-/// Random scripts of 50 edits each, over the meshes of the shelf in turn.
-void runScripts(int scripts, unsigned int seed) {
-    std::vector<test::ShelfMesh> meshes;
-    for (const test::ShelfMesh& shelf : test::meshShelf())
-        if (shelf.polygons > 0 && shelf.polygons < 100 && shelf.tolerance < 1e-6)
-            meshes.push_back(shelf);
-    for (int script = 0; script < scripts; ++script) {
-        std::mt19937 random(seed + static_cast<unsigned>(script));
+/// The mesh of a script: those of the shelf in turn, and between them random rooms.
+test::ShelfMesh meshOf(unsigned int script) {
+    static const std::vector<test::ShelfMesh> shelf = test::editableMeshes();
+    if (script % 2 == 0)
+        return shelf[script / 2 % shelf.size()];
+    test::ShelfMesh room{"random room " + std::to_string(script), nullptr, 0, 0, 0, true, 0};
+    room.build = [script](CN_Document& document) {
+        test::RandomPolygons random(script);
+        return script % 4 == 1 ? test::randomPrism(document, random, script % 8 == 1)
+                               : test::randomCells(document, random);
+    };
+    return room;
+}
+
+/// Random scripts of 50 edits each.
+void runScripts(unsigned int scripts, unsigned int seed) {
+    for (unsigned int script = seed; script < seed + scripts; ++script) {
+        std::mt19937 random(script);
         std::vector<test::MeshEdit> edits(50);
         for (test::MeshEdit& edit : edits) {
             edit.kind = static_cast<test::MeshEdit::Kind>(random() % test::MeshEdit::KINDS);
@@ -23,8 +34,7 @@ void runScripts(int scripts, unsigned int seed) {
             for (std::int8_t* const size : {&edit.a, &edit.b, &edit.c})
                 *size = static_cast<std::int8_t>(random());
         }
-        const test::ShelfMesh& shelf = meshes[static_cast<std::size_t>(script) % meshes.size()];
-        ASSERT_EQ(test::findMeshEditFault(shelf, edits), "") << "script " << seed + static_cast<unsigned>(script);
+        ASSERT_EQ(test::findMeshEditFault(meshOf(script), edits), "") << "script " << script;
     }
 }
 

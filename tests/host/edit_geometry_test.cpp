@@ -152,8 +152,8 @@ TEST_F(EditGeometry, ClosesWhatLeadsToAnExitOneWayButNotWhatItLeadsTo) {
     CN_LevelEntityPortal* const old = portal.get();
     mesh("::A").addOwned(std::move(portal), true);
     old->setPortalPolygon(&face("::A", 4));
-    EXPECT_EQ(run("exit ::A#4 ::C#2 Door"), "the portal \"::A::Old\" stands on \"::A#4\": delete it first");
-    EXPECT_EQ(run("split ::A#4 0 0 1 0 0 2").substr(0, 10), "the portal");
+    EXPECT_EQ(run("exit ::A#4 ::C#2 Door"), "\"::A::Old\" stands on \"::A#4\": delete it first");
+    EXPECT_EQ(run("split ::A#4 0 0 1 0 0 2").substr(0, 17), "\"::A::Old\" stands");
     EXPECT_EQ(run("delete ::A::Old\nsplit ::A#4 0 0 1 0 0 2"), "");
 }
 

@@ -308,6 +308,42 @@ TEST_F(Explain, FindsTheFaultOfEachBrokenLevel) {
     }
 }
 
+TEST_F(Explain, NamesWhatTouchesAndWhatMightCloseAnEdge) {
+    const auto message = [&](const char* level, const char* name, std::size_t finding) {
+        const std::string file = std::string(CAIRN_TEST_SOURCE_DIR "/data/broken/") + level + ".cairn";
+        return explain(file, name, 1)["findings"][finding]["message"].get<std::string>();
+    };
+    EXPECT_EQ(message("past_the_corner", "::First::Door", 0),
+              "0.5 of edge 0 of the contour lies on no polygon of the mesh");
+    EXPECT_EQ(message("past_the_corner", "::First::Door", 3), "the contour lies on ::First#4");
+    EXPECT_EQ(message("over_a_gap", "::First::Door", 2), "the contour lies on ::First#5, ::First#6");
+    EXPECT_EQ(message("slit", "::Room", 0),
+              "no polygon follows ::Room#0 here; the nearest open one is ::Room#5, 0.02 off");
+    EXPECT_EQ(
+        message("turned_wall", "::Room", 0),
+        "no polygon follows ::Room#0 here; the nearest open one is ::Room#5, 0 off, which runs the same way: one of "
+        "them looks the wrong way");
+
+    // A long edge that lies half a unit off is offered first; a short one beside the wall is nearer.
+    ShelfDocument document;
+    CN_LevelEntityMesh& mesh = *addFixture(document, "Sheets");
+    const auto addSheet = [&mesh](double x, double from, double to) {
+        const int first = mesh.getVertexList().count();
+        for (const CN_LevelEntity::Vector& corner :
+             {CN_LevelEntity::Vector(x, 0, from), {x, 0, to}, {x, 4, to}, {x, 4, from}})
+            mesh.addVertex(corner);
+        fixturePolygon(mesh, {{first, first + 1, first + 2, first + 3}});
+    };
+    addSheet(0.5, -4, 9);
+    addSheet(0, 0, 5);
+    addSheet(0.01, 2, 3);
+    finishFixture(mesh);
+    CN_LevelFile::save(document, path("sheets.cairn").string());
+    const Json told = explain("sheets.cairn", "::Sheets#1", 1);
+    EXPECT_NE(told["findings"][0]["message"].get<std::string>().find("::Sheets#2, 0.01 off"), std::string::npos)
+        << told.dump(1);
+}
+
 TEST_F(Explain, TellsWhatIsRightAndRefusesTheRest) {
     ShelfDocument document;
     twoRooms(document);

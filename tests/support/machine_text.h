@@ -5,7 +5,8 @@
 
 #include <string>
 
-/// A state machine as a text that says all that a save keeps, for comparing one with another.
+/// A state machine as a text that says all that a save keeps, for comparing one with another. What a comment referred to may
+/// have died.
 namespace cairn::test {
 
 inline std::string textOf(const E_FSM::Message& message) {
@@ -13,6 +14,8 @@ inline std::string textOf(const E_FSM::Message& message) {
                        std::string(view(message.m_targetName)) + "|";
     for (const istring& argument : message.m_arguments)
         text.append(view(argument)).append(",");
+    if (message.isCommentMessage())
+        return text + "}";
     if (message.m_target)
         text.append("|to ").append(view(message.m_target->getQualifiedName()));
     for (const CN_LevelEntity* const entity : message.m_objectArguments)

@@ -2,8 +2,9 @@
 
 #include "cairn/entities/cairn_level.h"
 #include "cairn/foundation/memory_file.h"
-#include "cairn/geometry/plane_move.h"
+#include "cairn/geometry/open_edges.h"
 #include "cairn/geometry/validate.h"
+#include "cairn/math/snapping.h"
 #include "cairn/platform/handlers.h"
 
 #include <algorithm>
@@ -45,7 +46,17 @@ Vector unit(const MeshEdit& edit) {
 
 } // namespace
 
-MeshEditing::MeshEditing(const ShelfMesh& shelf) : m_mesh(shelf.build(*m_document)), m_closed(shelf.closed) {}
+std::vector<ShelfMesh> editableMeshes() {
+    std::vector<ShelfMesh> meshes;
+    for (const ShelfMesh& shelf : meshShelf())
+        if (shelf.polygons > 0 && shelf.polygons < 100 && shelf.tolerance < 1e-6 && shelf.name != "twoRooms")
+            meshes.push_back(shelf);
+    return meshes;
+}
+
+// Cells that touch along an edge alone are closed only as long as their corners are not shared.
+MeshEditing::MeshEditing(const ShelfMesh& shelf)
+    : m_mesh(shelf.build(*m_document)), m_closed(CN_findOpenEdges(*m_mesh, TOLERANCE).empty()) {}
 
 std::string MeshEditing::apply(const MeshEdit& edit) {
     const std::string before = savedBytes(*m_document);
@@ -73,19 +84,15 @@ bool MeshEditing::change(const MeshEdit& edit) {
         const Vector from = axis.getLocal(0), to = axis.getLocal(1);
         return m_mesh->rotatePolygonPlane(&polygon, from, to, edit.a * 0.002, 0.05);
     }
-    case MeshEdit::WELD: {
-        CString report;
-        const double radius = std::min(0.01, leastEdge() / 3);
-        m_mesh->temporaryCreateWeldGroupsAndWeldVertices(radius, radius, report);
-        m_mesh->triangulizeAll(true);
+    case MeshEdit::WELD:
+        weld(std::min(0.01, leastEdge() / 3));
         return true;
-    }
     case MeshEdit::MIRROR:
         m_mesh->mirror({unit(edit), sizes * STEP}, edit.c < 0);
         return true;
     case MeshEdit::SCALE: {
         const auto factor = [](int size) { return (size < -64 ? -1 : 1) * (1 + std::abs(size % 64) / 256.0); };
-        if (m_mesh->getBoundingRadius() > 100)
+        if (m_mesh->getBoundingRadius() > 100 || isNextToAxis())
             return false;
         m_mesh->scale({}, {factor(edit.a), factor(edit.b), factor(edit.c)}, nullptr);
         return true;
@@ -97,7 +104,7 @@ bool MeshEditing::change(const MeshEdit& edit) {
         m_mesh->relocateCenter(edit.a < 0 ? 0 : 0.125);
         return true;
     case MeshEdit::T_JUNCTIONS:
-        m_mesh->createVerticesInTJunctions(0.001);
+        shareCorners();
         return true;
     case MeshEdit::SPLIT:
         return split(polygon, edit);
@@ -139,7 +146,20 @@ bool MeshEditing::split(CN_Polygon& polygon, const MeshEdit& edit) {
     m_mesh->handleOwnHierarchy();
     for (CN_Polygon* const piece : made)
         piece->triangulize(true);
+    shareCorners();
     return true;
+}
+
+void MeshEditing::weld(double radius) {
+    CString report;
+    m_mesh->temporaryCreateWeldGroupsAndWeldVertices(radius, radius, report);
+    m_mesh->triangulizeAll(true);
+}
+
+/// What comes after cuts and unions, whose polygons have corners of their own: changes of space may move these apart.
+void MeshEditing::shareCorners() {
+    m_mesh->createVerticesInTJunctions(0.001);
+    weld(std::min(0.001, leastEdge() / 3));
 }
 
 bool MeshEditing::unite(const MeshEdit& edit) {
@@ -157,6 +177,7 @@ bool MeshEditing::unite(const MeshEdit& edit) {
     m_mesh->deletePolygon(&b);
     for (CN_Polygon* const polygon : made)
         polygon->triangulize(true);
+    shareCorners();
     return true;
 }
 
@@ -190,6 +211,16 @@ void MeshEditing::remove(CN_LevelEntityMesh& mesh) {
     mesh.updateMaterialRefCounts(false);
     mesh.getParent()->remove(&mesh);
     delete &mesh;
+}
+
+/// True where a wall is so near to an axis, but not on it, that a scale would snap its plane and leave its corners behind.
+bool MeshEditing::isNextToAxis() const {
+    constexpr double NEAR = 0.9997;
+    const CN_Mesh::PolygonList& polygons = m_mesh->getPolygonList();
+    return std::any_of(polygons.begin(), polygons.end(), [](const CN_Polygon& polygon) {
+        const double along = maxAbsComponent(polygon.getNormal());
+        return along > NEAR && along < 1;
+    });
 }
 
 double MeshEditing::leastEdge() const {

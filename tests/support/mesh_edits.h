@@ -11,6 +11,9 @@
 /// Random edits of meshes: what was closed and flat must stay so, and what is refused must leave the level as it was.
 namespace cairn::test {
 
+/// The meshes of the shelf that may be edited so: neither empty nor huge, exact, and no room whose neighbour would stay behind.
+std::vector<ShelfMesh> editableMeshes();
+
 /// One edit; what its numbers mean hangs on the mesh as it is then.
 struct MeshEdit {
     enum Kind : std::uint8_t {
@@ -50,6 +53,9 @@ class MeshEditing {
     bool join(const MeshEdit& edit);
     bool separate(CN_Polygon& polygon);
     void remove(CN_LevelEntityMesh& mesh);
+    void weld(double radius);
+    void shareCorners();
+    bool isNextToAxis() const;
     double leastEdge() const;
     std::string findFault();
 

@@ -54,6 +54,7 @@ class MessageModel {
             &MessageModel::renameTimer,  &MessageModel::renameAnimation, &MessageModel::renameExit,
             &MessageModel::deleteState,  &MessageModel::deleteEvent,     &MessageModel::deleteTimer,
             &MessageModel::deleteExit,   &MessageModel::deleteAnimation, &MessageModel::copyMachine,
+            &MessageModel::commentOut,
         };
         (this->*EDITS[choose(std::size(EDITS))])();
     }
@@ -77,6 +78,10 @@ class MessageModel {
     /// Saves the level, loads it and compares: empty where both are the same graph. Between edits and their notification names
     /// are old, and only `identities` hold.
     std::string findLoadFault(bool identities) {
+        if (namePlayer() && !identities) {
+            CN_FSMChangeManager::setHierarchyHasChanged();
+            CN_FSMChangeManager::instance()->documentUpdatedNotification(nullptr);
+        }
         const Bytes saved = saveLevel(m_document);
         CN_Document again;
         loadLevel(again, saved);
@@ -107,7 +112,7 @@ class MessageModel {
     /// What a message must say.
     struct Line {
         Kind kind = LINE;
-        istring begin; ///< of a line without a target: all ahead of the arguments
+        istring begin; ///< of a line without a target: all ahead of the arguments; of a comment the line
         CN_LevelEntity* target = nullptr;
         bool absolute = false;
         istring name;
@@ -212,9 +217,21 @@ class MessageModel {
         return entity->getParent() && entity != m_document.getPlayer() ? entity : nullptr;
     }
 
+    /// The player too, whom lines call "player" whatever the name is.
     void renameEntity() {
-        if (CN_LevelEntity* const entity = chooseMovable())
+        if (CN_LevelEntity* const entity = chooseNode().entity; entity->getParent())
             entity->setName(chooseEntityName(), true);
+    }
+
+    /// Gives the player the name by which a load knows it; true if it had another.
+    bool namePlayer() {
+        static const CString NAME = "player";
+        CN_LevelEntity* const holder = m_document.accessLevel()->hasChildNamed(NAME);
+        if (holder == m_document.getPlayer())
+            return false;
+        if (holder)
+            holder->setName("Room", true);
+        return m_document.accessPlayer()->setName(NAME, false);
     }
 
     void moveEntity() {
@@ -284,7 +301,7 @@ class MessageModel {
     Line chooseLine(Node& owner) {
         static constexpr const char* NAMES[] = {"FSM_Switch",     "FSM_Send",   "FSM_StartTimer", "FSM_PauseTimer",
                                                 "AI_PushCommand", "DO_Animate", "EnableExit",     "Say"};
-        static constexpr const char* BEGINS[] = {"", "Print", "# ::Room->FSM_Switch", "no such::Room->FSM_Switch"};
+        static constexpr const char* BEGINS[] = {"", "Print", "# ::Room->Say(a);", "no such::Room->FSM_Switch"};
         Line line;
         const std::size_t roll = choose(16);
         line.kind = roll < 4 ? static_cast<Kind>(roll) : LINE;
@@ -353,6 +370,27 @@ class MessageModel {
         const auto at = static_cast<std::ptrdiff_t>(choose(lines->size()));
         lines->erase(lines->begin() + at);
         messages->erase(messages->begin() + at);
+    }
+
+    /// The message keeps what it refers to, also when that dies: nothing may look at it any more.
+    void commentOut() {
+        Node* const node = chooseMachine();
+        if (!node || choose(2))
+            return;
+        const auto [lines, messages] = chooseList(*node);
+        if (lines->empty())
+            return;
+        const std::size_t at = choose(lines->size());
+        Line& line = (*lines)[at];
+        E_FSM::Message& message = (*messages)[at];
+        if (line.kind == COMMENT)
+            return;
+        message.m_text.insert(0, " #");
+        line.kind = COMMENT;
+        line.begin = message.m_text;
+        line.arguments.clear();
+        for (const istring& argument : message.m_arguments)
+            line.arguments.push_back({argument});
     }
 
     /// A copy of one entity's machine in the place of another's; but the player's has handlers that no other has.
@@ -589,6 +627,8 @@ class MessageModel {
     }
 
     static istring textOf(const Line& line, const CN_LevelEntity& owner) {
+        if (line.kind == COMMENT)
+            return line.begin;
         istring text = line.kind == LINE ? pathOf(line, owner) + "->" + line.name : line.begin;
         const bool objects = std::any_of(line.arguments.begin(), line.arguments.end(),
                                          [](const Argument& argument) { return argument.object != nullptr; });
@@ -615,20 +655,22 @@ class MessageModel {
 
     static std::string differenceOf(const Line& line, const E_FSM::Message& message, CN_LevelEntity& owner,
                                     bool withText) {
-        if (message.m_target != line.target)
+        const bool comment = line.kind == COMMENT;
+        if (!comment && message.m_target != line.target)
             return "another target";
-        if (message.m_name != line.name || message.m_global != (line.kind == GLOBAL))
+        if (message.m_name != line.name || (!comment && message.m_global != (line.kind == GLOBAL)))
             return "another message";
         if (message.m_arguments.size() != line.arguments.size())
             return "another count of arguments";
         for (std::size_t i = 0; i < line.arguments.size(); ++i) {
-            if (message.getObjectArgument(i) != line.arguments[i].object)
+            if (!comment && message.getObjectArgument(i) != line.arguments[i].object)
                 return "another object argument";
             if (view(message.m_arguments[i]) != view(argumentOf(line.arguments[i])))
                 return "another argument";
         }
         const istring text = textOf(line, owner);
-        if (withText ? view(message.m_text) != view(text) : !isStale(line) && bare(message.m_text) != bare(text))
+        if (withText || comment ? view(message.m_text) != view(text)
+                                : !isStale(line) && bare(message.m_text) != bare(text))
             return fmt::format("not the line \"{}\"", view(text));
         if (line.kind != LINE)
             return "";

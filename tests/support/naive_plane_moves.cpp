@@ -340,6 +340,8 @@ bool naivePlaneMove(CN_Mesh& mesh, CN_Polygon* polygon, double distance, double 
     for (CN_Polygon* const member : move.group) {
         Vector memberNormal = member->getNormal().dot(move.oldNormal) < 0 ? -move.newNormal : move.newNormal;
         Vector memberPoint = member->getPointOnPlane();
+        if (std::abs(target.distance(memberPoint)) > 1e-9)
+            CN_Polygon::projectGeneral(memberPoint, target.getNormal(), target.getPoint());
         if (isAlongAxis)
             snapPlane(memberNormal, memberPoint);
         member->setNormal(memberNormal);

@@ -173,12 +173,17 @@ void CN_Mesh::dropPolygon(CN_Polygon* polygon) {
     setGeometryDirty();
 }
 
+/// Who shares edges changes, and may go. Where many polygons go the first one has done it for all.
+void CN_Mesh::dropSharedEdgeLists() {
+    if (!std::exchange(m_hasSharedEdgeLists, false))
+        return;
+    for (CN_Polygon& polygon : m_polygonList)
+        if (polygon.m_lists)
+            polygon.m_lists->sharedEdgeList.clear();
+}
+
 bool CN_Mesh::deletePolygon(CN_Polygon* polygon) {
-    for (CN_Polygon& other : m_polygonList)
-        if (other.m_lists)
-            for (CN_Polygon*& neighbor : other.m_lists->sharedEdgeList)
-                if (neighbor == polygon)
-                    other.m_lists->sharedEdgeList.remove(&neighbor);
+    dropSharedEdgeLists();
     dropPolygon(polygon);
     if (m_polygonList.empty())
         return false;

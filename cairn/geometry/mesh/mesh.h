@@ -159,7 +159,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     bool hasExits() const;
     /// All exit polygons in list order, those that lead into this mesh too.
     std::vector<const CN_Polygon*> getExitList() const;
-    /// The first exit polygon of that name (see `CN_Polygon::getExitName`), or null.
+    /// The first exit polygon of that name (see `CN_Polygon::getExitName`), or null. An exit without a portal has the name "".
     const CN_Polygon* findExit(const istring& name) const;
     CN_Polygon* findExit(const istring& name);
     /// "Exit0", or with the first number from there up that no exit has, in any case of letters.
@@ -214,7 +214,10 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// Moves the plane of `polygon` by `distance` along its `getReferenceNormal`, or, `rotating`, by `matrix` about `center` of
     /// the mesh's space. False where it is refused: see `CN_PlaneMoveRefusal`. No edge that is longer becomes as short as
     /// `minEdgeLength`. A tilt leaves the reference normal behind, so that the next push goes along the old direction. The new
-    /// triangles have no coordinates until `CN_Polygon::calculateUVCoordinates`. Cost: near linear in what is looked at.
+    /// triangles have no coordinates until `CN_Polygon::calculateUVCoordinates`. What moves has the texture spaces 0, 1 and 2
+    /// afterwards, a new one as space 0 was. A plane that turns comes to pass through `center`. Throws
+    /// `M_PlanarSpace3Exception_Singular` where texture space 0 of a polygon of the mesh gives no plane, and an `F_Exception*`
+    /// where an edge names no vertex; the mesh is as it was then. Cost: near linear in what is looked at.
     bool movePolygonPlaneWorker(CN_Polygon* polygon, double distance, double minEdgeLength, bool rotating,
                                 Matrix matrix, Vector center);
     /// The same move, and why it was refused.
@@ -232,7 +235,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// polygon's plane.
     bool checkEdgePlaneDeadlock(int vertex, const Vector& normal, const F_DLList<CN_Polygon*>& border);
     /// Makes a closed prism of a polygon with more than two collected corners and no edges yet: a cap at `distance` along its
-    /// normal and a side for each edge are added. World normals are right after `handleOwnHierarchy`.
+    /// normal and a side for each edge are added. World normals are right after `handleOwnHierarchy`. Throws
+    /// `M_PlanarSpace3Exception_Singular` where two corners that follow each other are one.
     void loftPolygon(CN_Polygon* polygon, double distance);
     /// @}
 
@@ -253,7 +257,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// afterwards: triangulate before anything that merges them.
     void weldVertices(double radius, CString& report);
     void temporaryCreateWeldGroupsAndWeldVertices(double groupRadius, double weldRadius, CString& report);
-    /// Puts every vertex where the planes of the polygons that begin an edge there meet. Cost: near linear in corners.
+    /// Puts every vertex where the planes of the polygons that begin an edge there meet, by up to 0.001 for each axis, or
+    /// farther where planes were snapped to an axis before. Cost: near linear in corners.
     void reworkVerticesWithoutWelding();
     /// Groups the planes of the mesh's polygons that lie within one degree and `distance` of a group's first one, and tells
     /// for each polygon its group and whether it faces against that one.
@@ -361,10 +366,12 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
 
   private:
     friend class CN_PlaneMover;
+    friend class CN_Polygon;
 
     CN_LevelEntity& accessEntity() override { return *this; }
     void initializeMembers();
     void dropPolygons();
+    void dropSharedEdgeLists();
     void dropPolygon(CN_Polygon* polygon);
     void copyGeometry(const CN_Mesh& other);
     void adopt(CN_Polygon& polygon, const CN_Mesh& other);
@@ -380,6 +387,7 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     bool m_uvDirty = true;                                     ///< some polygon's coordinates are stale
     bool m_mappingDirty = true;                                ///< some polygon's lightmap mapping is stale
     bool m_facesFlipped = false;                               ///< stored in the file
+    bool m_hasSharedEdgeLists = false;                         ///< some polygon may name neighbours
     CN_Polygon* m_lastHitPolygon = nullptr;                    ///< not owned: of the last ray
     std::unique_ptr<CN_BSPTree> m_boundingBSP;                 ///< null before it was asked for
     bool m_bspDirty = true;                                    ///< the tree is older than the geometry or the place

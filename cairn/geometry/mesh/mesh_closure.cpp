@@ -110,17 +110,6 @@ class ContactSearch {
     std::vector<Side> m_sides;           ///< of all polygons, in the order of their lists
 };
 
-void removeFromSharedEdgeLists(CN_Mesh& mesh, const std::unordered_set<const CN_Polygon*>& gone) {
-    for (CN_Polygon& polygon : mesh.accessPolygonList()) {
-        if (polygon.getSharedEdgeList().empty())
-            continue;
-        F_DLList<CN_Polygon*>& neighbors = polygon.accessSharedEdgeList();
-        for (CN_Polygon*& neighbor : neighbors)
-            if (gone.contains(neighbor))
-                neighbors.remove(&neighbor);
-    }
-}
-
 } // namespace
 
 bool CN_Mesh::connected(std::set<CN_Polygon*>* openPolygons) {
@@ -170,7 +159,7 @@ int CN_Mesh::deleteFloatingFaces(const std::set<CN_Polygon*>& candidates) {
         }
     if (gone.empty())
         return 0;
-    removeFromSharedEdgeLists(*this, gone);
+    dropSharedEdgeLists();
     if (gone.contains(m_lastHitPolygon))
         m_lastHitPolygon = nullptr;
     for (CN_Polygon* const polygon : asked)

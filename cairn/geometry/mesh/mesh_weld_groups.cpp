@@ -77,6 +77,8 @@ void CN_Mesh::createWeldGroups(double radius) {
     weldGroups.clear();
     std::vector<CN_Vertex*> vertices;
     std::vector<Vector> places;
+    vertices.reserve(static_cast<std::size_t>(m_vertexList.count()));
+    places.reserve(static_cast<std::size_t>(m_vertexList.count()));
     for (CN_Vertex& vertex : m_vertexList) {
         vertices.push_back(&vertex);
         places.push_back(vertex.local);

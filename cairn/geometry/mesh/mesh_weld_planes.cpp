@@ -112,8 +112,11 @@ void CN_Mesh::reworkVerticesWithoutWelding() {
         anyMoved |= !(places[next] == vertex.local);
         vertex.local = places[next++];
     }
-    if (anyMoved)
+    if (anyMoved) {
         setGeometryDirty();
+        for (CN_Polygon& polygon : m_polygonList)
+            polygon.setUVCalculated(false);
+    }
     transform();
 }
 

@@ -220,11 +220,9 @@ void CN_Mesh::weldVertices(double radius, CString& report) {
             return;
         weld.commit();
     }
-    for (CN_Polygon& polygon : m_polygonList) {
+    dropSharedEdgeLists();
+    for (CN_Polygon& polygon : m_polygonList)
         polygon.killNullEdges();
-        if (polygon.m_lists)
-            polygon.m_lists->sharedEdgeList.clear(); // who shares edges has changed, and may go
-    }
     constexpr int LEAST_EDGES = 3;
     int killed = 0;
     for (CN_Polygon& polygon : m_polygonList)

@@ -74,7 +74,7 @@ void CN_Polygon::copyFields(const CN_Polygon& other) {
     m_attachedNumber = other.m_attachedNumber;
     if (m_lists || other.m_lists) {
         accessLists().vertexBuffer = other.lists().vertexBuffer;
-        accessLists().sharedEdgeList = other.lists().sharedEdgeList;
+        accessSharedEdgeList() = other.lists().sharedEdgeList;
         accessLists().ngonList = other.lists().ngonList;
     }
     m_normal = other.m_normal;
@@ -116,6 +116,12 @@ void CN_Polygon::adoptParts() {
 const CN_Polygon::Lists& CN_Polygon::noLists() {
     static const Lists none;
     return none;
+}
+
+F_DLList<CN_Polygon*>& CN_Polygon::accessSharedEdgeList() {
+    if (m_parent)
+        m_parent->m_hasSharedEdgeLists = true;
+    return accessLists().sharedEdgeList;
 }
 
 CN_Polygon::Lists& CN_Polygon::accessLists() {

@@ -506,8 +506,9 @@ class CN_Polygon {
     /// The running number in the document: what a file stores and messages print; `NO_INDEX` before one was given.
     unsigned int getPolygonIndex() const { return m_polygonIndex; }
     void setPolygonIndex(unsigned int index) { m_polygonIndex = index; }
+    /// They are emptied when the mesh loses a polygon.
     const F_DLList<CN_Polygon*>& getSharedEdgeList() const { return lists().sharedEdgeList; }
-    F_DLList<CN_Polygon*>& accessSharedEdgeList() { return accessLists().sharedEdgeList; }
+    F_DLList<CN_Polygon*>& accessSharedEdgeList();
     /// The host's, not owned.
     Vector* getAdditionalPoint() const { return m_additionalPoint; }
     void setAdditionalPoint(Vector* point) { m_additionalPoint = point; }

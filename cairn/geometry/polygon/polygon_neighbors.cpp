@@ -91,19 +91,10 @@ class NeighborSearch {
     /// The pairs of a polygon and one of its list, in the order of both: of one polygon, or with null of all.
     std::vector<std::pair<CN_Polygon*, CN_Polygon*>> find(const CN_Polygon* only) {
         m_only = only;
-        const CN_PointTree tree(std::move(m_ends));
-        std::vector<int> beside;
-        for (const Side& side : m_sides) {
-            beside.clear();
-            findBeside(tree, side, beside);
-            std::sort(beside.begin(), beside.end());
-            beside.erase(std::unique(beside.begin(), beside.end()), beside.end());
-            for (const int number : beside) {
-                const Side& other = m_sides[static_cast<std::size_t>(number)];
-                enter(side, other);
-                enter(other, side);
-            }
-        }
+        if (only)
+            searchForOne();
+        else
+            searchForAll();
         std::vector<std::uint64_t> known(m_known.begin(), m_known.end());
         std::sort(known.begin(), known.end());
         std::vector<std::pair<CN_Polygon*, CN_Polygon*>> pairs;
@@ -119,6 +110,34 @@ class NeighborSearch {
         std::uint32_t polygon; ///< its place in `m_polygons`
     };
 
+    void searchForAll() {
+        const CN_PointTree tree(std::move(m_ends));
+        std::vector<int> beside;
+        for (const Side& side : m_sides)
+            enterBeside(tree, side, beside);
+    }
+    /// Its own ends lie in a tree by themselves: what others have beside one another is of no interest.
+    void searchForOne() {
+        std::vector<CN_PointTree::Entry> own, others;
+        for (const CN_PointTree::Entry& end : m_ends)
+            (isOwn(m_sides[static_cast<std::size_t>(end.number)]) ? own : others).push_back(end);
+        const CN_PointTree ownTree(std::move(own)), othersTree(std::move(others));
+        std::vector<int> beside;
+        for (const Side& side : m_sides)
+            enterBeside(isOwn(side) ? othersTree : ownTree, side, beside);
+    }
+    bool isOwn(const Side& side) const { return m_polygons[side.polygon] == m_only; }
+    void enterBeside(const CN_PointTree& tree, const Side& side, std::vector<int>& beside) {
+        beside.clear();
+        findBeside(tree, side, beside);
+        std::sort(beside.begin(), beside.end());
+        beside.erase(std::unique(beside.begin(), beside.end()), beside.end());
+        for (const int number : beside) {
+            const Side& other = m_sides[static_cast<std::size_t>(number)];
+            enter(side, other);
+            enter(other, side);
+        }
+    }
     const Vector& endOf(const CN_Edge& edge, int end) const {
         return m_relation == Relation::NEIGHBOR ? edge.getLocal(end) : edge.getWorld(end);
     }
