@@ -18,7 +18,8 @@
 
 // Welding by the number of vertices: boxes that touch, in a block, each face with corners of its own, exactly where the next
 // one's are, or a little off. Beside the finding of groups a k-d tree with a union of sets, and a remap that finds exactly
-// equal vertices only, of which the first kind has no others.
+// equal vertices only, of which the first kind has no others. And the grouping of planes by the number of triangles of gentle
+// hills, which all lie within some degrees and all differ.
 
 namespace cairn {
 namespace {
@@ -138,6 +139,38 @@ void addScenes(bench::Report& report, int n, bool isExact) {
     });
 }
 
+/// Hills of one size, in ever smaller triangles; their planes only.
+std::shared_ptr<bench::MeshLevel> makeHills(int triangles) {
+    constexpr double SIZE = 100;
+    const int across = std::max(1, static_cast<int>(std::sqrt(triangles / 2)));
+    const auto at = [across](int i, int j) {
+        const double x = SIZE * i / across, z = SIZE * j / across;
+        return Vector(x, 0.4 * std::sin(0.11 * x + 0.3) + 0.3 * std::cos(0.13 * z + 0.02 * x), z);
+    };
+    auto level = std::make_shared<bench::MeshLevel>();
+    const auto add = [&level](const Vector& a, const Vector& b, const Vector& c) {
+        CN_Polygon& polygon = *level->mesh->addPolygon();
+        polygon.setNormal((b - a).cross(c - a).normalized());
+        polygon.setPointOnPlane((a + b + c) / 3);
+    };
+    for (int i = 0; i < across; ++i)
+        for (int j = 0; j < across; ++j) {
+            add(at(i, j), at(i, j + 1), at(i + 1, j));
+            add(at(i + 1, j), at(i, j + 1), at(i + 1, j + 1));
+        }
+    return level;
+}
+
+void addHills(bench::Report& report, int n) {
+    report.add("planes, hills", "cairn", n, [level = makeHills(n)] {
+        constexpr double APART = 0.001; // so that many groups are made
+        CN_Mesh::PlaneGroups groups;
+        CN_Mesh::PlaneGroupOfPolygon groupOfPolygon;
+        CN_Mesh::s_matchPlanes(level->mesh, APART, groups, groupOfPolygon);
+        return groups.size();
+    });
+}
+
 } // namespace
 } // namespace cairn
 
@@ -149,6 +182,9 @@ int main(int argc, char** argv) {
     for (const bool isExact : {true, false})
         for (const int n : bench::sizes({24, 240, 2400, 8000, 24000, 240000, 1000000}, 8000))
             addScenes(report, n, isExact);
+    for (const int n : bench::sizes({3200, 12800, 51200}, 3200))
+        addHills(report, n);
+    report.limitGrowth("planes, hills", "cairn", 1.3);
     for (const std::string kind : {"exact", "a little off"}) {
         report.limitRatioTo("nanoflann", "groups, " + kind, "cairn", 0.25, PEERS_FROM);
         report.limitRatioTo("meshoptimizer", "groups, " + kind, "cairn", 5, REMAP_FROM);

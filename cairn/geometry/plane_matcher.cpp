@@ -18,7 +18,7 @@ using Plane = M_Plane3Template<double>;
 constexpr double UNIT_SLACK = 1e-4;     // of squares: mean normals of a weld are as unit as that
 constexpr double FARTHEST = 1e100;      // whose squares are far from the end of numbers
 constexpr double DIRECTION_CELL = 0.03; // across: normals match those of few cells, and a cell's are nearly parallel
-constexpr double REACH = 0.023; // farther than normals lie apart that match, 1.3 degrees for the least unit ones
+constexpr double REACH = 0.023;         // farther than normals lie apart that match, 1.3 degrees for the longest ones
 
 /// Finds groups by their first planes, which lie in a tree for each cell of directions.
 class GroupFinder {
@@ -39,9 +39,9 @@ class GroupFinder {
 
     /// The first group that the plane matches, or -1.
     int find(const Plane& plane) const {
-        const int none = static_cast<int>(m_firsts.size());
         if (!plane.getNormal().isFinite() || !plane.getPoint().isFinite() || !(m_distance > 0))
             return -1; // it is no distance from anything
+        const int none = static_cast<int>(m_firsts.size());
         CN_PlaneTree::Query query{plane, m_distance, none};
         if (isUsual(plane)) {
             for (const int group : m_unusual)

@@ -20,8 +20,9 @@ class CN_PlaneMatcher {
     /// Groups the planes of a mesh's polygons, snapped (`snapPlane`), in list order, in place of those before. Returns for each
     /// its group, and whether its polygon faces against the group's first plane; it is in the group turned over then.
     ///
-    /// Cost: near logarithmic for a plane in a world of few directions. On a terrain, whose directions all differ, it
-    /// looks at the line where it cuts the ground. Normals that are not unit are compared with all groups.
+    /// Cost: near logarithmic for a plane in a world of few directions. On terrain, whose directions all differ, a plane looks
+    /// at what lies where it cuts the ground: about the square root of the planes there. One whose normal is not unit is
+    /// compared with all groups.
     std::vector<std::pair<int, bool>> addAll(const CN_Mesh& mesh);
     const std::vector<std::vector<Plane>>& getGroups() const { return m_groups; }
     std::vector<std::vector<Plane>> takeGroups() { return std::move(m_groups); }

@@ -113,26 +113,47 @@ TEST(Welding, AChainIsAsLongAsItIsAndOneClusterHoldsAll) {
     weldGroups.clear();
 }
 
+/// Planes of a few directions, most of them nearly the same, either way round, and some that are none.
+void addPlanes(CN_Mesh& mesh, test::RandomPolygons& random, bool isUnit) {
+    std::vector<Vector> directions{{0, 0, 1}};
+    for (int i = random.count(1, 5); i > 0; --i)
+        directions.push_back((Vector(0, 1, 0) * random.rotation()).normalized());
+    const double far = random.count(0, 1) ? 3 : 300, tilt = random.count(0, 1) ? 0.02 : 1e-13;
+    for (int i = random.count(1, 60); i > 0; --i) {
+        CN_Polygon& polygon = *mesh.addPolygon();
+        Vector normal = directions[static_cast<std::size_t>(random.count(0, static_cast<int>(directions.size()) - 1))];
+        normal += Vector(random.number(-tilt, tilt), random.number(-tilt, tilt), random.number(-tilt, tilt));
+        normal = normal.normalized() * (random.count(0, 1) ? 1 : -1);
+        if (!isUnit) // as a host may set them
+            normal = normal * random.number(0.9998, 1.0002) * (random.count(0, 5) ? 1.0 : random.number(0, 3));
+        polygon.setNormal(random.count(0, 40) ? normal : Vector(NOT_A_NUMBER, 0, 0));
+        polygon.setPointOnPlane({random.number(-far, far), random.number(-far, far), random.count(0, 30) / 8.0});
+        if (!random.count(0, 60))
+            polygon.setPointOnPlane({random.count(0, 1) ? 1e200 : INF, 0, 0});
+    }
+}
+
+/// Planes of gentle hills, all of them different.
+void addTerrain(CN_Mesh& mesh, test::RandomPolygons& random) {
+    const double far = random.count(0, 1) ? 0 : 1e5, rough = random.count(0, 1) ? 0.02 : 0;
+    for (int i = 400; i > 0; --i) {
+        const double x = random.number(-50, 50), z = random.number(-50, 50);
+        const Vector slope(-0.04 * std::cos(0.1 * x), 1, 0.06 * std::sin(0.2 * z));
+        CN_Polygon& polygon = *mesh.addPolygon();
+        polygon.setNormal((slope + Vector(random.number(-rough, rough), 0, random.number(-rough, rough))).normalized() *
+                          (random.count(0, 3) ? 1 : -1));
+        polygon.setPointOnPlane({x + far, 0.4 * std::sin(0.1 * x) + 0.3 * std::cos(0.2 * z), z});
+    }
+}
+
 TEST(Welding, PlanesJoinTheGroupsOfTheLiteralWalk) {
     for (unsigned int seed = 0; seed < 1500; ++seed) {
         test::RandomPolygons random(seed);
         CN_LevelEntityMesh mesh;
-        std::vector<Vector> directions;
-        for (int i = random.count(1, 5); i > 0; --i)
-            directions.push_back((Vector(0, 1, 0) * random.rotation()).normalized());
-        directions.emplace_back(0, 0, 1);
-        const double far = random.count(0, 1) ? 3 : 300, tilt = random.count(0, 1) ? 0.02 : 1e-13;
-        for (int i = random.count(1, 60); i > 0; --i) {
-            CN_Polygon& polygon = *mesh.addPolygon();
-            Vector normal =
-                directions[static_cast<std::size_t>(random.count(0, static_cast<int>(directions.size()) - 1))];
-            normal += Vector(random.number(-tilt, tilt), random.number(-tilt, tilt), random.number(-tilt, tilt));
-            normal = normal.normalized() * (random.count(0, 1) ? 1 : -1);
-            if (seed % 5 == 0) // as a host may set them
-                normal = normal * random.number(0.9998, 1.0002) * (random.count(0, 5) ? 1.0 : random.number(0, 3));
-            polygon.setNormal(random.count(0, 40) ? normal : Vector(NOT_A_NUMBER, 0, 0));
-            polygon.setPointOnPlane({random.number(-far, far), random.number(-far, far), random.count(0, 30) / 8.0});
-        }
+        if (seed % 20 == 1)
+            addTerrain(mesh, random);
+        else
+            addPlanes(mesh, random, seed % 5 != 0);
         const double distances[] = {0.01, 0.5, 5, INF, 0, NOT_A_NUMBER};
         const double distance = distances[random.count(0, 5)];
         CN_Mesh::PlaneGroups groups, expectedGroups;
