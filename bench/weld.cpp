@@ -105,7 +105,7 @@ std::size_t countByRemap(const std::vector<std::array<float, 3>>& points) {
 }
 #endif
 
-std::vector<Vector> placesOf(const CN_Mesh& mesh) {
+[[maybe_unused]] std::vector<Vector> placesOf(const CN_Mesh& mesh) {
     std::vector<Vector> places;
     for (const CN_Vertex& vertex : mesh.getVertexList())
         places.push_back(vertex.local);
