@@ -264,11 +264,11 @@ CN_PlaneMover::Refusal CN_PlaneMover::checkShape() const {
 bool CN_PlaneMover::bends() const {
     for (std::size_t vertex = 0; vertex < m_places.size(); ++vertex) {
         const Vector &old = m_places[vertex], &now = m_newPlaces[vertex];
-        if (now == old)
-            continue;
         for (int i = m_firstAt[vertex]; i < m_firstAt[vertex + 1]; ++i) {
             const int polygon = side(m_sidesAt[at(i)]).polygon;
-            const bool isMember = m_roles[at(polygon)] == Role::MEMBER;
+            const bool isMember = m_roles[at(polygon)] == Role::MEMBER; // whose corners may have been left behind
+            if (!isMember && now == old)
+                continue;
             const Plane own = polygonAt(polygon).getPlane();
             const double before = isMember ? 0 : std::abs(own.distance(old));
             if (!(std::abs((isMember ? m_target : own).distance(now)) <= std::max(before, CN_LEVEL_TOLERANCE)))
