@@ -186,6 +186,7 @@ void editScale(Editor& editor, Words words) {
         if (factors[axis] == 0)
             throw EditRefusal("a factor other than 0 stretches a mesh");
     sound.mesh().scale({}, factors, nullptr);
+    sound.mesh().reworkVerticesWithoutWelding(); // planes along an axis have gone to the grid
     sound.finish();
 }
 

@@ -20,8 +20,6 @@ using Matrix = CN_LevelEntity::Matrix;
 constexpr const char* NAMES[] = {"push",        "tilt",  "weld",  "mirror", "scale",    "flip", "recenter",
                                  "t-junctions", "split", "unify", "join",   "separate", "place"};
 constexpr double STEP = 1.0 / 64;
-constexpr double TOLERANCE = 2e-3; ///< that welds and changes of space leave
-
 std::string savedBytes(CN_Document& document) {
     F_MemoryFile file;
     document.save(file);
@@ -55,8 +53,9 @@ std::vector<ShelfMesh> editableMeshes() {
 }
 
 // Cells that touch along an edge alone are closed only as long as their corners are not shared.
-MeshEditing::MeshEditing(const ShelfMesh& shelf)
-    : m_mesh(shelf.build(*m_document)), m_closed(CN_findOpenEdges(*m_mesh, TOLERANCE).empty()) {}
+MeshEditing::MeshEditing(const ShelfMesh& shelf, double tolerance)
+    : m_mesh(shelf.build(*m_document)), m_tolerance(tolerance), m_closed(CN_findOpenEdges(*m_mesh, tolerance).empty()) {
+}
 
 std::string MeshEditing::apply(const MeshEdit& edit) {
     const std::string before = savedBytes(*m_document);
@@ -95,6 +94,7 @@ bool MeshEditing::change(const MeshEdit& edit) {
         if (m_mesh->getBoundingRadius() > 100 || isNextToAxis())
             return false;
         m_mesh->scale({}, {factor(edit.a), factor(edit.b), factor(edit.c)}, nullptr);
+        m_mesh->reworkVerticesWithoutWelding(); // planes along an axis have gone to the grid
         return true;
     }
     case MeshEdit::FLIP:
@@ -232,7 +232,7 @@ double MeshEditing::leastEdge() const {
 }
 
 std::string MeshEditing::findFault() {
-    for (const CN_Finding& finding : CN_validateDocument(*m_document, TOLERANCE))
+    for (const CN_Finding& finding : CN_validateDocument(*m_document, m_tolerance))
         if (finding.code != std::string("mesh-open") || m_closed)
             return std::string(finding.code) + " " + std::to_string(finding.polygon) + ": " + finding.message;
     return "";
@@ -252,8 +252,8 @@ std::string toText(const std::vector<MeshEdit>& edits) {
 namespace {
 
 /// The first thing that goes wrong; `edits` lose what comes behind it.
-std::string runEdits(const ShelfMesh& shelf, std::vector<MeshEdit>& edits) {
-    MeshEditing editing(shelf);
+std::string runEdits(const ShelfMesh& shelf, std::vector<MeshEdit>& edits, double tolerance) {
+    MeshEditing editing(shelf, tolerance);
     for (std::size_t i = 0; i < edits.size(); ++i)
         if (std::string fault = editing.apply(edits[i]); !fault.empty()) {
             edits.resize(i + 1);
@@ -264,16 +264,16 @@ std::string runEdits(const ShelfMesh& shelf, std::vector<MeshEdit>& edits) {
 
 } // namespace
 
-std::string findMeshEditFault(const ShelfMesh& shelf, const std::vector<MeshEdit>& edits) {
+std::string findMeshEditFault(const ShelfMesh& shelf, const std::vector<MeshEdit>& edits, double tolerance) {
     std::vector<MeshEdit> left = edits;
-    std::string fault = runEdits(shelf, left);
+    std::string fault = runEdits(shelf, left, tolerance);
     if (fault.empty())
         return "";
     // Single edits are left out as long as something goes wrong still.
     for (std::size_t i = left.size(); i-- > 0;) {
         std::vector<MeshEdit> fewer = left;
         fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(i));
-        if (std::string still = runEdits(shelf, fewer); !still.empty()) {
+        if (std::string still = runEdits(shelf, fewer, tolerance); !still.empty()) {
             left = std::move(fewer);
             fault = std::move(still);
             i = std::min(i, left.size());

@@ -40,7 +40,8 @@ struct MeshEdit {
 /// A mesh that edits are made to.
 class MeshEditing {
   public:
-    explicit MeshEditing(const ShelfMesh& shelf);
+    /// Corners may come to lie as far off their planes, and edges apart.
+    MeshEditing(const ShelfMesh& shelf, double tolerance);
 
     /// Makes the edit; gives what is wrong afterwards, empty where nothing is.
     std::string apply(const MeshEdit& edit);
@@ -61,7 +62,8 @@ class MeshEditing {
 
     std::unique_ptr<ShelfDocument> m_document = std::make_unique<ShelfDocument>();
     CN_LevelEntityMesh* m_mesh; ///< not owned: below the document's root
-    bool m_closed;              ///< whether the mesh was closed at the start
+    double m_tolerance;
+    bool m_closed; ///< whether the mesh was closed at the start
     int m_refusals = 0;
 };
 
@@ -69,6 +71,6 @@ class MeshEditing {
 std::string toText(const std::vector<MeshEdit>& edits);
 
 /// What goes wrong with the edits, with the shortest list of them that was found to bring it about; empty where nothing does.
-std::string findMeshEditFault(const ShelfMesh& shelf, const std::vector<MeshEdit>& edits);
+std::string findMeshEditFault(const ShelfMesh& shelf, const std::vector<MeshEdit>& edits, double tolerance);
 
 } // namespace cairn::test

@@ -37,7 +37,11 @@ inline CN_LevelEntityMesh* randomPrism(CN_Document& document, RandomPolygons& ra
         outlines[0].insert(outlines[0].begin() + static_cast<std::ptrdiff_t>(wall) + 1, middle);
     }
     const auto slope = [&] { return tilted ? random.count(-1, 1) / 8.0 : 0; };
-    const Vector floorSlope(slope(), 0, slope()), roofSlope(slope(), 0, slope());
+    const auto slopes = [&slope] { // the same for each compiler
+        const double z = slope(), x = slope();
+        return Vector(x, 0, z);
+    };
+    const Vector floorSlope = slopes(), roofSlope = slopes();
     CN_LevelEntityMesh* const mesh = addFixture(document, "Prism");
     const auto addLevel = [&](double height, const Vector& rise) {
         std::vector<Loop> loops;
@@ -68,7 +72,8 @@ inline CN_LevelEntityMesh* randomPrism(CN_Document& document, RandomPolygons& ra
 /// Cells that are open or not, with a square for each wall of each: walls in many parts, corners that many edges leave.
 inline CN_LevelEntityMesh* randomCells(CN_Document& document, RandomPolygons& random) {
     using Vector = M_Vector3Template<double>;
-    CellRoom room(random.count(1, 4), random.count(1, 3), random.count(1, 3));
+    const int deep = random.count(1, 3), high = random.count(1, 3), wide = random.count(1, 4);
+    CellRoom room(wide, high, deep);
     const int closed = random.count(0, 2); // of eight
     for (int x = 0; x < room.cells(0); ++x)
         for (int y = 0; y < room.cells(1); ++y)
