@@ -52,9 +52,12 @@ std::vector<ShelfMesh> editableMeshes() {
     return meshes;
 }
 
-// Cells that touch along an edge alone are closed only as long as their corners are not shared.
+// Cells that touch along an edge alone are not closed.
 MeshEditing::MeshEditing(const ShelfMesh& shelf, double tolerance)
-    : m_mesh(shelf.build(*m_document)), m_tolerance(tolerance), m_closed(CN_findOpenEdges(*m_mesh, tolerance).empty()) {
+    : m_mesh(shelf.build(*m_document)), m_tolerance(tolerance) {
+    shareCorners();
+    refresh(*m_mesh);
+    m_closed = CN_findOpenEdges(*m_mesh, tolerance).empty();
 }
 
 std::string MeshEditing::apply(const MeshEdit& edit) {
