@@ -105,7 +105,7 @@ Scene makeBind(const char* name, bool known) {
 }
 
 template <class Walker, class... Names> Scene makeWalk(const char* name, Scene::Reads reads, const Names&... names) {
-    return {name, reads, [](Level& level) { level.restore(); },
+    return {name, reads, [](Level& level) { level.restoreMessages(); },
             [names...](Level& level) { level.run(Walker(level.first(), names...)); }};
 }
 
