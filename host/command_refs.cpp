@@ -1,5 +1,6 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/portal.h"
+#include "cairn/fsm/message_tests.h"
 #include "host/command_line.h"
 #include "host/entity_lookup.h"
 #include "host/entity_text.h"
@@ -30,9 +31,9 @@ struct Reference {
 
 /// True for a message that opens or closes an exit by its name.
 bool namesExit(const E_FSM::Message& message, const CN_LevelEntity& to) {
-    return dynamic_cast<const CN_LevelEntityPortal*>(&to) && message.m_target == to.getParent() &&
-           (message.m_name == "EnableExit" || message.m_name == "EnableExitAIActivation") &&
-           message.m_arguments.size() > 1 && message.m_arguments[1] == toIString(std::string(to.getName().view()));
+    const istring* const exit = CN_findExitName(message);
+    return exit && dynamic_cast<const CN_LevelEntityPortal*>(&to) && message.m_target == to.getParent() &&
+           *exit == toIString(std::string(to.getName().view()));
 }
 
 std::vector<Reference> findReferences(const CN_LevelEntity& root, const CN_LevelEntity& to) {

@@ -47,9 +47,8 @@ class Retargeting : public CN_FSMWalker {
 
   private:
     bool isOfOther(const E_FSM::Message& message) const {
-        return m_other && (message.m_name == "EnableExit" || message.m_name == "EnableExitAIActivation") &&
-               message.m_arguments.size() > 1 && !m_heir.findExit(message.m_arguments[1]) &&
-               m_other->findExit(message.m_arguments[1]);
+        const istring* const exit = m_other ? CN_findExitName(message) : nullptr;
+        return exit && !m_heir.findExit(*exit) && m_other->findExit(*exit);
     }
 
     const CN_Mesh& m_old;

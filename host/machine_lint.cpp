@@ -2,6 +2,7 @@
 
 #include "cairn/fsm/fsm.h"
 #include "cairn/fsm/message_info_provider.h"
+#include "cairn/fsm/message_tests.h"
 #include "cairn/geometry/exit_table.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "host/catalogue.h"
@@ -27,10 +28,6 @@ std::string textOf(const ArgumentCount& count) {
         return fmt::format("{}", count.least);
     return count.most == std::numeric_limits<std::size_t>::max() ? fmt::format("at least {}", count.least)
                                                                  : fmt::format("{} to {}", count.least, count.most);
-}
-
-bool isOneOf(const istring& name, std::initializer_list<const char*> names) {
-    return std::any_of(names.begin(), names.end(), [&](const char* one) { return name == one; });
 }
 
 /// Goes over the machines of a level twice: what they say, then what each of them lacks.
@@ -86,8 +83,7 @@ class MachineLint {
         const std::string_view line = view(message.m_text);
         if (!message.m_global && !message.m_target)
             m_tell("fsm-dangling-target", entity, fmt::format("The target of \"{}\" is no entity", line));
-        else if (!message.m_global && isOneOf(message.m_name, {"EnableExit", "EnableExitAIActivation"}) &&
-                 !namesExit(message))
+        else if (!message.m_global && CN_isAboutExit(message) && !namesExit(message))
             m_tell("fsm-bad-exit", entity, fmt::format("The target of \"{}\" has no such exit", line));
         if (!m_catalogue)
             return;

@@ -3,6 +3,7 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/portal.h"
 #include "cairn/fsm/fsm.h"
+#include "cairn/fsm/message_tests.h"
 #include "cairn/geometry/exit_table.h"
 #include "cairn/geometry/mesh/mesh.h"
 
@@ -344,7 +345,7 @@ void E_FSM::Message::exportTo(std::string& out, CN_ExitTable& exits) const {
         append(out, m_text);
         return;
     }
-    if (m_name == "EnableExit" || m_name == "EnableExitAIActivation") {
+    if (CN_isAboutExit(*this)) {
         exportExit(*this, out, exits);
         return;
     }

@@ -7,6 +7,14 @@
 
 namespace cairn {
 
+bool CN_isAboutExit(const E_FSM::Message& message) {
+    return message.m_name == "EnableExit" || message.m_name == "EnableExitAIActivation";
+}
+
+const istring* CN_findExitName(const E_FSM::Message& message) {
+    return CN_isAboutExit(message) && message.m_arguments.size() > 1 ? &message.m_arguments[1] : nullptr;
+}
+
 bool FSMPred_RefersAnimation::operator()(const E_FSM::Message& message) const {
     return m_entity && message.m_target == m_entity && message.m_name == "DO_Animate" && !message.m_arguments.empty() &&
            message.m_arguments.front() == m_name && !message.isCommentMessage();

@@ -9,6 +9,12 @@
 /// never passes.
 namespace cairn {
 
+/// True for a message that opens or closes an exit, comment or not.
+bool CN_isAboutExit(const E_FSM::Message& message);
+/// The name of the exit that such a message is about; null for one that names none, and for others. Valid as long as the
+/// message's arguments are.
+const istring* CN_findExitName(const E_FSM::Message& message);
+
 /// Accepts a message that plays the animation of the entity.
 class FSMPred_RefersAnimation {
   public:

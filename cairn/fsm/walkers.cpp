@@ -263,10 +263,10 @@ bool ForEach_FSMDeleteCustomSends::isToBeDeleted(const Message& message) const {
 }
 
 bool ForEach_FSMDeleteExitSends::isToBeDeleted(const Message& message) const {
-    if (!m_entity || message.m_target != m_entity ||
-        (message.m_name != "EnableExit" && message.m_name != "EnableExitAIActivation"))
+    if (!m_entity || message.m_target != m_entity || !CN_isAboutExit(message))
         return false;
-    return m_name.empty() || (message.m_arguments.size() > 1 && message.m_arguments[1] == m_name);
+    const istring* const name = CN_findExitName(message);
+    return m_name.empty() || (name && *name == m_name);
 }
 
 void ForEach_FSMAnimationReferred::visit(E_FSM& machine) {

@@ -212,6 +212,9 @@ TEST_F(MachineCommands, ShowsWhoRefersToAnEntity) {
               "\"index\":0,\"text\":\"::First->EnableExit(1, ToSecond);\"},"
               "{\"entity\":\"::Second::Gate\",\"handler\":\"T_Activate\",\"list\":\"state:open\",\"index\":0,"
               "\"text\":\"::First->EnableExit(0, nowhere);\"}]}\n");
+    EXPECT_EQ(run({"refs", "a.cairn", "::First::ToSecond"}).output,
+              "::Second::Gate, T_Activate, state:closed 0: ::First->EnableExit(1, ToSecond);\n")
+        << "a message that names the exit";
     const ProgramRun none = run({"refs", "a.cairn", "::Clock"});
     EXPECT_EQ(none.code, 0);
     EXPECT_EQ(none.output, "");
