@@ -1,13 +1,8 @@
-#include "cairn/entities/cairn_level.h"
-#include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/portal.h"
-#include "cairn/geometry/validate.h"
-#include "host/editor.h"
-#include "host/level_session.h"
+#include "tests/host/edited_level.h"
 #include "tests/host/program_run.h"
 
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 using namespace cairn;
@@ -17,42 +12,7 @@ namespace {
 
 using Vector = CN_LevelEntity::Vector;
 
-class EditGeometry : public testing::Test {
-  protected:
-    EditGeometry() { m_document->createCairnLevelEntities(); }
-
-    /// Runs commands, a line each; gives why one is refused, or the notes.
-    std::string run(const std::string& script) {
-        Editor editor(*m_document);
-        std::string notes;
-        try {
-            for (const EditLine& line : readEditScript(script)) {
-                editor.run(line.words);
-                for (const std::string& note : editor.takeNotes())
-                    notes += note;
-            }
-            editor.finish();
-        } catch (const EditRefusal& refusal) {
-            return refusal.what();
-        }
-        return notes;
-    }
-    CN_LevelEntityMesh& mesh(const char* path) {
-        return dynamic_cast<CN_LevelEntityMesh&>(*m_document->getLevel()->mapNameToObject(path, nullptr));
-    }
-    CN_Polygon& face(const char* path, int index) { return mesh(path).accessPolygonList()[index]; }
-    /// "code entity#polygon" of everything that is wrong with the level.
-    std::vector<std::string> faults() {
-        std::vector<std::string> found;
-        for (const CN_Finding& finding : CN_validateDocument(*m_document, CN_LEVEL_TOLERANCE))
-            found.push_back(fmt::format("{} {}#{}", finding.code, finding.entity->getName().view(), finding.polygon));
-        return found;
-    }
-
-    Console m_console;
-    LevelSession m_session{m_console, ""};
-    std::unique_ptr<CN_Document> m_document = m_session.createDocument();
-};
+using EditGeometry = test::EditedLevel;
 
 constexpr const char* ROOMS = "box :: A 0 0 0 8 4 6\nbox :: B 8 0 0 4 4 6 in\n";
 
@@ -71,6 +31,8 @@ TEST_F(EditGeometry, MakesBoxes) {
     EXPECT_EQ(CN_volume(mesh("::In::Out")), -2);
     EXPECT_THAT(faults(), testing::IsEmpty()) << "the walls have a material, too";
     EXPECT_EQ(run("box :: C 0 0 0 1 0 1"), "a box of the size 0 encloses nothing");
+    EXPECT_EQ(run("box :: C 0 0 0 0.001 1 1"), "a box of the size 0.001 encloses nothing") << "its edges would be one";
+    EXPECT_EQ(run("box :: C 1e16 0 0 1 1 1"), "a place or a size does not go beyond 1e+15");
     EXPECT_EQ(run("box :: C 0 0 0 1 1 1 up"), "\"up\" is neither in nor out");
     EXPECT_EQ(run("box :: In 0 0 0 1 1 1"), "the name \"In\" is taken there");
 }
@@ -123,6 +85,29 @@ TEST_F(EditGeometry, LinksAndSealsExits) {
     EXPECT_FALSE(mesh("::A").isRoom() || mesh("::A").hasChildNamed("Door") || mesh("::A").hasChildNamed("Self"));
     EXPECT_EQ(face("::A", 4).getPolyMode(), PT_SOLID);
     EXPECT_THAT(faults(), testing::IsEmpty());
+}
+
+TEST_F(EditGeometry, RefusesWhatWouldOpenAMeshAndWhatNobodyCouldWalkThrough) {
+    ASSERT_EQ(run(ROOMS), "");
+    for (const char* const place : {"0.0006", "0.00099", "7.9993"})
+        EXPECT_EQ(run(fmt::format("split ::A#0 1 0 0 {} 0 0", place)), "the plane does not cut \"::A#0\"") << place;
+    EXPECT_EQ(run("split ::A#0 1 0 0 0.002 0 0"), "");
+    face("::A", 2).setPolyMode(PT_ADD);
+    EXPECT_EQ(run("exit ::A#2 ::B#4 Odd"), "\"::A#2\" is drawn in mode 1: only a solid polygon becomes an exit");
+    mesh("::A").addPolygon();
+    EXPECT_EQ(run("exit ::A#7 ::B#4 Odd"), "\"::A#7\" encloses nothing");
+    EXPECT_EQ(run("box :: C 0 0 6 8 4 6 out\nbox :: D 0 0 12 8 4 6\nexit ::C#3 ::D#5 Door").substr(0, 20),
+              "the exits do not mee");
+    EXPECT_EQ(run("box :: E 0 9 0 8 4 6 out\nbox :: F 8 9 0 8 4 6 out\nexit ::E#4 ::F#2 Door"),
+              "the faces of \"::E\" look outward: nothing is inside itthe faces of \"::F\" look outward: nothing is "
+              "inside it");
+
+    // What cuts and unions make stays in the groups of what they were made of.
+    ASSERT_EQ(run("smooth ::B round ::B#0\nsplit ::B#0 1 0 0 2 0 0"), "");
+    const CN_LevelEntityPolygonGroup& group = **mesh("::B").getPolygonGroups().begin();
+    EXPECT_EQ(group.getSet().size(), 2u);
+    EXPECT_EQ(run("unify ::B#5 ::B#6"), "");
+    EXPECT_EQ(group.getSet().size(), 1u);
 }
 
 TEST_F(EditGeometry, ClosesWhatLeadsToAnExitOneWayButNotWhatItLeadsTo) {

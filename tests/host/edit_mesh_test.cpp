@@ -1,58 +1,21 @@
 #include "cairn/animation/keyframes.h"
-#include "cairn/entities/cairn_level.h"
-#include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/portal.h"
 #include "cairn/fsm/fsm.h"
-#include "cairn/geometry/validate.h"
-#include "host/editor.h"
-#include "host/level_session.h"
+#include "tests/host/edited_level.h"
 #include "tests/host/program_run.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
-
-#include <fstream>
 
 using namespace cairn;
 using namespace cairn::host;
 
 namespace {
 
-class EditMesh : public testing::Test {
+class EditMesh : public test::EditedLevel {
   protected:
-    EditMesh() { m_document->createCairnLevelEntities(); }
-
-    /// Runs commands, a line each; gives why one is refused, or the notes and what is told.
-    std::string run(const std::string& script) {
-        Editor editor(*m_document);
-        std::string notes;
-        try {
-            for (const EditLine& line : readEditScript(script))
-                editor.run(line.words);
-            editor.finish();
-        } catch (const EditRefusal& refusal) {
-            return refusal.what();
-        }
-        for (const std::string& note : editor.takeNotes())
-            notes += note;
-        for (const std::string& told : editor.takeTold())
-            notes += told;
-        return notes;
-    }
-    CN_LevelEntity* find(const char* path) { return m_document->accessLevel()->mapNameToObject(path, nullptr); }
-    CN_LevelEntityMesh& mesh(const char* path) { return dynamic_cast<CN_LevelEntityMesh&>(*find(path)); }
     double volume(const char* path) { return CN_volume(mesh(path)); }
-    std::vector<std::string> faults() {
-        std::vector<std::string> found;
-        for (const CN_Finding& finding : CN_validateDocument(*m_document, CN_LEVEL_TOLERANCE))
-            found.push_back(fmt::format("{} {}#{}", finding.code, finding.entity->getName().view(), finding.polygon));
-        return found;
-    }
-
-    Console m_console;
-    LevelSession m_session{m_console, ""};
-    std::unique_ptr<CN_Document> m_document = m_session.createDocument();
 };
 
 } // namespace

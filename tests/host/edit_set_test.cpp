@@ -1,5 +1,4 @@
 #include "cairn/document/entity_factory.h"
-#include "cairn/entities/cairn_level.h"
 #include "cairn/entities/enemy.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/radiosity_light.h"
@@ -7,10 +6,9 @@
 #include "cairn/fsm/fsm.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "host/edit_set.h"
-#include "host/editor.h"
 #include "host/entity_properties.h"
 #include "host/entity_text.h"
-#include "host/level_session.h"
+#include "tests/host/edited_level.h"
 #include "tests/host/program_run.h"
 
 #include <fmt/format.h>
@@ -24,10 +22,9 @@ using namespace cairn::host;
 namespace {
 
 /// A level with an entity of each kind.
-class EditSet : public testing::Test {
+class EditSet : public test::EditedLevel {
   protected:
     EditSet() {
-        m_document->createCairnLevelEntities();
         EXPECT_EQ(run("box :: Hall 0 0 0 4 4 4\nbox :: Yard 4 0 0 4 4 4\nexit ::Hall#4 ::Yard#2 Door\n"
                       "smooth ::Hall Round ::Hall#0 ::Hall#1\nadd mesh :: Lift\nadd triangle_mesh :: Rock\n"
                       "add prefab :: Set"),
@@ -49,25 +46,13 @@ class EditSet : public testing::Test {
         parent.addOwned(std::move(made), false);
         return entity;
     }
-    CN_LevelEntity& at(const std::string& path) {
-        return *m_document->getLevel()->mapNameToObject(toIString(path), nullptr);
-    }
+    CN_LevelEntity& at(const std::string& path) { return *find(path); }
     std::vector<CN_LevelEntity*> entities(CN_Document& document) {
         std::vector<CN_LevelEntity*> all{document.accessLevel()};
         CN_PreIterator it = document.accessLevel()->createIterator();
         for (it.begin(); !it.end(); ++it)
             all.push_back(*it);
         return all;
-    }
-    std::string run(const std::string& script) {
-        Editor editor(*m_document);
-        try {
-            for (const EditLine& line : readEditScript(script))
-                editor.run(line.words);
-        } catch (const EditRefusal& refusal) {
-            return refusal.what();
-        }
-        return "";
     }
     std::string bytes() {
         F_MemoryFile file;
@@ -82,10 +67,6 @@ class EditSet : public testing::Test {
         document->load(file);
         return document;
     }
-
-    Console m_console;
-    LevelSession m_session{m_console, ""};
-    std::unique_ptr<CN_Document> m_document = m_session.createDocument();
 };
 
 /// A word for a value other than the one it has.

@@ -1,11 +1,8 @@
 #include "cairn/document/selection.h"
-#include "cairn/entities/cairn_level.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/fsm/fsm.h"
 #include "cairn/geometry/mesh/mesh.h"
-#include "cairn/geometry/validate.h"
-#include "host/editor.h"
-#include "host/level_session.h"
+#include "tests/host/edited_level.h"
 #include "tests/host/program_run.h"
 #include "tests/support/machine_text.h"
 #include "tests/support/mesh_shelf.h"
@@ -19,33 +16,14 @@ using namespace cairn::host;
 
 namespace {
 
-class Edit : public testing::Test {
+class Edit : public test::EditedLevel {
   protected:
-    Edit() { m_document->createCairnLevelEntities(); }
-
-    /// Runs commands, a line each, up to the first that is refused; gives the reason, or "".
-    std::string run(const std::string& script) {
-        Editor editor(*m_document);
-        try {
-            for (const EditLine& line : readEditScript(script))
-                editor.run(line.words);
-            editor.finish();
-        } catch (const EditRefusal& refusal) {
-            return refusal.what();
-        }
-        return "";
-    }
-    CN_LevelEntity* find(const char* path) { return m_document->getLevel()->mapNameToObject(path, nullptr); }
     /// The lines of a machine in the order of its handlers.
     std::string lines(const char* path) {
         std::string all;
         find(path)->getFSM()->forEachMessage([&](const E_FSM::Message& m) { all.append(view(m.m_text)).append("\n"); });
         return all;
     }
-
-    Console m_console;
-    LevelSession m_session{m_console, ""};
-    std::unique_ptr<CN_Document> m_document = m_session.createDocument();
 };
 
 constexpr const char* TWO_ROOMS = "add mesh :: Room1\nadd mesh :: Room2 8 0 0\nadd enemy ::Room1 Guard 2 0 2\n"
