@@ -35,7 +35,7 @@ Move randomMove(const CN_Mesh& mesh, test::RandomPolygons& random) {
 }
 
 void compareWithTold(unsigned int rooms) {
-    const test::ProcessStateGuard silent; // a floor may come to cross itself
+    const test::ProcessStateGuard silent;
     unsigned int made = 0;
     for (unsigned int seed = 0; seed < rooms; ++seed) {
         SCOPED_TRACE(seed);
