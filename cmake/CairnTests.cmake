@@ -5,22 +5,14 @@ find_package(rapidcheck REQUIRED)
 include(GoogleTest)
 
 file(GLOB_RECURSE _support CONFIGURE_DEPENDS tests/support/*.cpp)
-if(_support)
-    add_library(cairn_test_support STATIC ${_support})
-    target_link_libraries(cairn_test_support PRIVATE cairn_warnings)
-else()
-    add_library(cairn_test_support INTERFACE)
-endif()
-get_target_property(_support_type cairn_test_support TYPE)
-if(_support_type STREQUAL "INTERFACE_LIBRARY")
-    set(_scope INTERFACE)
-else()
-    set(_scope PUBLIC)
-endif()
-target_link_libraries(cairn_test_support ${_scope} cairn::cairn fmt::fmt GTest::gmock rapidcheck rapidcheck_gtest)
-target_compile_definitions(cairn_test_support ${_scope} CAIRN_TEST_SOURCE_DIR="${PROJECT_SOURCE_DIR}/tests")
+add_library(cairn_test_support STATIC ${_support})
+target_link_libraries(cairn_test_support PRIVATE cairn_warnings)
+target_link_libraries(cairn_test_support PUBLIC cairn::cairn fmt::fmt GTest::gmock rapidcheck rapidcheck_gtest)
+# Only the file that needs it knows the checkout's place: all others come from the compiler's cache in any checkout.
+set_source_files_properties(tests/support/test_data.cpp PROPERTIES
+    COMPILE_DEFINITIONS CAIRN_PROJECT_DIR="${PROJECT_SOURCE_DIR}")
 # The macros of GoogleTest's parametrised suites end in an empty variadic argument.
-target_compile_options(cairn_test_support ${_scope} $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
+target_compile_options(cairn_test_support PUBLIC $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 
 # cairn_add_test(<program> <sources>...): nothing where there is no source.
 function(cairn_add_test program)
@@ -45,10 +37,11 @@ cairn_add_test(cairn_media_test ${_tests_media})
 cairn_add_test(cairn_test ${_tests_model})
 
 if(TARGET cairn_program)
-    cairn_add_test(cairn_host_test ${_host_tests})
+    cairn_add_test(cairn_host_test ${_host_tests} tests/host/program_run.cpp)
     if(TARGET cairn_host_test)
         target_link_libraries(cairn_host_test PRIVATE cairn_host)
-        target_compile_definitions(cairn_host_test PRIVATE CAIRN_PROGRAM="$<TARGET_FILE:cairn_program>")
+        set_source_files_properties(tests/host/program_run.cpp PROPERTIES
+            COMPILE_DEFINITIONS CAIRN_PROGRAM="$<TARGET_FILE:cairn_program>")
         add_dependencies(cairn_host_test cairn_program)
     endif()
 endif()

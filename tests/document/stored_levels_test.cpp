@@ -2,6 +2,7 @@
 #include "cairn/document/level_file.h"
 #include "cairn/foundation/memory_file.h"
 #include "cairn/geometry/validate.h"
+#include "tests/support/test_data.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,7 @@ namespace {
 
 std::vector<std::filesystem::path> storedLevels() {
     std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(CAIRN_TEST_SOURCE_DIR "/data/levels"))
+    for (const auto& entry : std::filesystem::directory_iterator(test::projectFile("tests/data/levels")))
         files.push_back(entry.path());
     std::sort(files.begin(), files.end());
     return files;

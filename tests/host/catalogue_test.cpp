@@ -4,6 +4,7 @@
 #include "host/level_session.h"
 #include "tests/host/program_run.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/test_data.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string SHIPPED = CAIRN_TEST_SOURCE_DIR "/../host/data/messages.txt";
+const std::string SHIPPED = test::projectFile("host/data/messages.txt").string();
 
 /// Stands in an empty folder.
 class CatalogueTest : public test::ProgramTest {
@@ -36,7 +37,7 @@ TEST_F(CatalogueTest, IsTheNamedFileElseThatOfTheWorkingDirectoryElseTheOneThatS
     write("messages.txt", "");
     EXPECT_EQ(findCatalogue("", program), "messages.txt");
     EXPECT_EQ(findCatalogue("other", program), "other");
-    EXPECT_FALSE(findCatalogue("", fs::path(CAIRN_PROGRAM).parent_path()).empty());
+    EXPECT_FALSE(findCatalogue("", fs::path(test::programFile()).parent_path()).empty());
 }
 
 TEST_F(CatalogueTest, SessionReadsItAndTellsWhatIsWrong) {

@@ -4,6 +4,7 @@
 #include "cairn/fsm/fsm.h"
 #include "tests/host/edited_level.h"
 #include "tests/host/program_run.h"
+#include "tests/support/test_data.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -186,7 +187,7 @@ using EditedHouse = test::ProgramTest;
 TEST_F(EditedHouse, IsBuiltByTheExample) {
     ASSERT_EQ(run({"new", "a.cairn"}).code, 0);
     const test::ProgramRun done =
-        run({"edit", "a.cairn", "-o", "h.cairn", "--script", CAIRN_TEST_SOURCE_DIR "/../examples/house.edit"});
+        run({"edit", "a.cairn", "-o", "h.cairn", "--script", test::projectFile("examples/house.edit").string()});
     EXPECT_EQ(done.code, 0) << done.error;
     EXPECT_EQ(run({"check", "--strict", "h.cairn"}).output, "h.cairn: ok\n");
     EXPECT_EQ(run({"where", "h.cairn", "1", "1", "1"}).output, "::Hall\n  ::Study by Door\n");

@@ -6,6 +6,7 @@
 #include "tests/host/program_run.h"
 #include "tests/support/machine_text.h"
 #include "tests/support/mesh_shelf.h"
+#include "tests/support/test_data.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -159,7 +160,7 @@ fsm-send ::Room1::Guard OnDeath before "Print(hello)")script"),
 TEST_F(Edit, TakesTheReceiversOfACatalogueForTheGame) {
     ASSERT_EQ(run(TWO_ROOMS), "");
     const CN_FSMMessageInfoProvider* const catalogue =
-        m_session.readCatalogue(CAIRN_TEST_SOURCE_DIR "/../host/data/messages.txt");
+        m_session.readCatalogue(test::projectFile("host/data/messages.txt").string());
     Editor editor(*m_document, catalogue);
     editor.run(readEditWords("fsm-send ::Clock Startup before \"Tarn_GameMode->GM_EnableExit(a, 1)\""));
     EXPECT_EQ(lines("::Clock"), "Tarn_GameMode->GM_EnableExit(a, 1);\n");

@@ -5,6 +5,7 @@
 #include "host/mesh_builder.h"
 #include "tests/host/program_run.h"
 #include "tests/support/mesh_shelf.h"
+#include "tests/support/test_data.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -262,7 +263,7 @@ const std::vector<BrokenLevel>& brokenLevels() {
 }
 
 std::string storedAs(const BrokenLevel& level) {
-    return std::string(CAIRN_TEST_SOURCE_DIR "/data/broken/") + level.name + ".cairn";
+    return test::projectFile("tests/data/broken/" + level.name + ".cairn").string();
 }
 
 /// Kind, length and points of each finding.
@@ -310,7 +311,7 @@ TEST_F(Explain, FindsTheFaultOfEachBrokenLevel) {
 
 TEST_F(Explain, NamesWhatTouchesAndWhatMightCloseAnEdge) {
     const auto message = [&](const char* level, const char* name, std::size_t finding) {
-        const std::string file = std::string(CAIRN_TEST_SOURCE_DIR "/data/broken/") + level + ".cairn";
+        const std::string file = test::projectFile("tests/data/broken/" + std::string(level) + ".cairn").string();
         return explain(file, name, 1)["findings"][finding]["message"].get<std::string>();
     };
     EXPECT_EQ(message("past_the_corner", "::First::Door", 0),

@@ -7,6 +7,7 @@
 #include "host/level_session.h"
 #include "tests/host/program_run.h"
 #include "tests/support/mesh_shelf.h"
+#include "tests/support/test_data.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -62,7 +63,7 @@ class MachineCommands : public test::ProgramTest {
     CN_LevelEntity* find(const char* path) { return m_document.getLevel()->mapNameToObject(path, nullptr); }
     void save() { CN_LevelFile::save(m_document, path("a.cairn").string()); }
     std::string golden(const std::string& name) {
-        std::ifstream file(std::string(CAIRN_TEST_SOURCE_DIR "/data/machines/") + name, std::ios::binary);
+        std::ifstream file(test::projectFile("tests/data/machines/" + name), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
     /// What an export to standard output gives.

@@ -14,6 +14,9 @@
 
 namespace cairn::test {
 
+/// Where the program stands that these tests run.
+std::string programFile();
+
 /// What a run of the program left.
 struct ProgramRun {
     int code = -1; ///< exit code; 1000 and the signal's number where one ended it
@@ -48,7 +51,7 @@ class ProgramTest : public testing::Test {
     /// `redirection` is the shell's, and comes behind the program and its words; `before` comes ahead of them.
     ProgramRun runInShell(const std::string& words, const std::string& redirection,
                           const std::string& before = "") const {
-        const std::string script = "cd " + quoted(m_folder.string()) + " && " + before + quoted(CAIRN_PROGRAM) + ' ' +
+        const std::string script = "cd " + quoted(m_folder.string()) + " && " + before + quoted(programFile()) + ' ' +
                                    words + ' ' + redirection;
         const std::string command =
             "bash -c " + quoted(script) + " >" + quoted(path(".out").string()) + " 2>" + quoted(path(".err").string());
@@ -62,7 +65,7 @@ class ProgramTest : public testing::Test {
 
     /// Runs the program and kills it (SIGKILL) as soon as `isTime` says so; false where it was done before.
     template <class IsTime> bool runAndKill(std::vector<std::string> arguments, IsTime isTime) const {
-        arguments.insert(arguments.begin(), CAIRN_PROGRAM);
+        arguments.insert(arguments.begin(), programFile());
         std::vector<char*> words;
         for (std::string& argument : arguments)
             words.push_back(argument.data());

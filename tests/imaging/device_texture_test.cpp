@@ -1,6 +1,7 @@
 #include "cairn/imaging/device_texture.h"
 #include "cairn/imaging/image.h"
 #include "tests/support/process_state_guard.h"
+#include "tests/support/test_data.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +10,7 @@
 namespace cairn::V {
 namespace {
 
-const std::string SEEDS =
-    (std::filesystem::path(CAIRN_TEST_SOURCE_DIR).parent_path() / "fuzz" / "seeds" / "image_decode").string();
+const std::string SEEDS = test::projectFile("fuzz/seeds/image_decode").string();
 
 TEST(DeviceTexture, KeepsACopyOfThePixels) {
     auto image = std::make_unique<I_Image>(2u, 1u);

@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 using Bytes = std::vector<unsigned char>;
 
-const fs::path SEEDS = fs::path(CAIRN_TEST_SOURCE_DIR).parent_path() / "fuzz" / "seeds" / "image_decode";
+const fs::path SEEDS = test::projectFile("fuzz/seeds/image_decode");
 
 void construct(I_Image& image, I_Image::Format format, std::span<const unsigned char> bytes) {
     image.construct(format, reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
@@ -188,8 +188,8 @@ TEST(Image, DecodesWhatIsEasilyReadWrong) {
     EXPECT_TRUE(isRefused([&] {
         I_Image image;
         construct(image, I_Image::JPEG,
-                  F_File::readAll(std::string(CAIRN_TEST_SOURCE_DIR) +
-                                  "/data/images/four_channels.jpg")); // of which nothing says what they are
+                  F_File::readAll(test::projectFile("tests/data/images/four_channels.jpg")
+                                      .string())); // of which nothing says what they are
     }));
     for (const int levels : {3, 4}) { // of a side of 4 there are 4, 2 and 1
         Bytes file = test::makeScx(4, 4, 1);

@@ -1,6 +1,7 @@
 #include "tests/support/old_animations.h"
 
 #include "tests/support/level_bytes.h"
+#include "tests/support/test_data.h"
 
 namespace cairn::test {
 
@@ -90,9 +91,7 @@ void writeOldAnimations(F_MemoryFile& file, const OldAnimations& animations) {
     }
 }
 
-std::filesystem::path StoredAnimations::path() const {
-    return std::filesystem::path(CAIRN_TEST_SOURCE_DIR) / "data" / "records" / (name + ".record");
-}
+std::filesystem::path StoredAnimations::path() const { return projectFile("tests/data/records/" + name + ".record"); }
 
 Bytes StoredAnimations::bytes() const {
     F_MemoryFile file;

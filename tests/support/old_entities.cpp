@@ -2,6 +2,7 @@
 
 #include "cairn/foundation/memory_file.h"
 #include "tests/support/level_bytes.h"
+#include "tests/support/test_data.h"
 
 namespace cairn::test {
 
@@ -46,9 +47,7 @@ void writeOldPrefabContent(F_MemoryFile& file) {
     file.closeChunk();
 }
 
-std::filesystem::path StoredEntity::path() const {
-    return std::filesystem::path(CAIRN_TEST_SOURCE_DIR) / "data" / "records" / (name + ".record");
-}
+std::filesystem::path StoredEntity::path() const { return projectFile("tests/data/records/" + name + ".record"); }
 
 std::vector<StoredEntity> storedEntities() {
     std::vector<StoredEntity> stored;

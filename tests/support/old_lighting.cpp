@@ -1,5 +1,7 @@
 #include "tests/support/old_lighting.h"
 
+#include "tests/support/test_data.h"
+
 namespace cairn::test {
 
 namespace {
@@ -72,7 +74,7 @@ std::vector<StoredLighting> storedLighting() {
 }
 
 std::filesystem::path storedLightingPath(const std::string& name) {
-    return std::filesystem::path(CAIRN_TEST_SOURCE_DIR) / "data" / "records" / (name + ".record");
+    return projectFile("tests/data/records/" + name + ".record");
 }
 
 } // namespace cairn::test

@@ -1,6 +1,7 @@
 #include "tests/support/old_machines.h"
 
 #include "tests/support/level_bytes.h"
+#include "tests/support/test_data.h"
 
 namespace cairn::test {
 
@@ -69,7 +70,7 @@ void writeOldMachine(F_MemoryFile& file, const OldMachine& machine) {
 }
 
 std::filesystem::path StoredMachine::path() const {
-    return std::filesystem::path(CAIRN_TEST_SOURCE_DIR) / "data" / "records" / ("machine_" + name + ".record");
+    return projectFile("tests/data/records/machine_" + name + ".record");
 }
 
 Bytes StoredMachine::bytes() const {

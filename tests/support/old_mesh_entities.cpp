@@ -4,6 +4,7 @@
 #include "cairn/foundation/memory_file.h"
 #include "tests/support/level_bytes.h"
 #include "tests/support/old_entities.h"
+#include "tests/support/test_data.h"
 
 #include <functional>
 
@@ -189,7 +190,7 @@ std::vector<StoredMeshEntity> storedMeshEntities(const std::string& record) {
 }
 
 std::filesystem::path storedMeshEntityPath(const std::string& name) {
-    return std::filesystem::path(CAIRN_TEST_SOURCE_DIR) / "data" / "records" / (name + ".record");
+    return projectFile("tests/data/records/" + name + ".record");
 }
 
 } // namespace cairn::test

@@ -4,6 +4,7 @@
 #include "cairn/geometry/polygon/polygon.h"
 #include "tests/support/level_bytes.h"
 #include "tests/support/old_mesh_entities.h"
+#include "tests/support/test_data.h"
 
 namespace cairn::test {
 
@@ -93,9 +94,7 @@ void writeOldMesh(F_MemoryFile& file, const OldMesh& mesh) {
     file.closeChunk();
 }
 
-std::filesystem::path StoredMesh::path() const {
-    return std::filesystem::path(CAIRN_TEST_SOURCE_DIR) / "data" / "records" / (name + ".record");
-}
+std::filesystem::path StoredMesh::path() const { return projectFile("tests/data/records/" + name + ".record"); }
 
 Bytes StoredMesh::bytes() const {
     F_MemoryFile file;

@@ -3,6 +3,7 @@
 #include "cairn/foundation/memory_file.h"
 #include "tests/support/old_materials.h"
 #include "tests/support/old_mesh_entities.h"
+#include "tests/support/test_data.h"
 
 #include <limits>
 #include <utility>
@@ -225,7 +226,7 @@ std::vector<StoredRecord> storedRecords() {
 }
 
 std::filesystem::path storedRecordPath(const std::string& name) {
-    return std::filesystem::path(CAIRN_TEST_SOURCE_DIR) / "data" / "records" / (name + ".cairn");
+    return projectFile("tests/data/records/" + name + ".cairn");
 }
 
 } // namespace cairn::test

@@ -2,23 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
 namespace cairn::test {
 
+/// A file or folder of this checkout, named from its root.
+std::filesystem::path projectFile(const std::string& relative);
+
 /// The folder of shared test data: what the environment variable CAIRN_TEST_DATA names, else `../shared/data` beside
 /// the checkout.
-inline std::filesystem::path sharedDataFolder() {
-    if (const char* named = std::getenv("CAIRN_TEST_DATA"); named && *named)
-        return named;
-    // The sources' folder is the checkout itself or its tests/.
-    std::filesystem::path checkout = std::filesystem::path(CAIRN_TEST_SOURCE_DIR).lexically_normal();
-    if (checkout.filename() == "tests")
-        checkout = checkout.parent_path();
-    return checkout.parent_path() / "shared" / "data";
-}
+std::filesystem::path sharedDataFolder();
 
 } // namespace cairn::test
 
