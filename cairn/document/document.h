@@ -88,12 +88,15 @@ class CN_Document {
     /// @name File
     /// @{
     /// Reads a level into this document, which must hold none. Throws an `F_Exception*` that says what and where;
-    /// process-wide state is clean on every way out. What it repaired stands in `getLoadReport`.
+    /// process-wide state is clean on every way out. What it repaired stands in `getLoadReport`. What the cursor callback
+    /// throws ends the load and comes out of it, a `std::exception` as an `F_Exception*` with its text: so a host cancels.
     void load(F_MemoryFile& file);
     /// Writes the level: the same document gives the same bytes. Throws before the first byte where `load` would refuse
-    /// what is written, and where there is no level.
+    /// what is written, and where there is no level. Where it throws, a host's callback included, the file is as it was.
     void save(F_MemoryFile& file);
+    /// Reads the first section alone. Throws a `CN_Document_Exception_InvalidFileFormat*` where these are no level's bytes.
     void loadDocumentVersion(F_MemoryFile& file);
+    /// Writes the first section alone.
     void saveDocumentVersion(F_MemoryFile& file);
     /// What the last load changed or passed over, in order; emptied at each load.
     const CN_LoadReport& getLoadReport() const { return m_loadReport; }
@@ -148,7 +151,8 @@ class CN_Document {
 
     /// @name Host callbacks
     /// @{
-    /// `callback` gets 1 where a wait starts, 2 where it stops, 3 once an entity in `load` and `save`. Null for none.
+    /// `callback` gets 1 where a wait starts, 2 where it stops, 3 once an entity in `load` and `save`. Null for none. It
+    /// may throw; it must not touch the document that calls it.
     void setCursorCallback(CursorCallback callback) { m_cursorCallback = callback; }
     void startWaitCursor() { callCursor(1); }
     void stopWaitCursor() { callCursor(2); }

@@ -17,11 +17,14 @@ class CN_UISphereEntity;
 /// The host's document class: the library only passes its pointer.
 class MFC_CairnDoc;
 
-/// Learns of every change of the tree at once, after it was made.
+/// Learns of every change of the tree at once, after it was made. Where it throws the change stays.
 class CN_HierarchyManagerInterface {
   public:
     virtual ~CN_HierarchyManagerInterface() = default;
+    /// The entity has left its parent, and lives on.
     virtual void onEntityRemoved(CN_LevelEntity* entity) = 0;
+    /// The entity stands among its parent's children. While a level is read it has all its descendants by then, but no
+    /// place in the world yet.
     virtual void onEntityAdded(CN_LevelEntity* entity) = 0;
 };
 
@@ -31,6 +34,7 @@ class CN_EntityRendererInterface {
     virtual ~CN_EntityRendererInterface() = default;
     /// Brings the cached form up to date.
     virtual void update() = 0;
+    /// Draws the entity as it is.
     virtual void draw() = 0;
     /// Draws the entity as a selected one.
     virtual void drawSelected() = 0;
@@ -62,6 +66,7 @@ class CN_DocObserver {
     /// Another document is in use now; `cause` is the observer that brought it about, or null.
     virtual void documentChangedNotification(MFC_CairnDoc* hostDocument, CN_Document* document,
                                              CN_DocObserver* cause) = 0;
+    /// The document in use was changed.
     virtual void documentUpdatedNotification(CN_DocObserver* cause) = 0;
 };
 

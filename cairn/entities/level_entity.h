@@ -136,7 +136,9 @@ class CN_LevelEntity {
     /// Writes the entity id and the complete record behind it. Throws an `F_Exception*` with the entity's qualified name, and
     /// has written nothing, where `load` would refuse what is written: entities nested too deep, values that are not finite.
     virtual void save(F_MemoryFile& file);
+    /// Reads the kind's record, which stands behind the common one; `load` calls it.
     virtual void loadEntitySpecificData(F_MemoryFile& file) = 0;
+    /// Writes the kind's record in its newest form; `save` calls it.
     virtual void saveEntitySpecificData(F_MemoryFile& file) = 0;
     /// Throws an `F_Exception*` with the entity's qualified name where `load` would refuse what `save` writes of this
     /// subtree. Gives the entities of the subtree in pre-order, this one first, without those that a save leaves out (`CN_VirtualNode::isLeftOut`).

@@ -31,6 +31,7 @@ class CN_FSMLineWriter {
   private:
     /// The way from an entity up to its root, with the names on it.
     struct Way {
+        /// An entity on the way.
         struct Step {
             const CN_LevelEntity* entity;
             std::size_t bytes; ///< of the path from here down, the "::" ahead of the name included

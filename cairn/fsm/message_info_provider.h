@@ -18,16 +18,19 @@ class CN_FSMMessageInfoProvider {
         string text;
         unsigned int dependentType = 0; ///< of what depends on the choice: for the host, no meaning here
     };
+    /// One argument of a message.
     struct ArgumentInfo {
         string format;                 ///< how it is written
         unsigned int type = 0;         ///< for the host, no meaning here
         string description;            ///< for people
         std::vector<ValueInfo> values; ///< to choose from, in the order of the file
     };
+    /// A kind of entity that a message may go to.
     struct ReceiverInfo {
         unsigned int type = 0; ///< for the host, no meaning here
         string name;           ///< may be empty
     };
+    /// A message that machines may send.
     struct MessageInfo {
         string name;                         ///< as it is written in a message
         std::vector<ArgumentInfo> arguments; ///< in the order of the file

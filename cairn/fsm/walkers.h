@@ -121,6 +121,7 @@ class ForEach_FSMRenameTimer : public CN_FSMRenameWalker {
     void visit(E_FSM& machine) override;
 };
 
+/// In messages to the entity that name an animation: another name for it.
 class ForEach_FSMRenameAnimations : public CN_FSMRenameWalker {
   public:
     using CN_FSMRenameWalker::CN_FSMRenameWalker;
@@ -129,6 +130,7 @@ class ForEach_FSMRenameAnimations : public CN_FSMRenameWalker {
     void visit(E_FSM& machine) override;
 };
 
+/// In messages to the entity that send a custom event: another name for it.
 class ForEach_FSMRenameCustomSends : public CN_FSMRenameWalker {
   public:
     using CN_FSMRenameWalker::CN_FSMRenameWalker;
@@ -137,6 +139,7 @@ class ForEach_FSMRenameCustomSends : public CN_FSMRenameWalker {
     void visit(E_FSM& machine) override;
 };
 
+/// In messages to the entity that name an exit: another name for it.
 class ForEach_FSMRenameExits : public CN_FSMRenameWalker {
   public:
     using CN_FSMRenameWalker::CN_FSMRenameWalker;
@@ -206,6 +209,7 @@ class CN_FSMDeleteNamedWalker : public CN_FSMDeleteWalker {
     istring m_name;
 };
 
+/// Messages to the entity that name the animation.
 class ForEach_FSMDeleteAnimationSends : public CN_FSMDeleteNamedWalker {
   public:
     using CN_FSMDeleteNamedWalker::CN_FSMDeleteNamedWalker;
@@ -214,6 +218,7 @@ class ForEach_FSMDeleteAnimationSends : public CN_FSMDeleteNamedWalker {
     bool isToBeDeleted(const E_FSM::Message& message) const override;
 };
 
+/// Messages to the entity that send the custom event.
 class ForEach_FSMDeleteCustomSends : public CN_FSMDeleteNamedWalker {
   public:
     using CN_FSMDeleteNamedWalker::CN_FSMDeleteNamedWalker;
@@ -222,7 +227,7 @@ class ForEach_FSMDeleteCustomSends : public CN_FSMDeleteNamedWalker {
     bool isToBeDeleted(const E_FSM::Message& message) const override;
 };
 
-/// An empty name stands for all exits.
+/// Messages to the entity that name the exit; an empty name stands for all exits.
 class ForEach_FSMDeleteExitSends : public CN_FSMDeleteNamedWalker {
   public:
     using CN_FSMDeleteNamedWalker::CN_FSMDeleteNamedWalker;
@@ -248,6 +253,7 @@ class CN_FSMNamedQuery : public CN_FSMWalker {
     istring m_name;
 };
 
+/// Whether a message names the state of the entity.
 class ForEach_FSMStateReferred : public CN_FSMNamedQuery {
   public:
     using CN_FSMNamedQuery::CN_FSMNamedQuery;
@@ -256,6 +262,7 @@ class ForEach_FSMStateReferred : public CN_FSMNamedQuery {
     void visit(E_FSM& machine) override { m_found |= machine.referencesToState(m_entity, m_name); }
 };
 
+/// Whether a message sends the custom event to the entity.
 class ForEach_FSMCustomReferred : public CN_FSMNamedQuery {
   public:
     using CN_FSMNamedQuery::CN_FSMNamedQuery;
@@ -264,6 +271,7 @@ class ForEach_FSMCustomReferred : public CN_FSMNamedQuery {
     void visit(E_FSM& machine) override { m_found |= machine.referencesToCustom(m_entity, m_name); }
 };
 
+/// Whether a message names the timer of the entity.
 class ForEach_FSMTimerReferred : public CN_FSMNamedQuery {
   public:
     using CN_FSMNamedQuery::CN_FSMNamedQuery;
@@ -272,6 +280,7 @@ class ForEach_FSMTimerReferred : public CN_FSMNamedQuery {
     void visit(E_FSM& machine) override { m_found |= machine.referencesToTimer(m_entity, m_name); }
 };
 
+/// Whether a message names the animation of the entity.
 class ForEach_FSMAnimationReferred : public CN_FSMNamedQuery {
   public:
     using CN_FSMNamedQuery::CN_FSMNamedQuery;
@@ -280,6 +289,7 @@ class ForEach_FSMAnimationReferred : public CN_FSMNamedQuery {
     void visit(E_FSM& machine) override;
 };
 
+/// Whether a message has the entity for its target or an object argument.
 class ForEach_FSMObjectReferenced : public CN_FSMWalker {
   public:
     explicit ForEach_FSMObjectReferenced(const CN_LevelEntity* entity) : m_entity(entity) {}

@@ -15,6 +15,7 @@ class CN_PointTree {
   public:
     using Vector = M_Vector3Template<double>;
 
+    /// A point and what it is called in the answers.
     struct Entry {
         Vector point;
         int number;

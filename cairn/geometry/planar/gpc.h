@@ -10,10 +10,12 @@ enum gpc_op {
     GPC_UNION = 3, ///< what either covers
 };
 
+/// A corner of a contour.
 struct gpc_vertex {
     double x, y;
 };
 
+/// The corners of a contour in their order.
 struct gpc_vertex_list {
     int num_vertices = 0;
     gpc_vertex* vertex = nullptr; ///< owned by the polygon whose contour it is; the caller's in `gpc_add_contour`
