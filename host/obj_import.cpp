@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -35,16 +36,19 @@ struct PlaceEqual {
     bool operator()(const Vector& a, const Vector& b) const { return a.x == b.x && a.y == b.y && a.z == b.z; }
 };
 
+using Loop = std::vector<std::uint32_t>; // of places in the mesh's corners
+using Loops = std::vector<Loop>;
+
 /// The loops that are left of one when the edges that it runs along both ways go: outlines and holes that slits join.
-std::vector<std::vector<std::uint32_t>> withoutSlits(const std::vector<std::uint32_t>& corners) {
-    std::vector<std::vector<std::uint32_t>> loops;
-    const auto keep = [&loops](std::vector<std::uint32_t> loop) {
+Loops withoutSlits(const Loop& corners) {
+    Loops loops;
+    const auto keep = [&loops](Loop loop) {
         while (loop.size() > 1 && loop.front() == loop.back())
             loop.pop_back();
         if (loop.size() > 2)
             loops.push_back(std::move(loop));
     };
-    std::vector<std::uint32_t> path{corners[0]};
+    Loop path{corners[0]};
     std::map<std::pair<std::uint32_t, std::uint32_t>, std::size_t> starts; // of the path's edges, in it
     for (std::size_t i = 1; i <= corners.size(); ++i) {
         const std::uint32_t from = path.back(), to = corners[i < corners.size() ? i : 0];
@@ -98,8 +102,7 @@ class GroupMaker {
         face.line = source.line;
         if (mapped)
             map(face, coordinates);
-        openSlits(face);
-        m_mesh.faces.push_back(std::move(face));
+        addParts(face);
     }
     ImportMesh& mesh() { return m_mesh; }
 
@@ -135,18 +138,54 @@ class GroupMaker {
         return true;
     }
 
-    /// Makes holes of what a slit joins to the outline. A face of several outlines, or of none, stays as it is.
-    void openSlits(ImportFace& face) const {
-        std::vector<std::vector<std::uint32_t>> loops = withoutSlits(face.corners);
-        const auto isOutline = [&](const std::vector<std::uint32_t>& loop) {
+    /// Adds the face: a polygon for each outline that slits join, with the holes that lie in it. A face without any outline
+    /// stays as it is.
+    void addParts(const ImportFace& face) {
+        Loops loops = withoutSlits(face.corners);
+        const auto holes = std::stable_partition(loops.begin(), loops.end(), [&](const Loop& loop) {
             return loopNormal(m_mesh.corners, loop).dot(face.normal) > 0;
-        };
-        const auto outline = std::find_if(loops.begin(), loops.end(), isOutline);
-        if (outline == loops.end() || std::any_of(outline + 1, loops.end(), isOutline))
-            return;
-        face.corners = std::move(*outline);
-        loops.erase(outline);
-        face.holes = std::move(loops);
+        });
+        const std::size_t first = m_mesh.faces.size();
+        for (auto outline = loops.begin(); outline != holes; ++outline) {
+            m_mesh.faces.push_back(face);
+            m_mesh.faces.back().corners = std::move(*outline);
+        }
+        if (holes == loops.begin())
+            m_mesh.faces.push_back(face);
+        else
+            for (auto hole = holes; hole != loops.end(); ++hole)
+                outlineAround(*hole, first).holes.push_back(*hole);
+    }
+
+    /// The narrowest of the outlines from face `first` on that has the loop within; the first where none has.
+    ImportFace& outlineAround(const Loop& loop, std::size_t first) {
+        const Vector place = (m_mesh.corners[loop[0]] + m_mesh.corners[loop[1]]) / 2.0;
+        std::size_t found = first;
+        double least = std::numeric_limits<double>::infinity();
+        for (std::size_t i = first; i < m_mesh.faces.size() && m_mesh.faces.size() > first + 1; ++i) {
+            const double size = loopNormal(m_mesh.corners, m_mesh.faces[i].corners).length();
+            if (size < least && isWithin(place, m_mesh.faces[i])) {
+                least = size;
+                found = i;
+            }
+        }
+        return m_mesh.faces[found];
+    }
+
+    /// Whether the outline of a face goes round a place in its plane: an odd number of edges crosses a ray from there.
+    bool isWithin(const Vector& place, const ImportFace& face) const {
+        const auto side = [&](const Vector& a, const Vector& b) { return (b - a).cross(place - a).dot(face.normal); };
+        const Vector along = m_mesh.corners[face.corners[1]] - m_mesh.corners[face.corners[0]];
+        const Vector up = face.normal.cross(along);
+        bool within = false;
+        for (std::size_t i = 0; i < face.corners.size(); ++i) {
+            const Vector& a = m_mesh.corners[face.corners[i]];
+            const Vector& b = m_mesh.corners[face.corners[(i + 1) % face.corners.size()]];
+            const bool rises = (a - place).dot(up) <= 0;
+            if (rises != ((b - place).dot(up) <= 0) && (side(a, b) > 0) == rises)
+                within = !within;
+        }
+        return within;
     }
 
     void map(ImportFace& face, const std::vector<Vector2>& coordinates) {

@@ -33,8 +33,8 @@ ObjImages readObjMaterials(const ObjFile& object, const std::filesystem::path& f
 
 /// Makes the faces of an object file polygons of mesh entities below the root, one for each object or group, named after it
 /// (`name` where it has none), and numbers them. `scale` is our units to one of the file. Corners at the same place are one;
-/// the z axis is mirrored and with it the loops, so that faces look where they looked. What a slit joins to a face's outline,
-/// an edge that the face runs along both ways, is a hole of the polygon.
+/// the z axis is mirrored and with it the loops, so that faces look where they looked. Where slits, edges that a face runs along
+/// both ways, join loops, each outline is a polygon and the others are holes of the one around them.
 ObjImportSummary importObj(const ObjFile& object, const ObjImages& images, const std::string& name, double scale,
                            ImportMaterials& materials, CN_Document& document);
 

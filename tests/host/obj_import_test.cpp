@@ -11,7 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <utility>
+#include <vector>
 
 using namespace cairn;
 using namespace cairn::host;
@@ -152,6 +155,19 @@ TEST_F(ObjImport, ASlitLeadsToAHole) {
         for (const CN_Finding& finding : CN_validateMesh(mesh("shapes"), CN_LEVEL_TOLERANCE))
             EXPECT_STREQ(finding.code, "mesh-open") << c.name;
     }
+}
+
+TEST_F(ObjImport, ASlitBetweenOutlinesPartsThem) {
+    // A square with a window, and a small square, each on one end of a slit; the small one beside the window's level.
+    const char* const text = "v 0 0 0\nv 5 0 0\nv 5 5 0\nv 0 5 0\nv 1 1 0\nv 1 4 0\nv 4 4 0\nv 4 1 0\n"
+                             "v 7 2 0\nv 8 2 0\nv 8 3 0\nv 7 3 0\nv 5 2 0\n"
+                             "f 1 2 13 9 10 11 12 9 13 3 4 1 5 6 7 8 5\n";
+    EXPECT_EQ(import(text).meshes.untriangulated, 0u);
+    std::vector<std::pair<int, double>> found;
+    for (const CN_Polygon& polygon : mesh("shapes").getPolygonList())
+        found.emplace_back(polygon.getNumHoles(), polygon.calcArea());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, (std::vector<std::pair<int, double>>{{0, 1}, {1, 16}}));
 }
 
 TEST_F(ObjImport, TakesCarriageReturnsForLineEndsWhereThereAreNoOthers) {
