@@ -14,6 +14,7 @@
 
 #include <cstring>
 #include <limits>
+#include <stdexcept>
 
 namespace cairn {
 namespace {
@@ -267,8 +268,10 @@ struct Cursor {
         steps.push_back(what);
         watchedNumber = watched ? CN_LevelEntity::getSerialisationId(watched) : 0;
         if (steps.size() == throwAt)
-            throw new F_Exception("stopped by the host");
+            throwIt();
     }
+    static void throwFoundation() { throw new F_Exception("stopped by the host"); }
+    static inline void (*throwIt)() = &throwFoundation;
     static void reset(const CN_LevelEntity* watch = nullptr, std::size_t throwsAt = 0) {
         steps.clear();
         watched = watch;
@@ -287,6 +290,31 @@ TEST_F(DocumentTest, CallsTheCursorOncePerEntity) {
     document.startWaitCursor();
     document.stopWaitCursor();
     EXPECT_EQ(Cursor::steps, std::vector<int>({3, 3, 3, 3, 1, 2}));
+}
+
+TEST_F(DocumentTest, LetsWhatTheHostThrowsOut) {
+    const Bytes image = makeLevel(levelOf({{.name = "A"}, {.name = "B"}}));
+    const auto load = [&image] {
+        CN_Document document;
+        document.setCursorCallback(&Cursor::step);
+        Cursor::reset(nullptr, 2);
+        loadLevel(document, image);
+    };
+    Cursor::throwIt = [] { throw std::runtime_error("stopped"); };
+    EXPECT_EQ(failureText(load), "stopped");
+
+    CN_Document document;
+    loadLevel(document, image);
+    document.setCursorCallback(&Cursor::step);
+    Cursor::reset(nullptr, 2);
+    F_MemoryFile file;
+    file << 1;
+    EXPECT_EQ(failureText([&] { document.save(file); }), "stopped");
+    EXPECT_EQ(file.getSize(), sizeof(int)) << "nothing of the level stands in it";
+
+    Cursor::throwIt = [] { throw 7; };
+    EXPECT_THROW(load(), int) << "what is no exception of the standard library goes on as it is";
+    Cursor::throwIt = &Cursor::throwFoundation;
 }
 
 TEST_F(DocumentTest, NumbersEntitiesForTheTimeOfASave) {
