@@ -97,6 +97,8 @@ void CN_LevelFile::save(CN_Document& document, const string& path) {
 }
 
 void CN_LevelFile::seal(F_MemoryFile& file) {
+    if (file.getSize() > MAX_BYTES - SEAL_SIZE)
+        file.fail("A level file of 4 GiB and more could not be read again");
     unsigned char bytes[SEAL_SIZE];
     std::memcpy(bytes, SEAL_MAGIC, sizeof SEAL_MAGIC);
     store64(bytes + LENGTH_AT, file.getSize());

@@ -40,7 +40,7 @@ class CN_LevelFile {
     static void write(CN_Document& document, F_MemoryFile& file);
     /// Puts the level, sealed, in the place of the file `path`, as a whole or not at all (`F_File::replace`).
     static void save(CN_Document& document, const string& path);
-    /// Appends the seal of all that `file` holds.
+    /// Appends the seal of all that `file` holds. Throws where the whole would have 4 GiB and more, which `read` refuses.
     static void seal(F_MemoryFile& file);
 };
 
