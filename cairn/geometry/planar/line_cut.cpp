@@ -42,7 +42,7 @@ class Sides {
             m_loops.firsts.push_back(static_cast<int>(m_loops.corners.size()));
         }
         m_extent = std::max(high.x - low.x, high.y - low.y);
-        return m_extent > 0 && std::isfinite(m_extent) && CN_turnLoops(m_loops) && measure();
+        return m_extent > 0 && std::isfinite(m_extent) && CN_turnLoops(m_loops) && measure() && !isFlush();
     }
     const CN_PlanarLoops& loops() const { return m_loops; }
     double extent() const { return m_extent; }
@@ -69,6 +69,24 @@ class Sides {
             m_sides.push_back(distance <= ON_LINE * m_extent ? ON : right > 0 ? RIGHT : LEFT);
         }
         return true;
+    }
+
+    /// True if a side runs along the line with the area on the one side of it and both its neighbours on the other: what is on
+    /// that other side touches the line at both ends, and the clipper may join it there.
+    bool isFlush() const {
+        for (int loop = 0; loop < m_loops.count(); ++loop)
+            for (int corner = m_loops.first(loop); corner < m_loops.first(loop + 1); ++corner) {
+                const int before = side(m_loops.prev(loop, corner));
+                if (side(corner) != ON || before == ON)
+                    continue;
+                int last = corner;
+                while (side(m_loops.next(loop, last)) == ON)
+                    last = m_loops.next(loop, last);
+                const double along = alongLine(m_loops.at(last)) - alongLine(m_loops.at(corner));
+                if (last != corner && side(m_loops.next(loop, last)) == before && (along > 0 ? RIGHT : LEFT) != before)
+                    return true;
+            }
+        return false;
     }
 
     Point m_at, m_along, m_right; ///< a point of the line and unit directions

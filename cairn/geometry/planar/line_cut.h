@@ -13,8 +13,8 @@ struct gpc_polygon;
 ///
 /// False, and what is in `right` and `left` means nothing, for what only a clipper can sort out: contours of fewer than three
 /// corners, that cross or touch themselves or each other, that come as near to the line as rounding reaches without being on
-/// it, or that the line leaves in a number of pieces that it does not tell. Contours that come near one another without a
-/// touch are cut all the same.
+/// it, or that have a side on it from which both neighbours go away from the area. Contours that come near one another without
+/// a touch are cut all the same.
 ///
 /// Cost: linear for a single convex contour, else n log n for n corners.
 bool CN_cutByLine(const gpc_polygon& area, const M_Vector2Template<double>& at, const M_Vector2Template<double>& along,
