@@ -165,7 +165,6 @@ void addRows(bench::Report& report, const std::string& scene, const test::Facets
                 return room->level.mesh->intersectRay(point, distance, ray.origin, ray.direction, false, true, nullptr);
             });
         });
-    report.limitRatioTo("Embree", scene, "cairn", 3);
 }
 
 void addRoom(bench::Report& report, const std::string& name, const test::Facets& facets,
@@ -203,8 +202,13 @@ int main(int argc, char** argv) {
                     return Vector(x, y, numberIn(random, 0.5, bumps - 0.1));
                 }));
     }
-    for (const char* const scene : {"maze, anywhere", "bumpy room, anywhere"})
-        report.limitGrowth(scene, "cairn", 0.5);
+    // The walls of the bumpy room are fans of long triangles, which lie in one another's boxes.
+    for (const char* const rays : {"picture", "anywhere"}) {
+        report.limitRatioTo("Embree", std::string("maze, ") + rays, "cairn", 3);
+        report.limitRatioTo("Embree", std::string("bumpy room, ") + rays, "cairn", 3.5);
+        report.limitGrowth(std::string("maze, ") + rays, "cairn", 0.5);
+        report.limitGrowth(std::string("bumpy room, ") + rays, "cairn", 0.5);
+    }
     report.limitGrowth("maze, build", "cairn", 1.3);
     return report.run(argc, argv);
 }

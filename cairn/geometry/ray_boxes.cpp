@@ -1,5 +1,6 @@
 #include "cairn/geometry/ray_boxes.h"
 
+#include "cairn/geometry/lines.h"
 #include "cairn/math/snapping.h"
 
 #include <algorithm>
@@ -14,10 +15,7 @@ using Vector = CN_RayBoxes::Vector;
 using Box = CN_RayBoxes::Box;
 
 constexpr int BINS = 16;
-constexpr int LEAF = 2;        // boxes that are not divided where that saves nothing
-constexpr int LARGEST = 16;    // boxes that are divided in any case
-constexpr int BALANCED = 40;   // depth from which on parts are halved by their number
-constexpr double A_NODE = 0.5; // what it costs to look into a node, in boxes
+constexpr int BALANCED = 40; // depth from which on parts are halved by their number
 
 double middleOf(const Box& box, int axis) {
     const double middle = box.min[axis] / 2 + box.max[axis] / 2;
@@ -50,14 +48,16 @@ class CN_RayBoxes::Builder {
         for (std::size_t i = 0; i < m_boxes.size(); ++i)
             if (m_boxes[i].min.x <= m_boxes[i].max.x)
                 m_tree.m_order.push_back(static_cast<int>(i));
-        Part root{0, static_cast<int>(m_tree.m_order.size()), 0, -1, {}};
-        root.middle = divide(root);
-        if (root.middle < 0)
-            return;
-        for (int i = 0; i < root.last; ++i)
+        for (int i = 0; i < static_cast<int>(m_tree.m_order.size()); ++i)
             for (const Vector& corner : {boxAt(i).min, boxAt(i).max})
                 if (corner.isFinite())
                     m_tree.m_size = std::max(m_tree.m_size, maxAbsComponent(corner));
+        const Part root = makePart(0, static_cast<int>(m_tree.m_order.size()), 0);
+        if (root.middle < 0) {
+            if (root.last > 0)
+                m_tree.m_leaves.push_back({0, root.last});
+            return;
+        }
         m_tree.m_nodes.emplace_back();
         std::vector<std::pair<Part, std::size_t>> open{{root, 0}}; // with their nodes
         while (!open.empty()) {
@@ -117,34 +117,29 @@ class CN_RayBoxes::Builder {
             node.bounds[axis][0][place] = roundedDown(part.box.min[axis]);
             node.bounds[axis][1][place] = -roundedDown(-part.box.max[axis]);
         }
-        node.child[place] = child >= 0 ? child : part.first;
         // What is nothing holds nothing, and is met by no line as its sides are the wrong way round.
-        node.count[place] = child >= 0 ? 0 : std::max(1, part.last - part.first);
+        node.child[place] = child >= 0 ? child : -1 - static_cast<int>(m_tree.m_leaves.size());
+        if (child < 0 && part.last > part.first)
+            m_tree.m_leaves.push_back({part.first, part.last - part.first});
         return child;
     }
 
     /// Where the second half of a part begins; -1 for one that becomes a leaf.
     int divide(const Part& part) {
         const int count = part.last - part.first;
-        if (count <= 1)
+        if (count <= PARTS)
             return -1;
-        Box around, middles;
-        for (int i = part.first; i < part.last; ++i) {
-            around.widen(boxAt(i));
+        Box middles;
+        for (int i = part.first; i < part.last; ++i)
             middles.widen({middleOf(boxAt(i), 0), middleOf(boxAt(i), 1), middleOf(boxAt(i), 2)});
-        }
-        const double whole = surfaceOf(around);
         double best = std::numeric_limits<double>::infinity();
         int bestAxis = -1, bestCut = 0;
         for (int axis = 0; axis < 3; ++axis)
             if (const double side = middles.max[axis] - middles.min[axis]; side > 0 && std::isfinite(side))
                 findCut(part, middles, axis, best, bestAxis, bestCut);
-        const bool pays = best + A_NODE * whole < count * whole;
-        if (count <= LEAF && !pays)
-            return -1;
         const auto begin = m_tree.m_order.begin() + part.first, end = m_tree.m_order.begin() + part.last;
         if (bestAxis < 0 || part.depth >= BALANCED || !std::isfinite(best))
-            return count <= LARGEST ? -1 : halve(part, middles);
+            return halve(part, middles);
         const auto middle = std::stable_partition(begin, end, [&](int place) {
             return binOf(m_boxes[static_cast<std::size_t>(place)], middles, bestAxis) <= bestCut;
         });
@@ -199,14 +194,16 @@ class CN_RayBoxes::Builder {
 };
 
 CN_RayBoxes::Line::Line(const Vector& origin, const Vector& direction, double size) {
-    constexpr double ROUNDING = 1e-6, LEAST = 1e-30; // a component that is less would have no inverse
+    constexpr double ROUNDING = 1e-6; // far more than single precision takes away
+    constexpr double LEAST = 1e-30;   // a component that is less would have no inverse
     const double aside = ROUNDING * (size + maxAbsComponent(origin));
     for (int axis = 0; axis < 3; ++axis) {
         const double along = direction[axis];
-        low[axis] = roundedDown(origin[axis] - aside);
-        high[axis] = -roundedDown(-origin[axis] - aside);
         inverse[axis] = static_cast<float>(1 / (std::fabs(along) < LEAST ? std::copysign(LEAST, along) : along));
         nearSide[axis] = inverse[axis] < 0 ? 1 : 0;
+        const float low = CN_toFloat(origin[axis] - aside), high = CN_toFloat(origin[axis] + aside);
+        ahead[axis] = inverse[axis] < 0 ? low : high;
+        behind[axis] = inverse[axis] < 0 ? high : low;
     }
 }
 
@@ -216,10 +213,8 @@ std::size_t CN_RayBoxes::openParts(const Node& node, const Line& line, double re
     Numbers entry{}, exit = entry + static_cast<float>(std::min(reach, MOST));
     for (int axis = 0; axis < 3; ++axis) {
         const int side = line.nearSide[axis];
-        const float ahead = side == 0 ? line.high[axis] : line.low[axis];
-        const float behind = side == 0 ? line.low[axis] : line.high[axis];
-        const Numbers in = (node.bounds[axis][side] - ahead) * line.inverse[axis];
-        const Numbers out = (node.bounds[axis][1 - side] - behind) * line.inverse[axis];
+        const Numbers in = (node.bounds[axis][side] - line.ahead[axis]) * line.inverse[axis];
+        const Numbers out = (node.bounds[axis][1 - side] - line.behind[axis]) * line.inverse[axis];
         entry = in > entry ? in : entry;
         exit = out < exit ? out : exit;
     }
@@ -228,7 +223,7 @@ std::size_t CN_RayBoxes::openParts(const Node& node, const Line& line, double re
     for (int part = 0; part < PARTS; ++part) {
         if (!(entry[part] <= exit[part]))
             continue;
-        const Open found{node.child[part], node.count[part], entry[part] * (2 - ROUNDING)};
+        const Open found{node.child[part], entry[part] * (2 - ROUNDING)};
         std::size_t place = count++;
         for (; place > 0 && open[place - 1].entry < found.entry; --place)
             open[place] = open[place - 1];

@@ -1,5 +1,6 @@
 #include "cairn/geometry/ray_tree.h"
 
+#include "cairn/geometry/lines.h"
 #include "cairn/geometry/polygon_ray.h"
 #include "cairn/math/snapping.h"
 
@@ -16,6 +17,7 @@ using Box = CN_RayBoxes::Box;
 
 constexpr double ROUNDING =
     1e-9; // of places, as a share of their size: what a turn into the world and back leaves, and more
+constexpr double NARROW = 4e-6;  // the same in single precision
 constexpr double GRAZING = 1e-5; // what of a ray runs along a plane's normal where rounding does not count
 
 /// Where the corner of a polygon is seen from along the normal, in the plane; not finite where there is no telling.
@@ -113,6 +115,9 @@ CN_RayTree::CN_RayTree(const CN_Mesh& mesh) : m_mesh(&mesh), m_boxes(reachesOf(m
                            number, static_cast<int>(m_sides.size()), 0, false});
         addSides(m_faces.back());
     }
+    m_bundles.reserve(m_boxes.getLeaves().size());
+    for (const CN_RayBoxes::Leaf& leaf : m_boxes.getLeaves())
+        addBundle(leaf);
 }
 
 /// Any plane that has all corners behind it tells of places that are outside: of a convex polygon these are all sides.
@@ -133,6 +138,28 @@ void CN_RayTree::addSides(Face& face) {
     face.isBoundedBySides = static_cast<std::size_t>(face.sides) == corners.size() && isPlain(*face.polygon);
 }
 
+void CN_RayTree::addBundle(const CN_RayBoxes::Leaf& leaf) {
+    const auto put = [](Bundle::Planes& planes, int place, const Vector& normal, double offset) {
+        for (int axis = 0; axis < 3; ++axis)
+            planes.normal[axis][place] = CN_toFloat(normal[axis]);
+        planes.offset[place] = CN_toFloat(offset);
+    };
+    Bundle bundle{};
+    for (int i = 0; i < leaf.count; ++i) {
+        const Face& face = m_faces[static_cast<std::size_t>(leaf.first + i)];
+        const Vector unit = face.normal.normalized();
+        put(bundle.faces, i, unit, unit.dot(face.point));
+        for (int side = 0; side < Bundle::SIDES; ++side)
+            if (side < face.sides) {
+                const Side& plane = m_sides[static_cast<std::size_t>(face.firstSide + side)];
+                put(bundle.sides[side], i, plane.normal, plane.offset);
+            } else {
+                put(bundle.sides[side], i, {}, std::numeric_limits<float>::max()); // which nothing lies in front of
+            }
+    }
+    m_bundles.push_back(bundle);
+}
+
 /// The nearest hit of one ray.
 class CN_RayTree::Search {
   public:
@@ -141,22 +168,49 @@ class CN_RayTree::Search {
           m_along(ray.local ? ray.direction : ray.direction * tree.m_mesh->getInvWorldRotation()),
           m_length(m_along.length()), m_unit(ray.direction.length()),
           m_slack(ROUNDING * (1 + maxAbsComponent(ray.origin) + maxAbsComponent(m_from))), m_point(point),
-          m_distance(distance) {}
+          m_distance(distance) {
+        for (int axis = 0; axis < 3; ++axis) {
+            m_narrowFrom[axis] = CN_toFloat(m_from[axis]);
+            m_narrowAlong[axis] = CN_toFloat(m_along[axis]);
+        }
+        m_narrowLength = CN_toFloat(m_length);
+        m_narrowSlack = CN_toFloat(NARROW * (m_tree.m_boxes.getSize() + maxAbsComponent(m_from)));
+    }
 
     CN_Polygon* run() {
         if (!m_from.isFinite() || !m_along.isFinite())
             return nullptr;
         updateReach();
-        m_tree.m_boxes.walk(m_from, m_along, m_reach, [this](std::size_t first, std::size_t last) {
-            for (std::size_t i = first; i < last; ++i)
-                look(m_tree.m_faces[i]);
-        });
+        m_tree.m_boxes.walk(m_from, m_along, m_reach, [this](std::size_t leaf) { visit(leaf); });
         return m_nearest ? m_nearest->polygon : nullptr;
     }
 
   private:
     void updateReach() { m_reach = (m_distance * (1 + ROUNDING) + m_slack) / m_unit; }
 
+    /// Looks at those faces of a leaf that single precision does not rule out.
+    void visit(std::size_t leaf) {
+        using Numbers = Bundle::Numbers;
+        const Bundle& bundle = m_tree.m_bundles[leaf];
+        const auto dot = [](const Numbers* a, const auto& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; };
+        const Numbers inverse = 1 / dot(bundle.faces.normal, m_narrowAlong);
+        const Numbers k = (bundle.faces.offset - dot(bundle.faces.normal, m_narrowFrom)) * inverse;
+        const Numbers slack = m_narrowSlack * (inverse < 0 ? -inverse : inverse); // of k
+        Numbers place[3];
+        for (int axis = 0; axis < 3; ++axis)
+            place[axis] = m_narrowFrom[axis] + m_narrowAlong[axis] * k;
+        Numbers depth = Numbers{} + std::numeric_limits<float>::max();
+        for (const Bundle::Planes& side : bundle.sides) {
+            const Numbers behind = side.offset - dot(side.normal, place);
+            depth = behind < depth ? behind : depth;
+        }
+        const auto isPassed =
+            (k < -slack) | (k > CN_toFloat(m_reach) + slack) | (depth < -(m_narrowSlack + slack * m_narrowLength));
+        const CN_RayBoxes::Leaf& faces = m_tree.m_boxes.getLeaves()[leaf];
+        for (int i = 0; i < faces.count; ++i)
+            if (!isPassed[i])
+                look(m_tree.m_faces[static_cast<std::size_t>(faces.first + i)]);
+    }
     void look(const Face& face) {
         const double side = (m_from - face.point).dot(face.normal), approach = m_along.dot(face.normal);
         if (!(std::fabs(approach) > face.leastApproach * m_length))
@@ -212,8 +266,9 @@ class CN_RayTree::Search {
     double m_slack;          ///< by which places on the ray may be off
     double m_reach = 0;      ///< what is farther is no nearer hit, in lengths of the direction
     const Face* m_nearest = nullptr;
-    Vector& m_point;    ///< the caller's
-    double& m_distance; ///< the caller's
+    float m_narrowFrom[3], m_narrowAlong[3], m_narrowLength, m_narrowSlack; ///< in single precision
+    Vector& m_point;                                                        ///< the caller's
+    double& m_distance;                                                     ///< the caller's
 };
 
 CN_Polygon* CN_RayTree::findNearest(Vector& point, double& distance, const Vector& origin, const Vector& direction,

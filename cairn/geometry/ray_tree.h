@@ -50,14 +50,26 @@ class CN_RayTree {
         Vector normal;
         double offset; ///< along the normal
     };
+    /// The planes of a leaf's faces and of up to as many of their sides, in single precision: what rays surely pass by is told
+    /// for all of them at once.
+    struct Bundle {
+        using Numbers = CN_RayBoxes::Numbers;
+        static constexpr int SIDES = 4;
+
+        struct Planes {
+            Numbers normal[3], offset; ///< unit, and along the normal
+        } faces, sides[SIDES];
+    };
     class Search;
 
     void addSides(Face& face);
+    void addBundle(const CN_RayBoxes::Leaf& leaf);
 
     const CN_Mesh* m_mesh;     ///< not owned
     std::vector<Face> m_faces; ///< by position in the boxes' order
     std::vector<Side> m_sides; ///< of all faces, one after the other
     CN_RayBoxes m_boxes;
+    std::vector<Bundle> m_bundles; ///< by leaf
 };
 
 } // namespace cairn

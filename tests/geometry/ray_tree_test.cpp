@@ -121,9 +121,10 @@ TEST(RayBoxes, TellEachBoxThatARayMeets) {
                 way = ray % 2 ? Vector(0, 0, -1) : Vector(1, 0, 0);
             const double reach = 30;
             std::vector<bool> isTold(boxes.size());
-            tree.walk(origin, way, reach, [&](std::size_t first, std::size_t last) {
-                for (; first < last; ++first)
-                    isTold[static_cast<std::size_t>(tree.getOrder()[first])] = true;
+            tree.walk(origin, way, reach, [&](std::size_t place) {
+                const CN_RayBoxes::Leaf leaf = tree.getLeaves()[place];
+                for (int i = leaf.first; i < leaf.first + leaf.count; ++i)
+                    isTold[static_cast<std::size_t>(tree.getOrder()[static_cast<std::size_t>(i)])] = true;
             });
             for (std::size_t i = 0; i < boxes.size(); ++i) {
                 // By points along the ray: coarse, but it misses no box of which a point is met.
