@@ -88,13 +88,14 @@ void addOutlines(bench::Report& report, int corners) {
 
 int main(int argc, char** argv) {
     using namespace cairn;
+    bench::keepFreedMemory();
     bench::Report report("split");
     for (const int n : bench::sizes({1000, 3162, 10000, 31623, 100000}, 3162))
         addScenes(report, n);
     for (const int corners : bench::sizes({4, 16, 64, 256, 1024, 4096}))
         addOutlines(report, corners);
-    report.limitRatio("outline", "cairn", 0.5, 0, 64);
-    report.limitRatio("outline", "cairn", 0.1, 256);
+    report.limitRatio("outline", "cairn", 0.25, 0, 256);
+    report.limitRatio("outline", "cairn", 0.06, 1024);
     report.limitGrowth("outline", "cairn", 1.2);
     for (const char* const scene : {"cut all", "cut few"})
         report.limitGrowth(scene, "cairn", 1.2);
