@@ -96,6 +96,7 @@
 #include "cairn/geometry/planar/triangulator.h"
 #include "cairn/geometry/planar_space_record.h"
 #include "cairn/geometry/polygon/polygon.h"
+#include "cairn/geometry/ray_tree.h"
 #include "cairn/geometry/triangle.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/geometry/vertex.h"

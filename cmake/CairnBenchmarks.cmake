@@ -72,3 +72,10 @@ if(meshoptimizer_FOUND)
     target_compile_definitions(bench_weld PRIVATE CAIRN_BENCH_WITH_MESHOPTIMIZER)
     target_link_libraries(bench_weld PRIVATE meshoptimizer::meshoptimizer)
 endif()
+
+# Rays stand beside Embree's.
+find_package(embree 3 QUIET)
+if(embree_FOUND)
+    target_compile_definitions(bench_ray PRIVATE CAIRN_BENCH_WITH_EMBREE)
+    target_link_libraries(bench_ray PRIVATE embree)
+endif()

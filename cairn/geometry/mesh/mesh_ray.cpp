@@ -1,4 +1,5 @@
 #include "cairn/geometry/mesh/mesh.h"
+#include "cairn/geometry/polygon_ray.h"
 
 namespace cairn {
 
@@ -8,20 +9,11 @@ bool CN_Mesh::intersectRay(Vector& point, double& distance, const Vector& origin
     double entry = 0;
     if (!isVisible() || !rayToBoundingVolume(&entry, origin, direction, local) || !(entry <= distance))
         return false;
+    const CN_PolygonRay ray{origin, direction, cull, local, filter};
     for (CN_Polygon& polygon : m_polygonList) {
         polygon.deSelect();
-        if (filter && filter(&polygon, polygon.getMaterial(), isDynamic()))
-            continue;
-        if (cull && !((local ? polygon.getNormal() : polygon.getWorldNormal()).dot(direction) < 0))
-            continue;
-        Vector hit;
-        if (!polygon.intersectPlane(hit, direction, origin, nullptr, local))
-            continue;
-        if (const double length = (hit - origin).length(); length <= distance && polygon.pointInPoly(hit, local)) {
-            distance = length;
+        if (ray.meets(polygon, point, distance))
             m_lastHitPolygon = &polygon;
-            point = hit;
-        }
     }
     return m_lastHitPolygon != nullptr;
 }

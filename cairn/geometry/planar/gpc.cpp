@@ -91,20 +91,6 @@ bool addPaths(ClipperLib::Clipper& clipper, Grid& grid, const gpc_polygon& opera
     return any;
 }
 
-/// The contour from its lowest corner on, the leftmost of those that are as low but for rounding, so that the start does
-/// not depend on how the areas were cut.
-void rotateToLowest(Contour& contour, double tolerance) {
-    double lowest = HUGE_VAL;
-    for (const gpc_vertex& corner : contour)
-        lowest = std::min(lowest, corner.y);
-    const auto isLow = [&](const gpc_vertex& corner) { return corner.y <= lowest + tolerance; };
-    auto first = std::find_if(contour.begin(), contour.end(), isLow);
-    for (auto it = first; it != contour.end(); ++it)
-        if (isLow(*it) && it->x < first->x - tolerance)
-            first = it;
-    std::rotate(contour.begin(), first, contour.end());
-}
-
 ClipperLib::ClipType typeOf(gpc_op operation) {
     switch (operation) {
     case GPC_DIFF:
@@ -124,12 +110,13 @@ struct Result {
     bool hole;
 };
 
-std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, const gpc_polygon& clip) {
-    constexpr double SAME = 1e-9; // of the extent: as low, as far left
+/// What an operation gives, and how far its operands reach.
+std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, const gpc_polygon& clip, double& extent) {
     std::vector<Result> results;
     Grid grid;
     if (!grid.fit(subject, clip))
         return results;
+    extent = grid.extent();
     ClipperLib::Clipper clipper;
     // Corners on straight lines are whose business it is that reads the contours.
     clipper.PreserveCollinear(true);
@@ -146,10 +133,33 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
         // Clipper's outlines run counter-clockwise, but for some of contours that run along themselves: the flag holds.
         if ((ClipperLib::Area(node->Contour) > 0) != result.hole)
             std::reverse(result.corners.begin(), result.corners.end());
-        rotateToLowest(result.corners, SAME * grid.extent());
         results.push_back(std::move(result));
     }
     return results;
+}
+
+/// Starts the contour at its lowest corner, the leftmost of those that are as low.
+void rotateToLowest(const gpc_vertex_list& contour, double tolerance) {
+    gpc_vertex *const begin = contour.vertex, *const end = contour.vertex + contour.num_vertices;
+    double lowest = HUGE_VAL;
+    for (const gpc_vertex* corner = begin; corner != end; ++corner)
+        lowest = std::min(lowest, corner->y);
+    gpc_vertex* first = end;
+    for (gpc_vertex* corner = begin; corner != end; ++corner)
+        if (corner->y <= lowest + tolerance && (first == end || corner->x < first->x - tolerance))
+            first = corner;
+    std::rotate(begin, first, end);
+}
+
+/// The highest corner of a contour, the leftmost of those that are as high.
+gpc_vertex topOf(const gpc_vertex_list& contour, double tolerance) {
+    gpc_vertex top{HUGE_VAL, -HUGE_VAL};
+    for (int i = 0; i < contour.num_vertices; ++i)
+        top.y = std::max(top.y, contour.vertex[i].y);
+    for (int i = 0; i < contour.num_vertices; ++i)
+        if (contour.vertex[i].y >= top.y - tolerance)
+            top.x = std::min(top.x, contour.vertex[i].x);
+    return top;
 }
 
 template <class T> T* grown(T* room, int count) {
@@ -178,6 +188,34 @@ void gpc_add_contour(gpc_polygon* polygon, const gpc_vertex_list* contour, int h
     ++polygon->num_contours;
 }
 
+void gpc_arrange(gpc_polygon* polygon, double tolerance) {
+    struct Place {
+        gpc_vertex_list contour;
+        int hole;
+        gpc_vertex top;
+    };
+    F_withFoundationExceptions([&] {
+        std::vector<Place> places;
+        for (int c = 0; c < polygon->num_contours; ++c) {
+            rotateToLowest(polygon->contour[c], tolerance);
+            places.push_back({polygon->contour[c], polygon->hole[c], topOf(polygon->contour[c], tolerance)});
+        }
+        std::stable_sort(places.begin(), places.end(),
+                         [](const Place& a, const Place& b) { return a.top.y > b.top.y; });
+        for (auto first = places.begin(); first != places.end();) {
+            auto last = first + 1;
+            while (last != places.end() && (last - 1)->top.y - last->top.y <= tolerance)
+                ++last;
+            std::stable_sort(first, last, [](const Place& a, const Place& b) { return a.top.x < b.top.x; });
+            first = last;
+        }
+        for (std::size_t c = 0; c < places.size(); ++c) {
+            polygon->contour[c] = places[c].contour;
+            polygon->hole[c] = places[c].hole;
+        }
+    });
+}
+
 void gpc_free_polygon(gpc_polygon* polygon) {
     for (int i = 0; i < polygon->num_contours; ++i)
         std::free(polygon->contour[i].vertex);
@@ -197,13 +235,17 @@ bool gpc_is_finite(const gpc_polygon* polygon) {
 }
 
 void gpc_polygon_clip(gpc_op operation, const gpc_polygon* subject, const gpc_polygon* clip, gpc_polygon* result) {
-    const std::vector<Result> areas = F_withFoundationExceptions([&] { return clipAreas(operation, *subject, *clip); });
+    constexpr double SAME = 1e-9; // of the extent: as low, as far left
+    double extent = 0;
+    const std::vector<Result> areas =
+        F_withFoundationExceptions([&] { return clipAreas(operation, *subject, *clip, extent); });
     gpc_free_polygon(result);
     for (const Result& area : areas) {
         Contour corners = area.corners;
         const gpc_vertex_list contour{static_cast<int>(corners.size()), corners.data()};
         gpc_add_contour(result, &contour, area.hole ? 1 : 0);
     }
+    gpc_arrange(result, SAME * extent);
 }
 
 } // namespace cairn

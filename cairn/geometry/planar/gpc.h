@@ -40,6 +40,11 @@ void gpc_add_contour(gpc_polygon* polygon, const gpc_vertex_list* contour, int h
 /// Takes all contours away.
 void gpc_free_polygon(gpc_polygon* polygon);
 
+/// Lets each contour start at its lowest corner, the leftmost of those as low, and brings the contours into order: that with
+/// the highest corner first, the leftmost of those as high. What differs by no more than the tolerance counts as equal. So
+/// order and start tell where the contours lie and not how they were made.
+void gpc_arrange(gpc_polygon* polygon, double tolerance);
+
 /// False where a corner is not finite.
 bool gpc_is_finite(const gpc_polygon* polygon);
 
@@ -47,7 +52,7 @@ bool gpc_is_finite(const gpc_polygon* polygon);
 /// changed otherwise.
 ///
 /// Outlines run clockwise (x right, y up) and holes, which are flagged, counter-clockwise. Contours may touch, but do not
-/// cross. Each starts at its lowest corner, the leftmost of equals. Corners that are corners of an operand have exactly its
+/// cross. They are as `gpc_arrange` leaves them. Corners that are corners of an operand have exactly its
 /// coordinates; others are within 1e-9 of the operands' extent. Contours of an operand without three corners count as
 /// nothing; an operand that is not finite makes the result empty.
 ///

@@ -88,9 +88,12 @@ class CN_2DPolygon {
     /// into one, a vertex on an edge splits it, corners on a straight line go. Holes hang on the smallest top-level loop that
     /// contains them; one that is in none has no parent.
     ///
+    /// True where the loops are the contours but for corners on straight lines, as each of these has three corners or more,
+    /// no two corners of any are nearer than the tolerance and none is on another's side.
+    ///
     /// Cost: near linear in corners where they lie as in levels. It adds up the corners in the box of each long slanted side,
     /// the square of the edges at a vertex, and for each hole the corners of the top-level loops whose box it lies in.
-    void createFrom(const gpc_polygon* polygon);
+    bool createFrom(const gpc_polygon* polygon);
     /// @}
 
     /// @name Writing polygons (polygon2d_output.cpp)

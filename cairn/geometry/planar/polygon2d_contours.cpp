@@ -14,14 +14,22 @@ class CN_2DPolygon::Contours {
   public:
     explicit Contours(CN_2DPolygon& polygon) : m_polygon(polygon) {}
 
-    void run(const gpc_polygon& contours) {
-        mergePoints(contours);
-        for (const CN_Side& side : CN_splitSides(m_polygon.m_vertices, m_sides, m_polygon.m_snapTolerance))
+    /// True where the loops are the contours.
+    bool run(const gpc_polygon& contours) {
+        const bool areApart = mergePoints(contours);
+        const std::vector<CN_Side> sides = CN_splitSides(m_polygon.m_vertices, m_sides, m_polygon.m_snapTolerance);
+        for (const CN_Side& side : sides)
             m_polygon.addEdge(side.from, side.to, nullptr)->setLassoID(side.contour);
-        removeOpposites();
-        walkLoops();
+        const bool areContours = areApart && sides.size() == m_sides.size();
+        if (areContours) {
+            takeContours();
+        } else {
+            removeOpposites();
+            walkLoops();
+        }
         m_polygon.removeRedundantVertices();
         m_polygon.hangHoles();
+        return areContours;
     }
 
   private:
@@ -31,9 +39,11 @@ class CN_2DPolygon::Contours {
         int fusedInto = -1; ///< the area that took this one in, -1 for none
     };
 
-    /// Points nearer than the tolerance become one vertex, and sides between them go.
-    void mergePoints(const gpc_polygon& contours) {
+    /// Points nearer than the tolerance become one vertex, and sides between them go. False where there are such points, or
+    /// contours of fewer than three.
+    bool mergePoints(const gpc_polygon& contours) {
         std::size_t count = 0;
+        bool areLoops = true;
         for (int c = 0; c < contours.num_contours; ++c)
             count += static_cast<std::size_t>(contours.contour[c].num_vertices);
         CN_PointMerger merger(m_polygon.m_vertices, m_polygon.m_snapTolerance, count);
@@ -41,6 +51,7 @@ class CN_2DPolygon::Contours {
             m_areas.push_back({contours.hole[c] != 0});
             std::vector<int> corners;
             const gpc_vertex_list& contour = contours.contour[c];
+            areLoops = areLoops && contour.num_vertices >= 3;
             for (int i = 0; i < contour.num_vertices; ++i)
                 corners.push_back(merger.add({contour.vertex[i].x, contour.vertex[i].y}));
             for (std::size_t i = 0; i < corners.size(); ++i)
@@ -49,6 +60,22 @@ class CN_2DPolygon::Contours {
         }
         m_polygon.m_numVertices = static_cast<int>(m_polygon.m_vertices.size());
         m_polygon.m_ref.assign(m_polygon.m_vertices.size(), -1);
+        return areLoops && m_polygon.m_vertices.size() == count;
+    }
+
+    /// Makes a loop of each contour: the edges are theirs, one after the other.
+    void takeContours() {
+        LassoContainer* lasso = nullptr;
+        int contour = -1;
+        for (const CN_2DEdge& edge : m_polygon.m_edges) {
+            if (edge.getLassoID() != contour) {
+                contour = edge.getLassoID();
+                lasso = &m_polygon.m_lassos.emplace();
+                lasso->isHole = m_areas[static_cast<std::size_t>(contour)].isHole ? 1 : 0;
+                lasso->lassoId = contour;
+            }
+            lasso->edges.emplace().set(edge.index(0), edge.index(1), &m_polygon, -1);
+        }
     }
 
     int areaOf(const CN_2DEdge& edge) {
@@ -177,9 +204,9 @@ class CN_2DPolygon::Contours {
     std::vector<Area> m_areas;    ///< contours, then what was fused of them
 };
 
-void CN_2DPolygon::createFrom(const gpc_polygon* polygon) {
+bool CN_2DPolygon::createFrom(const gpc_polygon* polygon) {
     clear();
-    Contours(*this).run(*polygon);
+    return Contours(*this).run(*polygon);
 }
 
 } // namespace cairn

@@ -3,6 +3,7 @@
 #include "cairn/geometry/exact_corners.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/planar/gpc.h"
+#include "cairn/geometry/planar/line_cut.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "cairn/geometry/plane_line.h"
 
@@ -54,7 +55,14 @@ class Cut {
             }
         return true;
     }
+    /// The sides without the clipper; false where that cannot be.
+    bool cut(const gpc_polygon& area, gpc_polygon& behind, gpc_polygon& front) const {
+        return CN_cutByLine(area, m_at, m_along, behind, front);
+    }
+    /// The sides of any area.
     void clip(const gpc_polygon& area, gpc_polygon& behind, gpc_polygon& front) const {
+        gpc_free_polygon(&behind);
+        gpc_free_polygon(&front);
         // A side that is far away has it all: a rectangle that reached to the line would only make the clipper's grid coarse.
         const gpc_polygon none;
         if (m_leftmost > CLIP_MARGIN) {
@@ -86,12 +94,27 @@ class Cut {
     double m_leftmost = std::numeric_limits<double>::infinity(), m_rightmost = -m_leftmost; ///< to the right of it
 };
 
+/// What the cut leaves on either side.
+struct Halves {
+    gpc_polygon behindArea, frontArea;
+    CN_2DPolygon behind, front;
+
+    Halves(CN_Polygon* source, const CN_Polygon::PlanarSpace& space)
+        : behind(source, SNAP_TOLERANCE, space), front(source, SNAP_TOLERANCE, space) {}
+
+    void make(const gpc_polygon& whole, const Cut& cut) {
+        // What comes near enough to itself to be merged may have been cut in another way by the clipper.
+        if (cut.cut(whole, behindArea, frontArea) && behind.createFrom(&behindArea) && front.createFrom(&frontArea))
+            return;
+        cut.clip(whole, behindArea, frontArea);
+        behind.createFrom(&behindArea);
+        front.createFrom(&frontArea);
+    }
+};
+
 /// Makes the polygons of one side and appends them to `made`, and to the list unless it is null.
-void outputSide(CN_Polygon* source, const CN_Polygon::PlanarSpace& space, const gpc_polygon& area, CN_Mesh* mesh,
-                std::vector<CN_Polygon*>& made, std::vector<CN_Polygon*>* list) {
-    CN_2DPolygon planar(source, SNAP_TOLERANCE, space);
-    planar.createFrom(&area);
-    const std::vector<CN_Polygon*> pieces = planar.outputPolygons(mesh, false, true);
+void outputSide(CN_2DPolygon& side, CN_Mesh* mesh, std::vector<CN_Polygon*>& made, std::vector<CN_Polygon*>* list) {
+    const std::vector<CN_Polygon*> pieces = side.outputPolygons(mesh, false, true);
     made.insert(made.end(), pieces.begin(), pieces.end());
     if (list)
         list->insert(list->end(), pieces.begin(), pieces.end());
@@ -143,12 +166,12 @@ void CN_Polygon::split(const M_Plane3Template<double>& plane, CN_Mesh* mesh, std
     Cut cut(space.toUV(line.point), along * (1 / along.length()));
     if (!cut.measure(whole))
         refuse("the plane is too far away");
-    gpc_polygon behind, front;
+    Halves halves(this, space);
     if (whole.num_contours > 0)
-        cut.clip(whole, behind, front);
+        halves.make(whole, cut);
     bool keepsBehind = true, keepsFront = true;
     if (checkExtents) {
-        const double inside = extentOf(behind), outside = extentOf(front);
+        const double inside = extentOf(halves.behindArea), outside = extentOf(halves.frontArea);
         keepsBehind = inside >= LEAST_EXTENT;
         keepsFront = outside >= LEAST_EXTENT;
         if (!keepsBehind || !keepsFront)
@@ -157,9 +180,9 @@ void CN_Polygon::split(const M_Plane3Template<double>& plane, CN_Mesh* mesh, std
     std::vector<CN_Polygon*> made;
     const int before = mesh->getVertexList().count();
     if (keepsBehind)
-        outputSide(this, space, behind, mesh, made, behindList);
+        outputSide(halves.behind, mesh, made, behindList);
     if (keepsFront)
-        outputSide(this, space, front, mesh, made, frontList);
+        outputSide(halves.front, mesh, made, frontList);
     CN_ExactCorners exact;
     exact.addCorners(*this);
     exact.addCrossings(*this, {normal, plane.getPoint()});
