@@ -46,12 +46,13 @@ void addScenes(bench::Report& report, int n) {
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     using namespace cairn;
-    bench::Report report("split");
     for (const int n : bench::sizes({1000, 3162, 10000, 31623, 100000}, 3162))
         addScenes(report, n);
     for (const char* const scene : {"cut all", "cut few"})
         report.limitGrowth(scene, "cairn", 1.2);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("split", "All polygons of a mesh cut by one plane, by their number: all cross it, or few do.", measure);
