@@ -17,6 +17,7 @@ namespace {
 using namespace cairn;
 
 constexpr const char* COPY = "memcpy of the file";
+constexpr const char* READ = "plain read";
 
 /// A level that is open, and its file.
 struct Rooms {
@@ -64,24 +65,37 @@ void addLoads(bench::Report& report, int n, const std::shared_ptr<Rooms>& rooms)
     });
 }
 
+/// The work, and a plain read of the same level where there is one, with which the work ends alike.
+void addWork(bench::Report& report, int n, const std::shared_ptr<Rooms>& rooms, const bench::LevelWork& work) {
+    report.add(work.name, "cairn", n, [rooms, run = work.run] { return run(rooms->level); });
+    if (work.read)
+        report.addTimed(work.name, READ, n, [rooms, work](bench::Watch& watch) {
+            benchmark::DoNotOptimize(watch.timed([&] { return work.read(rooms->level); }));
+            return work.run(rooms->level);
+        });
+}
+
 } // namespace
 
 static void measure(bench::Report& report) {
     bench::keepFreedMemory();
-    report.peers({COPY});
+    report.peers({COPY, READ});
     report.repeat(5);
     for (const int n : bench::sizes({10, 100, 1000, 10000}, 100)) {
         const auto rooms = std::make_shared<Rooms>(n);
         addLoads(report, n, rooms);
         report.add("generate", "cairn", n, [n] { return bench::generateRooms(n)->getLevel()->getChildren().size(); });
         for (const bench::LevelWork& work : bench::levelWorks())
-            report.add(work.name, "cairn", n, [rooms, run = work.run] { return run(rooms->level); });
+            addWork(report, n, rooms, work);
     }
     constexpr double GROWTH = 1.1;
     for (const char* const work : {"load", "load after one is destroyed", "destroy", "generate"})
         report.limitGrowth(work, "cairn", GROWTH);
     for (const bench::LevelWork& work : bench::levelWorks())
-        report.limitGrowth(work.name, "cairn", GROWTH);
+        if (work.read)
+            report.limitGrowthBeside(READ, work.name, "cairn", GROWTH);
+        else
+            report.limitGrowth(work.name, "cairn", GROWTH);
     report.limitRatio("load after one is destroyed", "cairn", 2);
 }
 

@@ -167,7 +167,8 @@ static void measure(cairn::bench::Report& report) {
     for (const char* const scene : {"hanging blocks", "standing blocks", "stair", "ring"})
         report.limitRatio(scene, "cairn", 0.25, 1000);
     for (const char* const scene : {"standing blocks", "stair", "ring"})
-        report.reason(scene, "cairn", "most of the room touches the wall: it moves, is looked at and is triangulated anew");
+        report.reason(scene, "cairn",
+                      "most of the room touches the wall: it moves, is looked at and is triangulated anew");
 }
 
 static const cairn::bench::Scene

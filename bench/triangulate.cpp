@@ -276,7 +276,8 @@ static void measure(cairn::bench::Report& report) {
         report.limitGrowthTo("Triangle, bare", scene, "cairn");
         for (const char* const peer : {"CGAL", "GEOS"})
             report.limitRatioTo(peer, scene, "cairn", 1, std::string_view(scene) == "holes" ? 16 : 64);
-        report.reason(scene, "cairn", "nearly all of the time is Triangle's, which is slower than the peer there, bare, too");
+        report.reason(scene, "cairn",
+                      "nearly all of the time is Triangle's, which is slower than the peer there, bare, too");
     }
 }
 

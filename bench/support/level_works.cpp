@@ -2,12 +2,16 @@
 
 #include "cairn/document/level_file.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/entities/mesh_entity.h"
 #include "cairn/fsm/change_manager.h"
+#include "cairn/fsm/fsm.h"
 #include "host/export_gltf.h"
 #include "host/export_machines.h"
 #include "host/export_obj.h"
 #include "host/generate_level.h"
 #include "host/problems.h"
+
+#include <cmath>
 
 namespace cairn::bench {
 
@@ -88,15 +92,58 @@ double exportScript(host::OpenedLevel& level) {
     return static_cast<double>(host::makeScript(*level.document, {}).text.size());
 }
 
+template <class Visit> void forEachEntity(const host::OpenedLevel& level, Visit&& visit) {
+    CN_ConstPreIterator it = level.document->getLevel()->createConstIterator();
+    for (it.begin(); !it.end(); ++it)
+        visit(**it);
+}
+
+std::size_t last(const istring& text) { return text.empty() ? 0 : static_cast<unsigned char>(text.back()); }
+
+/// What an update reads: all texts of a message, and its target's name.
+std::size_t readMachines(const host::OpenedLevel& level) {
+    std::size_t sum = 0;
+    forEachEntity(level, [&sum](const CN_LevelEntity& entity) {
+        if (const E_FSM* const machine = entity.getFSM())
+            machine->forEachMessage([&sum](const E_FSM::Message& message) {
+                sum += last(message.m_text) + last(message.m_targetName) + last(message.m_targetPath);
+                for (const istring& argument : message.m_arguments)
+                    sum += last(argument);
+                if (message.m_target)
+                    sum += last(message.m_target->getQualifiedName());
+            });
+    });
+    return sum;
+}
+
+/// What a save reads: a number of each vertex, polygon, edge and triangle, and the machines.
+std::size_t readAll(const host::OpenedLevel& level) {
+    double sum = 0;
+    forEachEntity(level, [&sum](const CN_LevelEntity& entity) {
+        const auto* const mesh = dynamic_cast<const CN_LevelEntityMesh*>(&entity);
+        if (!mesh)
+            return;
+        for (const CN_Vertex& vertex : mesh->getVertexList())
+            sum += vertex.local.x;
+        for (const CN_Polygon& polygon : mesh->getPolygonList()) {
+            sum += polygon.getNormal().x;
+            for (const CN_Edge& edge : polygon.getEdgeList())
+                sum += edge.index(0);
+            for (const CN_Triangle& triangle : polygon.getTriangleList()) {
+                sum += triangle.getVertices().front();
+                sum += triangle.getUV().empty() ? 0 : double{triangle.getUV().front().x};
+            }
+        }
+    });
+    return readMachines(level) + static_cast<std::size_t>(std::fabs(sum));
+}
+
 } // namespace
 
 const std::vector<LevelWork>& levelWorks() {
-    static const std::vector<LevelWork> WORKS = {{"save", save},
-                                                 {"check", check},
-                                                 {"update", update},
-                                                 {"export glTF", exportGltf},
-                                                 {"export OBJ", exportObj},
-                                                 {"export script", exportScript}};
+    static const std::vector<LevelWork> WORKS = {
+        {"save", save, readAll},     {"check", check},          {"update", update, readMachines},
+        {"export glTF", exportGltf}, {"export OBJ", exportObj}, {"export script", exportScript, readMachines}};
     return WORKS;
 }
 

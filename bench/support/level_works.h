@@ -24,6 +24,8 @@ host::OpenedLevel openLevel(const std::vector<unsigned char>& bytes);
 struct LevelWork {
     const char* name;
     std::function<double(host::OpenedLevel&)> run;
+    /// A plain read of the memory that `run` reads, in the same order; none where `run` does far more than read.
+    std::function<std::size_t(const host::OpenedLevel&)> read = nullptr;
 };
 /// Save, check, update after a rename, and the exports.
 const std::vector<LevelWork>& levelWorks();

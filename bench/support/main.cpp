@@ -42,7 +42,7 @@ std::string describeMachine() {
 #else
     const std::string compiler = fmt::format("g++ {}", __GNUC__);
 #endif
-    return fmt::format("{} of {}, {}", std::thread::hardware_concurrency(), processor, compiler);
+    return fmt::format("{} x {}, {}", std::thread::hardware_concurrency(), processor, compiler);
 }
 
 /// Runs a scene in this process and writes what it finds to standard output.
