@@ -75,12 +75,16 @@ void addScenes(bench::Report& report, int n) {
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     using namespace cairn;
-    bench::Report report("adjacency");
+    report.peers({"pair by pair"});
     for (const int n : bench::sizes({1000, 10000, 100000}, 1000))
         addScenes(report, n);
     for (const char* const scene : {"neighbours", "passages", "shared edges"})
         report.limitGrowth(scene, "cairn", 1.2);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE("adjacency",
+                                       "Shared edges, neighbours and passages of all polygons of a floor, by their "
+                                       "number; beside the question put to every pair.",
+                                       measure);

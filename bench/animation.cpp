@@ -47,8 +47,7 @@ template <class Ask> double sumOverTimes(const Ask& ask) {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    cairn::bench::Report report("animation");
+static void measure(cairn::bench::Report& report) {
     for (const int nodes : cairn::bench::sizes({2, 16, 128})) {
         const auto scene = std::make_shared<const Scene>(nodes);
         const auto graph = std::make_shared<const U_Graph>(scene->animation->getPositionGraph().sampled());
@@ -70,5 +69,9 @@ int main(int argc, char** argv) {
     }
     report.limitGrowth("1000 matrices", "getMatrixAt", 0.1);
     report.limitGrowth("1000 samples", "sampleLayers", 0.1);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE(
+    "animation",
+    "A thousand times of one mesh animation, as samples and as the curves they come from, by the number of its nodes.",
+    measure);

@@ -148,9 +148,9 @@ void addQueries(bench::Report& report, const std::string& scene, const Room& roo
 
 } // namespace
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     bench::keepFreedMemory();
-    bench::Report report("bsp");
+    report.peers({"as told", "CGAL"});
     for (const int size : bench::sizes({100, 1000, 10000, 100000})) {
         const int cells = size == 100 ? 3 : size == 1000 ? 8 : size == 10000 ? 25 : 79;
         const int bumps = size == 100 ? 7 : size == 1000 ? 22 : size == 10000 ? 70 : 223;
@@ -176,5 +176,10 @@ int main(int argc, char** argv) {
     report.limitGrowth("ball", "cairn", 2.1);
     for (const char* const scene : {"maze, inside", "bumpy room, inside"})
         report.limitRatioTo("CGAL", scene, "cairn", 0.12);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("bsp",
+          "The partition of space by a room's triangles, and what is inside of it: mazes have few planes, bumpy rooms "
+          "one a triangle, balls are as deep as they have triangles.",
+          measure);

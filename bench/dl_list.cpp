@@ -108,8 +108,8 @@ void addRows(cairn::bench::Report& report, const char* name, int n,
 
 } // namespace
 
-int main(int argc, char** argv) {
-    cairn::bench::Report report("dl_list");
+static void measure(cairn::bench::Report& report) {
+    report.peers({"std::vector", "std::list"});
     for (int n : cairn::bench::sizes({100, 1000, 10000, 100000, 1000000}, 10000)) {
         const auto indices = std::make_shared<const std::vector<int>>(randomIndices(n));
         addRows<std::vector<Vertex>>(report, "std::vector", n, indices);
@@ -121,5 +121,7 @@ int main(int argc, char** argv) {
     report.limitRatio("walk", "F_DLList", 2.5, 0, 10000);
     report.limitRatio("walk", "F_DLList", 10, 1000000, 1000000);
     report.limitRatio("remove a tenth, then index", "F_DLList", 4);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("dl_list", "Lists of 48-byte elements beside a std::vector and a std::list of the same.", measure);

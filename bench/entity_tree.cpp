@@ -112,9 +112,9 @@ void addNaming(bench::Report& report, int n) {
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     cairn::bench::keepFreedMemory();
-    cairn::bench::Report report("entity_tree");
+    report.peers({"memcpy of the entities"});
     for (const int n : cairn::bench::sizes({1000, 10000, 100000})) {
         cairn::addScenes(report, "flat", n, 1);
         cairn::addScenes(report, "chains", n, cairn::CHAIN);
@@ -125,5 +125,9 @@ int main(int argc, char** argv) {
     // No walk over the siblings: what grows is the cache's misses.
     for (const char* scene : {"add and remove", "hasChildNamed", "getNextUniqueName"})
         report.limitGrowth(scene, "cairn", 0.3);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE(
+    "entity_tree",
+    "Saving and loading the tree of entities, beside a copy of their bytes, and changing a node of many children.",
+    measure);

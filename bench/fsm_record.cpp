@@ -53,9 +53,8 @@ std::size_t save(const Machines& machines, F_MemoryFile& file) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     bench::keepFreedMemory();
-    bench::Report report("fsm_record");
     for (const int n : bench::sizes({1000, 10000, 100000})) {
         const std::shared_ptr<Machines> machines = makeMachines(n);
         F_MemoryFile file;
@@ -85,5 +84,8 @@ int main(int argc, char** argv) {
     }
     report.limitGrowth("save", "E_FSM", 1.1);
     report.limitGrowth("load", "E_FSM", 1.1);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("fsm_record",
+          "Saving and loading state machines by the number of their messages, beside a copy of the bytes.", measure);

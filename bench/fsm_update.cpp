@@ -235,11 +235,16 @@ void addMoveRows(bench::Report& report) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     bench::keepFreedMemory();
-    bench::Report report("fsm_update");
+    report.peers({"plain read", "walk of the siblings"});
     addScenes(report);
     addPathRows(report);
     addMoveRows(report);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("fsm_update",
+          "Keeping messages true through renames, loads and deletions, by their number, beside a plain read of the "
+          "same memory; paths beside siblings; names of what moves.",
+          measure);

@@ -93,8 +93,7 @@ void addDecoding(bench::Report& report, const std::string& scene, int side, I_Im
 
 } // namespace
 
-int main(int argc, char** argv) {
-    bench::Report report("image_decode");
+static void measure(cairn::bench::Report& report) {
     for (int side : bench::sizes({64, 1024})) {
         addDecoding(report, "TGA, 24 bits", side, I_Image::TGA, makeTga(side, 3, false));
         addDecoding(report, "TGA, 32 bits", side, I_Image::TGA, makeTga(side, 4, false));
@@ -104,5 +103,7 @@ int main(int argc, char** argv) {
     }
     for (const char* scene : {"TGA, 24 bits", "TGA, 32 bits", "TGA, 24 bits, runs", "TGA, 256 colours, runs", "JPEG"})
         report.limitRatio(scene, "I_Image", 1.15, 1024, 1024);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("image_decode", "Decoding square images beside the decoder underneath, by their side in pixels.", measure);

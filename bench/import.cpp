@@ -140,10 +140,9 @@ void addScenes(bench::Report& report, const std::string& scene, const std::strin
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
-    const cairn::host::Console console;
-    const cairn::host::LevelSession session(console, ""); // items and monsters need a content database
-    cairn::bench::Report report("import");
+static void measure(cairn::bench::Report& report) {
+    static const cairn::host::Console console;
+    static const cairn::host::LevelSession session(console, ""); // items and monsters need a content database
     for (const int n : cairn::bench::sizes({35, 350, 3500}, 350))
         cairn::addScenes(report, "grid", cairn::gridText(n));
     bool any = false;
@@ -157,5 +156,7 @@ int main(int argc, char** argv) {
     report.limitGrowth("grid", "whole", 1.1);
     if (any)
         report.limitGrowth("maps", "whole", 1.1);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("import", "A map's text to a level's bytes, by the number of its brushes, and the parts of that.", measure);

@@ -147,13 +147,16 @@ void addSampling(cairn::bench::Report& report, int n) {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    cairn::bench::Report report("lightmap");
+static void measure(cairn::bench::Report& report) {
     for (const int n : cairn::bench::sizes({64, 256}))
         addMapping(report, n);
     for (const int n : cairn::bench::sizes({100, 10000}))
         addSampling(report, n);
     report.limitRatio("map colours", "CN_LightmapCurve", 6.5); // two turns between colour spaces
     report.limitRatio("sample", "CN_VolumeLighting", 9);       // eight points of 25 bytes decoded
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE(
+    "lightmap",
+    "Showing stored light: n x n pixels to colours, and n samples of a grid of light, beside the bare arithmetic.",
+    measure);

@@ -79,8 +79,8 @@ int makeUnique(const Level& level) {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    cairn::bench::Report report("material_find");
+static void measure(cairn::bench::Report& report) {
+    report.peers({"walk"});
     constexpr int WALKED = 10000;
     const std::vector<int> sizes = cairn::bench::sizes({LEAST, 1000, 10000, 100000});
     for (const int n : sizes) {
@@ -94,5 +94,9 @@ int main(int argc, char** argv) {
     report.limitRatio("find", "CN_MaterialWrapper", 0.05, 1000, WALKED);
     report.limitGrowth("find", "CN_MaterialWrapper", GROWTH);
     report.limitGrowth("setUniqueName", "CN_MaterialsCategory", GROWTH);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("material_find",
+          "A thousand look-ups of materials among n, beside a walk over the list; a thousand taken names made unique.",
+          measure);

@@ -186,8 +186,7 @@ double loadDocument(const StoredDocument& stored) {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    cairn::bench::Report report("material_lists");
+static void measure(cairn::bench::Report& report) {
     for (const int n : cairn::bench::sizes({100, 1000, 10000, 100000})) {
         const std::shared_ptr<CN_TextureList> list = makeList(n);
         const auto questions = std::make_shared<std::vector<std::string>>(makeQuestions(n));
@@ -228,5 +227,8 @@ int main(int argc, char** argv) {
     report.limitRatio(whole, "CN_Document", 1.3);
     for (const char* each : {"get, 1,000 names", "add, make unique and remove 1,000"})
         report.limitGrowth(each, "CN_TextureList", 0.15); // caches grow cold, nothing more
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("material_lists",
+          "Textures of a document: look-ups among n, and loading them beside the decodes that it needs.", measure);

@@ -251,8 +251,8 @@ void addChunks(bench::Report& report, int n) {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    bench::Report report("memory_file");
+static void measure(cairn::bench::Report& report) {
+    report.peers({"cereal binary", "memcpy"});
     for (int n : bench::sizes({1000, 10000, 100000, 1000000})) {
         const auto shelf = std::make_shared<Shelf>(n);
         addSaving(report, n, shelf);
@@ -265,5 +265,9 @@ int main(int argc, char** argv) {
     report.limitRatio("save", "F_MemoryFile", 0.4, 1e6, 1e6);
     report.limitRatio("load", "F_MemoryFile", 0.4, 1e3, 1e6);
 #endif
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE("memory_file",
+                                       "Records of mixed fields, beside a binary archive of the same fields and a copy "
+                                       "of the bytes; many small chunks and their checksums.",
+                                       measure);

@@ -9,8 +9,6 @@
 #include "cairn/materials/material.h"
 #include "cairn/materials/materials_category.h"
 
-#include <fmt/format.h>
-
 #include <cmath>
 #include <memory>
 #include <string>
@@ -288,37 +286,40 @@ void addScenes(bench::Report& report, int n) {
 #endif
 }
 
-/// Prints what a loaded mesh takes, by the allocator's own count.
-void reportMemory(int n) {
+/// What a loaded mesh takes, by the allocator's own count, beside its record.
+void addMemory(bench::Report& report, int n) {
 #ifdef __GLIBC__
-    Shelf shelf(n);
-    CN_LevelEntityMesh loaded;
-    loaded.setDocument(&shelf.document);
-    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
-    F_MemoryFile file(shelf.file.getAddress(), shelf.file.getSize(), false);
-    loaded.loadEntitySpecificData(file);
-    const std::size_t taken = mallinfo2().uordblks + mallinfo2().hblkhd - before;
-    const auto polygons = static_cast<std::size_t>(loaded.getPolygonList().count());
-    fmt::print(
-        "memory of a loaded mesh of {} quads: {} bytes a polygon, of which {} are the polygon itself; its record has "
-        "{} bytes a polygon\n",
-        polygons, taken / polygons, sizeof(CN_Polygon), shelf.file.getSize() / polygons);
+    const auto shelf = std::make_shared<Shelf>(n);
+    report.addBytes("memory", "its record", n, [shelf] { return static_cast<double>(shelf->file.getSize()); });
+    report.addBytes("memory", "cairn", n, [shelf] {
+        CN_LevelEntityMesh loaded;
+        loaded.setDocument(&shelf->document);
+        F_MemoryFile file(shelf->file.getAddress(), shelf->file.getSize(), false);
+        const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+        loaded.loadEntitySpecificData(file);
+        const std::size_t after = mallinfo2().uordblks + mallinfo2().hblkhd;
+        loaded.updateMaterialRefCounts(false);
+        return static_cast<double>(after - before);
+    });
 #endif
 }
 
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     cairn::bench::keepFreedMemory();
-    cairn::bench::Report report("mesh_record");
+    report.peers({"cereal", "Assimp assbin", "Assimp glb", "its record"});
     for (const int n : cairn::bench::sizes({1000, 10000, 100000}))
         cairn::addScenes(report, n);
+    cairn::addMemory(report, 10000);
     report.limitRatio("save", "cairn", 0.5);
     report.limitRatio("load", "cairn", 2);
     for (const char* scene : {"save", "load"})
         report.limitGrowth(scene, "cairn", 1.1);
-    const int result = report.run(argc, argv);
-    cairn::reportMemory(10000);
-    return result;
 }
+
+static const cairn::bench::Scene SCENE("mesh_record",
+                                       "Saving and loading meshes by the number of their quads, beside a binary "
+                                       "archive of the same fields and files of the bare geometry.",
+                                       measure);

@@ -102,8 +102,8 @@ void addRows(cairn::bench::Report& report, const char* name, const std::shared_p
 
 } // namespace
 
-int main(int argc, char** argv) {
-    cairn::bench::Report report("names");
+static void measure(cairn::bench::Report& report) {
+    report.peers({"std::map", "std::unordered_map", "absl::flat_hash_map"});
     for (int n : cairn::bench::sizes({100, 1000, 10000, 100000})) {
         const auto input = std::make_shared<const Input>(n);
         addRows<Map>(report, "std::map", input);
@@ -115,5 +115,7 @@ int main(int argc, char** argv) {
     }
     report.limitRatio("look up", "F_NameIndex", 0.25, 1000, 10000);
     report.limitRatio("look up", "F_NameIndex", 0.1, 100000, 100000);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("names", "A thousand look-ups among n names without regard to case, beside maps and hash tables.", measure);

@@ -180,9 +180,9 @@ void addRoom(bench::Report& report, const std::string& name, const test::Facets&
 
 } // namespace
 
-int main(int argc, char** argv) {
+static void measure(bench::Report& report) {
     bench::keepFreedMemory();
-    bench::Report report("ray");
+    report.peers({"Embree"});
     // Otherwise what is next to an edge is met by no ray.
     CN_Polygon::s_dEdgeThickness = 1e-9;
     constexpr int ACROSS = 20;
@@ -210,5 +210,7 @@ int main(int argc, char** argv) {
         report.limitGrowth(std::string("bumpy room, ") + rays, "cairn", 0.5);
     }
     report.limitGrowth("maze, build", "cairn", 1.3);
-    return report.run(argc, argv);
 }
+
+static const bench::Scene
+    SCENE("ray", "Nearest hits of rays through a maze and a bumpy room, by the number of triangles.", measure);

@@ -108,13 +108,17 @@ void addScenes(bench::Report& report, int n) {
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     using namespace cairn;
     bench::keepFreedMemory();
-    bench::Report report("restructure");
+    report.peers({"pair by pair", "vertex by vertex, outlines alone"});
     for (const int n : bench::sizes({1000, 10000, 100000}, 1000))
         addScenes(report, n);
     for (const char* const scene : {"walk", "separate", "join", "connected"})
         report.limitGrowth(scene, "cairn", 1.2);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE("restructure",
+                                       "Meshes cut in two, joined and asked whether they are closed, by their "
+                                       "polygons; beside the question put to every pair.",
+                                       measure);

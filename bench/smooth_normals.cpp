@@ -69,13 +69,16 @@ void addScenes(bench::Report& report, int n) {
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     using namespace cairn;
-    bench::Report report("smooth_normals");
+    report.peers({"a map for each polygon"});
     for (const int n : bench::sizes({1000, 10000, 100000}, 1000))
         addScenes(report, n);
     constexpr double LINEAR = 1.1; // with the logarithm of the maps
     for (const char* const scene : {"flat", "groups of 100", "one group"})
         report.limitGrowth(scene, "shared", LINEAR);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("smooth_normals", "Shared normals of all corners of a floor, by its polygons; beside a map for each polygon.",
+          measure);

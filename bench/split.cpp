@@ -86,10 +86,9 @@ void addOutlines(bench::Report& report, int corners) {
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     using namespace cairn;
     bench::keepFreedMemory();
-    bench::Report report("split");
     for (const int n : bench::sizes({1000, 3162, 10000, 31623, 100000}, 3162))
         addScenes(report, n);
     for (const int corners : bench::sizes({4, 16, 64, 256, 1024, 4096}))
@@ -99,5 +98,7 @@ int main(int argc, char** argv) {
     report.limitGrowth("outline", "cairn", 1.2);
     for (const char* const scene : {"cut all", "cut few"})
         report.limitGrowth(scene, "cairn", 1.2);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene
+    SCENE("split", "All polygons of a mesh cut by one plane, by their number: all cross it, or few do.", measure);

@@ -76,14 +76,17 @@ void addScenes(bench::Report& report, const std::string& scene, int n, std::shar
 } // namespace
 } // namespace cairn
 
-int main(int argc, char** argv) {
+static void measure(cairn::bench::Report& report) {
     using namespace cairn;
-    bench::Report report("t_junctions");
     for (const int n : bench::sizes({1000, 3162, 10000, 31623, 100000}, 3162)) {
         addScenes(report, "brick wall", n, makeWall);
         addScenes(report, "kerb", n, makeKerb);
     }
     for (const char* const scene : {"brick wall", "kerb", "brick wall, neighbours", "kerb, neighbours"})
         report.limitGrowth(scene, "cairn", 1.2);
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE("t_junctions",
+                                       "T-junctions mended in a brick wall and along one edge of a kerb, by the number "
+                                       "of polygons, and what then touches.",
+                                       measure);

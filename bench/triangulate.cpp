@@ -257,8 +257,8 @@ void addScene(bench::Report& report, const std::string& scene, int n, const Shap
 
 } // namespace
 
-int main(int argc, char** argv) {
-    bench::Report report("triangulate");
+static void measure(cairn::bench::Report& report) {
+    report.peers({"Triangle, bare", "CGAL", "GEOS"});
     for (const int n : bench::sizes({4, 16, 64, 256, 1024, 4096}, 256)) {
         addScene(report, "star", n, star(n));
         addScene(report, "comb", n, comb(n));
@@ -276,6 +276,12 @@ int main(int argc, char** argv) {
         report.limitGrowthTo("Triangle, bare", scene, "cairn");
         for (const char* const peer : {"CGAL", "GEOS"})
             report.limitRatioTo(peer, scene, "cairn", 1, std::string_view(scene) == "holes" ? 16 : 64);
+        report.reason(scene, "cairn",
+                      "nearly all of the time is Triangle's, which is slower than the peer there, bare, too");
     }
-    return report.run(argc, argv);
 }
+
+static const cairn::bench::Scene SCENE("triangulate",
+                                       "One flat polygon to triangles, by its corners or holes, beside the bare call "
+                                       "underneath and two geometry libraries.",
+                                       measure);

@@ -171,8 +171,9 @@ void exportGeometry(CN_Document& document, const Format& format, const ExportOpt
     }
     if (scene.nodes.empty())
         refuseNothing(options.file);
+    const std::string exported = describe(scene, format);
     writeScene(scene, format, options, console);
-    tell(describe(scene, format), scene.losses, options.file, console);
+    tell(exported, scene.losses, options.file, console);
 }
 
 void exportMachines(CN_Document& document, const Format& format, const ExportOptions& options, Console& console) {

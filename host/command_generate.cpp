@@ -54,7 +54,8 @@ void addGenerateCommand(CLI::App& app, Command& chosen) {
     options->addContent(*command);
     options->addQuiet(*command);
     command->footer("The rooms are closed and stand on a grid: boxes, L-shaped rooms and rooms with a ramp, some with\n"
-                    "pillars, each with a light and some with a trigger.");
+                    "pillars, each with a light and some with a trigger, whose state machines\n"
+                    "speak to those behind the doors.");
     onChosen(*command, options, runGenerate, chosen);
 }
 

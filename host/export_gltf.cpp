@@ -22,7 +22,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <sstream>
+#include <ostream>
+#include <streambuf>
 #include <string_view>
 #include <unordered_map>
 
@@ -89,6 +90,26 @@ class Extent {
     std::vector<double> m_least, m_greatest;
 };
 
+/// Keeps what is written to it, with room for no more than that and a line's end: a string stream doubles its room.
+class TextBuffer : public std::streambuf {
+  public:
+    std::string take() { return std::move(m_text); }
+
+  private:
+    std::streamsize xsputn(const char* text, std::streamsize size) override {
+        m_text.reserve(m_text.size() + static_cast<std::size_t>(size) + 1);
+        m_text.append(text, static_cast<std::size_t>(size));
+        return size;
+    }
+    int_type overflow(int_type c) override {
+        if (!traits_type::eq_int_type(c, traits_type::eof()))
+            m_text += traits_type::to_char_type(c);
+        return traits_type::not_eof(c);
+    }
+
+    std::string m_text;
+};
+
 /// Turns a scene into tinygltf's model, and that into text.
 class GltfWriter {
   public:
@@ -96,8 +117,9 @@ class GltfWriter {
 
     std::string write(bool binary) {
         m_model.asset.generator = std::string("cairn ") + version();
-        for (const ExportNode& node : m_scene.nodes) {
+        for (ExportNode& node : m_scene.nodes) {
             addNode(node);
+            node.surfaces = {}; // the model has them, and what is made of that takes as much again
             Progress::count();
         }
         for (std::size_t i = 0; i < m_scene.nodes.size(); ++i)
@@ -112,9 +134,10 @@ class GltfWriter {
         m_model.scenes.push_back(scene);
         m_model.defaultScene = 0;
         layBuffer();
-        std::ostringstream text;
-        tinygltf::TinyGLTF().WriteGltfSceneToStream(&m_model, text, !binary, binary);
-        return std::move(text).str();
+        TextBuffer text;
+        std::ostream stream(&text);
+        tinygltf::TinyGLTF().WriteGltfSceneToStream(&m_model, stream, !binary, binary);
+        return text.take();
     }
 
   private:

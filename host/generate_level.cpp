@@ -11,6 +11,7 @@
 #include "host/console.h"
 #include "host/exit_link.h"
 #include "host/mesh_builder.h"
+#include "host/script_line.h"
 
 #include <fmt/format.h>
 
@@ -247,24 +248,31 @@ class LevelGenerator {
         int side = 1;
         while (side * side < rooms)
             ++side;
-        std::vector<Exits> exits;
+        std::vector<Room> made;
         for (int i = 0; i < rooms; ++i) {
-            exits.push_back(addRoom(i, {i % side * CELL, 0, i / side * CELL},
-                                    {i % side < side - 1 && i + 1 < rooms, i + side<rooms, i % side> 0, i >= side}));
+            made.push_back(addRoom(i, {i % side * CELL, 0, i / side * CELL},
+                                   {i % side < side - 1 && i + 1 < rooms, i + side<rooms, i % side> 0, i >= side}));
             const auto link = [&](Side back, int other, Side there, int number) {
-                const std::size_t own = static_cast<std::size_t>(i);
-                if (exits[own][back])
-                    linkExits(*exits[static_cast<std::size_t>(other)][there], *exits[own][back],
+                if (CN_Polygon* const exit = made.back().exits[back])
+                    linkExits(*made[static_cast<std::size_t>(other)].exits[there], *exit,
                               fmt::format("Door{}", number));
             };
             link(LEFT, i - 1, RIGHT, 2 * i);
             link(FRONT, i - side, BACK, 2 * i + 1);
             Progress::count();
         }
+        for (const Room& room : made)
+            addMachines(room);
         m_document.accessPlayer()->setPosition({1, 1, 1});
     }
 
   private:
+    /// What of a room others speak to.
+    struct Room {
+        CN_LevelEntity *light, *trigger; ///< no trigger: null
+        Exits exits;
+    };
+
     template <class Entity> Entity& add(CN_LevelEntity& parent, int kind, const std::string& name, const Vector& at) {
         std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, &m_document));
         auto* const entity = dynamic_cast<Entity*>(made.get());
@@ -276,7 +284,7 @@ class LevelGenerator {
         return *entity;
     }
 
-    Exits addRoom(int index, const Vector& corner, const std::array<bool, SIDES>& doors) {
+    Room addRoom(int index, const Vector& corner, const std::array<bool, SIDES>& doors) {
         // Mixed, not added: else the rooms of one seed would be the next ones of the seed before it.
         Chance chance(Chance(m_seed).next() ^ Chance(~static_cast<std::uint64_t>(index)).next());
         auto& room =
@@ -306,21 +314,62 @@ class LevelGenerator {
             builder.addRampRoom(width, depth, height, 7, 8, chance.length(1, 2) / 2, pillars);
         }
         builder.finish();
-        furnish(room, chance, height);
-        return builder.getExits();
+        Room made = furnish(room, chance, height);
+        made.exits = builder.getExits();
+        return made;
     }
 
-    void furnish(CN_LevelEntityMesh& room, Chance& chance, double height) {
+    Room furnish(CN_LevelEntityMesh& room, Chance& chance, double height) {
         auto& light = add<CN_LevelEntityDynPointlight>(room, CN_KIND_DYN_POINTLIGHT, "Light", {1.5, height - 1, 1.5});
         const auto channel = [&] { return static_cast<unsigned char>(chance.number(128, 255)); };
         const unsigned char red = channel(), green = channel(), blue = channel();
         light.setColor({red, green, blue});
         light.setFalloff(static_cast<float>(chance.number(8, 16)));
         if (chance.number(0, 3) != 0)
-            return;
+            return {&light, nullptr, {}};
         auto& trigger = add<CN_LevelEntityTrigger>(room, CN_KIND_TRIGGER, "Trigger", {2, 1, chance.length(1, 2)});
         trigger.setPlayerTrigger(true);
         trigger.setRadius(1);
+        return {&light, &trigger, {}};
+    }
+
+    /// A light that comes on dims those behind the doors. A trigger lights its room and opens the doors, once, until the light
+    /// dims.
+    static void addMachines(const Room& room) {
+        std::vector<const CN_Polygon*> doors;
+        std::copy_if(room.exits.begin(), room.exits.end(), std::back_inserter(doors),
+                     [](const CN_Polygon* exit) { return exit; });
+        E_FSM& light = addMachine(*room.light, "lit");
+        for (const CN_Polygon* const door : doors)
+            send(light, light.createMessageHandler("FSM_Switch(lit)").m_sendAfter,
+                 fmt::format("{}::Light->FSM_Switch(dim);", view(door->getExitDestinationMesh()->getQualifiedName())));
+        if (!doors.empty()) // else nobody dims it
+            light.addState("dim");
+        if (!room.trigger)
+            return;
+        E_FSM& trigger = addMachine(*room.trigger, "waiting");
+        trigger.addState("passed");
+        E_FSM::MessageHandler& activate = trigger.createMessageHandler("T_Activate");
+        E_FSM::MessageList& first = activate.m_sendOnState["waiting"];
+        send(trigger, first, "parent::Light->FSM_Switch(lit);");
+        for (const CN_Polygon* const door : doors)
+            send(trigger, first, fmt::format("parent->EnableExit(1, {});", view(door->getExitName())));
+        send(trigger, activate.m_sendAfter, "this->FSM_Switch(passed);");
+        if (!doors.empty())
+            send(light, light.createMessageHandler("FSM_Switch(dim)").m_sendBefore,
+                 "parent::Trigger->FSM_Switch(waiting);");
+    }
+
+    /// The entity's machine, made where it has none, with a state, its default one.
+    static E_FSM& addMachine(CN_LevelEntity& entity, const istring& state) {
+        if (!entity.hasFSM())
+            entity.createFSM();
+        entity.accessFSM()->addState(state);
+        return *entity.accessFSM();
+    }
+
+    static void send(E_FSM& machine, E_FSM::MessageList& messages, const std::string& line) {
+        messages.push_back(readScriptLine(line, machine, nullptr));
     }
 
     CN_Document& m_document;

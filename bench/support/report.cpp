@@ -53,18 +53,8 @@ bool sameWitness(double a, double b) {
     return std::abs(a - b) <= TOLERANCE * std::max({1.0, std::abs(a), std::abs(b)});
 }
 
-std::string timeText(double nanoseconds) {
-    if (nanoseconds < 1e3)
-        return fmt::format("{:.1f} ns", nanoseconds);
-    if (nanoseconds < 1e6)
-        return fmt::format("{:.2f} us", nanoseconds / 1e3);
-    return fmt::format("{:.2f} ms", nanoseconds / 1e6);
-}
-
-std::string sizeText(double n) { return fmt::format("{:.0f}", n); }
-
-std::string rowName(const std::string& scene, const std::string& contender, double n) {
-    return fmt::format("{}/{}/{}", scene, contender, sizeText(n));
+std::string rowName(const std::string& work, const std::string& contender, double n) {
+    return fmt::format("{}/{}/{:.0f}", work, contender, n);
 }
 
 } // namespace
@@ -128,44 +118,57 @@ class Report::Collector : public benchmark::BenchmarkReporter {
     }
 };
 
-Report::Report(std::string program) : m_program(std::move(program)) {}
-
-benchmark::internal::Benchmark* Report::addRow(const std::string& scene, const std::string& contender, double n,
+benchmark::internal::Benchmark* Report::addRow(const std::string& work, const std::string& contender, double n,
                                                std::function<void(benchmark::State&)> body) {
-    m_rows.push_back({scene, contender, rowName(scene, contender, n), n});
+    m_rows.push_back({work, contender, rowName(work, contender, n), n, "ns"});
     return benchmark::RegisterBenchmark(m_rows.back().name.c_str(), std::move(body));
 }
 
-void Report::limitRatio(const std::string& scene, const std::string& contender, double ratio, double from, double to) {
-    m_ratioLimits.push_back({scene, contender, ratio, from, to, ""});
+void Report::addBytes(const std::string& work, const std::string& contender, double n, std::function<double()> body) {
+    // A byte goes through as a nanosecond.
+    const auto run = [body](benchmark::State& state) {
+        for ([[maybe_unused]] auto iteration : state)
+            state.SetIterationTime(body() / 1e9);
+    };
+    addRow(work, contender, n, run)->UseManualTime()->Iterations(1)->Repetitions(1);
+    m_rows.back().unit = "bytes";
 }
 
-void Report::limitRatioTo(const std::string& peer, const std::string& scene, const std::string& contender, double ratio,
+void Report::limitRatio(const std::string& work, const std::string& contender, double ratio, double from, double to) {
+    m_ratioLimits.push_back({work, contender, ratio, from, to, ""});
+}
+
+void Report::limitRatioTo(const std::string& peer, const std::string& work, const std::string& contender, double ratio,
                           double from, double to) {
-    m_ratioLimits.push_back({scene, contender, ratio, from, to, peer});
+    m_ratioLimits.push_back({work, contender, ratio, from, to, peer});
 }
 
-void Report::limitGrowth(const std::string& scene, const std::string& contender, double exponent) {
-    m_growthLimits.push_back({scene, contender, exponent, ""});
+void Report::limitGrowth(const std::string& work, const std::string& contender, double exponent) {
+    m_growthLimits.push_back({work, contender, exponent, ""});
 }
 
-void Report::limitGrowthBeside(const std::string& peer, const std::string& scene, const std::string& contender,
+void Report::limitGrowthBeside(const std::string& peer, const std::string& work, const std::string& contender,
                                double exponent) {
-    m_growthLimits.push_back({scene, contender, exponent, peer});
+    m_growthLimits.push_back({work, contender, exponent, peer});
 }
 
-void Report::limitGrowthTo(const std::string& peer, const std::string& scene, const std::string& contender) {
-    m_growthLimits.push_back({scene, contender, 0, peer});
+void Report::limitGrowthTo(const std::string& peer, const std::string& work, const std::string& contender) {
+    m_growthLimits.push_back({work, contender, 0, peer});
+}
+
+void Report::reason(const std::string& work, const std::string& contender, std::string text) {
+    m_reasons.push_back({work, contender, std::move(text)});
 }
 
 namespace {
 
-/// Runs the registered benchmarks into a reporter; what the command line says comes after our defaults and wins.
-bool runInto(benchmark::BenchmarkReporter& reporter, int argc, char** argv) {
-    std::vector<std::string> words{argv[0], "--benchmark_enable_random_interleaving=true"};
-    words.push_back(quick() ? "--benchmark_repetitions=3" : "--benchmark_repetitions=9");
-    words.push_back(quick() ? "--benchmark_min_time=0.002" : "--benchmark_min_time=0.05");
-    words.insert(words.end(), argv + 1, argv + argc);
+/// Runs the registered benchmarks into a reporter; the options come after our defaults and win. False where one was not
+/// understood.
+bool runInto(benchmark::BenchmarkReporter& reporter, int repetitions, const std::vector<std::string>& options) {
+    std::vector<std::string> words{"cairn_bench", "--benchmark_enable_random_interleaving=true",
+                                   fmt::format("--benchmark_repetitions={}", quick() ? 1 : repetitions),
+                                   quick() ? "--benchmark_min_time=0.001" : "--benchmark_min_time=0.05"};
+    words.insert(words.end(), options.begin(), options.end());
     std::vector<char*> pointers;
     for (std::string& word : words)
         pointers.push_back(word.data());
@@ -180,97 +183,157 @@ bool runInto(benchmark::BenchmarkReporter& reporter, int argc, char** argv) {
 
 } // namespace
 
-std::vector<Report::Row> Report::rowsByScene() const {
-    std::vector<std::string> scenes;
-    for (const Row& row : m_rows)
-        if (std::find(scenes.begin(), scenes.end(), row.scene) == scenes.end())
-            scenes.push_back(row.scene);
-    std::vector<Row> rows;
-    for (const std::string& scene : scenes)
-        std::copy_if(m_rows.begin(), m_rows.end(), std::back_inserter(rows),
-                     [&](const Row& row) { return row.scene == scene; });
-    return rows;
-}
+/// Makes the lines of a report of what was measured.
+class Report::Findings {
+  public:
+    Findings(const Report& report, const Collector& collector) : m_report(report) {
+        for (const Row& row : report.m_rows)
+            if (const auto found = collector.results.find(row.name); found != collector.results.end())
+                m_measured.push_back({&row, &found->second, median(found->second.times)});
+    }
 
-int Report::run(int argc, char** argv) {
-    Collector collector;
-    if (!runInto(collector, argc, argv))
-        return 1;
+    std::vector<Line> lines() const {
+        std::vector<std::string> works;
+        for (const Measured& each : m_measured)
+            if (std::find(works.begin(), works.end(), each.row->work) == works.end())
+                works.push_back(each.row->work);
+        std::vector<Line> lines;
+        for (const std::string& work : works)
+            for (const Measured& ours : m_measured)
+                if (ours.row->work == work && isOurs(ours))
+                    addLines(ours, lines);
+        return lines;
+    }
 
-    bool differs = false;
-    int missed = 0, held = 0;
-    const auto verdict = [&](bool ok) {
-        ++(ok ? held : missed);
-        return ok ? "ok" : "MISSED";
+  private:
+    struct Measured {
+        const Row* row;
+        const Collector::Result* result;
+        double value; ///< the median
     };
 
-    fmt::print("# {}: median of the repetitions, ratio to the first contender of the same size\n", m_program);
-    std::map<std::pair<std::string, double>, const Collector::Result*> references;
-    std::map<std::pair<std::string, std::string>, std::vector<std::pair<double, double>>> growth;
-    std::vector<std::pair<std::string, std::string>> order;
-    for (const Row& row : rowsByScene()) {
-        const auto found = collector.results.find(row.name);
-        if (found == collector.results.end())
-            continue;
-        const Collector::Result& result = found->second;
-        const double time = median(result.times);
-        const Collector::Result& reference = *references.try_emplace({row.scene, row.n}, &result).first->second;
-        const double ratio = time / median(reference.times);
-        const auto [curve, isNew] = growth.try_emplace({row.scene, row.contender});
-        curve->second.emplace_back(row.n, time);
-        if (isNew)
-            order.emplace_back(row.scene, row.contender);
-
-        std::string line = fmt::format("{:<28} n={:<8} {:<32} {:>11} +-{:4.1f}%  {:7.3f}x", row.scene, sizeText(row.n),
-                                       row.contender, timeText(time), 100 * spread(result.times), ratio);
-        for (const RatioLimit& limit : m_ratioLimits) {
-            if (limit.scene != row.scene || limit.contender != row.contender || row.n < limit.from || row.n > limit.to)
-                continue;
-            if (limit.peer.empty()) {
-                line += fmt::format("  limit {:g}x: {:.2f}x {}", limit.ratio, ratio, verdict(ratio <= limit.ratio));
-                continue;
-            }
-            const auto peer = collector.results.find(rowName(limit.scene, limit.peer, row.n));
-            if (peer == collector.results.end())
-                continue;
-            const double toPeer = time / median(peer->second.times);
-            line += fmt::format("  limit {:g}x of {}: {:.2f}x {}", limit.ratio, limit.peer, toPeer,
-                                verdict(toPeer <= limit.ratio));
-        }
-        if (result.witness && reference.witness && !sameWitness(*result.witness, *reference.witness)) {
-            differs = true;
-            line += fmt::format("  DIFFERS {:.9g} != {:.9g}", *result.witness, *reference.witness);
-        }
-        fmt::print("{}\n", line);
+    /// The one of a work and size that was added first.
+    const Measured& referenceOf(const Row& row) const {
+        return *std::find_if(m_measured.begin(), m_measured.end(), [&row](const Measured& other) {
+            return other.row->work == row.work && other.row->n == row.n;
+        });
+    }
+    const Measured* find(const std::string& work, const std::string& contender, double n) const {
+        const auto found = std::find_if(m_measured.begin(), m_measured.end(), [&](const Measured& other) {
+            return other.row->work == work && other.row->contender == contender && other.row->n == n;
+        });
+        return found == m_measured.end() ? nullptr : &*found;
     }
 
-    fmt::print("\n# growth: exponent e in time ~ n^e\n");
-    for (const auto& key : order) {
-        const auto& curve = growth[key];
+    bool isNamedPeer(const std::string& contender) const {
+        return std::find(m_report.m_peers.begin(), m_report.m_peers.end(), contender) != m_report.m_peers.end();
+    }
+    /// The reference of a work that others do, too, where none are named.
+    bool isPeer(const Measured& measured) const {
+        if (!m_report.m_peers.empty())
+            return isNamedPeer(measured.row->contender);
+        const auto isOther = [&measured](const Measured& other) {
+            return other.row->work == measured.row->work && other.row->contender != measured.row->contender;
+        };
+        const auto first = std::find_if(m_measured.begin(), m_measured.end(), [&measured](const Measured& other) {
+            return other.row->work == measured.row->work;
+        });
+        return first->row->contender == measured.row->contender &&
+               std::any_of(m_measured.begin(), m_measured.end(), isOther);
+    }
+    bool isOurs(const Measured& measured) const { return !isPeer(measured); }
+
+    const RatioLimit* findLimit(const Measured& ours, const Measured& other) const {
+        const Row& row = *ours.row;
+        for (const RatioLimit& limit : m_report.m_ratioLimits) {
+            const std::string& peer = limit.peer.empty() ? referenceOf(row).row->contender : limit.peer;
+            if (limit.work == row.work && limit.contender == row.contender && peer == other.row->contender &&
+                row.n >= limit.from && row.n <= limit.to)
+                return &limit;
+        }
+        return nullptr;
+    }
+
+    std::string reasonOf(const Row& row) const {
+        for (const Reason& reason : m_report.m_reasons)
+            if (reason.work == row.work && reason.contender == row.contender)
+                return reason.text;
+        return "";
+    }
+
+    /// A line for each peer of the same work and size, and for what a limit is about; one without where there is none.
+    void addLines(const Measured& ours, std::vector<Line>& lines) const {
+        const Row& row = *ours.row;
+        Line line{row.work, row.n, row.unit, row.contender, ours.value, spread(ours.result->times), "",
+                  0,        0,     {},       false,         {}};
+        if (isLargest(row))
+            line.growth = findGrowth(row);
+        const std::size_t before = lines.size();
+        for (const Measured& other : m_measured) {
+            if (other.row->work != row.work || other.row->n != row.n || other.row == &row)
+                continue;
+            const RatioLimit* const limit = findLimit(ours, other);
+            if (!limit && !isPeer(other))
+                continue;
+            Line beside = line;
+            beside.peer = other.row->contender;
+            beside.peerValue = other.value;
+            beside.ratio = ours.value / other.value;
+            if (limit)
+                beside.bound = Bound{beside.ratio, limit->ratio, "", reasonOf(row)};
+            beside.differs = ours.result->witness && other.result->witness &&
+                             !sameWitness(*ours.result->witness, *other.result->witness);
+            lines.push_back(std::move(beside));
+            line.growth.reset();
+        }
+        if (lines.size() == before)
+            lines.push_back(std::move(line));
+    }
+
+    bool isLargest(const Row& row) const {
+        return std::none_of(m_measured.begin(), m_measured.end(), [&row](const Measured& other) {
+            return other.row->work == row.work && other.row->contender == row.contender && other.row->n > row.n;
+        });
+    }
+
+    std::vector<std::pair<double, double>> curveOf(const std::string& work, const std::string& contender) const {
+        std::vector<std::pair<double, double>> curve;
+        for (const Measured& each : m_measured)
+            if (each.row->work == work && each.row->contender == contender)
+                curve.emplace_back(each.row->n, each.value);
+        return curve;
+    }
+
+    std::optional<Growth> findGrowth(const Row& row) const {
+        const auto curve = curveOf(row.work, row.contender);
         if (curve.size() < 2)
-            continue;
-        const double exponent = growthExponent(curve);
-        std::string line = fmt::format("{:<28} {:<32} e = {:.2f}  (n {}..{})", key.first, key.second, exponent,
-                                       sizeText(curve.front().first), sizeText(curve.back().first));
-        for (const GrowthLimit& limit : m_growthLimits) {
-            if (limit.scene != key.first || limit.contender != key.second)
+            return std::nullopt;
+        Growth growth{growthExponent(curve), {}};
+        for (const GrowthLimit& limit : m_report.m_growthLimits) {
+            if (limit.work != row.work || limit.contender != row.contender)
                 continue;
             if (limit.peer.empty()) {
-                line += fmt::format("  limit {:g}: {:.2f} {}", limit.exponent, exponent,
-                                    verdict(exponent <= limit.exponent));
-            } else if (const auto& peer = growth[{limit.scene, limit.peer}]; peer.size() == curve.size()) {
-                const double theirs = growthExponent(peer), beside = exponent - theirs + 1;
-                line += limit.exponent > 0
-                            ? fmt::format("  limit {:g} beside {} ({:.2f}): {:.2f} {}", limit.exponent, limit.peer,
-                                          theirs, beside, verdict(beside <= limit.exponent))
-                            : fmt::format("  limit {:.2f} of {}: {}", theirs, limit.peer, verdict(exponent <= theirs));
+                growth.bound = Bound{growth.exponent, limit.exponent, "", reasonOf(row)};
+            } else if (const auto peer = curveOf(row.work, limit.peer); peer.size() == curve.size()) {
+                const double theirs = growthExponent(peer);
+                growth.bound = limit.exponent > 0
+                                   ? Bound{growth.exponent - theirs + 1, limit.exponent, limit.peer, reasonOf(row)}
+                                   : Bound{growth.exponent, theirs, limit.peer, reasonOf(row)};
             }
         }
-        fmt::print("{}\n", line);
+        return growth;
     }
-    fmt::print("\n# limits: {} held, {} missed\n", held, missed);
-    const bool strict = isSet("CAIRN_BENCH_STRICT");
-    return collector.failed || differs || (strict && missed > 0) ? 1 : 0;
+
+    const Report& m_report;
+    std::vector<Measured> m_measured; ///< in the order of the rows
+};
+
+SceneResult Report::run(const std::vector<std::string>& options) {
+    Collector collector;
+    SceneResult result;
+    result.failed = !runInto(collector, m_repetitions, options) || collector.failed;
+    result.lines = Findings(*this, collector).lines();
+    return result;
 }
 
 } // namespace cairn::bench

@@ -1,6 +1,7 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/foundation/memory_file.h"
+#include "cairn/fsm/fsm.h"
 #include "cairn/geometry/validate.h"
 #include "host/exit_link.h"
 #include "host/generate_level.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 
 using namespace cairn;
 
@@ -60,6 +62,26 @@ TEST_F(LinkedRooms, KeepEveryPairOfExits) {
         for (const CN_Polygon* const exit : mesh ? mesh->getExitList() : std::vector<const CN_Polygon*>()) {
             ASSERT_TRUE(host::compareExits(*exit, *exit->getExitDestination()).matches()) << nameOf(*exit);
         }
+    }
+}
+
+TEST_F(LinkedRooms, SpeakToTheRoomsBehindTheirDoors) {
+    CN_Document loaded;
+    m_file.toRead();
+    loaded.load(m_file);
+    for (CN_LevelEntity* const child : loaded.accessLevel()->getChildren()) {
+        const auto* const room = dynamic_cast<CN_LevelEntityMesh*>(child);
+        if (!room)
+            continue;
+        std::multiset<istring> behind, spokenTo;
+        for (const CN_Polygon* const exit : room->getExitList())
+            behind.insert(exit->getExitDestinationMesh()->getQualifiedName() + "::Light");
+        child->mapNameToObject("Light", nullptr)->getFSM()->forEachMessage([&](const E_FSM::Message& message) {
+            ASSERT_TRUE(message.m_target) << view(message.m_text);
+            if (message.m_name == "FSM_Switch" && message.m_target->getParent() != child)
+                spokenTo.insert(message.m_target->getQualifiedName());
+        });
+        ASSERT_EQ(spokenTo, behind) << view(room->getQualifiedName());
     }
 }
 
