@@ -21,6 +21,7 @@
 #include "cairn/content/shared_db_items.h"
 #include "cairn/content/shared_db_writer.h"
 #include "cairn/document/camera.h"
+#include "cairn/document/change_scope.h"
 #include "cairn/document/document.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/host_interfaces.h"

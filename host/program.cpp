@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <new>
 #include <sstream>
+#include <string_view>
 
 namespace cairn::host {
 
@@ -118,9 +119,15 @@ ExitCode run(int argc, const char* const* argv, Console& console) {
     return code;
 }
 
-int complain(ExitCode code, const std::string& subject, const std::string& text) {
-    Console::complain(subject, text);
-    return static_cast<int>(code);
+/// Gives the exit code of a failure that is told. Where memory lacks for the words that is what is told.
+int complain(ExitCode code, std::string_view subject, std::string_view text) noexcept {
+    try {
+        Console::complain(subject, text);
+        return static_cast<int>(code);
+    } catch (const std::bad_alloc&) {
+        Console::complainOfMemory();
+        return static_cast<int>(ExitCode::INTERNAL);
+    }
 }
 
 } // namespace
