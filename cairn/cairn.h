@@ -75,6 +75,7 @@
 #include "cairn/foundation/checksum.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/file.h"
+#include "cairn/foundation/immortal.h"
 #include "cairn/foundation/memory_file.h"
 #include "cairn/foundation/script.h"
 #include "cairn/foundation/shared_string.h"

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
+#include <exception>
 #include <new>
 #include <sstream>
 #include <string_view>
@@ -130,7 +131,24 @@ int complain(ExitCode code, std::string_view subject, std::string_view text) noe
     }
 }
 
+std::terminate_handler s_usualEnd = nullptr; ///< of the language: tells of a fault of our own
+
+[[noreturn]] void endProgram() {
+    try {
+        if (std::current_exception())
+            throw;
+    } catch (const std::bad_alloc&) {
+        Console::complainOfMemory();
+        std::_Exit(static_cast<int>(ExitCode::INTERNAL));
+    } catch (...) {
+    }
+    s_usualEnd();
+    std::abort();
+}
+
 } // namespace
+
+void keepExitCodeWithoutMemory() { s_usualEnd = std::set_terminate(endProgram); }
 
 int runProgram(int argc, const char* const* argv) {
     prepareStandardStreams();

@@ -7,6 +7,7 @@
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/mesh_interface.h"
+#include "cairn/foundation/immortal.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/polygon/polygon.h"
@@ -30,8 +31,8 @@ constexpr std::size_t COMMON_ENTITY_BYTES = 256;
 
 /// The documents that are alive. Never destroyed: entities of static objects ask for it at the very end.
 std::unordered_set<const CN_Document*>& aliveDocuments() {
-    static auto& documents = *new std::unordered_set<const CN_Document*>;
-    return documents;
+    static F_Immortal<std::unordered_set<const CN_Document*>> documents;
+    return documents.get();
 }
 
 std::unique_ptr<CN_LevelEntity> createEntity(int kind, CN_Document* document) {

@@ -12,6 +12,7 @@
 #include "cairn/entities/for_each.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/visitors.h"
+#include "cairn/foundation/immortal.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/fsm/fsm.h"
 
@@ -23,8 +24,8 @@ namespace {
 
 /// Every entity there is. It is never destroyed: prototypes die at the very end of the process and sign off here.
 F_PointerSet<CN_LevelEntity>& liveEntities() {
-    static auto& entities = *new F_PointerSet<CN_LevelEntity>;
-    return entities;
+    static F_Immortal<F_PointerSet<CN_LevelEntity>> entities;
+    return entities.get();
 }
 
 /// The next process-unique number: the top bit set and never 0xFFFFFFFF, which stands for a dead entity.

@@ -93,6 +93,7 @@ class ProgramFaults : public testing::Test {
 
     void runAll(FaultChoice choice) {
         makeInputs();
+        // Those without a JSON document, whose destructor may end the process: see the tests of the program itself.
         const std::vector<std::string> commands[] = {
             {"new", "out"},
             {"save", "a.cairn", "-o", "out", "--content", "a.db"},
@@ -100,23 +101,12 @@ class ProgramFaults : public testing::Test {
             {"import", "a.map", "-o", "out"},
             {"import", "a.obj", "-o", "out"},
             {"export", "a.cairn", "-o", "out", "--format", "obj"},
-            {"export", "a.cairn", "-o", "out", "--format", "gltf"},
-            {"export", "a.cairn", "-o", "out", "--format", "glb"},
             {"export", "a.cairn", "-o", "out", "--format", "xml"},
             {"export", "a.cairn", "-o", "out", "--format", "script"},
             {"image", "a.png", "-o", "out", "--format", "png"},
             {"render", "a.cairn", "-o", "out.svg"},
             {"render", "a.cairn", "-o", "out.png", "--size", "32", "32"},
             {"thumbs", "a.cairn", "-o", "out.png"},
-            {"info", "a.cairn", "--json"},
-            {"check", "a.cairn", "--json"},
-            {"fsm", "a.cairn"},
-            {"where", "a.cairn", "1", "1", "1"},
-            {"rooms", "a.cairn"},
-            {"measure", "a.cairn"},
-            {"explain", "a.cairn", "::A"},
-            {"diff", "a.cairn", "new.cairn"},
-            {"recover", "a.cairn", "-o", "out"},
             {"content", "add", "a.db", "skin", "rat"},
         };
         const Files before = files();
@@ -133,8 +123,7 @@ class ProgramFaults : public testing::Test {
             Silence silence;
             restore();
             const int code = run(words);
-            if (code == 2) // no command of this program
-                continue;
+            ASSERT_EQ(code, 0);
             const Files after = files();
             all += forEachFault(
                 choice,

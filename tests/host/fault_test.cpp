@@ -168,6 +168,66 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
     EXPECT_GT(m_failures, 100);
 }
 
+/// Lets every `step`-th allocation fail, alone and with all behind it.
+class MemoryFault : public Fault {
+  protected:
+    void runAll(int step) {
+        if (!runStruck("info a.cairn", {"alloc", "+EIO"}, 1).hasStruck)
+            GTEST_SKIP() << "the program has the allocator of a sanitizer, which cannot be made to fail";
+        const char* const jobs[] = {
+            "new out.cairn",
+            "save a.cairn -o out.cairn --content empty.db",
+            "edit fresh.cairn -o out.cairn --script edit.txt",
+            "import wall.map -o out.cairn",
+            "export a.cairn -o out.glb",
+            "export a.cairn -o out.obj",
+            "image wall.png -o out.png",
+            "info a.cairn --json",
+            "tree a.cairn --json",
+            "check a.cairn --json",
+            "measure a.cairn",
+            "fsm a.cairn",
+            "rooms a.cairn",
+            "diff a.cairn fresh.cairn",
+            "content add empty.db skin rat",
+        };
+        const Files before = files();
+        int first = 1;
+        for (const char* const words : jobs) {
+            restore(before);
+            const ProgramRun whole = runInShell(words, "");
+            const Files after = files();
+            for (const char* const action : {"EIO", "+EIO"})
+                for (int number = ++first; number < MOST_ALLOCATIONS; number += step) {
+                    const auto told = fmt::format("{}: {} at allocation {}", words, action, number);
+                    restore(before);
+                    const FaultRun done = runStruck(words, {"alloc", action}, number);
+                    // It may do without.
+                    if (done.code == whole.code) {
+                        ASSERT_EQ(done.output, whole.output) << told;
+                        ASSERT_TRUE(files() == after) << told;
+                    } else {
+                        ASSERT_EQ(done.code, 5) << told << ": " << done.error;
+                        ASSERT_EQ(done.output, "") << told;
+                        ASSERT_EQ(std::count(done.error.begin(), done.error.end(), '\n'), 1) << told << done.error;
+                        ASSERT_TRUE(files() == before) << told;
+                    }
+                    if (!done.hasStruck)
+                        break;
+                    ++m_points;
+                }
+        }
+        fmt::print("{} points\n", m_points);
+    }
+
+  private:
+    static constexpr int MOST_ALLOCATIONS = 100000;
+};
+
+TEST_F(MemoryFault, EndsWithTheExitCodeForThat) { runAll(151); }
+
+TEST_F(MemoryFault, DISABLED_EndsWithTheExitCodeForThatAtManyPlaces) { runAll(5); }
+
 TEST_F(Fault, TakesInputFromPipesAndPutsOutputInPlaceOfFilesAlone) {
     const std::string level = read("a.cairn");
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
