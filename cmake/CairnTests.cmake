@@ -1,10 +1,12 @@
-# One test program for each library and one for the host: cairn_base_test, cairn_media_test, cairn_test, cairn_host_test.
+# One test program for each library and one for the host: cairn_base_test, cairn_media_test, cairn_test, cairn_host_test;
+# and one whose allocations fail: cairn_fault_test.
 
 find_package(GTest REQUIRED)
 find_package(rapidcheck REQUIRED)
 include(GoogleTest)
 
 file(GLOB_RECURSE _support CONFIGURE_DEPENDS tests/support/*.cpp)
+list(FILTER _support EXCLUDE REGEX "/fault_shim.cpp$")
 add_library(cairn_test_support STATIC ${_support})
 target_link_libraries(cairn_test_support PRIVATE cairn_warnings)
 target_link_libraries(cairn_test_support PUBLIC cairn::cairn fmt::fmt GTest::gmock rapidcheck rapidcheck_gtest)
@@ -30,6 +32,9 @@ list(FILTER _tests EXCLUDE REGEX "^tests/(support|data)/")
 set(_host_tests ${_tests})
 list(FILTER _host_tests INCLUDE REGEX "^tests/host/")
 list(FILTER _tests EXCLUDE REGEX "^tests/host/")
+set(_fault_tests ${_tests})
+list(FILTER _fault_tests INCLUDE REGEX "^tests/faults/")
+list(FILTER _tests EXCLUDE REGEX "^tests/faults/")
 cairn_split_by_library(_tests tests ${_tests})
 
 cairn_add_test(cairn_base_test ${_tests_base})
@@ -43,5 +48,19 @@ if(TARGET cairn_program)
         set_source_files_properties(tests/host/program_run.cpp PROPERTIES
             COMPILE_DEFINITIONS CAIRN_PROGRAM="$<TARGET_FILE:cairn_program>")
         add_dependencies(cairn_host_test cairn_program)
+        # Loaded ahead of the program, whose system calls it lets fail. No sanitizer looks into it: its functions run
+        # before their runtime is ready.
+        add_library(cairn_fault_shim MODULE tests/support/fault_shim.cpp)
+        target_compile_options(cairn_fault_shim PRIVATE -fno-sanitize=all)
+        target_link_options(cairn_fault_shim PRIVATE -fno-sanitize=all)
+        target_link_libraries(cairn_fault_shim PRIVATE cairn_warnings ${CMAKE_DL_LIBS})
+        target_compile_definitions(cairn_fault_shim PRIVATE $<$<BOOL:${CAIRN_SANITIZE}>:CAIRN_SHIM_LEAVES_MEMORY>)
+        set_source_files_properties(tests/host/fault_test.cpp PROPERTIES
+            COMPILE_DEFINITIONS CAIRN_FAULT_SHIM="$<TARGET_FILE:cairn_fault_shim>")
+        add_dependencies(cairn_host_test cairn_fault_shim)
+    endif()
+    cairn_add_test(cairn_fault_test ${_fault_tests})
+    if(TARGET cairn_fault_test)
+        target_link_libraries(cairn_fault_test PRIVATE cairn_host)
     endif()
 endif()

@@ -57,6 +57,8 @@ void runLine(Editor& editor, const EditLine& line, std::string_view subject, con
             console.note(subject, fmt::format("line {}: {}: {}", line.number, line.words.front(), told));
     } catch (const EditRefusal& refusal) {
         refuse(refusal.what());
+    } catch (F_MemoryException_Allocation*) {
+        throw;
     } catch (F_Exception* e) {
         const F_ExceptionGuard guard(e);
         refuse(toShownText(std::string_view(e->getErrorMessage())));

@@ -116,10 +116,10 @@ void writeFiles(const std::vector<ExportFile>& files, const std::string& output)
     const std::filesystem::path folder = std::filesystem::path(output).parent_path();
     for (std::size_t i = 0; i + 1 < files.size(); ++i)
         checkPlace(folder / files[i].name);
-    for (const ExportFile& file : files) {
-        const std::string place = &file == &files.back() ? output : (folder / file.name).string();
-        withFailure(ExitCode::OUTPUT, place, [&] { F_File::replace(place, file.bytes); });
-    }
+    std::vector<F_File::Replacement> replacements;
+    for (const ExportFile& file : files)
+        replacements.push_back({&file == &files.back() ? output : (folder / file.name).string(), file.bytes});
+    withFailure(ExitCode::OUTPUT, output, [&] { F_File::replaceAll(replacements); });
 }
 
 void writeFile(const std::string& bytes, const ExportOptions& options, Console& console) {

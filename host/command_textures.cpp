@@ -94,11 +94,10 @@ void extract(const CN_TextureList& textures, const std::vector<std::filesystem::
         throw Failure(ExitCode::OUTPUT, folder, error.message());
     for (const std::filesystem::path& place : places)
         checkPlace(place);
-    auto place = places.begin();
-    for (const CN_Texture& texture : textures.list()) {
-        withFailure(ExitCode::OUTPUT, place->string(), [&] { F_File::replace(place->string(), sourceOf(texture)); });
-        ++place;
-    }
+    std::vector<F_File::Replacement> files;
+    for (const CN_Texture& texture : textures.list())
+        files.push_back({places[files.size()].string(), sourceOf(texture)});
+    withFailure(ExitCode::OUTPUT, folder, [&] { F_File::replaceAll(files); });
 }
 
 Json describe(const CN_TextureList& textures) {

@@ -38,6 +38,9 @@ void addTexturesCommand(CLI::App& app, Command& chosen);
 void addThumbsCommand(CLI::App& app, Command& chosen);
 void addContentCommand(CLI::App& app, Command& chosen);
 
+/// For the start of the process: where a destructor has no memory that it needs, as those of JSON documents may, the process
+/// ends with the exit code and the line for that, not by a signal. Outputs are as they were then.
+void keepExitCodeWithoutMemory();
 /// Runs the program with the arguments of `main` and gives its exit code. Nothing is thrown.
 int runProgram(int argc, const char* const* argv);
 

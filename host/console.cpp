@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -88,8 +89,12 @@ Progress::Progress(const Console& console, std::string subject, const char* unit
 
 Progress::~Progress() {
     s_current = m_outer;
-    if (m_shownLength > 0)
-        writeError('\r' + std::string(m_shownLength, ' ') + '\r');
+    // Without memory to be had, as an exception may be on its way.
+    static_cast<void>(writeAll(STDERR_FILENO, m_shownLength > 0 ? "\r" : ""));
+    constexpr std::string_view BLANKS = "                ";
+    for (std::size_t left = m_shownLength; left > 0; left -= std::min(left, BLANKS.size()))
+        static_cast<void>(writeAll(STDERR_FILENO, BLANKS.substr(0, left)));
+    static_cast<void>(writeAll(STDERR_FILENO, m_shownLength > 0 ? "\r" : ""));
 }
 
 void Progress::advance(int step) {

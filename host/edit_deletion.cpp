@@ -1,5 +1,6 @@
 #include "host/edit_deletion.h"
 
+#include "cairn/document/change_scope.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/hierarchy_utils.h"
@@ -47,6 +48,7 @@ void Deletion::run() {
             gatherExits(*m_dying[i++]);
         else
             addWaysInto(m_exits[k++]);
+    const CN_ChangeScope change(&m_document);
     for (CN_Polygon* const exit : m_exits)
         closeExit(*exit);
     ForEach_FSMDeleteObject deleteMessages(m_isDying);

@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/portal.h"
 #include "cairn/entities/radiosity_light.h"
@@ -94,6 +95,38 @@ bool cuts(const Plane& plane, const CN_Polygon& polygon) {
     return behind && front;
 }
 
+/// The pieces behind and in front of the plane, at the end of the polygon's mesh; none where it does not part the polygon:
+/// it lies nearly along it, or a side is too thin.
+std::vector<CN_Polygon*> cut(CN_Polygon& polygon, const Plane& plane) {
+    CN_Mesh& mesh = *polygon.getParent();
+    const CN_ChangeScope change(mesh.getDocument());
+    std::vector<CN_Polygon*> made, front;
+    const int before = mesh.getPolygonList().count();
+    polygon.split(plane, &mesh, &made, &front, true);
+    if (made.empty() || front.empty()) {
+        while (mesh.getPolygonList().count() > before)
+            mesh.deletePolygon(mesh.accessPolygonList().last());
+        return {};
+    }
+    made.insert(made.end(), front.begin(), front.end());
+    return made;
+}
+
+/// The one polygon that two of a mesh make, at the mesh's end; none where they do not make one.
+std::vector<CN_Polygon*> unite(CN_Polygon& first, CN_Polygon& second) {
+    CN_Mesh& mesh = *first.getParent();
+    const CN_ChangeScope change(mesh.getDocument());
+    CN_Polygon* const carrier = mesh.addPolygon();
+    std::vector<CN_Polygon*> made = carrier->buildFrom(&first, &second);
+    mesh.deletePolygon(carrier);
+    if (made.size() != 1) {
+        for (CN_Polygon* const polygon : made)
+            mesh.deletePolygon(polygon);
+        made.clear();
+    }
+    return made;
+}
+
 /// The groups of either, in the order in which they stand below the mesh.
 std::vector<CN_LevelEntityPolygonGroup*> groupsOf(const CN_Polygon& a, const CN_Polygon& b) {
     std::vector<CN_LevelEntityPolygonGroup*> groups;
@@ -143,6 +176,7 @@ void editBox(Editor& editor, Words words) {
         if (!(size > CN_LEVEL_TOLERANCE))
             throw EditRefusal(fmt::format("a box of the size {:g} encloses nothing", size));
     auto& mesh = dynamic_cast<CN_LevelEntityMesh&>(editor.addEntity(CN_KIND_MESH, parent, words[1], least));
+    const CN_ChangeScope change(&editor.document());
     MeshBuilder builder(mesh);
     builder.addBox({}, sizes, facing == "in", requireWallMaterial(editor.document()));
     builder.finish();
@@ -159,15 +193,10 @@ void editSplit(Editor& editor, Words words) {
         throw EditRefusal(fmt::format("the plane does not cut \"{}\"", toShownText(words[0])));
     CN_Mesh& mesh = *polygon.getParent();
     SoundMesh sound(editor, mesh);
-    std::vector<CN_Polygon*> made, front;
-    const int before = mesh.getPolygonList().count();
-    polygon.split(plane, &mesh, &made, &front, true);
-    if (made.empty() || front.empty()) { // a plane nearly along the polygon, or a side that is too thin
-        while (mesh.getPolygonList().count() > before)
-            mesh.deletePolygon(mesh.accessPolygonList().last());
+    const std::vector<CN_Polygon*> made = cut(polygon, plane);
+    if (made.empty())
         throw EditRefusal(fmt::format("the plane does not cut \"{}\" in two", toShownText(words[0])));
-    }
-    made.insert(made.end(), front.begin(), front.end());
+    const CN_ChangeScope change(&editor.document());
     for (CN_LevelEntityPolygonGroup* const group : polygon.getGroups())
         for (CN_Polygon* const piece : made)
             group->addPolygon(piece);
@@ -182,14 +211,10 @@ void editUnify(Editor& editor, Words words) {
     checkUnifiable(first, second);
     CN_Mesh& mesh = *first.getParent();
     SoundMesh sound(editor, mesh);
-    CN_Polygon* const carrier = mesh.addPolygon();
-    const std::vector<CN_Polygon*> made = carrier->buildFrom(&first, &second);
-    mesh.deletePolygon(carrier);
-    if (made.size() != 1) {
-        for (CN_Polygon* const polygon : made)
-            mesh.deletePolygon(polygon);
+    const std::vector<CN_Polygon*> made = unite(first, second);
+    if (made.empty())
         throw EditRefusal("they do not make one polygon");
-    }
+    const CN_ChangeScope change(&editor.document());
     for (CN_LevelEntityPolygonGroup* const group : groupsOf(first, second)) {
         group->addPolygon(made.front());
         if (!group->isMember(&first) || !group->isMember(&second))
@@ -213,6 +238,7 @@ void editExit(Editor& editor, Words words) {
                                           toShownText(qualifiedName(*mesh))));
         mesh->handleOwnHierarchy();
     }
+    const CN_ChangeScope change(&editor.document());
     linkExits(*a, *b, words[2]);
     if (const ExitPair pair = compareExits(*a, *b); !pair.matches())
         editor.note("the exits do not meet: " + (pair.isAskew()   ? pair.angleText()
@@ -239,6 +265,7 @@ void editSmooth(Editor& editor, Words words) {
             throw EditRefusal(fmt::format("\"{}\" is no polygon of \"{}\"", toShownText(word), toShownText(words[0])));
     }
     CN_LevelEntityPolygonGroup& group = groupNamed(editor, *mesh, words[1]);
+    const CN_ChangeScope change(&editor.document());
     for (CN_Polygon* const polygon : members)
         group.addPolygon(polygon);
     group.setSmooth(true);

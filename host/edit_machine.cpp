@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/fsm/fsm.h"
 #include "cairn/fsm/walkers.h"
 #include "host/editor.h"
@@ -126,6 +127,7 @@ void editFsmRenameState(Editor& editor, Words words) {
     if (from != to && machine->hasState(to))
         throw EditRefusal(fmt::format("there is a state \"{}\" already", toShownText(words[2])));
     refuseTakenPlaces(*machine, from, to);
+    const CN_ChangeScope change(&editor.document());
     ForEach_FSMRenameStates rename(&entity, from, to);
     editor.root().forEachEntity(&rename);
 }

@@ -1,4 +1,5 @@
 #include "cairn/animation/keyframes.h"
+#include "cairn/document/change_scope.h"
 #include "cairn/entities/mesh_interface.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/open_edges.h"
@@ -116,6 +117,7 @@ void editLoft(Editor& editor, Words words) {
         throw EditRefusal(fmt::format("a prism of the height {:g} encloses nothing", distance));
     const Outline outline(words.subspan(3));
     auto& mesh = dynamic_cast<CN_Mesh&>(editor.addEntity(CN_KIND_MESH, parent, words[1], outline.corners[0]));
+    const CN_ChangeScope change(&editor.document()); // also where the prism is refused, which stands there then
     mesh.handleOwnHierarchy();
     mesh.loftPolygon(&draw(mesh, outline), distance);
     mesh.texturize(requireWallMaterial(editor.document()), true);
@@ -160,6 +162,7 @@ void editWeld(Editor& editor, Words words) {
     const double volume = CN_volume(sound.mesh());
     CString report;
     sound.mesh().temporaryCreateWeldGroupsAndWeldVertices(radius, radius, report);
+    const CN_ChangeScope change(&editor.document()); // also where what is left is refused
     sound.mesh().triangulizeAll(true);
     sound.finish();
     if (const double left = CN_volume(sound.mesh()); wasClosed && !(volume * left > 0))
@@ -215,6 +218,7 @@ void editTexture(Editor& editor, Words words) {
     if (!material)
         throw EditRefusal(
             fmt::format("no material is named \"{}\" in \"{}\"", toShownText(words[2]), toShownText(words[1])));
+    const CN_ChangeScope change(&editor.document());
     mesh.texturize(material, fit);
     refreshMesh(mesh);
 }
@@ -238,6 +242,7 @@ void editDynamic(Editor& editor, Words words) {
         throw EditRefusal(fmt::format("\"{}\" is neither on nor off", toShownText(words[1])));
     if (mesh->isDynamic() == (state == "on"))
         return;
+    const CN_ChangeScope change(&editor.document());
     if (state == "on")
         mesh->makeDynamic(false);
     else

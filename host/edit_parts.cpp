@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/document/document.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/portal.h"
@@ -220,6 +221,7 @@ void editJoin(Editor& editor, Words words) {
     const auto meeting = findMeetingExits(other);
     int place = mesh.getPolygonList().count();
     mesh.join(&other);
+    const CN_ChangeScope change(&editor.document());
     Successors successors;
     for (const CN_Polygon& polygon : other.getPolygonList())
         successors[&polygon] = &mesh.accessPolygonList()[place++];
@@ -252,6 +254,7 @@ void editSeparate(Editor& editor, Words words) {
     const std::vector<CN_Polygon*> first(reached.begin(), reached.end()), second(rest.begin(), rest.end());
     const auto meeting = findMeetingExits(mesh);
     const auto [near, far] = mesh.separate(&polygon, reached, rest, grid);
+    const CN_ChangeScope change(&editor.document());
     Successors successors;
     const auto succeed = [&successors](const std::vector<CN_Polygon*>& old, CN_Mesh& made) {
         for (std::size_t i = 0; i < old.size(); ++i)

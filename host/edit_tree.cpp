@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/name_validator.h"
 #include "cairn/document/selection.h"
@@ -90,6 +91,7 @@ CN_LevelEntity& Editor::addEntity(int kind, CN_LevelEntity& parent, const std::s
         throw EditRefusal(fmt::format("the name \"{}\" is taken there", toShownText(name)));
     CN_LevelEntity& entity = *made;
     giveName(entity, name);
+    const CN_ChangeScope change(&m_document);
     parent.addOwned(std::move(made), false);
     entity.setPosition(place);
     return entity;
@@ -111,6 +113,7 @@ void editRename(Editor& editor, Words words) {
     if (asciiEqualNoCase(old, words[1]) && old != words[1])
         entity.setName(CString(old + "_"), true); // or the library takes another case for the same name
     giveName(entity, words[1]);
+    const CN_ChangeScope change(&editor.document());
     if (entity.getEntityId() == CN_KIND_PORTAL)
         walk(editor, ForEach_FSMRenameExits(entity.getParent(), toIString(old), toIString(words[1])));
 }
@@ -155,6 +158,7 @@ void editSelect(Editor& editor, Words words) {
     for (const std::string& word : words)
         entities.push_back(&editor.entity(word));
     CN_Selection& selection = *editor.document().accessSelection();
+    const CN_ChangeScope change(&editor.document());
     selection.clear();
     for (CN_LevelEntity* const entity : entities)
         selection.add(entity);

@@ -1,5 +1,6 @@
 #include "host/editor.h"
 
+#include "cairn/document/change_scope.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/fsm/change_manager.h"
@@ -115,6 +116,7 @@ void Editor::run(std::span<const std::string> words) {
 }
 
 void Editor::finish() {
+    const CN_ChangeScope change(&m_document);
     CN_FSMChangeManager::setNameHasChanged(); // a message may be new and nothing else
     CN_FSMChangeManager::instance()->documentUpdatedNotification(nullptr);
 }

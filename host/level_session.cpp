@@ -19,25 +19,34 @@ std::vector<std::string> LevelSession::s_messages;
 LevelSession::LevelSession(const Console& console, const std::string& contentFile)
     : m_console(console), m_hasContent(!contentFile.empty()) {
     s_messages.clear();
-    replaceHandlers();
-    contentPath() = CString(contentFile);
-    CN_LevelFileLibrary::setSharedDBPathCallback(&LevelSession::contentPath);
-    if (!CN_SharedDB::createInstance()) {
-        const std::string reason = s_messages.empty() ? "cannot be opened" : s_messages.back();
-        const std::string details = "Details:\n";
-        const std::size_t at = reason.find(details);
-        restoreHandlers();
-        throw Failure(ExitCode::INPUT, contentFile,
-                      at == std::string::npos ? reason : reason.substr(at + details.size()));
+    try {
+        replaceHandlers();
+        openContent(contentFile);
+    } catch (...) {
+        close(); // nothing else does that for one that was not made whole
+        throw;
     }
     s_messages.clear();
 }
 
-LevelSession::~LevelSession() {
+void LevelSession::openContent(const std::string& contentFile) {
+    contentPath() = CString(contentFile);
+    CN_LevelFileLibrary::setSharedDBPathCallback(&LevelSession::contentPath);
+    if (CN_SharedDB::createInstance())
+        return;
+    const std::string reason = s_messages.empty() ? "cannot be opened" : s_messages.back();
+    const std::string details = "Details:\n";
+    const std::size_t at = reason.find(details);
+    throw Failure(ExitCode::INPUT, contentFile, at == std::string::npos ? reason : reason.substr(at + details.size()));
+}
+
+void LevelSession::close() {
     CN_SharedDB::deleteInstance();
     CN_LevelFileLibrary::setSharedDBPathCallback(nullptr);
     restoreHandlers();
 }
+
+LevelSession::~LevelSession() { close(); }
 
 /// The one line for the console is that "messages.txt" cannot be read, which is none of the business of a command that
 /// needs no catalogue; `readCatalogue` tells those that do.

@@ -62,6 +62,8 @@ class LevelSession {
     void save(CN_Document& document, const std::string& file, Console& output) const;
 
   private:
+    void openContent(const std::string& contentFile);
+    void close();
     void replaceHandlers();
     void restoreHandlers();
     static void collect(int severity, const CString& message);

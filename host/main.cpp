@@ -1,3 +1,6 @@
 #include "host/commands.h"
 
-int main(int argc, char** argv) { return cairn::host::runProgram(argc, argv); }
+int main(int argc, char** argv) {
+    cairn::host::keepExitCodeWithoutMemory();
+    return cairn::host::runProgram(argc, argv);
+}

@@ -6,8 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
+#include <exception>
 #include <new>
 #include <sstream>
+#include <string_view>
 
 namespace cairn::host {
 
@@ -118,12 +120,35 @@ ExitCode run(int argc, const char* const* argv, Console& console) {
     return code;
 }
 
-int complain(ExitCode code, const std::string& subject, const std::string& text) {
-    Console::complain(subject, text);
-    return static_cast<int>(code);
+/// Gives the exit code of a failure that is told. Where memory lacks for the words that is what is told.
+int complain(ExitCode code, std::string_view subject, std::string_view text) noexcept {
+    try {
+        Console::complain(subject, text);
+        return static_cast<int>(code);
+    } catch (const std::bad_alloc&) {
+        Console::complainOfMemory();
+        return static_cast<int>(ExitCode::INTERNAL);
+    }
+}
+
+std::terminate_handler s_usualEnd = nullptr; ///< of the language: tells of a fault of our own
+
+[[noreturn]] void endProgram() {
+    try {
+        if (std::current_exception())
+            throw;
+    } catch (const std::bad_alloc&) {
+        Console::complainOfMemory();
+        std::_Exit(static_cast<int>(ExitCode::INTERNAL));
+    } catch (...) {
+    }
+    s_usualEnd();
+    std::abort();
 }
 
 } // namespace
+
+void keepExitCodeWithoutMemory() { s_usualEnd = std::set_terminate(endProgram); }
 
 int runProgram(int argc, const char* const* argv) {
     prepareStandardStreams();

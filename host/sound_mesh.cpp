@@ -1,5 +1,6 @@
 #include "host/sound_mesh.h"
 
+#include "cairn/document/change_scope.h"
 #include "cairn/entities/virtual_node.h"
 #include "cairn/foundation/strings.h"
 #include "cairn/geometry/open_edges.h"
@@ -47,6 +48,7 @@ void SoundMesh::include(const CN_Mesh& other) {
 }
 
 void SoundMesh::finish(bool mayOpen) {
+    const CN_ChangeScope change(m_mesh.getDocument()); // one that is refused here is made already
     refreshMesh(m_mesh);
     bool isOpenNow = false;
     for (const CN_Finding& fault : findFaultsOf(m_mesh)) {

@@ -1,11 +1,13 @@
 #include "cairn/document/document.h"
 
 #include "cairn/document/camera.h"
+#include "cairn/document/change_scope.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/hierarchy_utils.h"
 #include "cairn/entities/mesh_interface.h"
+#include "cairn/foundation/immortal.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/geometry/exits.h"
 #include "cairn/geometry/polygon/polygon.h"
@@ -14,6 +16,7 @@
 #include "cairn/platform/handlers.h"
 
 #include <cassert>
+#include <new>
 #include <span>
 #include <unordered_set>
 #include <utility>
@@ -28,8 +31,8 @@ constexpr std::size_t COMMON_ENTITY_BYTES = 256;
 
 /// The documents that are alive. Never destroyed: entities of static objects ask for it at the very end.
 std::unordered_set<const CN_Document*>& aliveDocuments() {
-    static auto& documents = *new std::unordered_set<const CN_Document*>;
-    return documents;
+    static F_Immortal<std::unordered_set<const CN_Document*>> documents;
+    return documents.get();
 }
 
 std::unique_ptr<CN_LevelEntity> createEntity(int kind, CN_Document* document) {
@@ -133,6 +136,7 @@ CN_Document::~CN_Document() {
 bool CN_Document::isAlive(const CN_Document* document) { return document && aliveDocuments().count(document) > 0; }
 
 void CN_Document::createCairnLevelEntities() {
+    const CN_ChangeScope change(this);
     if (m_level) {
         deleteCairnLevelEntities();
         resetGroups();
@@ -183,7 +187,9 @@ void CN_Document::forgetEntity(const CN_LevelEntity* entity) {
 void CN_Document::RecordedEntities::add(const CN_LevelEntity* entity) {
     get(); // an address may have belonged to one that died
     m_list.push_back(entity);
+    m_stale = true; // unless it is among the living, too
     m_alive.insert(entity);
+    m_stale = false;
 }
 
 void CN_Document::RecordedEntities::clear() {
@@ -248,6 +254,7 @@ void CN_Document::load(F_MemoryFile& file) {
         F_withFoundationExceptions([&] { loadSections(file); });
     } catch (...) {
         m_loading = false;
+        setMustBeDiscarded();
         m_loadReport.resolve();
         throw;
     }
@@ -294,8 +301,7 @@ void CN_Document::loadLevel(F_MemoryFile& file) {
     try {
         m_level->load(file);
     } catch (...) {
-        // What was read whole before the fault keeps its exits, for a host that goes on with it.
-        CN_ExitDestinationPointerDeserializer::instance()->deserializePart(m_level, m_materials.getDefaultMaterial());
+        bindExitsOfPart();
         throw;
     }
     findPlayer();
@@ -306,6 +312,17 @@ void CN_Document::loadLevel(F_MemoryFile& file) {
     m_collectingBroken = false;
     CN_ExitDestinationPointerDeserializer::instance()->deserialize(m_level, m_materials.getDefaultMaterial());
     CN_FSMChangeManager::instance()->deserializeFSMs(m_level, false);
+}
+
+/// What was read whole before a fault keeps its exits, for a host that goes on with it. Its own failure must not hide the
+/// fault.
+void CN_Document::bindExitsOfPart() {
+    try {
+        CN_ExitDestinationPointerDeserializer::instance()->deserializePart(m_level, m_materials.getDefaultMaterial());
+    } catch (F_Exception* e) {
+        const F_ExceptionGuard guard(e);
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 void CN_Document::findPlayer() {
@@ -358,6 +375,8 @@ void CN_Document::loadDocumentVersion(F_MemoryFile& file) {
         m_buildText = "Before Build 22";
         try {
             in >> sentinel >> formatVersion;
+        } catch (F_MemoryException_Allocation*) {
+            throw;
         } catch (F_Exception* e) {
             const F_ExceptionGuard guard(e);
             throw new CN_Document_Exception_InvalidFileFormat(-1);

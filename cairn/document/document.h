@@ -48,7 +48,7 @@ class CN_Document_Exception_InvalidPrefabFormat : public F_Exception {
 /// pool and the camera, and holds the lists and callbacks that bind them to the host.
 ///
 /// A document is made empty; the host then calls `createCairnLevelEntities` or `load`, once. A failed load is not
-/// undone: the host discards the document.
+/// undone: the host discards the document. Of what else fails `mustBeDiscarded` tells whether that is so.
 class CN_Document {
     /// Entities in the order in which they were recorded, without those that have died since. One that dies costs
     /// constant time: the list is thinned out when somebody asks for it.
@@ -81,6 +81,12 @@ class CN_Document {
 
     /// True once the constructor has finished.
     bool isConstructed() const { return m_constructed; }
+    /// True once an exception, for want of memory say, has ended a load or a change of the level halfway: the document may
+    /// not hold together any more and is good for nothing but its destruction, or for a host that looks for what is left.
+    /// While it is false every exception that came out of an operation has left a document that a host may go on with.
+    bool mustBeDiscarded() const { return m_mustBeDiscarded; }
+    /// Makes that true: see `CN_ChangeScope`.
+    void setMustBeDiscarded() { m_mustBeDiscarded = true; }
     /// The contents of a new document: a root "World_Group" with a child "player", and the two groups that every level has. A
     /// level that was there is deleted; preferences and build text stay.
     void createCairnLevelEntities();
@@ -177,6 +183,7 @@ class CN_Document {
     void loadSections(F_MemoryFile& file);
     template <class Read> void readSection(F_MemoryFile& file, const char* name, Read&& read);
     void loadLevel(F_MemoryFile& file);
+    void bindExitsOfPart();
     void findPlayer();
     void addPlayer(bool makeChild);
     void reportBrokenEntities();
@@ -190,6 +197,7 @@ class CN_Document {
     }
 
     bool m_constructed = false;
+    bool m_mustBeDiscarded = false;
     CN_CairnLevel* m_level = nullptr; ///< owned
     std::unique_ptr<CN_Selection> m_selection;
     CN_DocumentPreferences m_preferences;

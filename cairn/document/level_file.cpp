@@ -57,6 +57,8 @@ bool beginsLikeLevel(std::span<const unsigned char> head) {
     CString sentinel; // what stands first in a file without a version chunk
     try {
         file >> sentinel;
+    } catch (F_MemoryException_Allocation*) {
+        throw;
     } catch (F_Exception* e) {
         const F_ExceptionGuard guard(e);
         return false;

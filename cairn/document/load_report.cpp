@@ -24,14 +24,19 @@ void CN_LoadReport::add(string code, const CN_LevelEntity* entity, int polygon, 
         ++m_dropped;
         return;
     }
-    m_bytes += bytes;
     CN_LoadFinding finding;
     finding.code = std::move(code);
     finding.hasEntity = entity != nullptr;
     finding.polygon = polygon;
     finding.text = std::move(text);
-    m_findings.push_back(std::move(finding));
     m_entities.push_back(entity);
+    try {
+        m_findings.push_back(std::move(finding));
+    } catch (...) {
+        m_entities.pop_back(); // one for each finding
+        throw;
+    }
+    m_bytes += bytes;
 }
 
 /// It runs while an exception may be in flight: where memory for the names lacks, the rest is only counted.

@@ -51,9 +51,10 @@ CN_Selection::CN_Selection(const CN_Selection& other) : m_observers(other.m_obse
 CN_Selection& CN_Selection::operator=(const CN_Selection& other) {
     if (this == &other)
         return *this;
-    m_observers = other.m_observers;
-    m_selected = other.m_selected;
-    buildIndex();
+    CN_Selection copy(other);
+    m_observers.swap(copy.m_observers);
+    m_selected.swap(copy.m_selected); // places in a list go along
+    m_index.swap(copy.m_index);
     return *this;
 }
 
@@ -71,7 +72,13 @@ void CN_Selection::add(CN_LevelEntity* entity) {
     auto place = m_selected.begin();
     if (const CN_LevelEntity* parent = CN_HierarchyUtils::getFirstSelectedParent(entity, this))
         place = std::next(m_index.at(parent));
-    m_index.emplace(entity, m_selected.insert(place, entity));
+    place = m_selected.insert(place, entity);
+    try {
+        m_index.emplace(entity, place);
+    } catch (...) {
+        m_selected.erase(place); // nobody would find it when the entity dies
+        throw;
+    }
 }
 
 void CN_Selection::remove(CN_LevelEntity* entity) {

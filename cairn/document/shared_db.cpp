@@ -5,6 +5,7 @@
 #include "cairn/foundation/file.h"
 #include "cairn/platform/handlers.h"
 
+#include <new>
 #include <utility>
 
 namespace cairn {
@@ -39,6 +40,12 @@ CN_SharedDB* CN_SharedDB::createInstance() {
             throw new F_Exception("No path callback is set");
         m_pSharedDatabase = new CN_SharedDB(toString(path), true);
         m_pSharedDatabase->fillItemNameSets();
+    } catch (F_MemoryException_Allocation*) {
+        deleteInstance(); // one that lacks names would call good ones unknown
+        throw;
+    } catch (const std::bad_alloc&) {
+        deleteInstance();
+        throw;
     } catch (F_Exception* e) {
         const F_ExceptionGuard guard(e);
         AfxMessageBox(failureOf(path) + "\n\nDetails:\n" + CString(e->getErrorMessage()));

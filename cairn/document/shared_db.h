@@ -22,7 +22,7 @@ class CN_SharedDB : public Y_SharedDB {
     static CN_SharedDB* instance();
     /// Destroys the instance there may be, then opens the database at the library's path. Gives the new instance, which
     /// has no callback and remembers nothing, or null where the database cannot be opened or the host has set no path
-    /// callback: a message box has told why then.
+    /// callback: a message box has told why then. Where memory lacks that is thrown, and there is none.
     static CN_SharedDB* createInstance();
     /// Destroys the instance, if there is one.
     static void deleteInstance();

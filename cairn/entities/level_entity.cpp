@@ -1,6 +1,7 @@
 #include "cairn/entities/level_entity.h"
 
 #include "cairn/containers/pointer_set.h"
+#include "cairn/document/change_scope.h"
 #include "cairn/document/document.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/host_interfaces.h"
@@ -11,6 +12,7 @@
 #include "cairn/entities/for_each.h"
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/visitors.h"
+#include "cairn/foundation/immortal.h"
 #include "cairn/fsm/change_manager.h"
 #include "cairn/fsm/fsm.h"
 
@@ -22,8 +24,8 @@ namespace {
 
 /// Every entity there is. It is never destroyed: prototypes die at the very end of the process and sign off here.
 F_PointerSet<CN_LevelEntity>& liveEntities() {
-    static auto& entities = *new F_PointerSet<CN_LevelEntity>;
-    return entities;
+    static F_Immortal<F_PointerSet<CN_LevelEntity>> entities;
+    return entities.get();
 }
 
 /// The next process-unique number: the top bit set and never 0xFFFFFFFF, which stands for a dead entity.
@@ -163,15 +165,30 @@ void CN_LevelEntity::add(CN_LevelEntity* child, bool makeChild) {
         return; // a level is its document's: nothing else may own it
     if (!child->m_children.empty() && isParent(child))
         return;
+    ChildList listing{child}; // the room that standing here takes is there ahead of any change
     CN_LevelEntity* oldParent = child->m_parent;
+    const CN_ChangeScope change(oldParent ? m_document : nullptr);
     if (oldParent)
         oldParent->remove(child);
-    countEnemy(child, 1);
+    const auto list = [&] {
+        countEnemy(child, 1);
+        child->m_place = listing.begin();
+        m_children.splice(m_children.end(), listing);
+        child->m_listed = true;
+        tellChildNames([child](CN_ChildNames& names) { names.add(child); });
+    };
     child->m_parent = this;
-    child->setName(child->getName(), true);
-    child->m_place = m_children.insert(m_children.end(), child);
-    child->m_listed = true;
-    tellChildNames([child](CN_ChildNames& names) { names.add(child); });
+    try {
+        child->setName(child->getName(), true);
+    } catch (...) {
+        if (oldParent)
+            list(); // under any name rather than without an owner
+        else
+            child->m_parent = nullptr;
+        throw;
+    }
+    list();
+    const CN_ChangeScope placing(m_document);
     if (CN_HierarchyManagerInterface* manager = CN_LevelFileLibrary::getHierarchyManagerInterface())
         manager->onEntityAdded(child);
     if (m_renderer && child->m_renderer)

@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/level_file_library.h"
 #include "cairn/document/name_validator.h"
@@ -9,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace cairn {
@@ -50,6 +52,7 @@ bool CN_LevelEntity::setName(const CString& wanted, bool autoFix) {
         CN_NameValidator::instance()->setLastNameFaultDescription(fault.c_str());
         return false;
     }
+    const CN_ChangeScope change(m_listed ? m_document : nullptr); // many names follow the one
     generateQualifiedName();
     // While a tree is read only a hierarchy manager can look at what stands below an entity that is being attached:
     // without one the names there are made once, at the end of the load.
@@ -72,18 +75,20 @@ CString CN_LevelEntity::getDefaultName() const {
 
 /// Every change of a name goes through here, so that the parent's look-up stays right.
 void CN_LevelEntity::storeName(const CString& name) {
+    CString copy = name; // what may fail comes first
     if (m_listed)
         m_parent->tellChildNames([&](CN_ChildNames& names) { names.rename(this, name.view()); });
-    m_name = name;
+    m_name = std::move(copy);
 }
 
 void CN_LevelEntity::generateQualifiedName() {
-    m_qualifiedName.clear();
-    if (!m_parent)
+    if (!m_parent) {
+        m_qualifiedName.clear();
         return;
+    }
     const istring& above = m_parent->m_qualifiedName;
-    m_qualifiedName.reserve(above.size() + 2 + m_name.view().size());
-    m_qualifiedName.append(above).append("::").append(m_name.view().data(), m_name.view().size());
+    m_qualifiedName.reserve(above.size() + 2 + m_name.view().size()); // all that may fail
+    m_qualifiedName.assign(above).append("::").append(m_name.view().data(), m_name.view().size());
 }
 
 /// Renews the qualified names of all descendants and takes their bytes from `bytesLeft`; throws ahead of the one that
@@ -116,12 +121,14 @@ void CN_LevelEntity::generateLoadedNames() {
     }
 }
 
-/// The same for what a load that failed leaves behind. Its own failure, the names' limit, must not hide that of the load.
+/// The same for what a load that failed leaves behind. Its own failure, the names' limit or memory, must not hide that of
+/// the load.
 void CN_LevelEntity::generateNamesOfFailedLoad() {
     try {
         generateLoadedNames();
     } catch (F_Exception* e) {
         const F_ExceptionGuard guard(e);
+    } catch (const std::bad_alloc&) {
     }
 }
 
@@ -162,8 +169,13 @@ void CN_LevelEntity::splitName(std::string_view full, std::string& base, std::st
 
 /// The look-up of the children's names, made here where they have become many; null where they are few.
 CN_ChildNames* CN_LevelEntity::accessChildNames() {
-    if (!m_childNames && m_children.size() > CN_ChildNames::MIN_CHILDREN)
-        m_childNames = std::make_unique<CN_ChildNames>(m_children);
+    if (!m_childNames && m_children.size() > CN_ChildNames::MIN_CHILDREN) {
+        try {
+            m_childNames = std::make_unique<CN_ChildNames>(m_children);
+        } catch (const std::bad_alloc&) {
+            return nullptr; // a walk does as well
+        }
+    }
     return m_childNames.get();
 }
 
@@ -172,9 +184,8 @@ void CN_LevelEntity::tellChildNames(const std::function<void(CN_ChildNames&)>& c
         return;
     try {
         change(*m_childNames);
-    } catch (...) {
+    } catch (const std::bad_alloc&) {
         m_childNames.reset(); // half a change is worse than none: the next question builds it anew
-        throw;
     }
 }
 

@@ -2,12 +2,14 @@
 
 #include "cairn/animation/keyframes.h"
 #include "cairn/animation/mesh_animations.h"
+#include "cairn/document/change_scope.h"
 #include "cairn/entities/level_entity.h"
 
 namespace cairn {
 
 void CN_MovableMesh::makeDynamic(bool lit) {
     CN_LevelEntity& entity = accessEntity();
+    const CN_ChangeScope change(entity.getDocument());
     m_dynamic = true;
     m_animation.makeDynamic(&entity);
     m_meshProperties.lightDynamic = lit;
@@ -20,6 +22,7 @@ void CN_MovableMesh::makeStatic() {
     if (!m_dynamic && !m_animation.getKeyframes())
         return;
     CN_LevelEntity& entity = accessEntity();
+    const CN_ChangeScope change(entity.getDocument());
     m_animation.makeStatic(&entity);
     m_dynamic = false;
     entity.deleteFSM();

@@ -94,8 +94,14 @@ void CN_LevelEntityPolygonGroup::generatePolygonIndicesFromPointers() {
 }
 
 void CN_LevelEntityPolygonGroup::addPolygon(CN_Polygon* polygon) {
-    m_polygons.insert(polygon);
-    polygon->joinGroup(this);
+    const bool isNew = m_polygons.insert(polygon).second;
+    try {
+        polygon->joinGroup(this);
+    } catch (...) {
+        if (isNew)
+            m_polygons.erase(polygon); // it would not tell the group when it dies
+        throw;
+    }
 }
 
 void CN_LevelEntityPolygonGroup::removePolygon(CN_Polygon* polygon) {

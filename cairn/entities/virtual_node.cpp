@@ -1,6 +1,7 @@
 #include "cairn/entities/virtual_node.h"
 
 #include "cairn/foundation/exception.h"
+#include "cairn/foundation/immortal.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/platform/handlers.h"
 
@@ -16,8 +17,8 @@ using StandingNodes = std::unordered_multimap<const CN_Polygon*, CN_PolygonNode*
 /// Every node that stands on a polygon. A polygon knows one of them at most, and a dead one must leave none behind. Never
 /// destroyed: prototypes of nodes die at the very end of the process.
 StandingNodes& standingNodes() {
-    static auto& nodes = *new StandingNodes;
-    return nodes;
+    static F_Immortal<StandingNodes> nodes;
+    return nodes.get();
 }
 
 } // namespace

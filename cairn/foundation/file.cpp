@@ -11,6 +11,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <list>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -29,6 +30,8 @@ constexpr ::mode_t UNTIL_PERMITTED_MODE = 0600; ///< of a file that takes anothe
 constinit F_File theFile;
 
 [[noreturn]] void failFile(const string& action, const string& fileName, int error) {
+    if (error == ENOMEM)
+        throw new F_MemoryException_Allocation;
     throw new F_Exception(action + " \"" + fileName + "\": " + std::generic_category().message(error));
 }
 
@@ -59,23 +62,27 @@ class Descriptor {
 /// Removes a file at the end of its life unless it has found its place.
 class TemporaryFile {
   public:
-    explicit TemporaryFile(string name) : m_name(std::move(name)) {}
+    TemporaryFile() = default;
+    explicit TemporaryFile(string name) noexcept : m_name(std::move(name)) {}
     ~TemporaryFile() {
-        if (!m_placed)
+        if (!m_name.empty())
             ::unlink(m_name.c_str());
     }
     TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(TemporaryFile&& other) noexcept {
+        m_name.swap(other.m_name);
+        return *this;
+    }
 
-    const string& name() const { return m_name; }
     bool moveTo(const string& place) {
-        m_placed = std::rename(m_name.c_str(), place.c_str()) == 0;
-        return m_placed;
+        if (std::rename(m_name.c_str(), place.c_str()) != 0)
+            return false;
+        m_name.clear();
+        return true;
     }
 
   private:
-    string m_name;
-    bool m_placed = false;
+    string m_name; ///< empty where there is none
 };
 
 /// The folder of a file, with the slash behind it; empty for the working folder.
@@ -114,12 +121,59 @@ bool writeAll(int fd, std::span<const unsigned char> bytes) {
         const ::ssize_t n = ::write(fd, bytes.data(), bytes.size());
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0)
+        if (n <= 0) {
+            errno = n == 0 ? EIO : errno;
             return false;
+        }
         bytes = bytes.subspan(static_cast<std::size_t>(n));
     }
     return true;
 }
+
+/// The new bytes of a file, whole and on the disk beside their place, which they take when they are told to. Else they go.
+class PendingFile {
+  public:
+    PendingFile(const string& fileName, std::span<const unsigned char> bytes) : m_fileName(fileName) {
+        if (fileName.find('\0') != string::npos)
+            refuse(EINVAL);
+        m_place = followLinks(fileName);
+        struct ::stat old {};
+        const bool replacing = ::stat(m_place.c_str(), &old) == 0;
+        if (!replacing && errno != ENOENT)
+            refuse(errno);
+        if (replacing && !S_ISREG(old.st_mode))
+            refuse(S_ISDIR(old.st_mode) ? EISDIR : EINVAL);
+
+        m_folder = folderOf(m_place);
+        int fd = -1;
+        m_beside = TemporaryFile(makeBeside(m_folder, replacing ? UNTIL_PERMITTED_MODE : NEW_FILE_MODE, fd));
+        if (fd < 0)
+            refuse(errno);
+        Descriptor out(fd);
+        if (!writeAll(out.get(), bytes) || (replacing && ::fchmod(out.get(), old.st_mode & PERMISSION_BITS) != 0) ||
+            ::fsync(out.get()) != 0 || !out.close())
+            refuse(errno);
+    }
+
+    /// Takes no memory, so that the system alone can refuse it.
+    void takePlace() {
+        const Descriptor folder(
+            ::open(m_folder.empty() ? "." : m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!m_beside.moveTo(m_place))
+            refuse(errno);
+        // The new file is whole and in its place. Where the folder cannot be flushed, a failing machine may bring back the
+        // old one, whole as well: nothing to undo and nothing that the caller could do.
+        static_cast<void>(::fsync(folder.get()));
+    }
+
+  private:
+    [[noreturn]] void refuse(int error) const { failFile("Cannot write", m_fileName, error); }
+
+    const string& m_fileName; ///< not owned: as the caller named it
+    string m_place;           ///< where it leads
+    string m_folder;          ///< of the place, with the slash behind it
+    TemporaryFile m_beside;
+};
 
 /// The bytes that a look at `stream` promises; 0 where it is no regular file.
 std::size_t expectedSize(std::FILE* stream) {
@@ -202,33 +256,16 @@ std::vector<unsigned char> F_File::readAll(std::FILE* stream, const string& name
 }
 
 void F_File::replace(const string& fileName, std::span<const unsigned char> bytes) {
-    const auto refuse = [&](int error) { failFile("Cannot write", fileName, error); };
-    if (fileName.find('\0') != string::npos)
-        refuse(EINVAL);
-    const string place = followLinks(fileName);
-    struct ::stat old {};
-    const bool replacing = ::stat(place.c_str(), &old) == 0;
-    if (!replacing && errno != ENOENT)
-        refuse(errno);
-    if (replacing && !S_ISREG(old.st_mode))
-        refuse(S_ISDIR(old.st_mode) ? EISDIR : EINVAL);
+    const Replacement one{fileName, bytes};
+    replaceAll({&one, 1});
+}
 
-    const string folder = folderOf(place);
-    const Descriptor folderOpen(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folderOpen.get() < 0)
-        refuse(errno);
-    int fd = -1;
-    const string name = makeBeside(folder, replacing ? UNTIL_PERMITTED_MODE : NEW_FILE_MODE, fd);
-    if (fd < 0)
-        refuse(errno);
-    TemporaryFile beside(name);
-    Descriptor out(fd);
-    if (!writeAll(out.get(), bytes) || (replacing && ::fchmod(out.get(), old.st_mode & PERMISSION_BITS) != 0) ||
-        ::fsync(out.get()) != 0 || !out.close() || !beside.moveTo(place))
-        refuse(errno);
-    // The new file is whole and in its place. Where the folder cannot be flushed, a failing machine may bring back the
-    // old one, whole as well: nothing to undo and nothing that the caller could do.
-    static_cast<void>(::fsync(folderOpen.get()));
+void F_File::replaceAll(std::span<const Replacement> files) {
+    std::list<PendingFile> pending;
+    for (const Replacement& file : files)
+        pending.emplace_back(file.fileName, file.bytes);
+    for (PendingFile& file : pending)
+        file.takePlace();
 }
 
 } // namespace cairn

@@ -47,6 +47,15 @@ class F_File {
     /// replaced. Throws where anything but a regular file stands there and on every failure; the old file is as it was
     /// then, and nothing is left beside it.
     static void replace(const string& fileName, std::span<const unsigned char> bytes);
+    /// What a file is to hold.
+    struct Replacement {
+        string fileName;
+        std::span<const unsigned char> bytes; ///< not owned
+    };
+    /// The same with several files, which must be of different places: all of them are on the disk before the first takes
+    /// its place, and they take their places in order. Throws as `replace` does, and all old files are as they were then,
+    /// unless it is the system that refuses one its place: those ahead of it have theirs.
+    static void replaceAll(std::span<const Replacement> files);
 
   private:
     static const Bounds NO_BOUNDS;

@@ -1,5 +1,6 @@
 #include "cairn/fsm/fsm.h"
 
+#include "cairn/document/change_scope.h"
 #include "cairn/document/document.h"
 #include "cairn/entities/cairn_level.h"
 
@@ -252,6 +253,7 @@ void E_FSM::addState(const istring& name) {
 }
 
 void E_FSM::renameState(istring from, istring to) {
+    const CN_ChangeScope change(m_parent ? m_parent->getDocument() : nullptr);
     m_states.erase(from);
     m_states.insert(to);
     if (m_defaultState == from)
@@ -278,6 +280,7 @@ void E_FSM::addCustomEvent(const istring& name) {
 }
 
 void E_FSM::renameCustomEvent(istring from, istring to) {
+    const CN_ChangeScope change(m_parent ? m_parent->getDocument() : nullptr);
     if (!renameEntry(m_customEvents, from, to))
         return;
     renameMessageHandler(makeSendHandlerName(from), makeSendHandlerName(to));
@@ -299,6 +302,7 @@ void E_FSM::addTimer(const istring& name, bool flag, float time) {
 void E_FSM::renameTimer(istring from, istring to) {
     if (!hasTimer(from))
         return;
+    const CN_ChangeScope change(m_parent ? m_parent->getDocument() : nullptr);
     renameEntry(m_timers, from, to);
     renameMessageHandler(makeStartTimerHandlerName(from), makeStartTimerHandlerName(to));
     renameMessageHandler(makeEndTimerHandlerName(from), makeEndTimerHandlerName(to));

@@ -165,13 +165,15 @@ void CN_ExitDestinationPointerDeserializer::reset() {
 void CN_ExitDestinationPointerDeserializer::addRelocatableExitPolygon(CN_Polygon* polygon) {
     const int number = static_cast<int>(polygon->getPolygonIndex());
     drop(polygon); // it may have waited under this number or another one
+    // Wherever that ends for want of memory, no polygon is listed that could not be found when it dies.
+    m_numbers[polygon] = number;
     CN_Polygon*& entry = m_relocatablePolygons[number];
     if (entry) {
-        m_doublePlaces[entry] = m_doubles.size();
-        m_doubles.push_back(entry);
+        m_doubles.push_back(nullptr);
+        m_doublePlaces[entry] = m_doubles.size() - 1;
+        m_doubles.back() = entry;
     }
     entry = polygon;
-    m_numbers[polygon] = number;
 }
 
 void CN_ExitDestinationPointerDeserializer::drop(const CN_Polygon* polygon) {

@@ -1,6 +1,7 @@
 #include "cairn/platform/handlers.h"
 
 #include "cairn/foundation/exception.h"
+#include "cairn/foundation/immortal.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -20,8 +21,8 @@ struct Handlers {
 /// Never destroyed: the end of the process may still write through them. What is called is a copy, as a handler may
 /// install another one.
 Handlers& handlers() {
-    static Handlers& all = *new Handlers;
-    return all;
+    static F_Immortal<Handlers> all;
+    return all.get();
 }
 
 } // namespace

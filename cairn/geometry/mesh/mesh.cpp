@@ -1,6 +1,7 @@
 #include "cairn/geometry/mesh/mesh.h"
 
 #include "cairn/animation/keyframes.h"
+#include "cairn/document/change_scope.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/fsm/fsm.h"
 #include "cairn/geometry/bsp/tree.h"
@@ -213,6 +214,7 @@ int CN_Mesh::findWrittenIndex(const CN_Polygon* polygon) const {
 }
 
 void CN_Mesh::texturize(CN_Material* material, bool applyTiles) {
+    const CN_ChangeScope change(getDocument());
     for (CN_Polygon& polygon : m_polygonList) {
         if (polygon.getPolyMode() == PT_EXIT)
             continue;

@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/portal.h"
 #include "cairn/entities/radiosity_light.h"
@@ -100,6 +101,7 @@ void CN_Mesh::join(CN_Mesh* other) {
         m_boundingMax = boundingMax;
         throw;
     }
+    const CN_ChangeScope change(getDocument());
     int place = polygons;
     for (CN_Polygon& source : other->m_polygonList)
         joining.takeOverPlace(m_polygonList[place++], source);

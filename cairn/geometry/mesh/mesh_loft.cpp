@@ -1,8 +1,10 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/document/document.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/planar/polygon2d.h"
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace cairn {
@@ -54,7 +56,7 @@ class Loft {
             m_mesh.accessVertexList().removeLast();
         m_base.accessEdgeList().clear();
         m_base.accessTriangleList().clear();
-        m_base.accessUVSpaces() = m_spaces;
+        m_base.accessUVSpaces() = std::move(m_spaces);
         m_base.accessLightmapMapping() = m_mapping;
         m_base.setNumVertices(m_base.getVertexBuffer().count());
         while (m_base.removeVertex()) {
@@ -151,6 +153,7 @@ void CN_Mesh::loftPolygon(CN_Polygon* polygon, double distance) {
     if (!delta.isFinite() || delta == Vector())
         return;
     Loft loft(*this, *polygon, distance);
+    const CN_ChangeScope change(getDocument());
     try {
         loft.run();
     } catch (...) {

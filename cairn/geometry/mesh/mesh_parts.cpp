@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/document/document.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/host_interfaces.h"
@@ -219,7 +220,8 @@ std::pair<CN_Mesh*, CN_Mesh*> CN_Mesh::separate(CN_Polygon* polygon, F_DLList<CN
                 half->copyGroup(*group);
     for (Half* const half : halves)
         half->settle(*this, grid);
-    // What leads into this mesh from elsewhere changes over when nothing can go wrong any more.
+    // What leads into this mesh from elsewhere changes over last.
+    const CN_ChangeScope change(getDocument());
     if (!isDynamic()) {
         first.linkExits(second);
         second.linkExits(first);

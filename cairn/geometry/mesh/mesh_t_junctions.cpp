@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/geometry/lines.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/point_tree.h"
@@ -200,6 +201,7 @@ class EdgeCutter {
 
 void CN_Polygon::createVerticesInTJunctions(double tolerance, bool useBoundingBoxes) {
     CN_Mesh& mesh = requireMesh();
+    const CN_ChangeScope change(mesh.getDocument());
     optimizeRedundantVertices();
     CornerIndex corners(mesh);
     corners.addReached(*this, tolerance, useBoundingBoxes);
@@ -219,6 +221,7 @@ void CN_Mesh::createVerticesInTJunctions(double tolerance) {
         polygon.buildBoundingBox(true);
     CornerIndex corners(*this);
     corners.addAll();
+    const CN_ChangeScope change(getDocument());
     bool anyCut = false;
     const auto finish = [&] {
         if (anyCut)

@@ -1,5 +1,6 @@
 #include "cairn/animation/keyframes.h"
 #include "cairn/animation/mesh_animations.h"
+#include "cairn/document/change_scope.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/math/snapping.h"
@@ -122,6 +123,7 @@ void CN_Mesh::mirror(const M_Plane3Template<double>& plane, bool relativeKeyfram
     const Placement change(reflection(localNormal, localPoint).rotation, {});
     if (!moveVertices(m_vertexList, change))
         throw new F_Exception("A mesh whose vertices have no places cannot be mirrored");
+    const CN_ChangeScope scope(getDocument());
     for (CN_Polygon& polygon : m_polygonList) {
         turnOver(polygon);
         takeAlong(polygon, change);
@@ -148,6 +150,7 @@ void CN_Mesh::scale(const Vector& center, const Vector& factors, const M_Matrix4
         throw new F_Exception("A mesh is scaled about a point, along three axes, by factors that are not 0");
     if (!moveVertices(m_vertexList, change))
         throw new F_Exception("The scaled mesh would be too large");
+    const CN_ChangeScope scope(getDocument());
     const bool turnsOver = change.rotation.determinant() < 0;
     for (CN_Polygon& polygon : m_polygonList) {
         if (turnsOver)
@@ -175,6 +178,7 @@ void CN_Mesh::changeSpaceExplicit(const M_Matrix4x3Template<double>& m) {
     const Placement change(m_rotation * inverse, (m_position - m.translation) * inverse);
     if (!moveVertices(m_vertexList, change))
         return;
+    const CN_ChangeScope scope(getDocument());
     for (CN_Polygon& polygon : m_polygonList)
         takeAlong(polygon, change);
     reworkVerticesWithoutWelding();

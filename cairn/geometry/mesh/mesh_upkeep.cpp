@@ -1,5 +1,7 @@
 #include "cairn/geometry/mesh/mesh.h"
 
+#include "cairn/document/change_scope.h"
+
 namespace cairn {
 
 void CN_Mesh::triangulizeAll(bool convexify) {
@@ -8,6 +10,7 @@ void CN_Mesh::triangulizeAll(bool convexify) {
 }
 
 void CN_Mesh::flipFaces() {
+    const CN_ChangeScope change(getDocument());
     // All are turned before one is triangulated, which may throw.
     for (CN_Polygon& polygon : m_polygonList)
         polygon.flip(false);

@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/mesh/weld_surroundings.h"
 #include "cairn/geometry/plane_matcher.h"
@@ -214,12 +215,11 @@ void dropUnusedVertices(CN_Mesh& mesh) {
 void CN_Mesh::weldVertices(double radius, CString& report) {
     const TableGuard guard;
     const int before = m_vertexList.count();
-    {
-        Weld weld(*this, radius);
-        if (!weld.plan())
-            return;
-        weld.commit();
-    }
+    Weld weld(*this, radius);
+    if (!weld.plan())
+        return;
+    const CN_ChangeScope change(getDocument());
+    weld.commit();
     dropSharedEdgeLists();
     for (CN_Polygon& polygon : m_polygonList)
         polygon.killNullEdges();

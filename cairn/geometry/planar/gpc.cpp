@@ -9,7 +9,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace cairn {
@@ -105,6 +107,36 @@ ClipperLib::ClipType typeOf(gpc_op operation) {
     return ClipperLib::ctUnion;
 }
 
+/// Notices that memory could not be had, for its life: Clipper catches all exceptions and tells of none.
+class MemoryWatch {
+  public:
+    MemoryWatch() : m_outer(std::exchange(s_innermost, this)), m_before(std::set_new_handler(&MemoryWatch::note)) {}
+    ~MemoryWatch() {
+        std::set_new_handler(m_before);
+        s_innermost = m_outer;
+    }
+    MemoryWatch(const MemoryWatch&) = delete;
+    MemoryWatch& operator=(const MemoryWatch&) = delete;
+
+    bool hasLacked() const { return m_hasLacked; }
+
+  private:
+    static void note() {
+        s_innermost->m_hasLacked = true;
+        if (!s_innermost->m_before)
+            throw std::bad_alloc();
+        s_innermost->m_before(); // where it finds some this was for nothing
+        s_innermost->m_hasLacked = false;
+    }
+
+    static thread_local MemoryWatch* s_innermost;
+    MemoryWatch* m_outer;         ///< not owned: null for none
+    std::new_handler m_before;    ///< the host's, or null
+    bool m_hasLacked = false;
+};
+
+thread_local MemoryWatch* MemoryWatch::s_innermost = nullptr;
+
 struct Result {
     Contour corners;
     bool hole;
@@ -123,9 +155,13 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
     bool any = addPaths(clipper, grid, subject, ClipperLib::ptSubject);
     any |= addPaths(clipper, grid, clip, ClipperLib::ptClip);
     ClipperLib::PolyTree tree;
+    const MemoryWatch memory;
     // It fails for nothing to clip, too.
-    if (!clipper.Execute(typeOf(operation), tree, ClipperLib::pftEvenOdd, ClipperLib::pftEvenOdd) && any)
+    if (!clipper.Execute(typeOf(operation), tree, ClipperLib::pftEvenOdd, ClipperLib::pftEvenOdd) && any) {
+        if (memory.hasLacked())
+            throw new F_MemoryException_Allocation;
         throw new F_Exception("Two areas cannot be clipped");
+    }
     for (const ClipperLib::PolyNode* node = tree.GetFirst(); node; node = node->GetNext()) {
         Result result{{}, node->IsHole()};
         for (const ClipperLib::IntPoint& point : node->Contour)

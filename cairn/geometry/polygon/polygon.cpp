@@ -50,7 +50,12 @@ CN_Polygon& CN_Polygon::operator=(const CN_Polygon& other) {
     CN_Document* const document = getDocument();
     const unsigned long counted = std::exchange(m_countedLightmap, NO_INDEX);
     m_parent = other.m_parent;
-    copyFields(other);
+    try {
+        copyFields(other);
+    } catch (...) {
+        dereferenceLightmap(document, counted);
+        throw;
+    }
     if (other.m_countedLightmap == m_lightmapMapping.getLightmapID())
         referenceLightmap();
     // The new reference is taken first, so that a lightmap of both lives on.
@@ -62,14 +67,16 @@ CN_Polygon::~CN_Polygon() {
     leaveDeserializer();
     forgetExits();
     CN_VirtualNode::forgetPolygon(this);
-    for (CN_LevelEntityPolygonGroup* const group : Groups(m_groups))
+    while (!m_groups.empty()) {
+        CN_LevelEntityPolygonGroup* const group = *m_groups.begin();
+        m_groups.erase(m_groups.begin());
         group->removePolygon(this);
+    }
     dereferenceLightmap(getDocument(), m_countedLightmap);
 }
 
 /// All but the parent, the groups, the marks of walks and loads, and the lightmap's reference.
 void CN_Polygon::copyFields(const CN_Polygon& other) {
-    setExitDestination(other.m_exitDestination);
     m_attachedEntity = other.m_attachedEntity;
     m_attachedNumber = other.m_attachedNumber;
     if (m_lists || other.m_lists) {
@@ -101,6 +108,7 @@ void CN_Polygon::copyFields(const CN_Polygon& other) {
     m_polyMode = other.m_polyMode;
     m_renderMaterial = other.m_renderMaterial;
     std::copy(std::begin(other.m_renderTextures), std::end(other.m_renderTextures), m_renderTextures);
+    setExitDestination(other.m_exitDestination); // last: a copy that was not finished would be known to the partner
 }
 
 void CN_Polygon::adoptParts() {
@@ -175,13 +183,13 @@ bool CN_Polygon::isFrozenLightmap() const {
 void CN_Polygon::setMaterial(CN_Material* material) {
     if (material == m_material)
         return;
+    if (material && material->hasLightLayer())
+        addUVSpace(2); // ahead of the counts: it may fail
     if (m_material)
         m_material->decrementUseCount();
     m_material = material;
     if (m_material) {
-        if (m_material->hasLightLayer())
-            addUVSpace(2);
-        else
+        if (!m_material->hasLightLayer())
             deleteUVSpace(2);
         m_material->incrementUseCount();
         markMappingDirty();

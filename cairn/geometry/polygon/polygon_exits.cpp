@@ -94,19 +94,20 @@ void CN_Polygon::setExitDestination(CN_Polygon* partner) {
     const bool ledBack = m_exitDestination && m_exitDestination->m_parent == m_parent;
     if (m_parent && (ledBack || (partner && partner->m_parent == m_parent)))
         m_parent->setBSPDirty();
+    std::uint32_t place = 0;
+    if (partner) { // what may fail comes first
+        std::vector<CN_Polygon*>& incoming = partner->accessLists().incomingExits;
+        place = static_cast<std::uint32_t>(incoming.size());
+        incoming.push_back(this);
+    }
     if (m_exitDestination) {
         // The last one takes its place.
-        std::vector<CN_Polygon*>& incoming = m_exitDestination->accessLists().incomingExits;
+        std::vector<CN_Polygon*>& incoming = m_exitDestination->m_lists->incomingExits;
         incoming.back()->m_incomingPlace = m_incomingPlace;
         incoming[m_incomingPlace] = incoming.back();
         incoming.pop_back();
-        m_exitDestination = nullptr;
     }
-    if (partner) {
-        std::vector<CN_Polygon*>& incoming = partner->accessLists().incomingExits;
-        m_incomingPlace = static_cast<std::uint32_t>(incoming.size());
-        incoming.push_back(this);
-    }
+    m_incomingPlace = place;
     m_exitDestination = partner;
 }
 

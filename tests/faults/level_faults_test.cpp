@@ -1,0 +1,125 @@
+#include "cairn/document/entity_factory.h"
+#include "cairn/document/level_file.h"
+#include "cairn/entities/cairn_level.h"
+#include "cairn/foundation/file.h"
+#include "cairn/geometry/validate.h"
+#include "cairn/imaging/image.h"
+#include "tests/faults/fault_loop.h"
+#include "tests/support/full_level.h"
+#include "tests/support/level_bytes.h"
+#include "tests/support/process_state_guard.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/test_data.h"
+
+#include <filesystem>
+#include <memory>
+
+using namespace cairn;
+using namespace cairn::test;
+
+namespace {
+
+/// The root, the player and one more.
+std::unique_ptr<CN_Document> makeSmallLevel() {
+    auto document = std::make_unique<CN_Document>();
+    document->createCairnLevelEntities();
+    CN_LevelEntity* const waypoint = CN_EntityFactory::instance()->createEntity(CN_KIND_WAYPOINT, document.get());
+    waypoint->setName("Waypoint", false);
+    document->accessLevel()->addOwned(std::unique_ptr<CN_LevelEntity>(waypoint), true);
+    return document;
+}
+
+/// One of each kind: the full level with the kinds that it lacks.
+std::unique_ptr<CN_Document> makeLevelOfAllKinds() {
+    auto document = makeFullLevel();
+    for (int kind = CN_KIND_MESH; kind <= CN_KIND_VOL_LIGHTING_BOX; ++kind) {
+        if (kind == CN_KIND_MESH || kind == CN_KIND_PORTAL || kind == CN_KIND_POLYGON_GROUP ||
+            kind == CN_KIND_RADIOSITY_LIGHT || kind == CN_KIND_LEVEL || kind == CN_KIND_PLAYER)
+            continue;
+        std::unique_ptr<CN_LevelEntity> entity(CN_EntityFactory::instance()->createEntity(kind, document.get()));
+        if (entity && document->accessLevel()->canAdd(entity.get()))
+            document->accessLevel()->addOwned(std::move(entity), true);
+    }
+    return document;
+}
+
+Bytes sealedBytes(CN_Document& document) {
+    F_MemoryFile file;
+    CN_LevelFile::write(document, file);
+    return bytesOf(file);
+}
+
+class LevelFaults : public testing::Test {
+  protected:
+    FaultCounts load(const Bytes& bytes, FaultChoice choice) {
+        return forEachFault(
+            choice, [] { return std::make_unique<CN_Document>(); },
+            [&](CN_Document& document) { CN_LevelFile::load(document, bytes); },
+            [&](CN_Document& document, bool failed, FaultCounts& counts) {
+                EXPECT_EQ(document.mustBeDiscarded(), failed);
+                counts.discarded += failed;
+                if (failed)
+                    EXPECT_TRUE(document.getLoadReport().getFindings().size() < 100);
+                else
+                    EXPECT_EQ(sealedBytes(document), bytes);
+            });
+    }
+    FaultCounts save(const Bytes& bytes, FaultChoice choice) {
+        const TemporaryFolder folder;
+        const string path = folder.path("a.cairn").string(), old = "what was there";
+        return forEachFault(
+            choice,
+            [&] {
+                F_File::replace(path, {reinterpret_cast<const unsigned char*>(old.data()), old.size()});
+                auto document = std::make_unique<CN_Document>();
+                CN_LevelFile::load(*document, bytes);
+                return document;
+            },
+            [&](CN_Document& document) { CN_LevelFile::save(document, path); },
+            [&](CN_Document& document, bool failed, FaultCounts&) {
+                const auto left = F_File::readAll(path);
+                EXPECT_EQ(left, failed ? Bytes(old.begin(), old.end()) : bytes);
+                EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path("")), {}), 1);
+                EXPECT_FALSE(document.mustBeDiscarded());
+                EXPECT_EQ(sealedBytes(document), bytes) << "a save that fails can be tried again";
+            });
+    }
+
+    ProcessStateGuard m_process;
+};
+
+TEST_F(LevelFaults, LoadingAndSavingASmallLevel) {
+    const Bytes bytes = sealedBytes(*makeSmallLevel());
+    fmt::print("load: {}\n", load(bytes, FaultChoice::ALL).text());
+    fmt::print("save: {}\n", save(bytes, FaultChoice::ALL).text());
+}
+
+TEST_F(LevelFaults, LoadingAndSavingALevelOfAllKinds) {
+    const Bytes bytes = sealedBytes(*makeLevelOfAllKinds());
+    fmt::print("load: {}\n", load(bytes, FaultChoice::SOME).text());
+    fmt::print("save: {}\n", save(bytes, FaultChoice::SOME).text());
+}
+
+TEST_F(LevelFaults, DISABLED_LoadingAndSavingALevelOfAllKindsWithManyFaults) {
+    const Bytes bytes = sealedBytes(*makeLevelOfAllKinds());
+    fmt::print("load: {}\n", load(bytes, FaultChoice::ALL).text());
+    fmt::print("save: {}\n", save(bytes, FaultChoice::ALL).text());
+}
+
+TEST_F(LevelFaults, DecodingImages) {
+    FaultCounts all;
+    for (const char* name : {"runs.tga", "grid.jpg", "map.pcx", "cube.scx", "grid.png", "map.bmp"}) {
+        SCOPED_TRACE(name);
+        const Bytes bytes = F_File::readAll(projectFile(std::string("fuzz/seeds/image_decode/") + name).string());
+        all += forEachFault(
+            FaultChoice::ALL, [] { return std::make_unique<I_Image>(1, 1); },
+            [&](I_Image& image) {
+                image.construct(I_Image::determineImageFormat(name), reinterpret_cast<const char*>(bytes.data()),
+                                static_cast<int>(bytes.size()));
+            },
+            [](I_Image& image, bool failed, FaultCounts&) { EXPECT_EQ(image.getWidth() == 1, failed); });
+    }
+    fmt::print("{}\n", all.text());
+}
+
+} // namespace
