@@ -10,8 +10,7 @@ namespace cairn {
 class CN_ChangeScope {
   public:
     /// Null stands for the document of what belongs to none.
-    explicit CN_ChangeScope(CN_Document* document)
-        : m_document(document), m_exceptions(std::uncaught_exceptions()) {}
+    explicit CN_ChangeScope(CN_Document* document) : m_document(document), m_exceptions(std::uncaught_exceptions()) {}
     ~CN_ChangeScope() {
         if (std::uncaught_exceptions() > m_exceptions && CN_Document::isAlive(m_document))
             m_document->setMustBeDiscarded();

@@ -157,8 +157,7 @@ class PendingFile {
 
     /// Takes no memory, so that the system alone can refuse it.
     void takePlace() {
-        const Descriptor folder(
-            ::open(m_folder.empty() ? "." : m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const Descriptor folder(::open(m_folder.empty() ? "." : m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!m_beside.moveTo(m_place))
             refuse(errno);
         // The new file is whole and in its place. Where the folder cannot be flushed, a failing machine may bring back the

@@ -141,8 +141,7 @@ const std::vector<NamedEdit>& operations() {
         {"name", [](CN_Document& d) { find(d, "::A").setName("A much longer name than before, of a room", true); }},
         {"turn", [](CN_Document& d) { find(d, "::A").setRotation(Matrix::rotationY(0.5)); }},
         {"change space", [](CN_Document& d) { find(d, "::A").changeSpace(&find(d, "::B")); }},
-        {"clone",
-         [](CN_Document& d) { std::unique_ptr<CN_LevelEntity> copy(find(d, "::A").clone()); }},
+        {"clone", [](CN_Document& d) { std::unique_ptr<CN_LevelEntity> copy(find(d, "::A").clone()); }},
         {"push",
          [](CN_Document& d) {
              CN_Mesh& m = mesh(d, "::B");
@@ -160,8 +159,14 @@ const std::vector<NamedEdit>& operations() {
              mesh(d, "::C").triangulizeAll(true);
          }},
         {"rework", [](CN_Document& d) { mesh(d, "::A").reworkVerticesWithoutWelding(); }},
-        {"mirror", [](CN_Document& d) { mesh(d, "::A").mirror({{1, 0, 0}, {0, 0, 0}}, false); }},
-        {"scale", [](CN_Document& d) { mesh(d, "::E").scale({}, {1, 2, 1}, nullptr); }},
+        {"mirror",
+         [](CN_Document& d) {
+             mesh(d, "::A").mirror({{1, 0, 0}, {0, 0, 0}}, false);
+         }},
+        {"scale",
+         [](CN_Document& d) {
+             mesh(d, "::E").scale({}, {1, 2, 1}, nullptr);
+         }},
         {"flip", [](CN_Document& d) { mesh(d, "::E").flipFaces(); }},
         {"join", [](CN_Document& d) { mesh(d, "::E").join(&mesh(d, "::B")); }},
         {"separate",
@@ -173,8 +178,7 @@ const std::vector<NamedEdit>& operations() {
          }},
         {"recenter", [](CN_Document& d) { mesh(d, "::A").relocateCenter(0.125); }},
         {"t-junctions", [](CN_Document& d) { mesh(d, "::C").createVerticesInTJunctions(0.001); }},
-        {"texture",
-         [](CN_Document& d) { mesh(d, "::E").texturize(d.accessMaterials().find("Walls", "wall"), true); }},
+        {"texture", [](CN_Document& d) { mesh(d, "::E").texturize(d.accessMaterials().find("Walls", "wall"), true); }},
         {"split",
          [](CN_Document& d) {
              CN_Mesh& m = mesh(d, "::E");
@@ -266,7 +270,8 @@ class EditFaults : public testing::Test {
             return;
         }
         const std::vector<std::string> now = codes(document);
-        EXPECT_TRUE(std::includes(m_codes.begin(), m_codes.end(), now.begin(), now.end())) << testing::PrintToString(now);
+        EXPECT_TRUE(std::includes(m_codes.begin(), m_codes.end(), now.begin(), now.end()))
+            << testing::PrintToString(now);
         const Bytes bytes = save(document);
         EXPECT_TRUE(save(*load(bytes)) == bytes);
     }
@@ -282,7 +287,9 @@ class EditFaults : public testing::Test {
             whole.reset();
             const FaultCounts counts = forEachFault(
                 choice, [this] { return load(m_bytes); }, edit.edit,
-                [&](CN_Document& document, bool hasFailed, FaultCounts& c) { checkAfter(document, hasFailed, edited, c); });
+                [&](CN_Document& document, bool hasFailed, FaultCounts& c) {
+                    checkAfter(document, hasFailed, edited, c);
+                });
             if (HasFailure())
                 break;
             all += counts;

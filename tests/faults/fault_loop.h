@@ -77,7 +77,8 @@ FaultCounts forEachFault(FaultChoice choice, Prepare&& prepare, Work&& work, Che
         runOne(0, false);
     for (const bool fromThenOn : {false, true}) {
         bool struck = true;
-        for (std::size_t number = 1; struck; number += choice == FaultChoice::ALL || number < DENSE ? 1 : 1 + number / 8) {
+        for (std::size_t number = 1; struck;
+             number += choice == FaultChoice::ALL || number < DENSE ? 1 : 1 + number / 8) {
             SCOPED_TRACE(fmt::format("allocation {}{}", number, fromThenOn ? " and all behind it" : ""));
             std::int64_t before = liveAllocations();
             struck = runOne(number, fromThenOn);

@@ -76,11 +76,12 @@ class ProgramFaults : public testing::Test {
                        "add Trigger ::B Gate\nfsm-state ::A::Guard Idle\nfsm-handler ::A::Guard T_Activate\n"
                        "fsm-send ::A::Guard T_Activate before \"::B::Gate->T_Activate()\"\n"
                        "box :: Lift 20 0 0 1 1 1 out\ndynamic ::Lift on\nkeyframe ::Lift up\n");
-        write("a.map", "{\"classname\" \"worldspawn\"\n{\n( 0 0 0 ) ( 0 1 0 ) ( 0 0 1 ) wall 0 0 0 1 1\n"
-                       "( 64 0 0 ) ( 64 0 1 ) ( 64 1 0 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 0 0 1 ) ( 1 0 0 ) wall 0 0 0 1 1\n"
-                       "( 0 64 0 ) ( 1 64 0 ) ( 0 64 1 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) wall 0 0 0 1 1\n"
-                       "( 0 0 64 ) ( 0 1 64 ) ( 1 0 64 ) wall 0 0 0 1 1\n}\n}\n{\"classname\" \"monster_rat\" "
-                       "\"origin\" \"1 2 3\" \"targetname\" \"t\"}\n{\"classname\" \"trigger_relay\" \"target\" \"t\"}\n");
+        write("a.map",
+              "{\"classname\" \"worldspawn\"\n{\n( 0 0 0 ) ( 0 1 0 ) ( 0 0 1 ) wall 0 0 0 1 1\n"
+              "( 64 0 0 ) ( 64 0 1 ) ( 64 1 0 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 0 0 1 ) ( 1 0 0 ) wall 0 0 0 1 1\n"
+              "( 0 64 0 ) ( 1 64 0 ) ( 0 64 1 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) wall 0 0 0 1 1\n"
+              "( 0 0 64 ) ( 0 1 64 ) ( 1 0 64 ) wall 0 0 0 1 1\n}\n}\n{\"classname\" \"monster_rat\" "
+              "\"origin\" \"1 2 3\" \"targetname\" \"t\"}\n{\"classname\" \"trigger_relay\" \"target\" \"t\"}\n");
         write("a.obj", "mtllib a.mtl\no Box\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nvt 0 0\nvt 1 0\nvt 0 1\nusemtl m\n"
                        "f 1/1 3/3 2/2\nf 1/1 2/2 4/3\nf 1/1 4/3 3/2\nf 2/1 3/2 4/3\n");
         write("a.mtl", "newmtl m\nmap_Kd a.png\n");

@@ -23,10 +23,10 @@ struct Strike {
 };
 
 constexpr Strike STRIKES[] = {
-    {"write", "EIO"},     {"write", "+ENOSPC"}, {"write", "short"}, {"write", "kill"},  {"write", "killed"},
-    {"sync", "EIO"},      {"sync", "killed"},   {"rename", "EIO"},  {"rename", "kill"}, {"rename", "killed"},
-    {"close", "EDQUOT"},  {"close", "kill"},    {"open", "EROFS"},  {"open", "+ENOSPC"}, {"open", "killed"},
-    {"chmod", "EROFS"},   {"chmod", "kill"},
+    {"write", "EIO"},    {"write", "+ENOSPC"}, {"write", "short"}, {"write", "kill"},   {"write", "killed"},
+    {"sync", "EIO"},     {"sync", "killed"},   {"rename", "EIO"},  {"rename", "kill"},  {"rename", "killed"},
+    {"close", "EDQUOT"}, {"close", "kill"},    {"open", "EROFS"},  {"open", "+ENOSPC"}, {"open", "killed"},
+    {"chmod", "EROFS"},  {"chmod", "kill"},
 };
 
 /// A run of the program under a fault.
@@ -43,10 +43,11 @@ class Fault : public ProgramTest {
     void SetUp() override {
         write("edit.txt", "box :: Room 0 0 0 8 4 6\nadd Enemy ::Room Guard 1 1 1\nadd Trigger ::Room Gate\n"
                           "fsm-state ::Room::Guard Idle\nfsm-handler ::Room::Guard T_Activate\n");
-        write("wall.map", "{\"classname\" \"worldspawn\"\n{\n( 0 0 0 ) ( 0 1 0 ) ( 0 0 1 ) wall 0 0 0 1 1\n"
-                          "( 64 0 0 ) ( 64 0 1 ) ( 64 1 0 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 0 0 1 ) ( 1 0 0 ) wall 0 0 0 1 1\n"
-                          "( 0 64 0 ) ( 1 64 0 ) ( 0 64 1 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) wall 0 0 0 1 1\n"
-                          "( 0 0 64 ) ( 0 1 64 ) ( 1 0 64 ) wall 0 0 0 1 1\n}\n}\n");
+        write("wall.map",
+              "{\"classname\" \"worldspawn\"\n{\n( 0 0 0 ) ( 0 1 0 ) ( 0 0 1 ) wall 0 0 0 1 1\n"
+              "( 64 0 0 ) ( 64 0 1 ) ( 64 1 0 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 0 0 1 ) ( 1 0 0 ) wall 0 0 0 1 1\n"
+              "( 0 64 0 ) ( 1 64 0 ) ( 0 64 1 ) wall 0 0 0 1 1\n( 0 0 0 ) ( 1 0 0 ) ( 0 1 0 ) wall 0 0 0 1 1\n"
+              "( 0 0 64 ) ( 0 1 64 ) ( 1 0 64 ) wall 0 0 0 1 1\n}\n}\n");
         ASSERT_EQ(run({"new", "fresh.cairn"}).code, 0);
         ASSERT_EQ(run({"edit", "fresh.cairn", "-o", "a.cairn", "--script", "edit.txt"}).code, 0);
         ASSERT_EQ(run({"export", "a.cairn", "-o", "seen.obj"}).code, 0);
@@ -62,9 +63,10 @@ class Fault : public ProgramTest {
         const std::string fault = fmt::format("{} {}{} {}", strike.call, number, all ? "+" : "", action.substr(all));
         fs::remove(path(".mark"));
         // A runtime of a sanitizer would refuse to come second.
-        const std::string before = fmt::format("LD_PRELOAD='{}' ASAN_OPTIONS=\"verify_asan_link_order=0:$ASAN_OPTIONS\" "
-                                               "CAIRN_FAULT='{}' CAIRN_FAULT_MARK=.mark ",
-                                               CAIRN_FAULT_SHIM, fault);
+        const std::string before =
+            fmt::format("LD_PRELOAD='{}' ASAN_OPTIONS=\"verify_asan_link_order=0:$ASAN_OPTIONS\" "
+                        "CAIRN_FAULT='{}' CAIRN_FAULT_MARK=.mark ",
+                        CAIRN_FAULT_SHIM, fault);
         FaultRun done;
         static_cast<ProgramRun&>(done) = runInShell(words, "", before);
         done.hasStruck = fs::exists(path(".mark"));
@@ -147,7 +149,10 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
                     const bool isNew = now.contains(name) && now.at(name) == after.at(name);
                     const bool isOld = before.contains(name) ? now.contains(name) && now.at(name) == before.at(name)
                                                              : !now.contains(name);
-                    EXPECT_TRUE(done.code == 0 ? isNew : done.code == 4 ? isOld : isOld || isNew) << told << ": " << name;
+                    EXPECT_TRUE(done.code == 0   ? isNew
+                                : done.code == 4 ? isOld
+                                                 : isOld || isNew)
+                        << told << ": " << name;
                 }
                 // What a killed program was writing stands beside the output, under a name of its own.
                 std::set<std::string> others = changes(before, now);
@@ -156,14 +161,15 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
                 const auto beside = std::count_if(others.begin(), others.end(), [](const std::string& name) {
                     return name.starts_with(".cairn-") && name.ends_with(".tmp");
                 });
-                EXPECT_TRUE(static_cast<std::size_t>(beside) == others.size() && (done.isKilled() || beside == 0)) << told;
+                EXPECT_TRUE(static_cast<std::size_t>(beside) == others.size() && (done.isKilled() || beside == 0))
+                    << told;
                 m_left += beside > 0;
                 if (done.code == 4)
                     EXPECT_EQ(std::count(done.error.begin(), done.error.end(), '\n'), 1) << told << done.error;
             }
     }
-    fmt::print("{} points: {} kills ({} left a temporary file), {} failures, files lost: 0\n", m_points, m_kills, m_left,
-               m_failures);
+    fmt::print("{} points: {} kills ({} left a temporary file), {} failures, files lost: 0\n", m_points, m_kills,
+               m_left, m_failures);
     EXPECT_GT(m_kills, 100);
     EXPECT_GT(m_failures, 100);
 }
@@ -238,7 +244,8 @@ TEST_F(Fault, TakesInputFromPipesAndPutsOutputInPlaceOfFilesAlone) {
     EXPECT_EQ(runInShell("info -", "", "true | ").code, 3);
 
     // The output may be the input, whatever the command.
-    for (const char* const words : {"save a.cairn -o a.cairn", "edit a.cairn -o a.cairn -c '# nothing'", "image wall.png -o wall.png"})
+    for (const char* const words :
+         {"save a.cairn -o a.cairn", "edit a.cairn -o a.cairn -c '# nothing'", "image wall.png -o wall.png"})
         EXPECT_EQ(runInShell(words, "").code, 0) << words;
     EXPECT_EQ(read("a.cairn"), level);
 
@@ -277,7 +284,8 @@ TEST_F(Fault, LeavesAContentDatabaseWithAllNamesOrNone) {
             const ProgramRun list = run({"content", "list", "empty.db", "skin"});
             EXPECT_EQ(list.code, 0) << told << list.error;
             const bool isNew = list.output == "skin rat\nskin wolf\n";
-            EXPECT_TRUE(done.code == 0 ? isNew : list.output.empty() || (done.isKilled() && isNew)) << told << list.output;
+            EXPECT_TRUE(done.code == 0 ? isNew : list.output.empty() || (done.isKilled() && isNew))
+                << told << list.output;
             if (!done.hasStruck)
                 break;
             ASSERT_LT(number, 100) << told;

@@ -1,6 +1,5 @@
-#include "cairn/geometry/mesh/mesh.h"
-
 #include "cairn/document/change_scope.h"
+#include "cairn/geometry/mesh/mesh.h"
 
 namespace cairn {
 

@@ -130,8 +130,8 @@ class MemoryWatch {
     }
 
     static thread_local MemoryWatch* s_innermost;
-    MemoryWatch* m_outer;         ///< not owned: null for none
-    std::new_handler m_before;    ///< the host's, or null
+    MemoryWatch* m_outer;      ///< not owned: null for none
+    std::new_handler m_before; ///< the host's, or null
     bool m_hasLacked = false;
 };
 
