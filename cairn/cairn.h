@@ -73,6 +73,8 @@
 #include "cairn/foundation/allocator.h"
 #include "cairn/foundation/ascii.h"
 #include "cairn/foundation/checksum.h"
+#include "cairn/foundation/chunk_header.h"
+#include "cairn/foundation/chunk_search.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/file.h"
 #include "cairn/foundation/immortal.h"

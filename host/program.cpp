@@ -13,6 +13,8 @@
 
 namespace cairn::host {
 
+void addRecoverCommand(CLI::App& app, Command& chosen);
+
 namespace {
 
 constexpr const char* DESCRIPTION = "Makes, inspects and converts level files (NAME.cairn) without an editor.";
@@ -39,6 +41,7 @@ void addCommands(CLI::App& app, Command& chosen) {
     addRoomsCommand(app, chosen);
     addRenderCommand(app, chosen);
     addGenerateCommand(app, chosen);
+    addRecoverCommand(app, chosen);
     addImageCommand(app, chosen);
     addTexturesCommand(app, chosen);
     addThumbsCommand(app, chosen);

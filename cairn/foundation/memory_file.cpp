@@ -1,6 +1,6 @@
 #include "cairn/foundation/memory_file.h"
 
-#include "cairn/foundation/checksum.h"
+#include "cairn/foundation/chunk_header.h"
 #include "cairn/foundation/exception.h"
 
 #include <algorithm>
@@ -11,10 +11,8 @@ namespace cairn {
 
 namespace {
 
-/// The mark of a chunk. Its high bytes are no letter, no small count and no likely end of a float, so that data
-/// written without chunks is not taken for one.
-constexpr unsigned char MAGIC[4] = {0xC7, 'c', 'k', 0xF1};
-constexpr std::size_t ID_AT = 4, VERSION_AT = 8, LENGTH_AT = 12, BODY_SUM_AT = 20, HEADER_SUM_AT = 24;
+using namespace chunk_header;
+
 constexpr std::uint32_t MAGIC_NUMBER = 0xF16B63C7; ///< the mark as it is stored
 constexpr std::size_t SMALLEST_BUFFER = 256;
 
@@ -28,11 +26,9 @@ bool s_verifying = true;
 /// been written, eight bytes at a time: bytes that were stored in smaller pieces the sum would have to wait for.
 std::uint64_t pair(std::uint64_t first, std::uint64_t second) { return (first & UINT32_MAX) | second << 32; }
 
-std::uint32_t lowHalf(const unsigned char* data, std::size_t size) {
-    return static_cast<std::uint32_t>(checksum64(data, size));
-}
-
 } // namespace
+
+bool chunk_header::isVerifying() { return s_verifying; }
 
 F_MemoryFile::F_MemoryFile(unsigned int size) : m_writing(true) {
     if (size > 0)
@@ -164,12 +160,12 @@ void F_MemoryFile::closeChunk() {
     m_openChunks.pop_back();
     const unsigned char* const body = header + CHUNK_HEADER_SIZE;
     const auto length = static_cast<std::size_t>(m_writeAt - body);
-    const std::uint32_t bodySum = m_openChunks.empty() ? lowHalf(body, length) : 0;
+    const std::uint32_t bodySum = m_openChunks.empty() ? sumOf(body, length) : 0;
     std::uint32_t version = 0;
     fetch(header + VERSION_AT, version);
     store(header + VERSION_AT, pair(version, length));
     store(header + LENGTH_AT + sizeof(std::uint32_t), pair(std::uint64_t{length} >> 32, bodySum));
-    store(header + HEADER_SUM_AT, lowHalf(header, HEADER_SUM_AT));
+    store(header + HEADER_SUM_AT, sumOf(header, HEADER_SUM_AT));
 }
 
 bool F_MemoryFile::beginsLikeChunk() const {
@@ -192,7 +188,7 @@ bool F_MemoryFile::readHeader(ChunkHeader& header) const {
     fetch(m_readAt + LENGTH_AT, header.length);
     fetch(m_readAt + BODY_SUM_AT, header.bodySum);
     fetch(m_readAt + HEADER_SUM_AT, headerSum);
-    if (s_verifying && headerSum != lowHalf(m_readAt, HEADER_SUM_AT))
+    if (s_verifying && headerSum != sumOf(m_readAt, HEADER_SUM_AT))
         fail("A chunk's header is damaged: its checksum is wrong");
     if (header.length > left - CHUNK_HEADER_SIZE)
         fail(formatText("The data ends within a chunk: its body of %llu bytes was expected, %zu are left",
@@ -203,7 +199,7 @@ bool F_MemoryFile::readHeader(ChunkHeader& header) const {
 void F_MemoryFile::fill(Chunk& chunk, const ChunkHeader& header) {
     const unsigned char* const body = m_readAt + CHUNK_HEADER_SIZE;
     const auto length = static_cast<std::size_t>(header.length);
-    if (s_verifying && !m_nested && header.bodySum != lowHalf(body, length))
+    if (s_verifying && !m_nested && header.bodySum != sumOf(body, length))
         fail(formatText("A chunk of %zu bytes is damaged: the checksum of its body is wrong", length));
     if (m_lastChunk)
         m_lastChunk->m_parent = nullptr;

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "cairn/document/document.h"
+
+#include <functional>
+#include <string>
+
+namespace cairn {
+class CN_LevelEntityPortal;
+}
+
+namespace cairn::host {
+
+/// What a mending needs to know of the salvage around it.
+struct MendingNeeds {
+    bool portalsLost = false;  ///< an exit without a portal may have had one
+    bool entitiesLost = false; ///< a message without target may have had one, or its target stands elsewhere now
+    /// Takes a portal out of the level, with the reason.
+    std::function<void(CN_LevelEntityPortal&, const std::string&)> drop;
+};
+
+/// Binds what names entities and polygons by numbers in a tree that was just built, and puts right what names something that is
+/// lost: an exit without its partner becomes a wall and loses its portal, an exit without its portal gets a new one, a
+/// message to nobody becomes a comment, and no polygon names a lightmap that is not there.
+void mendReferences(CN_Document& document, const MendingNeeds& needs);
+
+} // namespace cairn::host
