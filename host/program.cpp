@@ -32,6 +32,7 @@ void addCommands(CLI::App& app, Command& chosen) {
     addRefsCommand(app, chosen);
     addExplainCommand(app, chosen);
     addSaveCommand(app, chosen);
+    addDiffCommand(app, chosen);
     addMeasureCommand(app, chosen);
     addWhereCommand(app, chosen);
     addRoomsCommand(app, chosen);
