@@ -10,6 +10,7 @@
 #include <algorithm>
 
 namespace cairn::host {
+void addDiffCommand(CLI::App& app, Command& chosen); // TEMP
 
 namespace {
 

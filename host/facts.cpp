@@ -67,7 +67,9 @@ std::string toRunsText(std::span<const int> numbers) {
     for (std::size_t i = 0, end = 0; i < numbers.size(); i = end) {
         for (end = i + 1; end < numbers.size() && numbers[end] == numbers[end - 1] + 1;)
             ++end;
-        text += fmt::format(end - i == 1 ? "{}{}" : "{}{}-{}", text.empty() ? "" : " ", numbers[i], numbers[end - 1]);
+        text += fmt::format("{}{}", text.empty() ? "" : " ", numbers[i]);
+        if (end - i > 1)
+            text += fmt::format("-{}", numbers[end - 1]);
     }
     return text;
 }

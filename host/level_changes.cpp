@@ -194,13 +194,13 @@ void ChangeList::compareOrder(const std::string& what, const Ordered& first, con
         ++tail;
     if (head == count)
         return;
-    const auto names = [&](const Ordered& list) {
+    const auto between = [&](const Ordered& list) {
         std::vector<std::string> names;
         for (std::size_t i = head; i < count - tail; ++i)
             names.push_back(list[i].second);
         return namesText(names);
     };
-    addChanged(what, names(before), names(after));
+    addChanged(what, between(before), between(after));
 }
 
 } // namespace cairn::host

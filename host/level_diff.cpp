@@ -12,7 +12,9 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <map>
+#include <unordered_map>
 
 namespace cairn::host {
 
@@ -64,6 +66,11 @@ class PairIdentities : public Identities {
     const PolygonPairs& m_polygons;
     Level m_level;
 };
+
+template <class Elements> const auto& elementAt(const Elements& elements, int place) { return elements[place]; }
+template <class Element> const Element& elementAt(const std::vector<Element>& elements, int place) {
+    return elements[static_cast<std::size_t>(place)];
+}
 
 /// Compares the trees of two levels.
 class TreeDiff {
@@ -198,19 +205,17 @@ class TreeDiff {
         Alignment alignment;
     };
 
-    /// Elements that are known by what `describe` says of them, and as alike by what `likeness` gives.
+    /// Elements that are known by what `tell` says of them, and as alike by what `likeness` gives.
     template <class Elements, class Describe, class Likeness>
-    static ElementList elementsOf(const Elements& elements, Describe describe, Likeness likeness) {
+    static ElementList elementsOf(const Elements& elements, Describe tell, Likeness likeness) {
         ElementList list;
         for (const auto& element : elements) {
             FactHash hash;
-            describe(element, hash);
+            tell(element, hash);
             const std::string key = likeness(element);
             list.keys.push_back({hash.get(), checksum64(key.data(), key.size())});
         }
-        list.describe = [&elements, describe](int place, FactSink& facts) {
-            describe(*std::next(elements.begin(), place), facts);
-        };
+        list.describe = [&elements, tell](int place, FactSink& facts) { tell(elementAt(elements, place), facts); };
         return list;
     }
 
@@ -253,10 +258,10 @@ class TreeDiff {
                    *second = dynamic_cast<const CN_LevelEntityTriMesh*>(&b);
         if (!first || !second)
             return;
-        const auto compare = [&](const char* noun, const auto& ofFirst, const auto& ofSecond, auto describe) {
+        const auto compare = [&](const char* noun, const auto& ofFirst, const auto& ofSecond, auto tell) {
             const auto likeness = [](const auto&) { return std::string(); };
-            const ElementList before = elementsOf(ofFirst, describe, likeness),
-                              after = elementsOf(ofSecond, describe, likeness);
+            const ElementList before = elementsOf(ofFirst, tell, likeness),
+                              after = elementsOf(ofSecond, tell, likeness);
             m_changes.compareGrouped(noun, before, after, align(before.keys, after.keys, Leftovers::AT_SAME_PLACE));
         };
         compare("vertex", first->getVertices(), second->getVertices(), describeVertex);

@@ -165,33 +165,26 @@ std::vector<NamedThing> lightmapsOf(const CN_Document& document) {
     return things;
 }
 
-/// What saves of a document write, and where its sections end.
-struct SavedLevel {
-    explicit SavedLevel(CN_Document& document) : bytes(written([&](F_MemoryFile& file) { document.save(file); })) {
-        std::size_t at = 0;
-        const auto measure = [&](const char* name, auto&& write) {
-            at += written(write).size();
-            ends.emplace_back(at, name);
-        };
-        measure("version", [&](F_MemoryFile& file) { document.saveDocumentVersion(file); });
-        measure("textures", [&](F_MemoryFile& file) { file << document.getTextures(); });
-        measure("materials", [&](F_MemoryFile& file) { file << document.getMaterials(); });
-        measure("lightmaps", [&](F_MemoryFile& file) { document.accessLightmaps()->save(file); });
-        measure("preferences", [&](F_MemoryFile& file) { document.getPreferences().saveDocumentPreferences(file); });
-        measure("entities", [&](F_MemoryFile& file) { document.accessLevel()->save(file); });
-        measure("selection", [&](F_MemoryFile& file) { document.getSelection()->save(file, &document); });
-        measure("camera", [&](F_MemoryFile& file) { document.getCNCamera()->save(file); });
-        ends.emplace_back(bytes.size(), "group names");
-    }
-    std::string sectionAt(std::size_t offset) const {
-        const auto found =
-            std::find_if(ends.begin(), ends.end(), [offset](const auto& end) { return offset < end.first; });
-        return found == ends.end() ? "end" : found->second;
-    }
-
-    std::string bytes;
-    std::vector<std::pair<std::size_t, std::string>> ends; ///< of the sections, rising
-};
+/// The section of a save of the document that holds the byte at the offset.
+std::string sectionAt(CN_Document& document, std::size_t offset) {
+    std::size_t end = 0;
+    const auto reaches = [&](auto&& write) { return offset < (end += written(write).size()); };
+    if (reaches([&](F_MemoryFile& file) { document.saveDocumentVersion(file); }))
+        return "version";
+    if (reaches([&](F_MemoryFile& file) { file << document.getTextures(); }))
+        return "textures";
+    if (reaches([&](F_MemoryFile& file) { file << document.getMaterials(); }))
+        return "materials";
+    if (reaches([&](F_MemoryFile& file) { document.accessLightmaps()->save(file); }))
+        return "lightmaps";
+    if (reaches([&](F_MemoryFile& file) { document.getPreferences().saveDocumentPreferences(file); }))
+        return "preferences";
+    if (reaches([&](F_MemoryFile& file) { document.accessLevel()->save(file); }))
+        return "entities";
+    if (reaches([&](F_MemoryFile& file) { document.getSelection()->save(file, &document); }))
+        return "selection";
+    return reaches([&](F_MemoryFile& file) { document.getCNCamera()->save(file); }) ? "camera" : "group names";
+}
 
 } // namespace
 
@@ -204,17 +197,18 @@ void compareDocuments(const CN_Document& first, const CN_Document& second, Chang
 }
 
 void compareBytes(CN_Document& first, CN_Document& second, ChangeList& changes) {
-    const SavedLevel before(first), after(second);
-    if (before.bytes == after.bytes)
-        return;
-    const std::size_t most = std::min(before.bytes.size(), after.bytes.size());
-    std::size_t at = 0;
-    while (at < most && before.bytes[at] == after.bytes[at])
-        ++at;
-    const auto tell = [at](const SavedLevel& level) {
-        return fmt::format("differs at offset {}, section {}", at, level.sectionAt(at));
+    const auto save = [](CN_Document& document) {
+        return written([&document](F_MemoryFile& file) { document.save(file); });
     };
-    changes.addChanged("bytes", tell(before), tell(after));
+    const std::string before = save(first), after = save(second);
+    if (before == after)
+        return;
+    const auto [inFirst, inSecond] = std::mismatch(before.begin(), before.end(), after.begin(), after.end());
+    const auto at = static_cast<std::size_t>(inFirst - before.begin());
+    const auto tell = [at](CN_Document& document) {
+        return fmt::format("differs at offset {}, section {}", at, sectionAt(document, at));
+    };
+    changes.addChanged("bytes", tell(first), tell(second));
 }
 
 } // namespace cairn::host

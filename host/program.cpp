@@ -10,6 +10,7 @@
 #include <sstream>
 
 namespace cairn::host {
+void addDiffCommand(CLI::App& app, Command& chosen); // TEMP
 
 namespace {
 

@@ -330,7 +330,7 @@ TEST_F(Program, AKillLeavesTheOldOutputOrTheNewOneWhole) {
 }
 
 TEST_F(Program, TurnsImagesIntoPng) {
-    const std::string seeds = test::projectFile("fuzz/seeds/image_decode/").string();
+    const std::string seeds = cairn::test::projectFile("fuzz/seeds/image_decode/").string();
     for (const char* name : {"runs.tga", "grid.jpg", "map.pcx", "cube.scx", "grid.png", "map.bmp"}) {
         const ProgramRun done = run({"image", seeds + name, "-o", "a.png"});
         ASSERT_EQ(done.code, 0) << done.error;
