@@ -1,6 +1,7 @@
 #include "cairn/foundation/file.h"
 #include "cairn/materials/texture_list.h"
 #include "host/command_line.h"
+#include "host/image_formats.h"
 #include "host/level_session.h"
 #include "host/safe_file_names.h"
 #include "host/text.h"
@@ -18,32 +19,6 @@ struct TexturesOptions : CommonOptions {
     std::string file;
     std::string folder; ///< empty: nothing is extracted
 };
-
-/// A format's word and the ending of its files.
-struct FormatName {
-    const char* word;
-    const char* ending;
-};
-
-FormatName formatName(I_Image::Format format) {
-    switch (format) {
-    case I_Image::TGA:
-        return {"TGA", ".tga"};
-    case I_Image::PNG:
-        return {"PNG", ".png"};
-    case I_Image::SCX:
-        return {"SCX", ".scx"};
-    case I_Image::PCX:
-        return {"PCX", ".pcx"};
-    case I_Image::JPEG:
-        return {"JPEG", ".jpg"};
-    case I_Image::BMP:
-        return {"BMP", ".bmp"};
-    case I_Image::UNSUPPORTED:
-        break;
-    }
-    return {"UNSUPPORTED", ".bin"};
-}
 
 /// The ending that a file of the texture's bytes has: that of its name where it tells the format, which a name with a
 /// NUL in it does not: nobody looks beyond that.

@@ -12,6 +12,7 @@
 #include <string_view>
 
 namespace cairn::host {
+void addDiffCommand(CLI::App& app, Command& chosen); // TEMP
 
 void addRecoverCommand(CLI::App& app, Command& chosen);
 
@@ -36,6 +37,7 @@ void addCommands(CLI::App& app, Command& chosen) {
     addRefsCommand(app, chosen);
     addExplainCommand(app, chosen);
     addSaveCommand(app, chosen);
+    addDiffCommand(app, chosen);
     addMeasureCommand(app, chosen);
     addWhereCommand(app, chosen);
     addRoomsCommand(app, chosen);
