@@ -151,4 +151,6 @@ std::size_t AllocationMeter::largest() const { return static_cast<std::size_t>(s
 
 std::size_t AllocationMeter::peak() const { return static_cast<std::size_t>(s_peak.load()); }
 
+std::ptrdiff_t AllocationMeter::live() const { return s_live.load(); }
+
 } // namespace cairn::test
