@@ -31,7 +31,7 @@ using Vector = CN_LevelEntity::Vector;
 using Matrix = CN_LevelEntity::Matrix;
 
 /// What the edits are made to: rooms that lead into one another with what stands there, solids, a lift, machines.
-constexpr const char* LEVEL = R"(
+constexpr const char* LEVEL = R"script(
 box :: A 100 0 0 8 4 6
 box :: B 108 0 0 4 4 6
 exit ::A#4 ::B#2 Door
@@ -55,7 +55,7 @@ box :: E 160 0 0 2 2 2
 box :: F 170 0 0 2 2 2
 join ::E ::F
 select ::A ::C
-)";
+)script";
 
 using Edit = std::function<void(CN_Document&)>;
 /// An edit and its name.
