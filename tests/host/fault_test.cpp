@@ -164,8 +164,9 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
                 EXPECT_TRUE(static_cast<std::size_t>(beside) == others.size() && (done.isKilled() || beside == 0))
                     << told;
                 m_left += beside > 0;
-                if (done.code == 4)
+                if (done.code == 4) {
                     EXPECT_EQ(std::count(done.error.begin(), done.error.end(), '\n'), 1) << told << done.error;
+                }
             }
     }
     fmt::print("{} points: {} kills ({} left a temporary file), {} failures, files lost: 0\n", m_points, m_kills,
