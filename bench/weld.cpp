@@ -188,8 +188,8 @@ static void measure(cairn::bench::Report& report) {
     for (const std::string kind : {"exact", "a little off"}) {
         report.limitRatioTo("nanoflann", "groups, " + kind, "cairn", 0.25, PEERS_FROM);
         report.limitRatioTo("meshoptimizer", "groups, " + kind, "cairn", 5, REMAP_FROM);
-        report.reason(
-            "groups, " + kind, "cairn",
+        report.reasonTo(
+            "meshoptimizer", "groups, " + kind, "cairn",
             "the peer joins exactly equal vertices by one hash; few vertices do not make up for tables and cells");
         report.limitGrowth("groups, " + kind, "cairn", 1.1);
         report.limitGrowth("weld, " + kind, "cairn", 1.25);

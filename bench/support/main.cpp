@@ -45,15 +45,19 @@ std::string describeMachine() {
     return fmt::format("{} x {}, {}", std::thread::hardware_concurrency(), processor, compiler);
 }
 
-/// Runs a scene in this process and writes what it finds to standard output.
+constexpr int RESULT =
+    3; ///< descriptor that a scene's process writes to: the library itself has lines for standard output
+
+/// Runs a scene in this process and writes what it finds to its descriptor.
 int runHere(const Scene& scene, const std::vector<std::string>& options) {
     Report report;
     scene.addTo(report);
-    std::fputs(toJson(report.run(options)).c_str(), stdout);
-    return 0;
+    const std::string json = toJson(report.run(options));
+    std::FILE* const file = fdopen(RESULT, "w");
+    return file && std::fputs(json.c_str(), file) >= 0 && std::fclose(file) == 0 ? 0 : 1;
 }
 
-/// Starts this program with those words and gives what it wrote to standard output; `ok` is whether it ended well.
+/// Starts this program with those words and gives what it wrote to the descriptor; `ok` is whether it ended well.
 std::string outputOf(std::vector<std::string> words, bool& ok) {
     std::vector<char*> pointers;
     for (std::string& word : words)
@@ -64,9 +68,12 @@ std::string outputOf(std::vector<std::string> words, bool& ok) {
         std::perror("pipe"), std::exit(2);
     const pid_t child = fork();
     if (child == 0) {
-        dup2(ends[1], STDOUT_FILENO);
+        dup2(STDERR_FILENO, STDOUT_FILENO);
         close(ends[0]);
-        close(ends[1]);
+        if (ends[1] != RESULT) {
+            dup2(ends[1], RESULT);
+            close(ends[1]);
+        }
         execv("/proc/self/exe", pointers.data());
         std::perror("exec");
         _exit(127);

@@ -157,7 +157,12 @@ void Report::limitGrowthTo(const std::string& peer, const std::string& work, con
 }
 
 void Report::reason(const std::string& work, const std::string& contender, std::string text) {
-    m_reasons.push_back({work, contender, std::move(text)});
+    m_reasons.push_back({work, contender, std::move(text), ""});
+}
+
+void Report::reasonTo(const std::string& peer, const std::string& work, const std::string& contender,
+                      std::string text) {
+    m_reasons.push_back({work, contender, std::move(text), peer});
 }
 
 namespace {
@@ -254,11 +259,17 @@ class Report::Findings {
         return nullptr;
     }
 
-    std::string reasonOf(const Row& row) const {
+    /// Of a limit of the row that is about the peer; empty for none.
+    std::string reasonOf(const Row& row, const std::string& peer) const {
+        std::string text;
         for (const Reason& reason : m_report.m_reasons)
-            if (reason.work == row.work && reason.contender == row.contender)
-                return reason.text;
-        return "";
+            if (reason.work == row.work && reason.contender == row.contender) {
+                if (reason.peer == peer)
+                    return reason.text;
+                if (reason.peer.empty())
+                    text = reason.text;
+            }
+        return text;
     }
 
     /// A line for each peer of the same work and size, and for what a limit is about; one without where there is none.
@@ -280,7 +291,7 @@ class Report::Findings {
             beside.peerValue = other.value;
             beside.ratio = ours.value / other.value;
             if (limit)
-                beside.bound = Bound{beside.ratio, limit->ratio, "", reasonOf(row)};
+                beside.bound = Bound{beside.ratio, limit->ratio, "", reasonOf(row, beside.peer)};
             beside.differs = ours.result->witness && other.result->witness &&
                              !sameWitness(*ours.result->witness, *other.result->witness);
             lines.push_back(std::move(beside));
@@ -313,12 +324,13 @@ class Report::Findings {
             if (limit.work != row.work || limit.contender != row.contender)
                 continue;
             if (limit.peer.empty()) {
-                growth.bound = Bound{growth.exponent, limit.exponent, "", reasonOf(row)};
+                growth.bound = Bound{growth.exponent, limit.exponent, "", reasonOf(row, "")};
             } else if (const auto peer = curveOf(row.work, limit.peer); peer.size() == curve.size()) {
                 const double theirs = growthExponent(peer);
-                growth.bound = limit.exponent > 0
-                                   ? Bound{growth.exponent - theirs + 1, limit.exponent, limit.peer, reasonOf(row)}
-                                   : Bound{growth.exponent, theirs, limit.peer, reasonOf(row)};
+                growth.bound =
+                    limit.exponent > 0
+                        ? Bound{growth.exponent - theirs + 1, limit.exponent, limit.peer, reasonOf(row, limit.peer)}
+                        : Bound{growth.exponent, theirs, limit.peer, reasonOf(row, limit.peer)};
             }
         }
         return growth;

@@ -140,6 +140,9 @@ class Report {
     /// limit where a run misses it.
     void reason(const std::string& work, const std::string& contender, std::string text);
 
+    /// The same of limits that are about that peer alone.
+    void reasonTo(const std::string& peer, const std::string& work, const std::string& contender, std::string text);
+
     /// Sets how often a row is repeated, for scenes of slow rows. A quick run has repetitions of its own.
     void repeat(int repetitions) { m_repetitions = repetitions; }
 
@@ -166,6 +169,7 @@ class Report {
     };
     struct Reason {
         std::string work, contender, text;
+        std::string peer; ///< empty for all limits that have no reason of their own
     };
     class Collector;
     class Findings;
