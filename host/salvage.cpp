@@ -102,7 +102,6 @@ class LevelSalvage {
         EntitySalvage entities(m_bytes, m_remains, m_document, m_lost);
         entities.run();
         MendingNeeds needs;
-        needs.portalsLost = entities.isAnyLost(CN_KIND_PORTAL);
         needs.entitiesLost = entities.isAnyLost();
         needs.drop = [&entities](CN_LevelEntityPortal& portal, const std::string& reason) {
             entities.drop(portal, reason);

@@ -221,7 +221,9 @@ int EntitySalvage::findKind(SalvagedEntity& one) {
     };
     const bool isFirstOfPrefab = &one != &m_all.front() && (&one - 1)->kind == CN_KIND_PREFAB;
     const auto isOdd = [&](int kind) {
-        return (kind == CN_KIND_PREFAB_CONTENT && !isFirstOfPrefab) ||
+        // These two take any record for theirs.
+        return (kind == CN_KIND_PREFAB_CONTENT && (!isFirstOfPrefab || !one.remains.own.empty())) ||
+               (kind == CN_KIND_PLAYER && one.name != "player") ||
                (holdsNothing(kind) && one.remains.children.value_or(0) > 0);
     };
     std::stable_sort(kinds.begin(), kinds.end(),
@@ -468,14 +470,9 @@ void EntitySalvage::drop(CN_LevelEntity& entity, const std::string& reason) {
     delete &entity;
 }
 
-bool EntitySalvage::isAnyLost(int kind) const {
-    return std::any_of(m_all.begin(), m_all.end(), [kind](const SalvagedEntity& one) {
-        return !one.entity && (one.kind == kind || one.kind == 0);
-    });
-}
-
 bool EntitySalvage::isAnyLost() const {
-    return !m_shape.isExact || m_shape.missing > 0 || countKept() < m_all.size() || m_recovered;
+    return !m_shape.isExact || m_shape.missing > 0 || !m_remains.hasTreeEnd || countKept() < m_all.size() ||
+           m_recovered;
 }
 
 void EntitySalvage::report() {

@@ -50,11 +50,8 @@ class EntitySalvage {
 
     /// The entities with the numbers of a stored selection, which count the last child of each first; none where parents are lost.
     std::vector<CN_LevelEntity*> findNumbered(const std::vector<unsigned int>& numbers) const;
-    /// True where an entity is lost that may have been of the kind.
-    bool isAnyLost(int kind) const;
+    /// True where an entity is lost, may be, or does not stand where it stood.
     bool isAnyLost() const;
-    /// True where all parents are known for sure.
-    bool isTreeExact() const { return m_shape.isExact; }
 
   private:
     class Witness;

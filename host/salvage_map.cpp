@@ -144,7 +144,8 @@ class RemainsMapper {
             else if ((after == LevelPart::PREFERENCES || i + 2 == all.size()) && !isThere(LevelPart::LIGHTMAPS))
                 all[i].part = LevelPart::LIGHTMAPS;
             else
-                all[i].part = before == LevelPart::TEXTURES ? LevelPart::CATEGORY : LevelPart::MATERIAL;
+                all[i].part = before == LevelPart::TEXTURES || mayBeCategory(all[i].chunk) ? LevelPart::CATEGORY
+                                                                                           : LevelPart::MATERIAL;
         }
     }
 
@@ -161,6 +162,16 @@ class RemainsMapper {
         root.offset = m_map.treeBegin = from;
         root.end = from + F_MemoryFile::CHUNK_HEADER_SIZE;
         root.kind = CN_KIND_LEVEL;
+    }
+
+    /// True where what is left of the body reads like one.
+    bool mayBeCategory(const F_FoundChunk& chunk) const {
+        if (chunk.state == State::HEADER_DAMAGED)
+            return false;
+        F_MemoryFile again;
+        rewrap(m_bytes, chunk, again);
+        const Bytes bytes(static_cast<const unsigned char*>(again.getAddress()), again.getSize());
+        return holds(bytes, {State::WHOLE, 0, bytes.size(), chunk.version}, LevelPart::CATEGORY);
     }
 
     void addToTree(std::size_t i) {

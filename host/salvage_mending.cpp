@@ -73,7 +73,7 @@ class Mending {
     void mendExit(CN_Polygon& exit) {
         if (!exit.isExitPolygon())
             exit.sealExit(requireWallMaterial(m_document));
-        else if (m_needs.portalsLost && !exit.getLevelEntityPortal())
+        else if (m_needs.entitiesLost && !exit.getLevelEntityPortal())
             addPortal(exit);
     }
 

@@ -13,8 +13,7 @@ namespace cairn::host {
 
 /// What a mending needs to know of the salvage around it.
 struct MendingNeeds {
-    bool portalsLost = false;  ///< an exit without a portal may have had one
-    bool entitiesLost = false; ///< a message without target may have had one, or its target stands elsewhere now
+    bool entitiesLost = false; ///< an exit without a portal may have had one, and a message without target that
     /// Takes a portal out of the level, with the reason.
     std::function<void(CN_LevelEntityPortal&, const std::string&)> drop;
 };
