@@ -100,7 +100,10 @@ TEST_F(Diff, TellsEachEditInItsOwnWords) {
           "changed ::Lift keyframe Keyframe_0: - -> 1 0 0 0 1 0 0 0 1 0 0 0", "changed ::Lift keyframe:  -> Keyframe_0",
           "changed ::Lift lighting-keyframe:  -> Keyframe_0", "changed ::Lift state machine: off -> on"}},
         {"keyframe ::Lift Up", {"changed ::Lift keyframe Up: - -> 1 0 0 0 1 0 0 0 1 0 0 0"}},
-        {"split ::Yard#1 1 0 0 2 0 0", {"changed ::Yard order of polygons: - -> -"}},
+        {"split ::Yard#1 1 0 0 2 0 0",
+         {"changed ::Yard polygon 1: (0 4 0) (4 4 0) (4 4 4) (0 4 4) -> -",
+          "changed ::Yard polygons 5-6: - -> 2 polygons", "changed ::Yard polygons: 6 -> 7",
+          "changed ::Yard vertices: 8 -> 16"}},
     };
     for (const auto& c : cases) {
         Lines lines = edit(c.script), expected = c.changes;
@@ -217,7 +220,9 @@ TEST_F(Diff, TellsWhatNoEditCommandChanges) {
              animation.getRotationGraph().addNode({0.5f, {0.1f, 0, 0}});
              animation.updateRotationGraph(); // the samples, and not the curve
              U_GraphEdit::Nodes& nodes = animation.getRotationGraph().accessNodes();
-             nodes.remove(nodes.next(nodes.first()));
+             for (const U_GraphEditNode& node : nodes)
+                 if (node.x == 0.5f)
+                     nodes.remove(&node);
          }},
     };
     for (const auto& c : cases) {
