@@ -10,7 +10,6 @@
 #include <algorithm>
 
 namespace cairn::host {
-void addDiffCommand(CLI::App& app, Command& chosen); // TEMP
 
 namespace {
 

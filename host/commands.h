@@ -28,6 +28,7 @@ void addFsmCommand(CLI::App& app, Command& chosen);
 void addRefsCommand(CLI::App& app, Command& chosen);
 void addExplainCommand(CLI::App& app, Command& chosen);
 void addSaveCommand(CLI::App& app, Command& chosen);
+void addDiffCommand(CLI::App& app, Command& chosen);
 void addMeasureCommand(CLI::App& app, Command& chosen);
 void addWhereCommand(CLI::App& app, Command& chosen);
 void addRoomsCommand(CLI::App& app, Command& chosen);

@@ -118,8 +118,9 @@ void EntityMatching::pairByQualifiedName() {
 void EntityMatching::pairBelow() {
     for (std::size_t i = 0; i < m_fresh.size(); ++i) {
         const auto [first, second] = m_fresh[i];
-        for (const Criterion criterion : {&EntityMatching::byName, &EntityMatching::bySubtree,
-                                          &EntityMatching::byContent, &EntityMatching::byWhatIsBelow}) {
+        for (const Criterion criterion :
+             {&EntityMatching::byName, &EntityMatching::bySubtree, &EntityMatching::byContent,
+              &EntityMatching::byWhatIsBelow, &EntityMatching::byPlacedContent}) {
             const std::vector<int> ofFirst = withoutPartner(FIRST, first), ofSecond = withoutPartner(SECOND, second);
             if (ofFirst.empty() || ofSecond.empty())
                 break;
@@ -215,6 +216,12 @@ bool EntityMatching::byWhatIsBelow(Level level, int number, Key& key) const {
     key.size = tree.sizes[index(number)];
     key.hash = mix({kindOf(*tree.entities[index(number)]), tree.contents[index(number)].below});
     return key.size > 1;
+}
+
+/// What has been renamed, placed elsewhere and furnished anew; with nothing below it is too likely another thing.
+bool EntityMatching::byPlacedContent(Level level, int number, Key& key) const {
+    key.hash = m_trees[level].contents[index(number)].content;
+    return m_trees[level].sizes[index(number)] > 1;
 }
 
 bool EntityMatching::byNameAndSubtree(Level level, int number, Key& key) const {

@@ -14,7 +14,7 @@ namespace cairn::host {
 /// Says which entities of two levels stand for one another: two of one kind each.
 ///
 /// By name first, from the root down and then by qualified name. What is left is paired by likeness: below one parent with
-/// what has the same content and children, the same content, or the same children; then anywhere with what has the same
+/// what has the same content and children, the same content, the same children, or children and the same content; then anywhere with what has the same
 /// content and children or content alone, wherever it stands. Children of a pair are paired likewise. It is the same the
 /// other way round. Time grows with the number of entities (and its logarithm).
 class EntityMatching {
@@ -78,6 +78,7 @@ class EntityMatching {
     bool bySubtree(Level level, int number, Key& key) const;
     bool byContent(Level level, int number, Key& key) const;
     bool byWhatIsBelow(Level level, int number, Key& key) const;
+    bool byPlacedContent(Level level, int number, Key& key) const;
     bool byNameAndSubtree(Level level, int number, Key& key) const;
     bool byNameAndMovedSubtree(Level level, int number, Key& key) const;
     bool byNameAndMovedContent(Level level, int number, Key& key) const;

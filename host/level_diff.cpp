@@ -145,23 +145,24 @@ class TreeDiff {
         m_changes.compareOrder("order of children", ordered(FIRST, first), ordered(SECOND, second));
     }
 
-    void describe(Level level, const CN_LevelEntity& entity, FactSink& facts) const {
+    void describe(Level level, const CN_LevelEntity& entity, bool withMachine, FactSink& facts) const {
         describePlace(entity, facts);
         facts.flag("selected", m_documents[level]->getSelection()->isInSelection(&entity));
         describeSettings(entity, m_identities[level], facts);
-        if (const E_FSM* const machine = entity.getFSM())
+        if (const E_FSM* const machine = withMachine ? entity.getFSM() : nullptr)
             describeMachine(*machine, facts);
     }
 
     void compareFacts(const CN_LevelEntity& a, const CN_LevelEntity& b) {
+        const bool withMachine = a.hasFSM() && b.hasFSM(); // one that came or went is told as a whole
         FactHash hashOfA, hashOfB;
-        describe(FIRST, a, hashOfA);
-        describe(SECOND, b, hashOfB);
+        describe(FIRST, a, withMachine, hashOfA);
+        describe(SECOND, b, withMachine, hashOfB);
         if (hashOfA.get() == hashOfB.get())
             return;
         FactList factsOfA, factsOfB;
-        describe(FIRST, a, factsOfA);
-        describe(SECOND, b, factsOfB);
+        describe(FIRST, a, withMachine, factsOfA);
+        describe(SECOND, b, withMachine, factsOfB);
         m_changes.compareFacts(factsOfA.get(), factsOfB.get());
     }
 
@@ -182,16 +183,17 @@ class TreeDiff {
     }
 
     void compareMessages(const E_FSM* a, const E_FSM* b) {
+        if (!a || !b)
+            return;
         static const E_FSM::MessageList none;
         std::map<std::string, std::array<const E_FSM::MessageList*, 2>> lists;
-        for (const auto& [level, machine] : {std::pair(FIRST, a), std::pair(SECOND, b)}) {
-            if (!machine)
-                continue;
-            const std::size_t side = level;
-            forEachMessageList(*machine, [&lists, side](const std::string& name, const E_FSM::MessageList& messages) {
-                lists.try_emplace(name, std::array{&none, &none}).first->second[side] = &messages;
+        const auto gather = [&lists](Level level, const E_FSM& machine) {
+            forEachMessageList(machine, [&](const std::string& name, const E_FSM::MessageList& messages) {
+                lists.try_emplace(name, std::array{&none, &none}).first->second[level] = &messages;
             });
-        }
+        };
+        gather(FIRST, *a);
+        gather(SECOND, *b);
         for (const auto& [name, sides] : lists)
             m_changes.compareEach("message " + name, elementsOf(FIRST, *sides[FIRST]),
                                   elementsOf(SECOND, *sides[SECOND]));

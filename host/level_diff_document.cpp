@@ -203,8 +203,8 @@ void compareBytes(CN_Document& first, CN_Document& second, ChangeList& changes) 
     const std::string before = save(first), after = save(second);
     if (before == after)
         return;
-    const auto [inFirst, inSecond] = std::mismatch(before.begin(), before.end(), after.begin(), after.end());
-    const auto at = static_cast<std::size_t>(inFirst - before.begin());
+    const auto differs = std::mismatch(before.begin(), before.end(), after.begin(), after.end()).first;
+    const auto at = static_cast<std::size_t>(differs - before.begin());
     const auto tell = [at](CN_Document& document) {
         return fmt::format("differs at offset {}, section {}", at, sectionAt(document, at));
     };

@@ -12,7 +12,6 @@
 #include <string_view>
 
 namespace cairn::host {
-void addDiffCommand(CLI::App& app, Command& chosen); // TEMP
 
 void addRecoverCommand(CLI::App& app, Command& chosen);
 
