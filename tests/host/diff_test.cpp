@@ -213,17 +213,6 @@ TEST_F(Diff, TellsWhatNoEditCommandChanges) {
         {"::Statue lightmap: 5 -> none", [&](CN_Document& d) { statue(d).setLightmapID(NO_LIGHTMAP); }},
         {"::Door keyframe spare: - -> ", [&](CN_Document& d) { door(d).addKeyframe("spare"); }},
         {"::Door animation swing: ", [&](CN_Document& d) { door(d).accessAnimations()->getFirst()->setLength(9); }},
-        // Nothing has a name for it.
-        {"level bytes: differs at offset ",
-         [&](CN_Document& d) {
-             CN_MeshAnimation& animation = *door(d).accessAnimations()->getFirst();
-             animation.getRotationGraph().addNode({0.5f, {0.1f, 0, 0}});
-             animation.updateRotationGraph(); // the samples, and not the curve
-             U_GraphEdit::Nodes& nodes = animation.getRotationGraph().accessNodes();
-             for (const U_GraphEditNode& node : nodes)
-                 if (node.x == 0.5f)
-                     nodes.remove(&node);
-         }},
     };
     for (const auto& c : cases) {
         const auto document = load(before);
