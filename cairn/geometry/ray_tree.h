@@ -56,6 +56,7 @@ class CN_RayTree {
         using Numbers = CN_RayBoxes::Numbers;
         static constexpr int SIDES = 4;
 
+        /// One plane of each face.
         struct Planes {
             Numbers normal[3], offset; ///< unit, and along the normal
         } faces, sides[SIDES];
