@@ -43,7 +43,6 @@ fsm-state ::A::Guard Alert
 fsm-handler ::A::Guard T_Activate
 fsm-send ::A::Guard T_Activate before "::B->DO_OpenExit(Door)"
 fsm-send ::A::Guard T_Activate after "# a comment"
-fsm-handler ::A::Switch T_Activate
 fsm-send ::A::Switch T_Activate before "::A::Guard->SwitchState(Alert)"
 smooth ::A Smoothed ::A#0 ::A#1
 box :: C 130 0 0 4 4 4
@@ -91,11 +90,11 @@ const std::vector<NamedEdit>& commands() {
                  "delete ::A",
                  "delete ::A::Guard",
                  "set ::A::Guard group Rats",
-                 "set ::C position \"1 2 3\"",
+                 "set ::C secondary-name Stone",
                  "select ::B ::A::Guard",
                  "box :: New 0 50 0 1 2 3",
                  "loft :: New 3 0 50 0 0 50 6 4 50 6 4 50 3 8 50 3 8 50 0",
-                 "push ::B#1 -1",
+                 "push ::E#1 -1",
                  "tilt ::E#1 0 2 0 2 2 0 5",
                  "split ::E#0 1 0 0 1 0 0",
                  "unify ::C#5 ::C#6",
@@ -220,6 +219,9 @@ const std::vector<NamedEdit>& operations() {
     return edits;
 }
 
+/// Clipper puts what it makes into lists, and loses it where a list cannot grow.
+constexpr std::int64_t LOST_BY_CLIPPER = 8;
+
 /// Makes edits whose allocations fail, each to a level of its own.
 class EditFaults : public testing::Test {
   protected:
@@ -289,7 +291,8 @@ class EditFaults : public testing::Test {
                 choice, [this] { return load(m_bytes); }, edit.edit,
                 [&](CN_Document& document, bool hasFailed, FaultCounts& c) {
                     checkAfter(document, hasFailed, edited, c);
-                });
+                },
+                LOST_BY_CLIPPER);
             if (HasFailure())
                 break;
             all += counts;

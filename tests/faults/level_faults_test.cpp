@@ -4,10 +4,10 @@
 #include "cairn/foundation/file.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/imaging/image.h"
+#include "host/level_session.h"
 #include "tests/faults/fault_loop.h"
 #include "tests/support/full_level.h"
 #include "tests/support/level_bytes.h"
-#include "tests/support/process_state_guard.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_data.h"
 
@@ -85,7 +85,8 @@ class LevelFaults : public testing::Test {
             });
     }
 
-    ProcessStateGuard m_process;
+    host::Console m_console;
+    host::LevelSession m_session{m_console, ""}; ///< with a content database, which some kinds ask for
 };
 
 TEST_F(LevelFaults, LoadingAndSavingASmallLevel) {

@@ -20,28 +20,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Standard output and error go nowhere for its life.
+/// Standard error goes nowhere for its life.
 class Silence {
   public:
-    Silence() {
+    Silence() : m_before(::dup(STDERR_FILENO)) {
         const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        for (int i = 0; i < 2; ++i) {
-            m_before[i] = ::dup(i + 1);
-            ::dup2(nowhere, i + 1);
-        }
+        ::dup2(nowhere, STDERR_FILENO);
         ::close(nowhere);
     }
     ~Silence() {
-        for (int i = 0; i < 2; ++i) {
-            ::dup2(m_before[i], i + 1);
-            ::close(m_before[i]);
-        }
+        ::dup2(m_before, STDERR_FILENO);
+        ::close(m_before);
     }
     Silence(const Silence&) = delete;
     Silence& operator=(const Silence&) = delete;
 
   private:
-    int m_before[2]; ///< copies of the descriptors 1 and 2
+    int m_before; ///< a copy of the descriptor
 };
 
 /// Runs commands of the program in this process, in a folder of their own.
@@ -52,12 +47,17 @@ class ProgramFaults : public testing::Test {
     ProgramFaults() : m_before(fs::current_path()) { fs::current_path(m_folder.path("")); }
     ~ProgramFaults() override { fs::current_path(m_before); }
 
-    static int run(const std::vector<std::string>& words) {
-        std::vector<const char*> arguments{"cairn"};
+    using Arguments = std::vector<const char*>;
+    static Arguments argumentsOf(const std::vector<std::string>& words) {
+        Arguments arguments{"cairn"};
         for (const std::string& word : words)
             arguments.push_back(word.c_str());
+        return arguments;
+    }
+    static int runArguments(const Arguments& arguments) {
         return host::runProgram(static_cast<int>(arguments.size()), arguments.data());
     }
+    static int run(const std::vector<std::string>& words) { return runArguments(argumentsOf(words)); }
     static void write(const std::string& name, std::string_view text) {
         F_File::replace(name, {reinterpret_cast<const unsigned char*>(text.data()), text.size()});
     }
@@ -123,7 +123,8 @@ class ProgramFaults : public testing::Test {
             };
             Silence silence;
             restore();
-            const int code = run(words);
+            const Arguments arguments = argumentsOf(words);
+            const int code = runArguments(arguments);
             ASSERT_EQ(code, 0);
             const Files after = files();
             all += forEachFault(
@@ -132,13 +133,13 @@ class ProgramFaults : public testing::Test {
                     restore();
                     return std::make_unique<int>(-1);
                 },
-                [&](int& done) { done = run(words); },
+                [&](int& done) { done = runArguments(arguments); },
                 [&](int& done, bool, FaultCounts&) {
                     const Files now = files();
                     if (done == code)
                         EXPECT_TRUE(now == after);
                     else if (done == 5)
-                        EXPECT_TRUE(now == before);
+                        EXPECT_TRUE(now == before) << "outputs are as they were";
                     else
                         ADD_FAILURE() << "exit code " << done;
                 });

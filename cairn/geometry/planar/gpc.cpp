@@ -107,35 +107,50 @@ ClipperLib::ClipType typeOf(gpc_op operation) {
     return ClipperLib::ctUnion;
 }
 
-/// Notices that memory could not be had, for its life: Clipper catches all exceptions and tells of none.
+/// Keeps some memory back for Clipper, which loses objects where it has none and tells nobody: it gets that when there is no
+/// other, for the life of the watch.
 class MemoryWatch {
   public:
-    MemoryWatch() : m_outer(std::exchange(s_innermost, this)), m_before(std::set_new_handler(&MemoryWatch::note)) {}
+    explicit MemoryWatch(std::size_t bytes) : m_reserve(std::malloc(bytes)) {
+        if (!m_reserve)
+            throw new F_MemoryException_Allocation;
+        m_outer = std::exchange(s_innermost, this);
+        m_before = std::set_new_handler(&MemoryWatch::give);
+    }
     ~MemoryWatch() {
         std::set_new_handler(m_before);
         s_innermost = m_outer;
+        std::free(m_reserve);
     }
     MemoryWatch(const MemoryWatch&) = delete;
     MemoryWatch& operator=(const MemoryWatch&) = delete;
 
-    bool hasLacked() const { return m_hasLacked; }
+    /// True where there was no other memory, and perhaps too little of this.
+    bool hasLacked() const { return !m_reserve; }
 
   private:
-    static void note() {
-        s_innermost->m_hasLacked = true;
+    static void give() {
+        if (void* const reserve = std::exchange(s_innermost->m_reserve, nullptr))
+            return std::free(reserve);
         if (!s_innermost->m_before)
             throw std::bad_alloc();
-        s_innermost->m_before(); // where it finds some this was for nothing
-        s_innermost->m_hasLacked = false;
+        s_innermost->m_before();
     }
 
     static thread_local MemoryWatch* s_innermost;
-    MemoryWatch* m_outer;      ///< not owned: null for none
-    std::new_handler m_before; ///< the host's, or null
-    bool m_hasLacked = false;
+    void* m_reserve;                     ///< owned: null once it was given
+    MemoryWatch* m_outer = nullptr;      ///< not owned: null for none
+    std::new_handler m_before = nullptr; ///< the host's, or null
 };
 
 thread_local MemoryWatch* MemoryWatch::s_innermost = nullptr;
+
+std::size_t cornersOf(const gpc_polygon& area) {
+    std::size_t count = 0;
+    for (int i = 0; i < area.num_contours; ++i)
+        count += static_cast<std::size_t>(std::max(area.contour[i].num_vertices, 0));
+    return count;
+}
 
 struct Result {
     Contour corners;
@@ -149,13 +164,14 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
     if (!grid.fit(subject, clip))
         return results;
     extent = grid.extent();
+    constexpr std::size_t ROOM = 16 * 1024, ROOM_A_CORNER = 512;
+    const MemoryWatch memory(ROOM + ROOM_A_CORNER * (cornersOf(subject) + cornersOf(clip)));
     ClipperLib::Clipper clipper;
     // Corners on straight lines are whose business it is that reads the contours.
     clipper.PreserveCollinear(true);
     bool any = addPaths(clipper, grid, subject, ClipperLib::ptSubject);
     any |= addPaths(clipper, grid, clip, ClipperLib::ptClip);
     ClipperLib::PolyTree tree;
-    const MemoryWatch memory;
     // It fails for nothing to clip, too.
     if (!clipper.Execute(typeOf(operation), tree, ClipperLib::pftEvenOdd, ClipperLib::pftEvenOdd) && any) {
         if (memory.hasLacked())
