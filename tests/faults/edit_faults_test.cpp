@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/document/level_file.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
@@ -189,6 +190,7 @@ const std::vector<NamedEdit>& operations() {
         {"unify",
          [](CN_Document& d) {
              CN_Mesh& m = mesh(d, "::C");
+             const CN_ChangeScope change(&d); // the carrier stands in the mesh until the end
              CN_Polygon* const carrier = m.addPolygon();
              carrier->buildFrom(&m.accessPolygonList()[5], &m.accessPolygonList()[6]);
              m.deletePolygon(carrier);

@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/system.h"
 #include "cairn/geometry/exact_corners.h"
@@ -177,6 +178,7 @@ void CN_Polygon::split(const M_Plane3Template<double>& plane, CN_Mesh* mesh, std
         if (!keepsBehind || !keepsFront)
             F_System::verbose("Extents: In %.9lf, out %.9lf\n", inside, outside);
     }
+    const CN_ChangeScope change(mesh->getDocument());
     std::vector<CN_Polygon*> made;
     const int before = mesh->getVertexList().count();
     if (keepsBehind)
