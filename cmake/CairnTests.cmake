@@ -42,6 +42,10 @@ cairn_add_test(cairn_media_test ${_tests_media})
 cairn_add_test(cairn_test ${_tests_model})
 
 if(TARGET cairn_program)
+    if(CAIRN_SANITIZE)
+        # Its runs of the program, more than a thousand, take a sanitizer longer than a test may.
+        list(REMOVE_ITEM _host_tests tests/host/fault_test.cpp)
+    endif()
     cairn_add_test(cairn_host_test ${_host_tests} tests/host/program_run.cpp)
     if(TARGET cairn_host_test)
         target_link_libraries(cairn_host_test PRIVATE cairn_host)
