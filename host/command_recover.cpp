@@ -69,7 +69,6 @@ ExitCode runRecover(const RecoverOptions& options, Console& console) {
 
 } // namespace
 
-void addRecoverCommand(CLI::App& app, Command& chosen);
 void addRecoverCommand(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<RecoverOptions>();
     CLI::App* command =

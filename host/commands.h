@@ -33,6 +33,7 @@ void addWhereCommand(CLI::App& app, Command& chosen);
 void addRoomsCommand(CLI::App& app, Command& chosen);
 void addRenderCommand(CLI::App& app, Command& chosen);
 void addGenerateCommand(CLI::App& app, Command& chosen);
+void addRecoverCommand(CLI::App& app, Command& chosen);
 void addImageCommand(CLI::App& app, Command& chosen);
 void addTexturesCommand(CLI::App& app, Command& chosen);
 void addThumbsCommand(CLI::App& app, Command& chosen);

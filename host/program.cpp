@@ -11,8 +11,6 @@
 
 namespace cairn::host {
 
-void addRecoverCommand(CLI::App& app, Command& chosen);
-
 namespace {
 
 constexpr const char* DESCRIPTION = "Makes, inspects and converts level files (NAME.cairn) without an editor.";

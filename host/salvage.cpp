@@ -387,7 +387,8 @@ bool isSealRight(Bytes bytes, std::size_t end) {
     F_MemoryFile sealed(static_cast<unsigned int>(bytes.size()));
     append(sealed, bytes.first(end));
     CN_LevelFile::seal(sealed);
-    return std::ranges::equal(viewOf(sealed), bytes);
+    const Bytes right = viewOf(sealed);
+    return std::equal(right.begin(), right.end(), bytes.begin(), bytes.end());
 }
 
 std::size_t countEntities(CN_Document& document) {

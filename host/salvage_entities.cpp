@@ -3,7 +3,6 @@
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
-#include "cairn/entities/load_scope.h"
 #include "cairn/entities/parenting.h"
 #include "cairn/entities/tri_mesh.h"
 #include "cairn/entities/virtual_node.h"
@@ -26,8 +25,8 @@ using Vector = CN_LevelEntity::Vector;
 using State = F_FoundChunk::State;
 
 constexpr int NO_PARENT = TreeShape::NO_PARENT;
-/// What the names of a level may take in the end, with room for those that change.
-constexpr std::size_t MOST_NAME_BYTES = CN_MAX_QUALIFIED_NAME_BYTES / 2;
+/// What all names may take in the end: half of what a load allows, as some change yet.
+constexpr std::size_t MOST_NAME_BYTES = std::size_t{32} << 20;
 constexpr std::size_t NAME_ROOM = 16; ///< for "Recovered", numbers behind names and separators
 
 bool isNode(int kind) { return kind >= CN_KIND_POLYGON_GROUP && kind <= CN_KIND_PORTAL; }
@@ -329,6 +328,7 @@ void EntitySalvage::attach(SalvagedEntity& one) {
 
 void EntitySalvage::attachTo(SalvagedEntity& one, CN_LevelEntity& parent) {
     one.entity = one.detached.get();
+    m_places[one.entity] = static_cast<std::size_t>(&one - m_all.data());
     parent.addOwned(std::move(one.detached), false);
     const auto [depth, bytes] = m_depths[&parent];
     m_depths[one.entity] = {depth + 1, bytes + one.entity->getName().view().size() + 2};
@@ -461,11 +461,10 @@ std::size_t EntitySalvage::countKept() const {
 void EntitySalvage::lose(SalvagedEntity& one, const std::string& why) { one.fault = why; }
 
 void EntitySalvage::drop(CN_LevelEntity& entity, const std::string& reason) {
-    for (SalvagedEntity& one : m_all)
-        if (one.entity == &entity) {
-            one.entity = nullptr;
-            lose(one, reason);
-        }
+    if (const auto known = m_places.find(&entity); known != m_places.end()) {
+        m_all[known->second].entity = nullptr;
+        lose(m_all[known->second], reason);
+    }
     entity.getParent()->remove(&entity);
     delete &entity;
 }

@@ -8,6 +8,7 @@
 
 #include <map>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -82,6 +83,8 @@ class EntitySalvage {
     CN_Document& m_document;
     std::vector<LostPart>& m_lost;
     std::vector<SalvagedEntity> m_all; ///< in pre-order
+    std::unordered_map<const CN_LevelEntity*, std::size_t>
+        m_places; ///< of those in the tree, among all; looked up only
     TreeShape m_shape;
     CN_LevelEntity* m_recovered = nullptr;             ///< not owned: null until it is needed
     std::map<std::size_t, CN_LevelEntity*> m_standIns; ///< not owned: for lost parents whose place is known
@@ -90,8 +93,8 @@ class EntitySalvage {
     std::vector<std::pair<CN_LevelEntity*, SalvagedEntity::Placement>>
         m_placed;                           ///< not owned: new ones, with their places in the world
     std::vector<SalvagedEntity*> m_orphans; ///< not owned: below the stand-ins
-    std::map<const CN_LevelEntity*, std::pair<int, std::size_t>>
-        m_depths;                ///< and bytes of the qualified name; looked up only
+    /// How deep an entity of the tree stands, and the bytes of its qualified name; looked up only.
+    std::unordered_map<const CN_LevelEntity*, std::pair<int, std::size_t>> m_depths;
     std::size_t m_nameBytes = 0; ///< of all qualified names
 };
 
