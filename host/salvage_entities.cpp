@@ -4,6 +4,7 @@
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/parenting.h"
+#include "cairn/entities/portal.h"
 #include "cairn/entities/tri_mesh.h"
 #include "cairn/entities/virtual_node.h"
 #include "cairn/geometry/mesh/mesh.h"
@@ -338,14 +339,35 @@ void EntitySalvage::attachTo(SalvagedEntity& one, CN_LevelEntity& parent) {
         return;
     try {
         node->generatePointersFromPolygonIndices();
+        if (m_shape.isExact || takeDoor(*node))
+            return;
+        one.fault = "its mesh is lost";
     } catch (F_MemoryException_Allocation*) {
         throw;
     } catch (F_Exception* e) {
         const F_ExceptionGuard guard(e);
-        parent.remove(one.entity);
-        delete std::exchange(one.entity, nullptr);
-        lose(one, e->getErrorMessage());
+        one.fault = e->getErrorMessage();
     }
+    parent.remove(one.entity);
+    delete std::exchange(one.entity, nullptr);
+}
+
+/// Where parents were found by other ways than counts alone: false for a portal that stands on no exit, or on one that has its
+/// portal, as it can only be another mesh's.
+bool EntitySalvage::takeDoor(CN_VirtualNode& node) {
+    auto* const portal = dynamic_cast<CN_LevelEntityPortal*>(&node);
+    if (!portal)
+        return true;
+    CN_Polygon* const exit = portal->getPortalPolygon();
+    CN_LevelEntityPortal*& known = m_doors[exit];
+    if (exit->getExitDestinationIndex() != CN_Polygon::NON_EXIT_INDEX && !known) {
+        known = portal;
+        return true;
+    }
+    portal->setPortalPolygon(nullptr);
+    if (known)
+        known->setPortalPolygon(exit);
+    return false;
 }
 
 /// False where a level would be too deep or its names too long with the entity there.

@@ -13,8 +13,10 @@
 #include <vector>
 
 namespace cairn {
+class CN_LevelEntityPortal;
 class CN_Polygon;
-}
+class CN_VirtualNode;
+} // namespace cairn
 
 namespace cairn::host {
 
@@ -69,6 +71,7 @@ class EntitySalvage {
     void takeRoot(SalvagedEntity& one);
     void attach(SalvagedEntity& one);
     void attachTo(SalvagedEntity& one, CN_LevelEntity& parent);
+    bool takeDoor(CN_VirtualNode& node);
     void attachOrphan(SalvagedEntity& one, SalvagedEntity* lostParent);
     CN_LevelEntity& orphanParent(const SalvagedEntity& one, const SalvagedEntity* lostParent);
     CN_LevelEntity& recovered();
@@ -83,6 +86,8 @@ class EntitySalvage {
     CN_Document& m_document;
     std::vector<LostPart>& m_lost;
     std::vector<SalvagedEntity> m_all; ///< in pre-order
+    std::unordered_map<const CN_Polygon*, CN_LevelEntityPortal*>
+        m_doors; ///< not owned: portals by exits; looked up only
     std::unordered_map<const CN_LevelEntity*, std::size_t>
         m_places; ///< of those in the tree, among all; looked up only
     TreeShape m_shape;

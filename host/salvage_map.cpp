@@ -177,9 +177,8 @@ class RemainsMapper {
     void addToTree(std::size_t i) {
         const F_FoundChunk& chunk = m_chunks[i];
         const bool starts = startsEntity(i);
-        const std::size_t behind = m_map.entities.empty() ? chunk.offset : m_map.entities.back().end;
-        if (i > m_tree && isEndKnown(i - 1) && !follows(i, starts ? COUNT + ID : 0))
-            fillHole(behind, chunk.offset, starts);
+        if (i > m_tree && !follows(i, starts ? COUNT + ID : 0))
+            fillHole(chunk.offset, isEndKnown(i - 1), starts);
         if (starts)
             begin(chunk, i);
         else
@@ -198,31 +197,43 @@ class RemainsMapper {
         entity.isHoleAhead = std::exchange(m_isHole, false);
     }
 
-    /// Between `from` and `to` something stands that was not found, as its mark is damaged: what it was the distance to the
-    /// record before tells.
-    void fillHole(std::size_t from, std::size_t to, bool toStart) {
+    /// Between the entity before and `to` something may stand that was not found, as its mark is damaged. `isAfterEnd` says that
+    /// the records before are known up to their end, `toStart` that an entity begins at `to`.
+    void fillHole(std::size_t to, bool isAfterEnd, bool toStart) {
         EntityRemains& before = m_map.entities.back();
-        if (F_looksLikeChunk(m_bytes, from)) {
-            before.own.push_back({State::HEADER_DAMAGED, from, to, 0});
-            before.end = from + F_MemoryFile::CHUNK_HEADER_SIZE;
+        const bool isOwn = isAfterEnd && F_looksLikeChunk(m_bytes, before.end);
+        if (isOwn) {
+            before.own.push_back({State::HEADER_DAMAGED, before.end, to, 0});
+            before.end += F_MemoryFile::CHUNK_HEADER_SIZE;
+        }
+        if (addHidden(before.end, to) || isOwn || !isAfterEnd)
             return;
-        }
-        const bool isNext = F_looksLikeChunk(m_bytes, from + COUNT + ID) && from + COUNT + ID < to;
-        if (!isNext && toStart) {
-            m_isHole = true;
+        m_isHole = true;
+        if (toStart)
             return;
-        }
-        EntityRemains lost;
-        lost.offset = std::min(to, from + COUNT + ID);
-        lost.end = std::min(to, lost.offset + F_MemoryFile::CHUNK_HEADER_SIZE);
-        if (isNext) {
-            lost.kind = bareNumber(m_bytes, from + COUNT);
-            before.children = static_cast<unsigned int>(bareNumber(m_bytes, from));
-            before.isEndKnown = true;
-        } else {
-            lost.isHoleAhead = true;
-        }
+        EntityRemains lost; // which the chunk at `to` belongs to
+        lost.offset = lost.end = to;
+        lost.isHoleAhead = std::exchange(m_isHole, false);
         m_map.entities.push_back(std::move(lost));
+    }
+
+    /// Adds the entities whose records begin there with a mark of which one byte is damaged; false where none does.
+    bool addHidden(std::size_t from, std::size_t to) {
+        const std::size_t count = m_map.entities.size();
+        for (std::size_t at = from + COUNT + ID; at + F_MemoryFile::CHUNK_HEADER_SIZE <= to; ++at) {
+            if (!F_looksLikeChunk(m_bytes, at) || !isEntityKind(bareNumber(m_bytes, at - ID)) ||
+                F_MemoryFile(m_bytes.data() + at, m_bytes.size() - at, false).beginsLikeChunk())
+                continue;
+            EntityRemains lost;
+            lost.offset = at;
+            lost.end = at + F_MemoryFile::CHUNK_HEADER_SIZE;
+            lost.kind = bareNumber(m_bytes, at - ID);
+            m_map.entities.back().children = static_cast<unsigned int>(bareNumber(m_bytes, at - ID - COUNT));
+            m_map.entities.back().isEndKnown |= m_map.entities.back().end == at - ID - COUNT;
+            m_map.entities.push_back(std::move(lost));
+            at += F_MemoryFile::CHUNK_HEADER_SIZE + COUNT + ID - 1;
+        }
+        return m_map.entities.size() > count;
     }
 
     /// What follows each entity, and where the tree ends.

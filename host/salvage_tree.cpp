@@ -15,12 +15,17 @@ using Verdict = TreeWitness::Verdict;
 /// The kinds that stand for a part of a mesh, and below it.
 bool isNode(int kind) { return kind >= CN_KIND_POLYGON_GROUP && kind <= CN_KIND_PORTAL; }
 
-/// False where no file holds the one below the other. What is not known may stand anywhere.
+/// False where the one is not found below the other, unless by a fault. What is not known may stand anywhere.
 bool mayStandBelow(int kind, int parentKind) {
     if (isNode(kind))
         return parentKind == CN_KIND_MESH || parentKind == 0;
     if (kind == CN_KIND_PLAYER)
         return parentKind == CN_KIND_LEVEL || parentKind == 0;
+    if (kind == CN_KIND_VOL_LIGHTING_BOX)
+        return parentKind == CN_KIND_LEVEL || parentKind == CN_KIND_MESH || parentKind == CN_KIND_VOL_LIGHTING_BOX ||
+               parentKind == 0;
+    if (parentKind == CN_KIND_VOL_LIGHTING_BOX)
+        return kind == 0;
     return !holdsNothing(parentKind);
 }
 
@@ -44,7 +49,7 @@ class TreeInference {
     }
 
     TreeShape run() {
-        m_shape.isExact = m_hasRoot && (readExactly(m_counts) || readExactly(withLeaves()));
+        m_shape.isExact = m_hasRoot && (readExactly(withLeaves()) || readExactly(m_counts));
         if (!m_shape.isExact)
             grow();
         else
@@ -79,6 +84,9 @@ class TreeInference {
             if (!counts[i] || (i > 0 && open.empty()))
                 return false;
             m_shape.parents.push_back(open.empty() ? NO_PARENT : static_cast<int>(open.back().node));
+            // Where the end is there the sum says that the counts are right.
+            if (!m_hasEnd && i > 0 && !mayStandBelow(m_nodes[i].kind, m_nodes[open.back().node].kind))
+                return false;
             if (!open.empty())
                 --open.back().left;
             open.push_back({i, *counts[i]});
@@ -116,6 +124,7 @@ class TreeInference {
     /// Grows the tree node by node.
     void grow() {
         m_shape.parents.clear();
+        m_counts = withLeaves();
         const std::size_t lastTrouble = findLastTrouble();
         m_orphans = m_hasRoot ? 0 : ALL;
         for (std::size_t i = 0; i < m_nodes.size(); ++i) {

@@ -4,6 +4,7 @@
 namespace cairn {
 
 void CN_Mesh::triangulizeAll(bool convexify) {
+    const CN_ChangeScope change(getDocument()); // a polygon that fails has no triangles
     for (CN_Polygon& polygon : m_polygonList)
         polygon.triangulize(convexify);
 }
