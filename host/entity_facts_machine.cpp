@@ -69,6 +69,9 @@ std::string messageKey(const E_FSM::Message& message, const Identities& identiti
         const CN_LevelEntity* const object = refers ? message.getObjectArgument(i) : nullptr;
         appendPart(key, object ? identityOf(object, identities) : std::string(view(message.m_arguments[i])));
     }
+    for (std::size_t i = message.m_arguments.size(); refers && i < message.m_objectArguments.size(); ++i)
+        if (const CN_LevelEntity* const object = message.m_objectArguments[i])
+            appendPart(key, identityOf(object, identities));
     return key;
 }
 

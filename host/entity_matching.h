@@ -14,9 +14,9 @@ namespace cairn::host {
 /// Says which entities of two levels stand for one another: two of one kind each.
 ///
 /// By name first, from the root down and then by qualified name. What is left is paired by likeness: below one parent with
-/// what has the same content and children, the same content, the same children, or children and the same content; then anywhere with what has the same
-/// content and children or content alone, wherever it stands. Children of a pair are paired likewise. It is the same the
-/// other way round. Time grows with the number of entities (and its logarithm).
+/// what has the same content and children, the same content, the same children, or children and the same content at another
+/// place; then anywhere with what has the same content and children or content alone, wherever it stands. Children of a pair
+/// are paired likewise. It is the same the other way round. Time grows with the number of entities (and its logarithm).
 class EntityMatching {
   public:
     enum Level : std::size_t { FIRST, SECOND };

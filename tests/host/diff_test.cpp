@@ -4,6 +4,7 @@
 #include "cairn/document/selection.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/tri_mesh.h"
+#include "cairn/fsm/fsm.h"
 #include "cairn/lighting/lightmap_pool.h"
 #include "cairn/materials/material.h"
 #include "host/entity_text.h"
@@ -140,7 +141,11 @@ TEST_F(Diff, FindsEntitiesAgainAmongMany) {
 }
 
 TEST_F(Diff, TellsWhatNoEditCommandChanges) {
-    const Image before = test::saveLevel(*test::makeFullLevel());
+    const auto full = test::makeFullLevel();
+    E_FSM::MessageHandler& handler =
+        full->accessLevel()->hasChildNamed("Gate")->accessFSM()->createMessageHandler("T_Activate");
+    handler.m_sendBefore.emplace_back().m_text = "Print(one);";
+    const Image before = test::saveLevel(*full);
     ASSERT_THAT(toLines(compare(before, before)), IsEmpty());
     const auto at = [](CN_Document& document, const char* path) -> CN_LevelEntity& {
         return *document.accessLevel()->mapNameToObject(toIString(path), nullptr);
@@ -160,6 +165,9 @@ TEST_F(Diff, TellsWhatNoEditCommandChanges) {
     };
     const auto door = [&](CN_Document& document) -> CN_AnimationInterface& {
         return dynamic_cast<CN_AnimationInterface&>(at(document, "::Door"));
+    };
+    const auto message = [&](CN_Document& document) -> E_FSM::Message& {
+        return at(document, "::Gate").accessFSM()->accessMessageHandler("T_Activate")->m_sendBefore[0];
     };
     const struct {
         const char* change; ///< the head of the one line, with ROOM for the room
@@ -213,6 +221,9 @@ TEST_F(Diff, TellsWhatNoEditCommandChanges) {
         {"::Statue lightmap: 5 -> none", [&](CN_Document& d) { statue(d).setLightmapID(NO_LIGHTMAP); }},
         {"::Door keyframe spare: - -> ", [&](CN_Document& d) { door(d).addKeyframe("spare"); }},
         {"::Door animation swing: ", [&](CN_Document& d) { door(d).accessAnimations()->getFirst()->setLength(9); }},
+        // Nothing has a name for it.
+        {"level bytes: differs at offset ",
+         [&](CN_Document& d) { message(d).m_objectArguments.resize(3); }}, // more than the line has
     };
     for (const auto& c : cases) {
         const auto document = load(before);
