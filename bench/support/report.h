@@ -82,9 +82,11 @@ class Report {
     void peers(std::vector<std::string> contenders) { m_peers = std::move(contenders); }
 
     /// Registers the row "work/contender/n". `body` is one iteration; it returns a number that says what it computed, which
-    /// must be that of the reference: a row that differs did other work and is marked.
-    template <class Body> void add(const std::string& work, const std::string& contender, double n, Body body) {
-        addRow(work, contender, n, [body](benchmark::State& state) mutable {
+    /// must be that of the reference: a row that differs did other work and is marked. Gives the benchmark, for options of its
+    /// own.
+    template <class Body>
+    benchmark::internal::Benchmark* add(const std::string& work, const std::string& contender, double n, Body body) {
+        return addRow(work, contender, n, [body](benchmark::State& state) mutable {
             double witness = 0;
             for ([[maybe_unused]] auto iteration : state) {
                 witness = static_cast<double>(body());
@@ -96,17 +98,22 @@ class Report {
 
     /// Like `add`, for work with parts that don't count, such as making what it destroys: `body` gets a `Watch&`, and only
     /// what runs in its `timed` counts.
-    template <class Body> void addTimed(const std::string& work, const std::string& contender, double n, Body body) {
-        addRow(work, contender, n, [body](benchmark::State& state) mutable {
-            double witness = 0;
-            Watch watch;
-            for ([[maybe_unused]] auto iteration : state) {
-                witness = static_cast<double>(body(watch));
-                benchmark::DoNotOptimize(std::as_const(witness)); // the form for variables loses constants under g++ 12
-                state.SetIterationTime(watch.take());
-            }
-            state.counters["witness"] = witness;
-        })->UseManualTime();
+    template <class Body>
+    benchmark::internal::Benchmark* addTimed(const std::string& work, const std::string& contender, double n,
+                                             Body body) {
+        return addRow(work, contender, n,
+                      [body](benchmark::State& state) mutable {
+                          double witness = 0;
+                          Watch watch;
+                          for ([[maybe_unused]] auto iteration : state) {
+                              witness = static_cast<double>(body(watch));
+                              benchmark::DoNotOptimize(
+                                  std::as_const(witness)); // the form for variables loses constants under g++ 12
+                              state.SetIterationTime(watch.take());
+                          }
+                          state.counters["witness"] = witness;
+                      })
+            ->UseManualTime();
     }
 
     /// Registers a row of bytes in place of time: `body` runs once and returns them, above 0.
@@ -179,7 +186,7 @@ class Report {
     std::vector<RatioLimit> m_ratioLimits;   ///< as stated
     std::vector<GrowthLimit> m_growthLimits; ///< as stated
     std::vector<Reason> m_reasons;           ///< as told
-    int m_repetitions = 9;                   ///< of each row
+    int m_repetitions = 5;                   ///< of each row
 };
 
 } // namespace cairn::bench
