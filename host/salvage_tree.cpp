@@ -150,21 +150,41 @@ class TreeInference {
     /// counts up to the end are known, though, the trees that follow are the last children that are waited for, and what
     /// is missing came ahead of them; trees beyond that belong to what is missing.
     void loseWay(std::size_t node, bool isLast) {
-        m_known = m_open.size();
+        const bool isHole = m_nodes[node].isHoleAhead;
+        if (!isHole)
+            m_open.back().left = countLeast(node);
+        m_known = m_open.size() - (m_open.back().left > 0 ? 1 : 0);
         m_orphans = ALL;
         if (!isLast || !m_hasEnd || !m_hasRoot)
             return;
         const std::size_t trees = countTrees(node);
         std::size_t wanted = sumOf(m_open);
         m_orphans = trees > wanted ? trees - wanted : 0;
-        for (std::size_t k = m_open.size(); k-- > 0 && wanted > trees;) {
+        for (std::size_t k = m_open.size() - (isHole ? 0 : 1); k-- > 0 && wanted > trees;) {
             const std::size_t gone = std::min(wanted - trees, m_open[k].left);
             m_open[k].left -= gone;
             wanted -= gone;
         }
-        if (!m_nodes[node].isHoleAhead) // nothing is missing but a count
+        if (!isHole) // nothing is missing but a count
             m_open.back().left += std::exchange(m_orphans, 0);
     }
+
+    /// How many children the entity ahead of the node has at least, whose count is not known: a mesh holds all up to the last
+    /// part of a mesh that comes ahead of the next mesh.
+    std::size_t countLeast(std::size_t node) const {
+        if (m_nodes[node - 1].kind != CN_KIND_MESH)
+            return 0;
+        std::size_t trees = 0, inside = 0, least = 0;
+        for (std::size_t i = node; i < m_nodes.size() && m_nodes[i].kind != CN_KIND_MESH && !isBroken(i, node); ++i) {
+            if (inside > 0)
+                --inside;
+            else if (++trees; isNode(m_nodes[i].kind))
+                least = trees;
+            inside += m_counts[i].value_or(0);
+        }
+        return least;
+    }
+    bool isBroken(std::size_t i, std::size_t first) const { return i > first && isTroubleAhead(i); }
 
     /// How many trees the nodes from there on make, by their counts.
     std::size_t countTrees(std::size_t from) const {
