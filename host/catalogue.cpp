@@ -1,5 +1,7 @@
 #include "host/catalogue.h"
 
+#include "host/failure.h"
+
 #include <limits>
 #include <system_error>
 
@@ -23,6 +25,7 @@ bool isThere(const fs::path& file) {
 fs::path programFolder() {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    requireMemory(error);
     return error ? fs::path() : program.parent_path();
 }
 

@@ -73,6 +73,7 @@ class Demo {
     void makeFolder() const {
         std::error_code error;
         std::filesystem::create_directories(m_folder, error);
+        requireMemory(error);
         if (error)
             throw Failure(ExitCode::OUTPUT, m_folder.string(), error.message());
     }

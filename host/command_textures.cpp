@@ -65,6 +65,7 @@ void extract(const CN_TextureList& textures, const std::vector<std::filesystem::
              const std::string& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
+    requireMemory(error);
     if (error)
         throw Failure(ExitCode::OUTPUT, folder, error.message());
     for (const std::filesystem::path& place : places)

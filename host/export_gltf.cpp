@@ -136,7 +136,9 @@ class GltfWriter {
         layBuffer();
         TextBuffer text;
         std::ostream stream(&text);
-        tinygltf::TinyGLTF().WriteGltfSceneToStream(&m_model, stream, !binary, binary);
+        stream.exceptions(std::ios::badbit); // it would go on without its text where memory lacks
+        if (!tinygltf::TinyGLTF().WriteGltfSceneToStream(&m_model, stream, !binary, binary))
+            throw new F_Exception("The glTF cannot be written");
         return text.take();
     }
 

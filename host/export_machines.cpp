@@ -81,6 +81,7 @@ class ScriptWriter {
 MachineText makeMachineXml(const CN_LevelEntity& root, const ExportChoice& choice) {
     MachineText xml;
     std::ostringstream out;
+    out.exceptions(std::ios::badbit); // a stream that lacks memory would go on without its text
     out << "<FSMs>\n";
     const istring filter = toIString(choice.filter);
     forEachEntityOf(root, [&](const CN_LevelEntity& entity) {

@@ -2,6 +2,8 @@
 
 #include "cairn/foundation/exception.h"
 
+#include <new>
+
 namespace cairn::host {
 
 namespace {
@@ -17,6 +19,11 @@ std::string withoutName(std::string text, const std::string& name) {
 
 Failure::Failure(ExitCode code, std::string subject, const std::string& text)
     : std::runtime_error(withoutName(text, subject)), m_code(code), m_subject(std::move(subject)) {}
+
+void requireMemory(const std::error_code& error) {
+    if (error == std::errc::not_enough_memory)
+        throw std::bad_alloc();
+}
 
 void rethrowAsFailure(ExitCode code, const std::string& subject) {
     try {

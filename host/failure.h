@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace cairn::host {
 
@@ -32,6 +33,9 @@ class Failure : public std::runtime_error {
 /// Runs `work` and gives what it gives. An exception of the library becomes a `Failure` about `subject` with that code,
 /// one about memory one with `INTERNAL`.
 template <class Work> auto withFailure(ExitCode code, const std::string& subject, Work&& work) -> decltype(work());
+
+/// Throws `std::bad_alloc` where that is why a look at the file system failed: else it would pass for a file that is not there.
+void requireMemory(const std::error_code& error);
 
 /// Throws the library's exception in flight on as a `Failure`; call it in a `catch` block only.
 [[noreturn]] void rethrowAsFailure(ExitCode code, const std::string& subject);

@@ -2,6 +2,7 @@
 
 #include "cairn/foundation/ascii.h"
 #include "cairn/foundation/exception.h"
+#include "host/failure.h"
 
 #include <algorithm>
 
@@ -57,9 +58,11 @@ std::optional<fs::path> fileInside(const fs::path& folder, std::string_view name
         return std::nullopt;
     std::error_code error;
     const fs::path root = fs::canonical(folder.empty() ? fs::path(".") : folder, error);
+    requireMemory(error);
     if (error)
         return std::nullopt;
     const fs::path file = fs::canonical(root / text, error);
+    requireMemory(error);
     if (error || !isInside(root, file) || !fs::is_regular_file(file, error))
         return std::nullopt;
     return file;
@@ -70,6 +73,7 @@ ImportImages::ImportImages(const fs::path& folder) {
     m_folder = fs::canonical(folder, error);
     if (!error && !fs::is_directory(m_folder, error))
         error = std::make_error_code(std::errc::not_a_directory);
+    requireMemory(error);
     if (error)
         throw new F_Exception("Cannot list the folder: " + error.message());
     list(m_folder, "", 0);
@@ -82,6 +86,7 @@ ImportImages ImportImages::withoutSearch(const fs::path& folder) {
     ImportImages images;
     std::error_code error;
     images.m_folder = fs::canonical(folder.empty() ? fs::path(".") : folder, error);
+    requireMemory(error);
     return images;
 }
 
@@ -98,6 +103,7 @@ void ImportImages::list(const fs::path& folder, const std::string& inside, int d
         } else if (!it->is_symlink(odd) && it->is_directory(odd) && depth < MAX_DEPTH)
             list(it->path(), name + '/', depth + 1);
     }
+    requireMemory(error);
 }
 
 std::optional<fs::path> ImportImages::find(std::string_view name) const {
@@ -136,6 +142,7 @@ bool ImportImages::leadsOutside(std::string_view name) const {
         return false;
     std::error_code error;
     const fs::path place = fs::weakly_canonical(m_folder / text, error); // an absolute one replaces the folder
+    requireMemory(error);
     return !error && place != m_folder && !isInside(m_folder, place);
 }
 

@@ -109,6 +109,7 @@ ExitCode run(int argc, const char* const* argv, Console& console) {
         app.parse(std::move(words));
     } catch (const CLI::Success& request) { // --help and --version
         std::ostringstream text;
+        text.exceptions(std::ios::badbit); // for want of memory it would stop in the middle
         app.exit(request, text, text);
         console.write(text.str());
         console.flush();

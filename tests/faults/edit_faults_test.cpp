@@ -222,7 +222,7 @@ const std::vector<NamedEdit>& operations() {
 }
 
 /// Clipper puts what it makes into lists, and loses it where a list cannot grow.
-constexpr std::int64_t LOST_BY_CLIPPER = 16;
+constexpr std::int64_t LOST_BY_CLIPPER = 2;
 
 /// Makes edits whose allocations fail, each to a level of its own.
 class EditFaults : public testing::Test {

@@ -145,6 +145,15 @@ class MemoryWatch {
 
 thread_local MemoryWatch* MemoryWatch::s_innermost = nullptr;
 
+/// Clipper leaves its outlines behind where an exception comes out of it.
+class Clipper : public ClipperLib::Clipper {
+  public:
+    Clipper() = default;
+    Clipper(const Clipper&) = delete;
+    Clipper& operator=(const Clipper&) = delete;
+    ~Clipper() override { DisposeAllOutRecs(); }
+};
+
 std::size_t cornersOf(const gpc_polygon& area) {
     std::size_t count = 0;
     for (int i = 0; i < area.num_contours; ++i)
@@ -166,7 +175,7 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
     extent = grid.extent();
     constexpr std::size_t ROOM = 16 * 1024, ROOM_A_CORNER = 512;
     const MemoryWatch memory(ROOM + ROOM_A_CORNER * (cornersOf(subject) + cornersOf(clip)));
-    ClipperLib::Clipper clipper;
+    Clipper clipper;
     // Corners on straight lines are whose business it is that reads the contours.
     clipper.PreserveCollinear(true);
     bool any = addPaths(clipper, grid, subject, ClipperLib::ptSubject);

@@ -134,6 +134,7 @@ void CN_Polygon::addCopyTo(CN_Mesh& mesh) {
             mesh.addVertex(edge.getLocal(end));
         return it->second;
     };
+    const CN_ChangeScope change(mesh.getDocument());
     CN_Polygon* const copy = mesh.addPolygon();
     copy->copyProperties(this, true);
     for (const CN_Edge& edge : m_edgeList)

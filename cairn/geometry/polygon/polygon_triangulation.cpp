@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/geometry/convex_region.h"
 #include "cairn/geometry/mesh/mesh.h"
 #include "cairn/geometry/ngon.h"
@@ -272,6 +273,7 @@ void CN_Polygon::triangulize(bool convexify) {
         return;
     if (!lists().vertexBuffer.empty())
         constructEdges();
+    const CN_ChangeScope change(m_parent ? m_parent->getDocument() : nullptr);
     m_triangleList.clear();
     m_triangulationKey = 0;
     m_uvCalculated = false; // the outline may be another one

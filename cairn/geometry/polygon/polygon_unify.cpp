@@ -1,3 +1,4 @@
+#include "cairn/document/change_scope.h"
 #include "cairn/foundation/exception.h"
 #include "cairn/geometry/exact_corners.h"
 #include "cairn/geometry/mesh/mesh.h"
@@ -128,6 +129,7 @@ std::vector<CN_Polygon*> CN_Polygon::buildFrom(CN_Polygon* a, CN_Polygon* b) {
         throw new F_Exception(formatText("Polygons %d and %d cannot be united: they are not finite",
                                          static_cast<int>(a->m_polygonIndex), static_cast<int>(b->m_polygonIndex)));
 
+    const CN_ChangeScope change(target.getDocument());
     copyProperties(a, true);
     m_normal = normal;
     m_pointOnPlane = pointOnPlane;
