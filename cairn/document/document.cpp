@@ -252,6 +252,7 @@ void CN_Document::load(F_MemoryFile& file) {
     m_loading = true;
     try {
         F_withFoundationExceptions([&] { loadSections(file); });
+        assert(CN_isConsistent(*this)); // here, as it takes memory, too
     } catch (...) {
         m_loading = false;
         setMustBeDiscarded();
@@ -260,7 +261,6 @@ void CN_Document::load(F_MemoryFile& file) {
     }
     m_loading = false;
     m_loadReport.resolve();
-    assert(CN_isConsistent(*this));
 }
 
 void CN_Document::loadSections(F_MemoryFile& file) {

@@ -12,9 +12,9 @@
 #include "tests/determinism/scene_scripts.h"
 #include "tests/support/derived_data.h"
 #include "tests/support/process_state_guard.h"
+#include "tests/support/redirection.h"
 #include "tests/support/temporary_folder.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -59,26 +59,6 @@ class ScatteredHeap {
 
   private:
     std::vector<std::unique_ptr<char[]>> m_blocks;
-};
-
-/// Sends a stream of the process to a file for its life.
-class Redirection {
-  public:
-    Redirection(int stream, const char* file) : m_stream(stream), m_before(::dup(stream)) {
-        const int opened = ::open(file, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        if (m_before < 0 || opened < 0 || ::dup2(opened, stream) < 0)
-            throw std::runtime_error(fmt::format("{} cannot be written", file));
-        ::close(opened);
-    }
-    ~Redirection() {
-        ::dup2(m_before, m_stream);
-        ::close(m_before);
-    }
-    Redirection(const Redirection&) = delete;
-    Redirection& operator=(const Redirection&) = delete;
-
-  private:
-    int m_stream, m_before;
 };
 
 /// One stage and the hash of what it made.

@@ -1,10 +1,10 @@
 #include "cairn/foundation/file.h"
 #include "host/commands.h"
 #include "tests/faults/fault_loop.h"
+#include "tests/support/redirection.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_data.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -19,25 +19,6 @@ using namespace cairn::test;
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Standard error goes nowhere for its life.
-class Silence {
-  public:
-    Silence() : m_before(::dup(STDERR_FILENO)) {
-        const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        ::dup2(nowhere, STDERR_FILENO);
-        ::close(nowhere);
-    }
-    ~Silence() {
-        ::dup2(m_before, STDERR_FILENO);
-        ::close(m_before);
-    }
-    Silence(const Silence&) = delete;
-    Silence& operator=(const Silence&) = delete;
-
-  private:
-    int m_before; ///< a copy of the descriptor
-};
 
 /// Runs commands of the program in this process, in a folder of their own.
 class ProgramFaults : public testing::Test {
@@ -86,7 +67,7 @@ class ProgramFaults : public testing::Test {
                        "f 1/1 3/3 2/2\nf 1/1 2/2 4/3\nf 1/1 4/3 3/2\nf 2/1 3/2 4/3\n");
         write("a.mtl", "newmtl m\nmap_Kd a.png\n");
         fs::copy_file(projectFile("fuzz/seeds/image_decode/grid.png"), "a.png");
-        const Silence silence;
+        const Redirection silence(STDERR_FILENO, "/dev/null");
         ASSERT_EQ(run({"new", "new.cairn"}), 0);
         ASSERT_EQ(run({"edit", "new.cairn", "-o", "a.cairn", "--script", "a.txt"}), 0);
         ASSERT_EQ(run({"content", "create", "a.db"}), 0);
@@ -121,7 +102,7 @@ class ProgramFaults : public testing::Test {
                     else if (old->second != bytes)
                         write(name, old->second);
             };
-            Silence silence;
+            const Redirection silence(STDERR_FILENO, "/dev/null");
             restore();
             const Arguments arguments = argumentsOf(words);
             const int code = runArguments(arguments);

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <new>
 
 namespace cairn::test {
 
@@ -47,60 +46,6 @@ using cairn::test::counted;
 using cairn::test::mayTake;
 using cairn::test::s_live;
 
-#if defined(__SANITIZE_ADDRESS__)
-#define CAIRN_TEST_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer) || __has_feature(thread_sanitizer)
-#define CAIRN_TEST_SANITIZED 1
-#endif
-#endif
-
-#ifdef CAIRN_TEST_SANITIZED
-
-namespace {
-
-void* take(std::size_t size, std::size_t alignment) noexcept {
-    if (!mayTake())
-        return nullptr;
-    const std::size_t whole = (size + alignment - 1) / alignment * alignment;
-    return counted(std::aligned_alloc(alignment, whole > 0 ? whole : alignment));
-}
-void* takeOrThrow(std::size_t size, std::size_t alignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
-    for (;;) {
-        if (void* const room = take(size, alignment))
-            return room;
-        const std::new_handler handler = std::get_new_handler();
-        if (!handler)
-            throw std::bad_alloc();
-        handler();
-    }
-}
-void give(void* room) noexcept {
-    s_live -= room ? 1 : 0;
-    std::free(room);
-}
-
-constexpr std::size_t USUAL = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
-
-} // namespace
-
-void* operator new(std::size_t size) { return takeOrThrow(size); }
-void* operator new[](std::size_t size) { return takeOrThrow(size); }
-void* operator new(std::size_t size, std::align_val_t at) { return takeOrThrow(size, static_cast<std::size_t>(at)); }
-void* operator new[](std::size_t size, std::align_val_t at) { return takeOrThrow(size, static_cast<std::size_t>(at)); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return take(size, USUAL); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return take(size, USUAL); }
-void operator delete(void* room) noexcept { give(room); }
-void operator delete[](void* room) noexcept { give(room); }
-void operator delete(void* room, std::size_t) noexcept { give(room); }
-void operator delete[](void* room, std::size_t) noexcept { give(room); }
-void operator delete(void* room, std::align_val_t) noexcept { give(room); }
-void operator delete[](void* room, std::align_val_t) noexcept { give(room); }
-void operator delete(void* room, std::size_t, std::align_val_t) noexcept { give(room); }
-void operator delete[](void* room, std::size_t, std::align_val_t) noexcept { give(room); }
-
-#else
-
 // The C library's own entries, behind the names that are taken over below; `new` comes through them too.
 extern "C" {
 void* __libc_malloc(std::size_t size);
@@ -136,5 +81,3 @@ void free(void* room) noexcept {
     __libc_free(room);
 }
 }
-
-#endif

@@ -6,8 +6,8 @@
 namespace cairn::test {
 
 /// Lets an allocation of this program fail, as if memory had run out: `malloc` and its like give null and `new` throws.
-/// Under a sanitizer, which has an allocator of its own, it is `new` alone. It serves the programs that link it, which
-/// cannot measure with `AllocationMeter` then. One at a time.
+/// It serves the programs that link it, which cannot measure with `AllocationMeter` then, nor run under a sanitizer, which has
+/// an allocator of its own. One at a time.
 class AllocationFault {
   public:
     /// The allocation of that number from here on, from 1, fails; with `fromThenOn` all behind it as well.

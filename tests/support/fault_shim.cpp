@@ -192,8 +192,6 @@ int fchmod(int file, mode_t mode) noexcept {
     return call.fails() ? -1 : static_cast<int>(::syscall(SYS_fchmod, file, mode));
 }
 
-// The sanitizers have an allocator of their own.
-#ifndef CAIRN_SHIM_LEAVES_MEMORY
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* room, std::size_t size);
@@ -223,7 +221,6 @@ int posix_memalign(void** room, std::size_t alignment, std::size_t size) noexcep
     *room = made;
     return 0;
 }
-#endif
 
 /// What is made ahead of `main` is no call of the program's.
 int __libc_start_main(Main main, int count, char** words, void (*begin)(), void (*end)(), void (*endLoader)(),
