@@ -1,5 +1,5 @@
 # One test program for each library and one for the host: cairn_base_test, cairn_media_test, cairn_test, cairn_host_test;
-# and one whose allocations fail: cairn_fault_test.
+# one whose allocations fail, cairn_fault_test; and one that runs the fuzz targets over what they start from, cairn_corpora_test.
 
 find_package(GTest REQUIRED)
 find_package(rapidcheck REQUIRED)
@@ -34,7 +34,7 @@ list(FILTER _host_tests INCLUDE REGEX "^tests/host/")
 list(FILTER _tests EXCLUDE REGEX "^tests/host/")
 set(_fault_tests ${_tests})
 list(FILTER _fault_tests INCLUDE REGEX "^tests/faults/")
-list(FILTER _tests EXCLUDE REGEX "^tests/faults/")
+list(FILTER _tests EXCLUDE REGEX "^tests/(faults|fuzzing)/")
 cairn_split_by_library(_tests tests ${_tests})
 
 cairn_add_test(cairn_base_test ${_tests_base})
@@ -66,4 +66,18 @@ if(TARGET cairn_program)
             COMPILE_DEFINITIONS CAIRN_FAULT_SHIM="$<TARGET_FILE:cairn_fault_shim>")
         add_dependencies(cairn_host_test cairn_fault_shim)
     endif()
+
+    # All targets in one program: the two entries of each, which have the same names everywhere, get names of their own.
+    file(GLOB _screens CONFIGURE_DEPENDS fuzz/*.cpp)
+    set(_targets "")
+    foreach(_screen IN LISTS _screens)
+        cmake_path(GET _screen STEM _name)
+        string(APPEND _targets "CAIRN_FUZZ_TARGET(${_name})\n")
+        set_source_files_properties("${_screen}" PROPERTIES COMPILE_DEFINITIONS
+            "LLVMFuzzerInitialize=cairn_fuzz_prepare_${_name};LLVMFuzzerTestOneInput=cairn_fuzz_run_${_name}")
+    endforeach()
+    file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/corpora/fuzz_targets.inc" CONTENT "${_targets}")
+    cairn_add_test(cairn_corpora_test tests/fuzzing/corpora_test.cpp ${_screens})
+    target_include_directories(cairn_corpora_test PRIVATE "${PROJECT_BINARY_DIR}/corpora")
+    target_link_libraries(cairn_corpora_test PRIVATE cairn_host)
 endif()

@@ -1,4 +1,5 @@
 #include "cairn/platform/handlers.h"
+#include "fuzz/support/bytes.h"
 #include "tests/support/naive_bsp.h"
 
 #include <cstdint>
@@ -20,13 +21,9 @@ using namespace cairn;
 
 using Vector = CN_Ngon::Vector;
 
-/// Reads numbers from bytes; zeros at their end.
-class Bytes {
-  public:
-    Bytes(const std::uint8_t* data, std::size_t size) : m_at(data), m_end(data + size) {}
-
-    bool empty() const { return m_at == m_end; }
-    std::uint8_t next() { return empty() ? std::uint8_t{0} : *m_at++; }
+/// Numbers on a grid of 16, close beside one of 8, or any.
+struct Bytes : fuzz::Bytes {
+    using fuzz::Bytes::Bytes;
     double number(int kind) {
         if (kind == 0)
             return next() % 16;
@@ -34,21 +31,12 @@ class Bytes {
             const int whole = next();
             return whole % 8 + (whole / 8 - 16) * 0.0001;
         }
-        double value = 0;
-        std::uint8_t raw[sizeof value];
-        for (std::uint8_t& byte : raw)
-            byte = next();
-        std::memcpy(&value, raw, sizeof value);
-        return value;
+        return fuzz::Bytes::number();
     }
     Vector point(int kind) {
         const double x = number(kind), y = number(kind);
         return {x, y, number(kind)};
     }
-
-  private:
-    const std::uint8_t* m_at;
-    const std::uint8_t* m_end;
 };
 
 void require(bool holds) {

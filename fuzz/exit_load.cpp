@@ -9,6 +9,7 @@
 #include "cairn/geometry/validate.h"
 #include "cairn/materials/materials_category.h"
 #include "cairn/platform/handlers.h"
+#include "fuzz/support/bytes.h"
 #include "host/explain.h"
 #include "host/mesh_builder.h"
 
@@ -32,16 +33,7 @@ using namespace cairn;
 
 using Vector = CN_LevelEntity::Vector;
 
-class Bytes {
-  public:
-    Bytes(const std::uint8_t* data, std::size_t size) : m_at(data), m_end(data + size) {}
-    bool empty() const { return m_at == m_end; }
-    int next() { return empty() ? 0 : *m_at++; }
-
-  private:
-    const std::uint8_t* m_at;
-    const std::uint8_t* m_end;
-};
+using fuzz::Bytes;
 
 void require(bool holds) {
     if (!holds)

@@ -1,6 +1,7 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/geometry/validate.h"
 #include "cairn/platform/handlers.h"
+#include "fuzz/support/bytes.h"
 #include "fuzz/support/one_polygon.h"
 
 #include <cmath>
@@ -21,31 +22,14 @@ using namespace cairn;
 using Vector = M_Vector3Template<double>;
 using Polygons = std::vector<CN_Polygon*>;
 
-/// Reads numbers from bytes; zeros at their end.
-class Bytes {
-  public:
-    Bytes(const std::uint8_t* data, std::size_t size) : m_at(data), m_end(data + size) {}
-
-    bool empty() const { return m_at == m_end; }
-    std::uint8_t next() { return empty() ? std::uint8_t{0} : *m_at++; }
-    double number(bool onGrid) {
-        if (onGrid)
-            return next() % 16;
-        double value = 0;
-        std::uint8_t raw[sizeof value];
-        for (std::uint8_t& byte : raw)
-            byte = next();
-        std::memcpy(&value, raw, sizeof value);
-        return value;
-    }
+/// Numbers on a grid of 16, or any.
+struct Bytes : fuzz::Bytes {
+    using fuzz::Bytes::Bytes;
+    double number(bool onGrid) { return onGrid ? next() % 16 : fuzz::Bytes::number(); }
     Vector vector(bool onGrid) {
         const double x = number(onGrid), y = number(onGrid);
         return {x, y, number(onGrid)};
     }
-
-  private:
-    const std::uint8_t* m_at;
-    const std::uint8_t* m_end;
 };
 
 void require(bool holds) {

@@ -1,6 +1,7 @@
 #include "cairn/geometry/planar/planar_picture.h"
 #include "cairn/geometry/planar/polygon2d.h"
 #include "cairn/platform/handlers.h"
+#include "fuzz/support/bytes.h"
 #include "fuzz/support/one_polygon.h"
 
 #include <algorithm>
@@ -22,29 +23,18 @@ namespace {
 
 using namespace cairn;
 
-/// Reads numbers from bytes; zeros at their end.
-class Bytes {
-  public:
-    Bytes(const std::uint8_t* data, std::size_t size) : m_at(data), m_end(data + size) {}
-
-    bool empty() const { return m_at == m_end; }
-    std::uint8_t next() { return empty() ? std::uint8_t{0} : *m_at++; }
+/// Numbers on a grid of 16, small ones of any scale, or any.
+struct Bytes : fuzz::Bytes {
+    using fuzz::Bytes::Bytes;
     double number(int kind) {
         if (kind == 0)
             return next() % 16;
-        if (kind == 1)
-            return std::ldexp(next() % 4, -(next() % 64));
-        double value = 0;
-        std::uint8_t raw[sizeof value];
-        for (std::uint8_t& byte : raw)
-            byte = next();
-        std::memcpy(&value, raw, sizeof value);
-        return value;
+        if (kind == 1) {
+            const int digit = next() % 4;
+            return std::ldexp(digit, -(next() % 64));
+        }
+        return fuzz::Bytes::number();
     }
-
-  private:
-    const std::uint8_t* m_at;
-    const std::uint8_t* m_end;
 };
 
 /// Holds the triangles of a planar polygon against its edges, in coordinates of at most 1.
