@@ -93,11 +93,13 @@ static void measure(bench::Report& report) {
     constexpr double GROWTH = 1.1;
     for (const char* const work : {"load", "load after one is destroyed", "destroy", "generate"})
         report.limitGrowth(work, "cairn", GROWTH);
-    for (const bench::LevelWork& work : bench::levelWorks())
+    for (const bench::LevelWork& work : bench::levelWorks()) {
+        report.limitGrowth(work.name, "cairn", GROWTH);
         if (work.read)
-            report.limitGrowthBeside(READ, work.name, "cairn", GROWTH);
-        else
-            report.limitGrowth(work.name, "cairn", GROWTH);
+            report.reason(
+                work.name, "cairn",
+                "a plain read of the same memory in the same order grows so, too: small levels lie in the caches");
+    }
     report.limitRatio("load after one is destroyed", "cairn", 2);
     report.reason(
         "load after one is destroyed", "cairn",

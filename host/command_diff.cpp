@@ -41,7 +41,12 @@ Json toJson(const std::vector<LevelChange>& changes) {
 /// A value for people: on one line, and no longer than they read.
 std::string toLine(const std::string& text) {
     constexpr std::size_t MOST = 160;
-    return text.size() <= MOST ? toShownText(text) : toShownText(text.substr(0, MOST)) + "...";
+    if (text.size() <= MOST)
+        return toShownText(text);
+    std::size_t end = MOST;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) // not within a character
+        --end;
+    return toShownText(text.substr(0, end)) + "...";
 }
 
 std::string toLine(const LevelChange& change) {

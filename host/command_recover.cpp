@@ -35,12 +35,12 @@ Json toJson(const Salvage& salvage) {
     return json;
 }
 
-void writeText(const Salvage& salvage, Console& console) {
-    console.writeLine(fmt::format("kept: {}", salvage.kept));
+/// One line each: what is kept, and each loss.
+template <class Write> void writeText(const Salvage& salvage, Write&& write) {
+    write(fmt::format("kept: {}", salvage.kept));
     for (const LostPart& part : salvage.lost)
-        console.writeLine(
-            fmt::format("lost: at {}, {} bytes: {}{}", part.offset, part.bytes,
-                        part.name.empty() ? "" : "\"" + toShownText(part.name) + "\": ", toShownText(part.reason)));
+        write(fmt::format("lost: at {}, {} bytes: {}{}", part.offset, part.bytes,
+                          part.name.empty() ? "" : "\"" + toShownText(part.name) + "\": ", toShownText(part.reason)));
 }
 
 /// All bytes, also of a file that does not begin like a level.
@@ -63,7 +63,9 @@ ExitCode runRecover(const RecoverOptions& options, Console& console) {
     if (options.json)
         console.writeLine(toJsonText(toJson(salvage)));
     else if (options.output != "-")
-        writeText(salvage, console);
+        writeText(salvage, [&console](const std::string& line) { console.writeLine(line); });
+    else if (!salvage.lost.empty())
+        writeText(salvage, [&](const std::string& line) { console.warn(options.file, line); });
     return salvage.lost.empty() ? ExitCode::DONE : ExitCode::NO;
 }
 

@@ -39,6 +39,8 @@ void addImageCommand(CLI::App& app, Command& chosen);
 void addTexturesCommand(CLI::App& app, Command& chosen);
 void addThumbsCommand(CLI::App& app, Command& chosen);
 void addContentCommand(CLI::App& app, Command& chosen);
+/// All of them.
+void addCommands(CLI::App& app, Command& chosen);
 
 /// For the start of the process: where a destructor has no memory that it needs, as those of JSON documents may, the process
 /// ends with the exit code and the line for that, not by a signal. Outputs are as they were then.

@@ -21,32 +21,6 @@ constexpr const char* FOOTER = "\"-\" is standard input or output where one file
                                "4 unwritable output, 5 out of memory or a fault of the program.\n"
                                "\"cairn COMMAND --help\" tells more about a command.";
 
-void addCommands(CLI::App& app, Command& chosen) {
-    addNewCommand(app, chosen);
-    addDemoCommand(app, chosen);
-    addInfoCommand(app, chosen);
-    addTreeCommand(app, chosen);
-    addCheckCommand(app, chosen);
-    addImportCommand(app, chosen);
-    addExportCommand(app, chosen);
-    addEditCommand(app, chosen);
-    addFsmCommand(app, chosen);
-    addRefsCommand(app, chosen);
-    addExplainCommand(app, chosen);
-    addSaveCommand(app, chosen);
-    addDiffCommand(app, chosen);
-    addMeasureCommand(app, chosen);
-    addWhereCommand(app, chosen);
-    addRoomsCommand(app, chosen);
-    addRenderCommand(app, chosen);
-    addGenerateCommand(app, chosen);
-    addRecoverCommand(app, chosen);
-    addImageCommand(app, chosen);
-    addTexturesCommand(app, chosen);
-    addThumbsCommand(app, chosen);
-    addContentCommand(app, chosen);
-}
-
 /// The words of the commands that were recognised, for the message about a wrong command line.
 std::string nameOfCommand(const CLI::App& app) {
     const auto chosen = app.get_subcommands();
@@ -150,6 +124,32 @@ std::terminate_handler s_usualEnd = nullptr; ///< of the language: tells of a fa
 }
 
 } // namespace
+
+void addCommands(CLI::App& app, Command& chosen) {
+    addNewCommand(app, chosen);
+    addDemoCommand(app, chosen);
+    addInfoCommand(app, chosen);
+    addTreeCommand(app, chosen);
+    addCheckCommand(app, chosen);
+    addImportCommand(app, chosen);
+    addExportCommand(app, chosen);
+    addEditCommand(app, chosen);
+    addFsmCommand(app, chosen);
+    addRefsCommand(app, chosen);
+    addExplainCommand(app, chosen);
+    addSaveCommand(app, chosen);
+    addDiffCommand(app, chosen);
+    addMeasureCommand(app, chosen);
+    addWhereCommand(app, chosen);
+    addRoomsCommand(app, chosen);
+    addRenderCommand(app, chosen);
+    addGenerateCommand(app, chosen);
+    addRecoverCommand(app, chosen);
+    addImageCommand(app, chosen);
+    addTexturesCommand(app, chosen);
+    addThumbsCommand(app, chosen);
+    addContentCommand(app, chosen);
+}
 
 void keepExitCodeWithoutMemory() { s_usualEnd = std::set_terminate(endProgram); }
 

@@ -103,8 +103,8 @@ class LevelSalvage {
         entities.run();
         MendingNeeds needs;
         needs.entitiesLost = entities.isAnyLost();
-        needs.drop = [&entities](CN_LevelEntityPortal& portal, const std::string& reason) {
-            entities.drop(portal, reason);
+        needs.tell = [&entities](const CN_LevelEntityPortal& portal, const std::string& reason) {
+            entities.tell(portal, reason);
         };
         mendReferences(m_document, needs);
         readSelection(entities);
@@ -405,6 +405,9 @@ bool loadWhole(Bytes bytes, Salvage& salvage, std::string& fault) {
     if (!succeeds([&] { salvage.document->load(file); }, &fault))
         return false;
     salvage.kept = countEntities(*salvage.document);
+    for (const CN_LoadFinding& finding : salvage.document->getLoadReport().getFindings())
+        if (finding.code == "repaired" || finding.code == "fsm-default-state" || finding.code == "newer-data")
+            salvage.lost.push_back({0, bytes.size(), finding.entity, finding.text});
     const std::size_t end = file.getPosition();
     if (!isSealRight(bytes, end))
         salvage.lost.push_back(

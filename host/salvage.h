@@ -28,9 +28,10 @@ struct Salvage {
 /// Gives a new document without a level.
 using DocumentMaker = std::function<std::unique_ptr<CN_Document>()>;
 
-/// Takes a damaged level apart by its chunks and puts what is whole together again. A level that loads is kept as it is, with its seal lost where that is not right. An entity is kept where its chunks are whole,
-/// below the entity "Recovered" where its parent is lost. Gives no document where nothing like a level is in the bytes. Message boxes
-/// and the end of the process must be seen to.
+/// Takes a damaged level apart by its chunks and puts what is whole together again. A level that loads is kept as it is; what
+/// the load had to repair, and a seal that is not right, are told as lost. An entity is kept where its chunks are whole,
+/// below the entity "Recovered" where its parent is lost. Gives no document where nothing like a level is in the bytes.
+/// Message boxes and the end of the process must be seen to.
 Salvage salvageLevel(std::span<const unsigned char> bytes, const DocumentMaker& makeDocument);
 
 } // namespace cairn::host

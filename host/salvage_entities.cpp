@@ -482,13 +482,9 @@ std::size_t EntitySalvage::countKept() const {
 
 void EntitySalvage::lose(SalvagedEntity& one, const std::string& why) { one.fault = why; }
 
-void EntitySalvage::drop(CN_LevelEntity& entity, const std::string& reason) {
-    if (const auto known = m_places.find(&entity); known != m_places.end()) {
-        m_all[known->second].entity = nullptr;
-        lose(m_all[known->second], reason);
-    }
-    entity.getParent()->remove(&entity);
-    delete &entity;
+void EntitySalvage::tell(const CN_LevelEntity& entity, const std::string& reason) {
+    const SalvagedEntity& one = m_all[m_places.at(&entity)];
+    m_lost.push_back({one.remains.offset, one.remains.end - one.remains.offset, one.name, reason});
 }
 
 bool EntitySalvage::isAnyLost() const {

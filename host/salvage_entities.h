@@ -48,8 +48,8 @@ class EntitySalvage {
     std::size_t countKept() const;
     /// Tells what is lost: at the end, when all that must go has gone.
     void report();
-    /// Lets go of entities that stand in the tree, and have no children, for that reason.
-    void drop(CN_LevelEntity& entity, const std::string& reason);
+    /// Tells of an entity of the file that stands in the tree, but not as it was.
+    void tell(const CN_LevelEntity& entity, const std::string& reason);
 
     /// The entities with the numbers of a stored selection, which count the last child of each first; none where parents are lost.
     std::vector<CN_LevelEntity*> findNumbered(const std::vector<unsigned int>& numbers) const;

@@ -30,9 +30,9 @@ class Mending {
     void run() {
         findExits();
         CN_ExitDestinationPointerDeserializer::instance()->deserializePart(m_document.accessLevel(), nullptr);
-        dropPortals();
         for (CN_Polygon* const exit : m_exits)
             mendExit(*exit);
+        keepPortalsOfWalls();
         CN_FSMChangeManager::instance()->deserializeFSMs(m_document.accessLevel(), false);
         CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap.clear();
         if (m_needs.entitiesLost)
@@ -62,19 +62,21 @@ class Mending {
             }
     }
 
-    /// Portals of exits that lead nowhere now.
-    void dropPortals() {
-        std::erase_if(m_entities, [](CN_LevelEntity* entity) { return dynamic_cast<CN_LevelEntityPortal*>(entity); });
-        for (CN_LevelEntityPortal* const portal : m_portals)
-            if (!portal->getPortalPolygon()->isExitPolygon())
-                m_needs.drop(*portal, "its exit led to a mesh that is lost, and is a wall now");
-    }
-
     void mendExit(CN_Polygon& exit) {
         if (!exit.isExitPolygon())
             exit.sealExit(requireWallMaterial(m_document));
         else if (m_needs.entitiesLost && !exit.getLevelEntityPortal())
             addPortal(exit);
+    }
+
+    /// A portal stays on the polygon whose exit is a wall now, as a load leaves it.
+    void keepPortalsOfWalls() {
+        for (CN_LevelEntityPortal* const portal : m_portals)
+            if (CN_Polygon* const wall = portal->getPortalPolygon(); !wall->isExitPolygon()) {
+                portal->setPortalPolygon(wall);
+                m_needs.tell(*portal,
+                             "a portal: it is kept, but its exit led to a mesh that is lost, and is a wall now");
+            }
     }
 
     void addPortal(CN_Polygon& exit) {
@@ -126,7 +128,7 @@ class Mending {
 
     CN_Document& m_document;
     const MendingNeeds& m_needs;
-    std::vector<CN_LevelEntity*> m_entities;      ///< not owned: all but the root, in the end without portals
+    std::vector<CN_LevelEntity*> m_entities;      ///< not owned: all but the root
     std::vector<CN_Polygon*> m_exits;             ///< not owned: that named a partner
     std::vector<CN_LevelEntityPortal*> m_portals; ///< not owned: of these
     CN_ExitTable m_table;

@@ -15,6 +15,7 @@
 #include "tests/support/redirection.h"
 #include "tests/support/temporary_folder.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@
 #include <memory>
 #include <random>
 #include <set>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -80,6 +82,9 @@ class Scene {
         writeFile("village.edit", VILLAGE);
         for (const SceneStage& stage : SCENE_STAGES)
             runProgram(stage);
+        breakVillage();
+        for (const SceneStage& stage : BROKEN_STAGES)
+            runProgram(stage);
         for (const char* const level : SCENE_LEVELS)
             derive(level);
         return std::move(m_hashes);
@@ -99,6 +104,13 @@ class Scene {
             if (entry.is_regular_file())
                 found.emplace(entry.path().string(), hashOf(readFile(entry.path())));
         return found;
+    }
+
+    static void breakVillage() {
+        std::string bytes = readFile("village.cairn");
+        for (std::size_t at = bytes.size() / 8; at < bytes.size(); at += bytes.size() / 4)
+            bytes[at] = static_cast<char>(bytes[at] ^ 0x55);
+        writeFile("broken.cairn", bytes);
     }
 
     /// Runs the program with the stage's words; the hash is that of what it says and of all files that it made or changed.
@@ -150,6 +162,21 @@ std::string missingCommand() {
     return "";
 }
 
+/// A command of the program that no stage runs; empty where all are run.
+std::string missingProgramCommand() {
+    std::set<std::string> used;
+    for (const std::span<const SceneStage> stages : {std::span<const SceneStage>(SCENE_STAGES), {BROKEN_STAGES}})
+        for (const SceneStage& stage : stages)
+            used.insert(host::readEditWords(stage.words).front());
+    CLI::App app;
+    host::Command chosen;
+    host::addCommands(app, chosen);
+    for (const CLI::App* const command : app.get_subcommands({}))
+        if (!used.contains(command->get_name()))
+            return command->get_name();
+    return "";
+}
+
 std::vector<StageHash> runScene(bool scattered) {
     const TemporaryFolder folder;
     const fs::path before = fs::current_path();
@@ -169,6 +196,8 @@ void print(const std::vector<StageHash>& hashes) {
 int runTwice() {
     if (const std::string command = missingCommand(); !command.empty())
         throw std::runtime_error(fmt::format("no script has the command \"{}\"", command));
+    if (const std::string command = missingProgramCommand(); !command.empty())
+        throw std::runtime_error(fmt::format("no stage runs \"cairn {}\"", command));
     const std::vector<StageHash> first = runScene(false), second = runScene(true);
     print(first);
     for (std::size_t i = 0; i < first.size(); ++i)

@@ -160,8 +160,15 @@ inline constexpr SceneStage SCENE_STAGES[] = {
     {"explain village.cairn ::Room4 --json", 1},
 };
 
+/// Runs on "broken.cairn", which is the village with some of its bytes changed.
+inline constexpr SceneStage BROKEN_STAGES[] = {
+    {"recover broken.cairn -o recovered.cairn --json", 1},    {"recover broken.cairn -o recovered.cairn", 1},
+    {"diff village.cairn recovered.cairn --json", 1},         {"diff generated.cairn village.cairn", 1},
+    {"check recovered.cairn broken.cairn --force --json", 1},
+};
+
 /// Levels whose derived data is worked out.
-inline constexpr const char* SCENE_LEVELS[] = {"village.cairn", "sheds.cairn", "cellar.cairn", "back.cairn",
-                                               "demo/demo.cairn"};
+inline constexpr const char* SCENE_LEVELS[] = {"village.cairn", "sheds.cairn",     "cellar.cairn",
+                                               "back.cairn",    "demo/demo.cairn", "recovered.cairn"};
 
 } // namespace cairn::test

@@ -1,12 +1,8 @@
 #include "cairn/document/entity_factory.h"
-#include "cairn/document/host_interfaces.h"
 #include "cairn/document/level_file_library.h"
 #include "cairn/document/load_report.h"
 #include "cairn/document/name_validator.h"
-#include "cairn/document/perf_counter.h"
 #include "cairn/document/shared_db.h"
-#include "cairn/entities/mesh_entity.h"
-#include "cairn/entities/waypoint.h"
 #include "tests/entities/entity_tree.h"
 #include "tests/support/process_state_guard.h"
 
@@ -39,41 +35,6 @@ TEST(EntityFactory, MakesEveryKindAsItsTableSays) {
     EXPECT_EQ(factory->getEntityTypeName(CN_KIND_ITEM), "Level_Item");
 }
 
-/// Counts the renderers it is asked for.
-struct CountingRenderers : CN_EntityRendererFactory {
-    struct Renderer : CN_EntityRendererInterface {
-        void update() override {}
-        void draw() override {}
-        void drawSelected() override {}
-        void releaseDeviceObjects() override {}
-        bool wasVisible() const override { return false; }
-    };
-    CountingRenderers() { CN_LevelFileLibrary::instance()->entityRendererFactory = this; }
-    ~CountingRenderers() override { CN_LevelFileLibrary::instance()->entityRendererFactory = nullptr; }
-    CN_EntityRendererInterface* made(int& count) {
-        ++count;
-        return new Renderer;
-    }
-    CN_EntityRendererInterface* createVolLightingBoxRenderer(CN_LevelEntityVolLightingBox*) override {
-        return made(others);
-    }
-    CN_EntityRendererInterface* createRadiosityLightRenderer(CN_LevelEntityRadiosityLight*) override {
-        return made(others);
-    }
-    CN_EntityRendererInterface* createTriMeshRenderer(CN_LevelEntityTriMesh*) override { return made(others); }
-    CN_EntityRendererInterface* createPrefabContentRenderer(CN_LevelEntityPrefabContent*) override {
-        return made(others);
-    }
-    CN_EntityRendererInterface* createPortalRenderer(CN_LevelEntityPortal*) override { return made(others); }
-    CN_EntityRendererInterface* createUISphereRenderer(CN_UISphereEntity*) override { return made(spheres); }
-    CN_EntityRendererInterface* createDynPointlightRenderer(CN_LevelEntityDynPointlight*) override {
-        return made(lights);
-    }
-    CN_EntityRendererInterface* createMeshRenderer(CN_LevelEntityMesh*) override { return made(meshes); }
-    CN_EntityRendererInterface* createLevelRenderer(CN_CairnLevel*) override { return made(levels); }
-    int spheres = 0, lights = 0, meshes = 0, levels = 0, others = 0;
-};
-
 TEST(EntityFactory, MakesContentKindsWithADatabaseOnly) {
     const test::ProcessStateGuard process;
     static CString inMemory;
@@ -100,30 +61,6 @@ TEST(EntityFactory, MakesContentKindsWithADatabaseOnly) {
         EXPECT_NE(std::unique_ptr<CN_LevelEntity>(factory->createEntity(id, nullptr)), nullptr);
         EXPECT_EQ(process.boxes().size(), quiet);
     }
-}
-
-TEST(EntityFactory, PrototypesAndEntitiesAskForRenderers) {
-    CountingRenderers renderers;
-    CN_LevelEntityWaypoint waypoint;
-    EXPECT_EQ(renderers.spheres, 0) << "only copies ask";
-    CN_EntityFactory::instance()->registerEntity(CN_KIND_WAYPOINT, waypoint);
-    auto first = makeEntity(CN_KIND_WAYPOINT), second = makeEntity(CN_KIND_WAYPOINT);
-    EXPECT_EQ(renderers.spheres, 3) << "the prototype and each entity";
-    EXPECT_NE(first->getRenderer(), nullptr);
-    const auto light = makeEntity(CN_KIND_DYN_POINTLIGHT);
-    EXPECT_EQ(renderers.spheres, 3) << "a light has a creator of its own";
-    EXPECT_GE(renderers.lights, 1);
-    EXPECT_EQ(makeEntity(CN_KIND_PLAYER)->getRenderer(), nullptr);
-    const auto level = makeEntity(CN_KIND_LEVEL);
-    EXPECT_EQ(renderers.levels, 1) << "the level's prototype is as old as the library";
-
-    CN_LevelEntity* mesh = addChild(*level, CN_KIND_MESH, "m");
-    mesh->setObjectDirty(false);
-    level->remove(mesh);
-    level->add(mesh, false);
-    EXPECT_TRUE(mesh->isObjectDirty());
-    CN_EntityFactory::instance()->registerEntity(CN_KIND_WAYPOINT,
-                                                 waypoint); // an old prototype's renderer dies with it
 }
 
 TEST(NameValidator, SaysWhatIsWrongWithAName) {
@@ -190,16 +127,6 @@ TEST(LoadReport, NamesEntitiesAtTheEndAndKeepsALimit) {
     EXPECT_LE(findings.size(), 10000u);
     report.clear();
     EXPECT_EQ(findings.size() + report.getDropped(), 0u);
-}
-
-TEST(PerfCounter, AddsTheRestOfItsSpanAtTheEnd) {
-    std::uint64_t sum = 0;
-    {
-        CN_PerfCounter counter(&sum);
-        EXPECT_LT(counter.getElapsedTime(), 60u * 1000 * 1000);
-        EXPECT_EQ(sum, 0u);
-    }
-    EXPECT_LT(sum, 60u * 1000 * 1000);
 }
 
 } // namespace

@@ -81,7 +81,7 @@ TEST(LongLife, AThousandLoadsLeaveTheProcessAsItWas) {
         CN_LevelFile::load(document, test::projectFile(std::string("tests/data/levels/") + stored + ".cairn").string());
         levels.push_back(test::saveLevel(document));
     }
-    std::vector<std::unique_ptr<Outcome>> first; // of a process that has loaded nothing yet
+    std::vector<std::unique_ptr<Outcome>> first; // ahead of all else that the process loads
     for (const Bytes& level : levels)
         first.push_back(load(level));
     const auto state = processState();

@@ -5,7 +5,6 @@
 #include "cairn/entities/mesh_entity.h"
 #include "cairn/entities/prefab.h"
 #include "cairn/entities/prefab_content.h"
-#include "cairn/entities/visitors.h"
 #include "cairn/entities/waypoint.h"
 #include "cairn/fsm/fsm.h"
 #include "tests/entities/entity_tree.h"
@@ -271,18 +270,6 @@ TEST(LevelEntity, MeetsRaysWithItsBoundingSphere) {
     EXPECT_FALSE(sphere.rayToBoundingVolume(&t, {5, 0, 0}, {1, 0, 0}, false)) << "it lies behind";
     EXPECT_FALSE(sphere.rayToBoundingVolume(nullptr, {-5, 2.1, 0}, {1, 0, 0}, false));
     EXPECT_FALSE(CN_LevelEntityMesh().rayToBoundingVolume(nullptr, {0, 0, 0}, {1, 0, 0}, false)) << "radius 0";
-}
-
-TEST(LevelEntity, IsVisitedAsItsOwnKindOnly) {
-    struct Visitor : CN_AcyclicLevelVisitor, CN_MeshACVisitor, CN_EntityACVisitor {
-        void visit(CN_LevelEntityMesh&) override { ++meshes; }
-        void visit(CN_LevelEntity&) override { ++entities; }
-        int meshes = 0, entities = 0;
-    } visitor;
-    makeEntity(CN_KIND_MESH)->acceptACVisitor(visitor);
-    makeEntity(CN_KIND_WAYPOINT)->acceptACVisitor(visitor);
-    EXPECT_EQ(visitor.meshes, 1);
-    EXPECT_EQ(visitor.entities, 0);
 }
 
 } // namespace

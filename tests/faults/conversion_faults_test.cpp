@@ -59,7 +59,7 @@ class ConversionFaults : public testing::Test {
         return {static_cast<const char*>(file.getAddress()), file.getSize()};
     }
     /// An import into a fresh level each time: what came in is whole, or the import has failed.
-    void import(const char* what, const std::function<void(CN_Document&)>& work) {
+    void importAll(const char* what, const std::function<void(CN_Document&)>& work) {
         SCOPED_TRACE(what);
         const auto prepare = [this] {
             auto document = m_session.createDocument();
@@ -98,22 +98,21 @@ TEST_F(ConversionFaults, Imports) {
     const std::string materials = "newmtl m\nmap_Kd grid.png\n";
     F_File::replace(folder.path("a.mtl").string(),
                     {reinterpret_cast<const unsigned char*>(materials.data()), materials.size()});
-    import(".map", [&](CN_Document& document) {
+    importAll(".map", [&](CN_Document& document) {
         const host::MapFile map = host::readMap(MAP);
-    // Not listed: the standard library's walk over a folder ends the process where memory lacks.
-    const auto images = host::ImportImages::withoutSearch(folder.path(""));
-    host::ImportMaterials taken(document, "a", 32, images);
-    host::importMap(map, 1.0 / 32, taken, document);
-});
-    import(".obj", [&](CN_Document& document) {
+        // Not listed: the standard library's walk over a folder ends the process where memory lacks.
+        const auto images = host::ImportImages::withoutSearch(folder.path(""));
+        host::ImportMaterials taken(document, "a", 32, images);
+        host::importMap(map, 1.0 / 32, taken, document);
+    });
+    importAll(".obj", [&](CN_Document& document) {
         const host::ObjFile object = host::readObj(OBJECT);
-    std::vector<host::ImportFinding> findings;
-    const auto names = host::readObjMaterials(object, folder.path(""), findings);
-    const auto images = host::ImportImages::withoutSearch(folder.path(""));
-    host::ImportMaterials taken(document, "a", 64, images);
-    host::importObj(object, names, "a", 1, taken, document);
-    } // namespace
-);
+        std::vector<host::ImportFinding> findings;
+        const auto names = host::readObjMaterials(object, folder.path(""), findings);
+        const auto images = host::ImportImages::withoutSearch(folder.path(""));
+        host::ImportMaterials taken(document, "a", 64, images);
+        host::importObj(object, names, "a", 1, taken, document);
+    });
 }
 
 // glTF is made of JSON documents, whose destructors may need memory: the tests of the program have it.

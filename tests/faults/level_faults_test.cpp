@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <set>
 
 using namespace cairn;
 using namespace cairn::test;
@@ -37,6 +38,10 @@ std::unique_ptr<CN_Document> makeLevelOfAllKinds() {
             kind == CN_KIND_RADIOSITY_LIGHT || kind == CN_KIND_LEVEL || kind == CN_KIND_PLAYER)
             continue;
         std::unique_ptr<CN_LevelEntity> entity(CN_EntityFactory::instance()->createEntity(kind, document.get()));
+        if (kind == CN_KIND_PREFAB)
+            entity->addOwned(std::unique_ptr<CN_LevelEntity>(
+                                 CN_EntityFactory::instance()->createEntity(CN_KIND_PREFAB_CONTENT, document.get())),
+                             true);
         if (entity && document->accessLevel()->canAdd(entity.get()))
             document->accessLevel()->addOwned(std::move(entity), true);
     }
@@ -96,7 +101,17 @@ TEST_F(LevelFaults, LoadingAndSavingASmallLevel) {
 }
 
 TEST_F(LevelFaults, LoadingAndSavingALevelOfAllKinds) {
-    const Bytes bytes = sealedBytes(*makeLevelOfAllKinds());
+    const auto document = makeLevelOfAllKinds();
+    std::set<int> missing;
+    for (int kind = CN_KIND_MESH; kind <= CN_KIND_VOL_LIGHTING_BOX; ++kind)
+        if (std::unique_ptr<CN_LevelEntity>(CN_EntityFactory::instance()->createEntity(kind, document.get())))
+            missing.insert(kind);
+    missing.erase(CN_KIND_LEVEL);
+    CN_PreIterator it = document->accessLevel()->createIterator();
+    for (it.begin(); !it.end(); ++it)
+        missing.erase((*it)->getEntityId());
+    EXPECT_TRUE(missing.empty()) << testing::PrintToString(missing);
+    const Bytes bytes = sealedBytes(*document);
     fmt::print("load: {}\n", load(bytes, FaultChoice::SOME).text());
     fmt::print("save: {}\n", save(bytes, FaultChoice::SOME).text());
 }

@@ -71,6 +71,8 @@ class ProgramFaults : public testing::Test {
         ASSERT_EQ(run({"new", "new.cairn"}), 0);
         ASSERT_EQ(run({"edit", "new.cairn", "-o", "a.cairn", "--script", "a.txt"}), 0);
         ASSERT_EQ(run({"content", "create", "a.db"}), 0);
+        const auto level = F_File::readAll("a.cairn");
+        write("cut.cairn", {reinterpret_cast<const char*>(level.data()), level.size() * 3 / 4});
     }
 
     void runAll(FaultChoice choice) {
@@ -90,6 +92,7 @@ class ProgramFaults : public testing::Test {
             {"render", "a.cairn", "-o", "out.png", "--size", "32", "32"},
             {"thumbs", "a.cairn", "-o", "out.png"},
             {"content", "add", "a.db", "skin", "rat"},
+            {"recover", "cut.cairn", "-o", "out"},
         };
         const Files before = files();
         FaultCounts all;
@@ -106,7 +109,7 @@ class ProgramFaults : public testing::Test {
             restore();
             const Arguments arguments = argumentsOf(words);
             const int code = runArguments(arguments);
-            ASSERT_EQ(code, 0);
+            ASSERT_EQ(code, words[0] == "recover" ? 1 : 0);
             const Files after = files();
             all += forEachFault(
                 choice,
@@ -136,5 +139,7 @@ class ProgramFaults : public testing::Test {
 };
 
 TEST_F(ProgramFaults, EndWithTheirExitCode) { runAll(FaultChoice::SOME); }
+
+TEST_F(ProgramFaults, DISABLED_EndWithTheirExitCodeAtManyFaults) { runAll(FaultChoice::ALL); }
 
 } // namespace

@@ -130,12 +130,6 @@ TEST(MemoryFile, EveryTypeComesBackFromAGrowingFile) {
     }
 }
 
-TEST(MemoryFile, AnyByteButZeroIsTrue) {
-    bool b = false;
-    *reading({7}) >> b;
-    EXPECT_TRUE(b);
-}
-
 TEST(MemoryFile, UnsignedLongHasFourBytes) {
     EXPECT_EQ(written(std::numeric_limits<unsigned long>::max()), Bytes(4, 0xFF));
     EXPECT_EQ(written(0xFFFFFFFFul), Bytes(4, 0xFF));
@@ -286,14 +280,6 @@ TEST(Chunks, OlderDataIsNoChunk) {
                   "No chunk stands where one with the id 5 was expected (at offset 0)");
         EXPECT_NE(failureText([&] { file->skipChunk(); }), "(nothing thrown)");
     }
-}
-
-TEST(Chunks, AWrongIdIsRefused) {
-    Chunk chunk;
-    const auto file = reading(chunkOf(1, 1, [](F_MemoryFile&) {}));
-    EXPECT_EQ(failureText([&] { file->openChunk(chunk, 0); }),
-              "A chunk with the id 1 stands where one with the id 0 was expected (at offset 0)");
-    EXPECT_FALSE(chunk.isValid());
 }
 
 TEST(Chunks, AViewEndsWithItsBody) {
@@ -569,47 +555,6 @@ TEST(HostileBytes, ARecordSurvivesEveryCutAndEveryChangedByte) {
     EXPECT_EQ(result.text(), "");
     EXPECT_GT(result.refused, image.size());
     EXPECT_GT(result.taken, image.size()); // the repaired ones reach the values
-}
-
-TEST(HostileBytes, TheDriveItselfFindsBadReaders) {
-    const Bytes image = chunkOf(0, 1, [](F_MemoryFile& f) { f << 1; });
-    const auto throwing = [](std::span<const unsigned char> bytes) {
-        if (bytes.size() == 3)
-            throw std::length_error("too long");
-    };
-    EXPECT_EQ(test::driveHostileBytes(image, throwing).text(), "cut at 3: a standard exception: too long\n");
-    void* volatile taken = nullptr; // volatile, so that no allocation is optimised away
-    const auto greedy = [&](std::span<const unsigned char> bytes) {
-        if (bytes.size() != 5 && bytes.size() != 6)
-            return;
-        constexpr std::size_t tooMuch = std::size_t(17) << 20;
-        taken = bytes.size() == 5 ? std::malloc(tooMuch) : ::operator new(tooMuch);
-        bytes.size() == 5 ? std::free(taken) : ::operator delete(taken);
-    };
-    EXPECT_EQ(test::driveHostileBytes(image, greedy).failures.size(), 2u);
-    EXPECT_EQ(test::driveHostileBytes(image, [](std::span<const unsigned char>) {}).text(), "");
-}
-
-TEST(ChunkRepair, RestoresEverySumAndToleratesNonsenseLengths) {
-    const Bytes image = chunkOf(3, 1, [](F_MemoryFile& f) {
-        f << 1;
-        f.createChunk(4, 1);
-        f << "text";
-        f.closeChunk();
-    });
-    Bytes spoiled = image;
-    test::repairChunks(spoiled);
-    EXPECT_EQ(spoiled, image);
-    for (std::size_t at : {20u, 24u, 56u}) // the sums of the outer chunk and the header's of the inner one
-        spoiled[at] ^= 0x55;
-    test::repairChunks(spoiled);
-    EXPECT_EQ(spoiled, image);
-    spoiled[19] = 0xFF;
-    test::repairChunks(spoiled);
-    Chunk chunk;
-    EXPECT_NE(failureText([&] { reading(spoiled)->peekChunk(chunk); }).find("The data ends within a chunk"),
-              string::npos);
-    test::repairChunks({});
 }
 
 } // namespace

@@ -50,6 +50,7 @@ class Fault : public ProgramTest {
               "( 0 0 64 ) ( 0 1 64 ) ( 1 0 64 ) wall 0 0 0 1 1\n}\n}\n");
         ASSERT_EQ(run({"new", "fresh.cairn"}).code, 0);
         ASSERT_EQ(run({"edit", "fresh.cairn", "-o", "a.cairn", "--script", "edit.txt"}).code, 0);
+        write("cut.cairn", read("a.cairn").substr(0, read("a.cairn").size() * 3 / 4));
         ASSERT_EQ(run({"export", "a.cairn", "-o", "seen.obj"}).code, 0);
         ASSERT_EQ(run({"content", "create", "empty.db"}).code, 0);
         for (const auto& entry : fs::directory_iterator(path("")))
@@ -101,6 +102,7 @@ class Fault : public ProgramTest {
 TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
     const struct {
         std::string words, old; ///< a command, and the outputs that are there before
+        int code = 0;           ///< with which it ends without a fault
     } jobs[] = {
         {"new out.cairn --build x", "out.cairn"},
         {"save a.cairn -o out.cairn", "out.cairn"},
@@ -115,6 +117,8 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
         {"generate --rooms 2 --seed 1 -o out.cairn", "out.cairn"},
         {"content create out.db", ""},
         {"export a.cairn -o out.obj", "out.obj"},
+        {"textures a.cairn --extract out", ""},
+        {"recover cut.cairn -o out.cairn", "out.cairn", 1},
     };
     const Files base = files();
     for (const auto& job : jobs) {
@@ -122,7 +126,7 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
         if (!job.old.empty())
             before[job.old] = "what was there";
         restore(before);
-        ASSERT_EQ(runInShell(job.words, "").code, 0) << job.words;
+        ASSERT_EQ(runInShell(job.words, "").code, job.code) << job.words;
         const Files after = files();
         const std::set<std::string> outputs = changes(before, after);
         ASSERT_FALSE(outputs.empty());
@@ -132,7 +136,7 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
                 restore(before);
                 const FaultRun done = runStruck(job.words, strike, number);
                 if (!done.hasStruck) {
-                    ASSERT_EQ(done.code, 0) << told << done.error;
+                    ASSERT_EQ(done.code, job.code) << told << done.error;
                     ASSERT_TRUE(files() == after) << told;
                     break;
                 }
@@ -140,7 +144,7 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
                 ++m_points;
                 m_kills += done.isKilled();
                 m_failures += done.code == 4;
-                ASSERT_TRUE(done.code == 0 || done.code == 4 || done.isKilled()) << told << ": " << done.code;
+                ASSERT_TRUE(done.code == job.code || done.code == 4 || done.isKilled()) << told << ": " << done.code;
                 const Files now = files();
                 for (const std::string& name : outputs) {
                     const bool isNew = now.contains(name) && now.at(name) == after.at(name);
@@ -148,7 +152,7 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
                                                              : !now.contains(name);
                     // What stands beside the output of that name takes its place ahead of it.
                     const bool isBeside = job.words.find(name) == std::string::npos;
-                    EXPECT_TRUE(done.code == 0                ? isNew
+                    EXPECT_TRUE(done.code == job.code         ? isNew
                                 : done.code == 4 && !isBeside ? isOld
                                                               : isOld || isNew)
                         << told << ": " << name;
@@ -194,6 +198,7 @@ class MemoryFault : public Fault {
             "fsm a.cairn",
             "rooms a.cairn",
             "diff a.cairn fresh.cairn",
+            "recover cut.cairn -o out.cairn",
             "content add empty.db skin rat",
         };
         const Files before = files();
@@ -247,6 +252,8 @@ TEST_F(Fault, TakesInputFromPipesAndPutsOutputInPlaceOfFilesAlone) {
          {"save a.cairn -o a.cairn", "edit a.cairn -o a.cairn -c '# nothing'", "image wall.png -o wall.png"})
         EXPECT_EQ(runInShell(words, "").code, 0) << words;
     EXPECT_EQ(read("a.cairn"), level);
+    EXPECT_EQ(runInShell("recover cut.cairn -o cut.cairn", "").code, 1);
+    EXPECT_EQ(runInShell("recover cut.cairn -o cut.cairn", "").code, 0) << "nothing is lost any more";
 
     fs::create_symlink("b.cairn", path("link.cairn"));
     fs::create_symlink("none/b.cairn", path("astray.cairn"));

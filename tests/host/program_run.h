@@ -63,29 +63,6 @@ class ProgramTest : public testing::Test {
         return run;
     }
 
-    /// Runs the program and kills it (SIGKILL) as soon as `isTime` says so; false where it was done before.
-    template <class IsTime> bool runAndKill(std::vector<std::string> arguments, IsTime isTime) const {
-        arguments.insert(arguments.begin(), programFile());
-        std::vector<char*> words;
-        for (std::string& argument : arguments)
-            words.push_back(argument.data());
-        words.push_back(nullptr);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            if (::chdir(m_folder.c_str()) == 0)
-                ::execv(words[0], words.data());
-            ::_exit(127);
-        }
-        int status = 0;
-        while (::waitpid(child, &status, WNOHANG) == 0)
-            if (isTime()) {
-                ::kill(child, SIGKILL);
-                ::waitpid(child, &status, 0);
-                break;
-            }
-        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0) << status;
-        return WIFSIGNALED(status);
-    }
     /// The size of the file that the program writes beside its output, -1 where none is there.
     std::intmax_t sizeBeside() const {
         for (const auto& entry : std::filesystem::directory_iterator(m_folder))
@@ -95,15 +72,6 @@ class ProgramTest : public testing::Test {
                 return gone ? -1 : static_cast<std::intmax_t>(size);
             }
         return -1;
-    }
-    /// Removes what killed programs left beside their outputs.
-    void clearBeside() const {
-        std::vector<std::filesystem::path> left;
-        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
-            if (entry.path().extension() == ".tmp")
-                left.push_back(entry.path());
-        for (const auto& file : left)
-            std::filesystem::remove(file);
     }
 
   private:

@@ -299,36 +299,6 @@ TEST_F(Program, WhatForceSavesLoadsWithoutRepair) {
     }
 }
 
-TEST_F(Program, AKillLeavesTheOldOutputOrTheNewOneWhole) {
-    std::string map;
-    for (int i = 0; i < 4000; ++i)
-        map += "{\"classname\" \"path_corner\" \"origin\" \"32 0 0\"}";
-    ASSERT_EQ(run({"import", "-", "--format", "map", "-o", "a.cairn"}, map).code, 0);
-    ASSERT_EQ(run({"save", "a.cairn", "-o", "new.cairn"}).code, 0);
-    ASSERT_EQ(run({"new", "old.cairn"}).code, 0);
-    const std::string before = read("old.cairn"), after = read("new.cairn");
-    const auto whole = static_cast<std::intmax_t>(after.size());
-
-    const std::function<bool()> moments[] = {
-        [] { return true; },
-        [&] { return sizeBeside() >= 0; },
-        [&] { return sizeBeside() > 0; },
-        [&] { return sizeBeside() == whole; },
-        [&] { return std::filesystem::file_size(path("out.cairn")) != before.size(); },
-    };
-    int killedAtWriting = 0;
-    for (const auto& isTime : moments)
-        for (int i = 0; i < 4; ++i) {
-            write("out.cairn", before);
-            const bool killed = runAndKill({"save", "a.cairn", "-o", "out.cairn"}, isTime);
-            killedAtWriting += killed && sizeBeside() >= 0 ? 1 : 0;
-            const std::string left = read("out.cairn");
-            EXPECT_TRUE(left == after || (killed && left == before)) << left.size();
-            clearBeside();
-        }
-    EXPECT_GT(killedAtWriting, 0);
-}
-
 TEST_F(Program, TurnsImagesIntoPng) {
     const std::string seeds = cairn::test::projectFile("fuzz/seeds/image_decode/").string();
     for (const char* name : {"runs.tga", "grid.jpg", "map.pcx", "cube.scx", "grid.png", "map.bmp"}) {
