@@ -112,6 +112,7 @@ TEST(PlaneMoves, AreDoneOrRefusedWhole) {
         {"up to it", crossedBox, pushOf(2, 0.5), Refusal::NONE},
         {"beyond where its walls meet", wedge, pushOf(4, -2), Refusal::TURNED_OVER},
         {"nearly to where they meet", wedge, pushOf(4, -1, 1), Refusal::SHRUNK},
+        {"shorter than the limit already", wedge, pushOf(4, -1, 3), Refusal::NONE, 4 * (20 + 1.25)},
         {"and without a limit", wedge, pushOf(4, -1), Refusal::NONE, 4 * (20 + 1.25)},
         {"lone polygon", test::unitFloor, pushOf(0, 3), Refusal::NONE},
         {"tilt about the middle", test::boxRoom, tiltOf(2, up, 10, {0, 2, 3}), Refusal::NONE, 192},
@@ -216,6 +217,33 @@ TEST(PlaneMoves, TakeCoplanarPolygonsAlong) {
     EXPECT_EQ(back.getNormal(), Vector(0, -1, 0));
     EXPECT_EQ(back.getPointOnPlane(), Vector(0, 1, 0));
     EXPECT_EQ(CN_validateMesh(mesh, 1e-9).size(), 1u) << "it is open";
+}
+
+TEST(PlaneMoves, CarryTheTexturesAlong) {
+    const Vector middle(0, 2, 3);
+    for (const Move& move :
+         {pushOf(2, 1.5), pushOf(2, -0.25), tiltOf(2, {0, 1, 0}, 10, middle), tiltOf(2, {1, 0, 0}, 30, middle)}) {
+        ShelfDocument document;
+        CN_LevelEntityMesh& mesh = *test::boxRoom(document);
+        CN_Polygon &wall = mesh.accessPolygonList()[2], &floor = mesh.accessPolygonList()[0];
+        for (const int key : {0, 1, 2}) {
+            const double size = 1 + key;
+            wall.editUVSpace(key) = {{{0, 0, size}, {0, -size, 0.25}, {1, 0, 0}}, {0, 1, size}, {0.5, -size}};
+        }
+        const CN_Polygon::UVSpaces before = wall.getUVSpaces();
+        const M_PlanarSpace3Template<double> floorBefore = floor.getUVSpace(0);
+        ASSERT_EQ(apply(mesh, move), Refusal::NONE);
+        const Vector delta = Vector(1, 0, 0) * move.distance;
+        for (const int key : {0, 1, 2})
+            for (const Vector& place : {Vector(0, 0, 0), {0, 4, 0}, {0, 1, 5}}) {
+                const Vector moved = move.rotating ? move.center + (place - move.center) * move.matrix : place + delta;
+                const auto uv = wall.getUVSpace(key).toUV(moved), was = before.find(key)->space.toUV(place);
+                EXPECT_NEAR(uv.x, was.x, 1e-9) << key;
+                EXPECT_NEAR(uv.y, was.y, 1e-9) << key;
+            }
+        EXPECT_EQ(floor.getUVSpace(0).getMatrix(), floorBefore.getMatrix());
+        EXPECT_EQ(floor.getUVSpace(0).getPoint(), floorBefore.getPoint());
+    }
 }
 
 TEST(PlaneMoves, SnapTheTargetPlane) {
