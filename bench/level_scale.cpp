@@ -91,6 +91,8 @@ static void measure(bench::Report& report) {
             addWork(report, n, rooms, work);
     }
     constexpr double GROWTH = 1.1;
+    for (const char* const work : {"destroy", "export OBJ"})
+        report.reason(work, "cairn", "small levels lie in the caches, large ones do not");
     for (const char* const work : {"load", "load after one is destroyed", "destroy", "generate"})
         report.limitGrowth(work, "cairn", GROWTH);
     for (const bench::LevelWork& work : bench::levelWorks()) {

@@ -315,6 +315,7 @@ static void measure(cairn::bench::Report& report) {
     cairn::addMemory(report, 10000);
     report.limitRatio("save", "cairn", 0.5);
     report.limitRatio("load", "cairn", 2);
+    report.reason("save", "cairn", "a polygon is 1.7 kB in memory: a hundred thousand are read from beyond the caches");
     for (const char* scene : {"save", "load"})
         report.limitGrowth(scene, "cairn", 1.1);
 }

@@ -78,6 +78,7 @@ void addScenes(bench::Report& report, const std::string& scene, int n, std::shar
 
 static void measure(cairn::bench::Report& report) {
     using namespace cairn;
+    report.repeat(3);
     for (const int n : bench::sizes({1000, 3162, 10000, 31623, 100000}, 3162)) {
         addScenes(report, "brick wall", n, makeWall);
         addScenes(report, "kerb", n, makeKerb);
