@@ -75,7 +75,7 @@ class ProgramFaults : public testing::Test {
         write("cut.cairn", {reinterpret_cast<const char*>(level.data()), level.size() * 3 / 4});
     }
 
-    void runAll(FaultChoice choice) {
+    void runAll() {
         makeInputs();
         // Those without a JSON document, whose destructor may end the process: see the tests of the program itself.
         const std::vector<std::string> commands[] = {
@@ -112,7 +112,7 @@ class ProgramFaults : public testing::Test {
             ASSERT_EQ(code, words[0] == "recover" ? 1 : 0);
             const Files after = files();
             all += forEachFault(
-                choice,
+                FaultChoice::SOME, // among all is one where the parser of the command line ends the process
                 [&] {
                     restore();
                     return std::make_unique<int>(-1);
@@ -138,8 +138,6 @@ class ProgramFaults : public testing::Test {
     fs::path m_before;
 };
 
-TEST_F(ProgramFaults, EndWithTheirExitCode) { runAll(FaultChoice::SOME); }
-
-TEST_F(ProgramFaults, DISABLED_EndWithTheirExitCodeAtManyFaults) { runAll(FaultChoice::ALL); }
+TEST_F(ProgramFaults, EndWithTheirExitCode) { runAll(); }
 
 } // namespace
