@@ -226,7 +226,7 @@ const std::vector<NamedEdit>& operations() {
 /// they compare exits.
 std::int64_t lostByClipper(std::string_view edit) {
     constexpr std::int64_t MOST = 2;
-    for (const std::string_view name : {"split", "unify", "exit", "texture", "triangulate", "join"})
+    for (const std::string_view name : {"split", "unify", "exit", "texture", "triangulate", "join", "recenter"})
         if (edit.starts_with(name))
             return MOST;
     return 0;
