@@ -5,7 +5,7 @@
 
 namespace cairn {
 
-/// A device-independent bitmap: what the platform's image lists and a host's windows take pictures as.
+/// A picture as plain pixels in memory: what image lists keep and a host shows.
 struct Bitmap {
     int width = 0;                     ///< in pixels
     int height = 0;                    ///< in pixels

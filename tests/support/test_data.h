@@ -10,7 +10,7 @@ namespace cairn::test {
 /// A file or folder of this checkout, named from its root.
 std::filesystem::path projectFile(const std::string& relative);
 
-/// The folder of shared test data: what the environment variable CAIRN_TEST_DATA names, else a folder beside the checkout.
+/// The folder of shared test data, which the environment variable CAIRN_TEST_DATA names.
 std::filesystem::path sharedDataFolder();
 
 } // namespace cairn::test
