@@ -129,9 +129,8 @@ void addTexturesCommand(CLI::App& app, Command& chosen) {
     command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
     command
         ->add_option("--extract", options->folder,
-                     "Write the image file of each texture, byte for byte, to a plain name in this folder; each is "
-                     "written whole, but "
-                     "a failure may leave those before it")
+                     "Write the image file of each texture, byte for byte, to a plain name in this folder; all are on "
+                     "the disk before the first takes its place")
         ->check(refuseStandardStream)
         ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
     options->addJson(*command);
