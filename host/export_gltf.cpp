@@ -383,8 +383,10 @@ class GltfWriter {
         std::vector<Vector> places;
         for (const ExportKey& key : from.moves)
             places.push_back(key.translation);
-        addChannel("translation", addTimes(from.moves), addVectors(m_motion, places, false));
-        addChannel("rotation", addTimes(from.turns), addRotations(from.turns));
+        const int moveTimes = addTimes(from.moves); // ahead of the values, whatever the compiler
+        addChannel("translation", moveTimes, addVectors(m_motion, places, false));
+        const int turnTimes = addTimes(from.turns);
+        addChannel("rotation", turnTimes, addRotations(from.turns));
         m_model.animations.push_back(std::move(animation));
     }
 
