@@ -1,5 +1,4 @@
 #include "cairn/document/document.h"
-#include "cairn/entities/cairn_level.h"
 #include "cairn/entities/enemy.h"
 #include "cairn/entities/fsm_entity.h"
 #include "cairn/entities/player.h"

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <memory>
 
 using namespace cairn;
 using test::Bytes;
@@ -121,35 +120,17 @@ TEST(OldMachines, DamageIsRefusedAndLeavesTheMachineAsItWas) {
     }
 }
 
-TEST(FSMRecord, NamesEntitiesByTheIdentityUnderWhichTheyAreSaved) {
+TEST(FSMRecord, AnEntityThatIsNoPartOfTheDocumentIsSavedAsNone) {
     Level level;
     auto* const shown = new CN_LevelEntityWaypoint;
     level.document.accessLevel()->add(shown, false);
-    E_FSM::Message message;
-    message.m_text = "x->Look(a, b);";
-    message.m_arguments = {"a", "b"};
-    message.m_target = shown;
-    message.m_objectArguments = {nullptr, level.entity};
-    level.entity->accessFSM()->createMessageHandler("a").m_sendBefore = {message};
-    E_FSM& copy = *new E_FSM(nullptr, true, true);
-    const std::unique_ptr<E_FSM> owner(&copy);
-    F_MemoryFile file;
-    level.entity->getFSM()->save(file);
-    file.toRead();
-    copy.load(file);
-    const E_FSM::Message& read = copy.getMessageHandler("a")->m_sendBefore.at(0);
-    EXPECT_EQ(read.m_targetId, CN_LevelEntity::getSerialisationId(shown));
-    EXPECT_EQ(read.m_objectArgumentIds,
-              (std::vector<unsigned int>{0, CN_LevelEntity::getSerialisationId(level.entity)}));
-    EXPECT_EQ(read.m_target, nullptr);
-    EXPECT_EQ(read.m_objectArguments.size(), 2u);
-
-    // In a document's save an entity that is no part of it is none, whatever its number in the process.
+    E_FSM::MessageList& messages = level.entity->accessFSM()->createMessageHandler("a").m_sendBefore;
+    messages.emplace_back().m_text = "x->Look();";
     const auto saveWithTarget = [&](CN_LevelEntity* target) {
-        level.entity->accessFSM()->accessMessageHandler("a")->m_sendBefore[0].m_target = target;
+        messages[0].m_target = target;
         return test::saveLevel(level.document);
     };
-    CN_LevelEntityWaypoint elsewhere;
+    CN_LevelEntityWaypoint elsewhere; // whatever its number in the process
     EXPECT_EQ(saveWithTarget(&elsewhere), saveWithTarget(nullptr));
     EXPECT_NE(saveWithTarget(&elsewhere), saveWithTarget(shown));
 }
