@@ -44,6 +44,9 @@ TEST_F(ChangeManager, RenewsQualifiedNamesOnceTheTreeChanged) {
     manager.documentChangedNotification(nullptr, &document, nullptr);
     update();
     EXPECT_EQ(qualifiedName(knob), "::Aula::Gate::Knob");
+    messagesOf(knob) = {makeMessage("untouched", hall)};
+    update(); // nothing changed since
+    EXPECT_EQ(messagesOf(knob)[0].m_text, "untouched");
 }
 
 TEST_F(ChangeManager, StoredReferencesAreBoundByIdentityThenByName) {

@@ -35,19 +35,6 @@ struct Machine : E_FSM {
 
 } // namespace
 
-TEST(FSM, BeginsWithOneHandlerAndKeepsEachNameOnce) {
-    E_FSM fsm(nullptr, true, false);
-    EXPECT_EQ(textOf(fsm), "; ; ;\nStartup:");
-    EXPECT_TRUE(fsm.userCanAddStates());
-    EXPECT_FALSE(fsm.userCanAddCustomStrings());
-    fsm.createMessageHandler("STARTUP");
-    fsm.createMessageHandler("OnUse");
-    EXPECT_EQ(handlersOf(fsm), "OnUse0 Startup0 ");
-    fsm.deleteMessageHandler("onuse");
-    fsm.deleteMessageHandler("absent");
-    EXPECT_EQ(handlersOf(fsm), "Startup0 ");
-}
-
 TEST(FSM, WalksOutliveWhatTheyStandAt) {
     Machine fsm;
     fsm.createMessageHandler("A");

@@ -100,6 +100,20 @@ TEST_F(Walkers, MessagesGetAnotherName) {
     EXPECT_EQ(linesLeft(), "1 2 #3 4 ");
 }
 
+TEST_F(Walkers, DeletionsTakeNoNameForAllAndNoEntityForNone) {
+    const auto leftBy = [this](CN_ForEach&& walker) {
+        messagesOf(yard) = {makeMessage("a", nullptr, "EnableExit", {"1", "Exit"}),
+                            makeMessage("b", door, "EnableExit", {"1", "exit"}),
+                            makeMessage("c", door, "EnableExitAIActivation", {"1", "Back"}),
+                            makeMessage("d", door, "EnableExit", {"1"})};
+        root.forEachEntity(&walker);
+        return linesLeft();
+    };
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "EXIT")), "a c d ");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "")), "a ");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject(nullptr)), "a b c d ");
+}
+
 TEST_F(Walkers, QueriesFindWhatMessagesName) {
     messagesOf(yard) = {
         makeMessage("#", door, "FSM_Switch", {"comment"}),
