@@ -158,38 +158,6 @@ TEST_F(DocumentTest, KeepsGroupNamesAndTheTwoDefaults) {
               (std::vector<string>{"=0", "guards=0", "PLAYER_GROUP=0", "Zombies=0"}));
 }
 
-/// The bytes of a file that `write` writes into.
-template <class Write> Bytes bytesOf(Write&& write) {
-    F_MemoryFile file;
-    write(file);
-    const auto* bytes = static_cast<const unsigned char*>(file.getAddress());
-    return {bytes, bytes + file.getSize()};
-}
-
-TEST_F(DocumentTest, WritesItsSectionsInTheirOrder) {
-    CN_Document document;
-    document.createCairnLevelEntities();
-    const Bytes head = bytesOf([&](F_MemoryFile& file) {
-        document.saveDocumentVersion(file);
-        file << document.accessTextures();
-        file << document.accessMaterials();
-        document.accessLightmaps()->save(file);
-        document.accessPreferences().saveDocumentPreferences(file);
-        file << static_cast<int>(CN_KIND_LEVEL);
-    });
-    const Bytes tail = bytesOf([&](F_MemoryFile& file) {
-        document.accessSelection()->save(file, &document);
-        document.accessCNCamera()->save(file);
-        file.createChunk(0, CAIRN_DOCUMENT_VERSION);
-        file << 2u << ""
-             << "PLAYER_GROUP";
-        file.closeChunk();
-    });
-    const Bytes saved = saveLevel(document);
-    EXPECT_TRUE(std::equal(head.begin(), head.end(), saved.begin()));
-    EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), saved.rbegin()));
-}
-
 TEST_F(DocumentTest, FindsThePlayerBeforeItTellsOfBrokenRotations) {
     OldLevel level = levelOf({{.name = "Way"}});
     level.root.children[0].rotation.row(0).x = 2;
@@ -389,14 +357,6 @@ TEST_F(DocumentTest, RefusesBeforeTheFirstByte) {
     EXPECT_FALSE(fresh.getLevel());
 }
 
-TEST_F(DocumentTest, RefersToLightmapsThatItHas) {
-    CN_Document document;
-    EXPECT_EQ(failureText([&] { document.accessLightmaps()->referenceLightmap(5); }),
-              "The pool has no lightmap of the id 5");
-    document.accessLightmaps()->dereferenceLightmap(NO_LIGHTMAP);
-    document.accessLightmaps()->dereferenceLightmap(~0ul);
-}
-
 TEST_F(DocumentTest, ForgetsEntitiesThatDie) {
     auto document = std::make_unique<CN_Document>();
     document->createCairnLevelEntities();
@@ -423,6 +383,16 @@ TEST_F(DocumentTest, ForgetsEntitiesThatDie) {
     EXPECT_FALSE(CN_FSMChangeManager::instance()->getDocument());
 }
 
+TEST_F(DocumentTest, HandsMessagesToTheHostAlone) {
+    static std::vector<std::pair<int, string>> messages;
+    CN_Document document;
+    document.showMessage(2, "nobody listens");
+    document.setErrorCallback([](int severity, const CString& text) { messages.emplace_back(severity, text.str()); });
+    document.showMessage(2, "an edge");
+    EXPECT_EQ(messages, (std::vector<std::pair<int, string>>{{2, "an edge"}}));
+    EXPECT_TRUE(m_process.boxes().empty());
+}
+
 TEST_F(DocumentTest, ANewLevelKnowsNothingOfTheOneBefore) {
     CN_Document document;
     document.accessAICharacterGroups()["host"] = 0;
@@ -435,16 +405,6 @@ TEST_F(DocumentTest, ANewLevelKnowsNothingOfTheOneBefore) {
 
     delete document.accessLevel();
     EXPECT_EQ(document.getLevel(), nullptr);
-}
-
-TEST_F(DocumentTest, HandsMessagesToTheHostAlone) {
-    static std::vector<std::pair<int, string>> messages;
-    CN_Document document;
-    document.showMessage(2, "nobody listens");
-    document.setErrorCallback([](int severity, const CString& text) { messages.emplace_back(severity, text.str()); });
-    document.showMessage(2, "an edge");
-    EXPECT_EQ(messages, (std::vector<std::pair<int, string>>{{2, "an edge"}}));
-    EXPECT_TRUE(m_process.boxes().empty());
 }
 
 } // namespace

@@ -7,18 +7,6 @@
 namespace cairn {
 namespace {
 
-TEST(MouseQuantizer, GivesEachMovementOnce) {
-    E_MouseQuantizer mouse;
-    EXPECT_FALSE(mouse.hasMovedX());
-    mouse.addMovement(3, -2);
-    mouse.addMovement(1, 0);
-    EXPECT_TRUE(mouse.hasMovedX());
-    EXPECT_EQ(mouse.movedX(), 4);
-    EXPECT_FALSE(mouse.hasMovedX());
-    EXPECT_EQ(mouse.movedX(), 0);
-    EXPECT_EQ(mouse.movedY(), -2);
-}
-
 TEST(MouseQuantizer, WaitsForWholeSteps) {
     E_MouseQuantizer mouse;
     mouse.setStep(4, 0);

@@ -1,8 +1,8 @@
+#include "cairn/document/document.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/for_each.h"
-#include "tests/support/level_bytes.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
@@ -142,12 +142,6 @@ TEST_F(SelectionTest, TellsItsObserversWhenTheHostSaysSo) {
     selection().notifyObservers(nullptr);
     EXPECT_EQ(first.causes, (std::vector<CN_SelectionObserver*>{&first, nullptr}));
     EXPECT_EQ(second.causes, first.causes);
-}
-
-TEST_F(SelectionTest, AsksForSelectedRooms) {
-    EXPECT_TRUE(selection().areAllSelectedParantedToSelectedRoom());
-    selection().add(m_a);
-    EXPECT_FALSE(selection().areAllSelectedParantedToSelectedRoom()) << "a box is no room";
 }
 
 TEST_F(SelectionTest, StoresNumbersOfTheTree) {

@@ -132,18 +132,5 @@ TEST(ChildNames, ComeFromTheKindWhereThereIsNone) {
     EXPECT_EQ(second->getName(), "Portal_" + std::to_string(number + 1));
 }
 
-TEST(ChildNames, RenewTheQualifiedNamesBelow) {
-    auto root = makeEntity(CN_KIND_LEVEL);
-    CN_LevelEntity* a = addChild(*root, CN_KIND_MESH, "a");
-    CN_LevelEntity* b = addChild(*a, CN_KIND_MESH, "b");
-    CN_LevelEntity* c = addChild(*b, CN_KIND_WAYPOINT, "c");
-    EXPECT_EQ(qualifiedName(root.get()), "");
-    EXPECT_EQ(qualifiedName(c), "::a::b::c");
-    a->setName("x", false);
-    EXPECT_EQ(qualifiedName(c), "::x::b::c");
-    root->add(b, false);
-    EXPECT_EQ(qualifiedName(c), "::b::c");
-}
-
 } // namespace
 } // namespace cairn::test

@@ -1,10 +1,7 @@
 #include "cairn/entities/entity_iterator.h"
-#include "cairn/entities/for_each.h"
 #include "tests/entities/entity_tree.h"
 
 #include <gmock/gmock.h>
-
-#include <typeinfo>
 
 namespace cairn::test {
 namespace {
@@ -46,18 +43,6 @@ TEST(EntityIterator, IsAtTheEndBeforeBeginAndStaysThere) {
     EXPECT_FALSE(it != tree.e->createIterator()) << "two at the end are alike";
 }
 
-TEST(EntityIterator, ComparesPlacesOfOneTypeOnly) {
-    SmallTree tree;
-    CN_ChildIterator child = tree.root->createChildIterator();
-    child.begin();
-    EXPECT_TRUE(child != child.getEnd());
-    ++child;
-    ++child;
-    EXPECT_FALSE(child != child.getEnd());
-    CN_PreIterator pre = tree.root->createIterator();
-    EXPECT_THROW(static_cast<void>(pre != child), std::bad_cast);
-}
-
 TEST(EntityIterator, CopiesStandOnTheirOwnInShallowAndDeepTrees) {
     auto root = makeEntity(CN_KIND_LEVEL);
     CN_LevelEntity* at = root.get();
@@ -81,20 +66,6 @@ TEST(EntityIterator, CopiesStandOnTheirOwnInShallowAndDeepTrees) {
             EXPECT_EQ(left, 71 - depth);
         }
     }
-}
-
-TEST(EntityIterator, ForEachTakesTheStartIn) {
-    struct Collect : CN_ForEach, CN_ForEachConst {
-        void operator()(CN_LevelEntity* entity) override { names.push_back(entity->getName().str()); }
-        void operator()(const CN_LevelEntity* entity) override { names.push_back(entity->getName().str()); }
-        std::vector<std::string> names;
-    };
-    SmallTree tree;
-    Collect collect, collectConst;
-    tree.a->forEachEntity(static_cast<CN_ForEach*>(&collect));
-    std::as_const(*tree.a).forEachEntity(static_cast<CN_ForEachConst*>(&collectConst));
-    EXPECT_THAT(collect.names, ElementsAre("a", "b", "c", "d"));
-    EXPECT_EQ(collect.names, collectConst.names);
 }
 
 } // namespace

@@ -99,21 +99,6 @@ TEST(LevelEntity, NeverHasTwoChildrenOfOneName) {
     }
 }
 
-TEST(LevelEntity, KindsHoldWhatTheyMay) {
-    const auto mayHold = [](int parent, int child) {
-        auto p = makeEntity(parent), c = makeEntity(child);
-        return p->canAdd(c.get());
-    };
-    EXPECT_TRUE(mayHold(CN_KIND_LEVEL, CN_KIND_PLAYER));
-    EXPECT_FALSE(mayHold(CN_KIND_MESH, CN_KIND_PLAYER));
-    EXPECT_FALSE(mayHold(CN_KIND_LEVEL, CN_KIND_PORTAL));
-    EXPECT_TRUE(mayHold(CN_KIND_MESH, CN_KIND_PORTAL));
-    EXPECT_FALSE(mayHold(CN_KIND_PREFAB, CN_KIND_PREFAB_CONTENT));
-    EXPECT_TRUE(mayHold(CN_KIND_VOL_LIGHTING_BOX, CN_KIND_VOL_LIGHTING_BOX));
-    EXPECT_FALSE(mayHold(CN_KIND_WAYPOINT, CN_KIND_WAYPOINT));
-    EXPECT_FALSE(makeEntity(CN_KIND_LEVEL)->canAdd(nullptr));
-}
-
 TEST(LevelEntity, CountsEnemiesOfKnownGroups) {
     LevelDocument document;
     auto& groups = document.accessAICharacterGroups();
@@ -185,21 +170,6 @@ TEST(LevelEntity, DiesWithATreeOfAnyDepth) {
     EXPECT_FALSE(CN_LevelEntity::isAlive(at));
 }
 
-TEST(LevelEntity, HandsItsMachineOver) {
-    auto a = makeEntity(CN_KIND_MESH), b = makeEntity(CN_KIND_MESH);
-    EXPECT_FALSE(a->canBeMessageTarget());
-    a->createFSM();
-    E_FSM* machine = a->accessFSM();
-    a->createFSM();
-    EXPECT_EQ(a->accessFSM(), machine);
-    b->assignFSMTo(a->releaseFSM());
-    EXPECT_FALSE(a->hasFSM());
-    EXPECT_EQ(b->accessFSM(), machine);
-    EXPECT_TRUE(b->canBeMessageTarget());
-    b->deleteFSM();
-    EXPECT_FALSE(b->hasFSM());
-}
-
 TEST(LevelEntity, IsCriticalByItselfByWhatItIsPartOfAndByWhatStandsBelow) {
     LevelDocument document;
     CN_LevelEntity* outer = addChild(document.root(), CN_KIND_MESH, "outer");
@@ -245,18 +215,6 @@ TEST(LevelEntity, KeepsChildrenInPlaceAsTheirParentsChange) {
     b->changeSpaceExplicit({Matrix({0, 0, 0}, {0, 0, 0}, {0, 0, 0}), Vector()});
     expectNear(w->getPosition(), place);
     expectNear(b->getPosition(), {5, 5, 5});
-}
-
-TEST(LevelEntity, SkipsTheInvisibleUnlessForced) {
-    LevelDocument document;
-    CN_LevelEntity* a = addChild(document.root(), CN_KIND_MESH, "a");
-    a->setVisible(false);
-    document.root().handleHierarchy({5, 0, 0}, {}, false);
-    expectNear(a->getWorldPosition(), {});
-    document.root().handleHierarchy({5, 0, 0}, {}, true);
-    expectNear(a->getWorldPosition(), {5, 0, 0});
-    a->setPosition({1, 0, 0});
-    expectNear(a->getWorldPosition(), {6, 0, 0});
 }
 
 TEST(LevelEntity, MeetsRaysWithItsBoundingSphere) {

@@ -9,9 +9,9 @@
 #include "tests/support/hostile_bytes.h"
 #include "tests/support/level_bytes.h"
 #include "tests/support/old_lighting.h"
-#include "tests/support/old_mesh_entities.h"
 #include "tests/support/process_state_guard.h"
 #include "tests/support/sample_mesh.h"
+#include "tests/support/test_data.h"
 
 #include <gtest/gtest.h>
 
@@ -21,10 +21,24 @@ namespace cairn {
 namespace {
 
 using test::Bytes;
-using test::storedMeshEntities;
-using test::StoredMeshEntity;
 
-const char* const RECORDS[] = {"mesh_properties", "trigger", "portal", "polygroup", "trimesh", "tmtriangle"};
+/// A form of which one file is stored in tests/data/records.
+struct StoredForm {
+    std::string name; ///< of the file, without its ending
+    int version;
+    Bytes bytes;
+};
+
+/// The forms of one record, by version.
+std::vector<StoredForm> storedForms(const std::string& record, int first, int last) {
+    std::vector<StoredForm> forms;
+    for (int version = first; version <= last; ++version) {
+        const std::string name = record + "_" + std::to_string(version);
+        const std::filesystem::path file = test::projectFile("tests/data/records/" + name + ".record");
+        forms.push_back({name, version, F_File::readAll(file.string())});
+    }
+    return forms;
+}
 
 /// Hands a reading file over the bytes to `read`.
 template <class Read> void readFrom(const Bytes& bytes, Read&& read) {
@@ -39,23 +53,9 @@ template <class Write> Bytes written(Write&& write) {
     return test::bytesOf(file);
 }
 
-/// Makes the stored files anew: for a form that is added. Those that are there must not change.
-TEST(OldMeshEntities, DISABLED_StoreEveryForm) {
-    for (const char* const record : RECORDS)
-        for (const StoredMeshEntity& stored : storedMeshEntities(record))
-            F_File::replace(test::storedMeshEntityPath(stored.name).string(), stored.bytes);
-}
-
-TEST(OldMeshEntities, EveryStoredFormIsWhatItsWriterMakes) {
-    for (const char* const record : RECORDS)
-        for (const StoredMeshEntity& stored : storedMeshEntities(record))
-            EXPECT_EQ(F_File::readAll(test::storedMeshEntityPath(stored.name).string()), stored.bytes) << stored.name;
-}
-
-TEST(OldMeshEntities, MeshPropertiesKeepDefaultsForWhatAVersionLacks) {
-    for (const StoredMeshEntity& stored : storedMeshEntities("mesh_properties")) {
+TEST(OldMeshEntities, SettingsKeepDefaultsForWhatAVersionLacks) {
+    const auto expectMesh = [](const StoredForm& stored, int meshVersion, int version) {
         SCOPED_TRACE(stored.name);
-        const int meshVersion = stored.version < 0 ? -stored.version : 9;
         CN_MeshProperties expected;
         expected.lightDynamic = true;
         if (meshVersion > 1) {
@@ -64,12 +64,11 @@ TEST(OldMeshEntities, MeshPropertiesKeepDefaultsForWhatAVersionLacks) {
         }
         expected.meshFlagE = expected.meshFlagF = meshVersion > 3;
         expected.secondaryName = meshVersion > 4 ? "second" : "";
-        expected.meshFlagG = stored.version > 1;
-        expected.meshFlagH = stored.version > 2;
-        expected.physicalMaterial = stored.version > 3 ? "stone" : "";
-        expected.meshFlagI = stored.version > 4;
-        expected.setBoundingBoxHull(stored.version > 5);
-
+        expected.meshFlagG = version > 1;
+        expected.meshFlagH = version > 2;
+        expected.physicalMaterial = version > 3 ? "stone" : "";
+        expected.meshFlagI = version > 4;
+        expected.setBoundingBoxHull(version > 5);
         CN_MeshProperties properties, again;
         properties.meshFlagG = properties.meshFlagI = true; // what a version lacks is its default, not what was there
         readFrom(stored.bytes, [&](F_MemoryFile& file) { properties.load(file, meshVersion); });
@@ -77,11 +76,12 @@ TEST(OldMeshEntities, MeshPropertiesKeepDefaultsForWhatAVersionLacks) {
         readFrom(written([&](F_MemoryFile& file) { properties.save(file); }),
                  [&](F_MemoryFile& file) { again.load(file, 9); });
         EXPECT_EQ(again, expected);
-    }
-}
-
-TEST(OldMeshEntities, TriggerPropertiesKeepWhatAVersionLacks) {
-    for (const StoredMeshEntity& stored : storedMeshEntities("trigger")) {
+    };
+    for (const StoredForm& stored : storedForms("mesh_properties_bare", 1, 5))
+        expectMesh(stored, stored.version, 0);
+    for (const StoredForm& stored : storedForms("mesh_properties", 1, 6))
+        expectMesh(stored, 9, stored.version);
+    for (const StoredForm& stored : storedForms("trigger", 1, 3)) {
         SCOPED_TRACE(stored.name);
         CN_TriggerProperties expected;
         expected.playerTrigger = expected.enemyTrigger = expected.lookAtTrigger = true;
@@ -188,7 +188,7 @@ TEST(OldMeshEntities, EachFlagHasAPlaceOfItsOwn) {
 TEST(OldMeshEntities, PortalsAndGroupsKeepDefaultsForWhatAVersionLacks) {
     CN_LevelEntityMesh mesh;
     test::addTriangles(mesh, 3);
-    for (const StoredMeshEntity& stored : storedMeshEntities("portal")) {
+    for (const StoredForm& stored : storedForms("portal", 1, 3)) {
         SCOPED_TRACE(stored.name);
         const Bytes newest = written([&](F_MemoryFile& file) {
             file.createChunk(0, 3);
@@ -207,7 +207,7 @@ TEST(OldMeshEntities, PortalsAndGroupsKeepDefaultsForWhatAVersionLacks) {
             EXPECT_EQ(written([&](F_MemoryFile& file) { portal->saveEntitySpecificData(file); }), newest);
         }
     }
-    for (const StoredMeshEntity& stored : storedMeshEntities("polygroup")) {
+    for (const StoredForm& stored : storedForms("polygroup", 1, 2)) {
         SCOPED_TRACE(stored.name);
         const Bytes newest = written([&](F_MemoryFile& file) {
             file.createChunk(0, 2);
@@ -237,10 +237,10 @@ TEST(OldMeshEntities, PortalsAndGroupsKeepDefaultsForWhatAVersionLacks) {
 }
 
 TEST(OldMeshEntities, TriangleMeshesOfOldVersionsGetWhatTheirTimeMeant) {
-    std::vector<StoredMeshEntity> forms = storedMeshEntities("trimesh");
-    for (StoredMeshEntity& stored : storedMeshEntities("tmtriangle"))
+    std::vector<StoredForm> forms = storedForms("trimesh", 1, 3);
+    for (const StoredForm& stored : storedForms("tmtriangle", 1, 1)) // triangles of version 1 in a newest mesh
         forms.push_back({stored.name, CAIRN_LVL_ENTITY_TRIMESH_VERSION, stored.bytes});
-    for (const StoredMeshEntity& stored : forms) {
+    for (const StoredForm& stored : forms) {
         SCOPED_TRACE(stored.name);
         CN_LevelEntityTriMesh mesh;
         mesh.accessGeneralProperties().setGameplayCritical(false);
@@ -273,7 +273,7 @@ TEST(OldMeshEntities, TriangleMeshesOfOldVersionsGetWhatTheirTimeMeant) {
 
 TEST(OldMeshEntities, ADamagedTriangleMeshIsTakenOrRefused) {
     const auto result =
-        test::driveHostileBytes(storedMeshEntities("trimesh").front().bytes, [](std::span<const unsigned char> bytes) {
+        test::driveHostileBytes(storedForms("trimesh", 1, 1).front().bytes, [](std::span<const unsigned char> bytes) {
             CN_LevelEntityTriMesh mesh;
             F_MemoryFile file(bytes.data(), bytes.size(), false);
             mesh.loadEntitySpecificData(file);
@@ -316,8 +316,8 @@ TEST(OldMeshEntities, ADamagedNodeTriggerOrLitMeshIsTakenOrRefused) {
         return written([&](F_MemoryFile& file) { entity.saveEntitySpecificData(file); });
     };
     const std::pair<int, Bytes> records[] = {
-        {CN_KIND_PORTAL, storedMeshEntities("portal").back().bytes},
-        {CN_KIND_POLYGON_GROUP, storedMeshEntities("polygroup").back().bytes},
+        {CN_KIND_PORTAL, storedForms("portal", 3, 3).front().bytes},
+        {CN_KIND_POLYGON_GROUP, storedForms("polygroup", 2, 2).front().bytes},
         {CN_KIND_RADIOSITY_LIGHT, written([](F_MemoryFile& file) {
              file.createChunk(0, 1);
              file << 0x04030201u << 1.0f << 2.0f << 3.0f << 1u;

@@ -116,38 +116,33 @@ TEST(VirtualNode, IsLeftOutOfASaveWhereItsPolygonIs) {
 TEST(VirtualNode, EndsTheProcessOnAnIndexBeyondThePolygons) {
     test::ProcessStateGuard state;
     NodeLevel level;
-    const auto readPortal = [](CN_LevelEntity* node, unsigned int index) {
-        F_MemoryFile file;
-        test::writeOldPortal(file, 3, index);
-        file.toRead();
-        node->loadEntitySpecificData(file);
-    };
-    const auto readGroup = [](CN_LevelEntity* node, unsigned int index) {
-        F_MemoryFile file;
-        test::writeOldPolygonGroup(file, 2, {0, index});
-        file.toRead();
-        node->loadEntitySpecificData(file);
-    };
-    const auto readLight = [](CN_LevelEntity* node, unsigned int index) {
-        F_MemoryFile file;
-        file.createChunk(0, 1);
-        file << 0u << 1.0f << 2.0f << 3.0f << index;
-        file.closeChunk();
-        file.toRead();
-        node->loadEntitySpecificData(file);
-    };
-    using Read = void (*)(CN_LevelEntity*, unsigned int);
     const struct {
         CN_VirtualNode* node;
-        Read read;
+        void (*write)(F_MemoryFile&, unsigned int index);
         const char* words;
-    } cases[] = {{level.addPortal("P"), readPortal, "PortalNode polyidx "},
-                 {level.addGroup("G"), readGroup, "Polygroup polyidx "},
-                 {level.addLight("L"), readLight, "RadiosityPolygon idx "}};
-    for (const auto& [node, read, words] : cases)
+    } cases[] = {
+        {level.addPortal("P"), [](F_MemoryFile& file, unsigned int index) { test::writeOldPortal(file, 3, index); },
+         "PortalNode polyidx "},
+        {level.addGroup("G"),
+         [](F_MemoryFile& file, unsigned int index) {
+             test::writeOldPolygonGroup(file, 2, {0, index});
+         },
+         "Polygroup polyidx "},
+        {level.addLight("L"),
+         [](F_MemoryFile& file, unsigned int index) {
+             file.createChunk(0, 1);
+             file << 0u << 1.0f << 2.0f << 3.0f << index;
+             file.closeChunk();
+         },
+         "RadiosityPolygon idx "},
+    };
+    for (const auto& [node, write, words] : cases)
         for (const auto& [index, shown] : {std::pair{4u, "4"}, std::pair{0xFFFFFFFFu, "-1"}}) {
             state.clear();
-            read(node, index);
+            F_MemoryFile file;
+            write(file, index);
+            file.toRead();
+            node->loadEntitySpecificData(file);
             EXPECT_EQ(test::failureText([&node = node] { node->generatePointersFromPolygonIndices(); }),
                       "the process was ended");
             ASSERT_EQ(state.boxes().size(), 1u);

@@ -28,105 +28,12 @@ std::string handlersOf(const E_FSM& fsm) {
     return names;
 }
 
-std::string statesOf(const E_FSM& fsm) {
-    const std::string text = textOf(fsm);
-    return text.starts_with(";") ? "" : text.substr(0, text.find(" ;"));
-}
-
 /// A machine without entity.
 struct Machine : E_FSM {
     Machine() : E_FSM(nullptr, true, true) {}
 };
 
 } // namespace
-
-TEST(FSM, BeginsWithOneHandlerAndKeepsEachNameOnce) {
-    E_FSM fsm(nullptr, true, false);
-    EXPECT_EQ(textOf(fsm), "; ; ;\nStartup:");
-    EXPECT_TRUE(fsm.userCanAddStates());
-    EXPECT_FALSE(fsm.userCanAddCustomStrings());
-    fsm.createMessageHandler("STARTUP");
-    fsm.createMessageHandler("OnUse");
-    EXPECT_EQ(handlersOf(fsm), "OnUse0 Startup0 ");
-    fsm.deleteMessageHandler("onuse");
-    fsm.deleteMessageHandler("absent");
-    EXPECT_EQ(handlersOf(fsm), "Startup0 ");
-}
-
-TEST(FSM, StatesBringTheirHandlersAndTheFirstIsTheDefault) {
-    Machine fsm;
-    fsm.addState("idle");
-    fsm.addState("Run");
-    EXPECT_EQ(statesOf(fsm), "idle* Run");
-    fsm.addState("RUN");
-    EXPECT_EQ(statesOf(fsm), "idle* Run");
-    EXPECT_EQ(handlersOf(fsm), "FSM_Switch(idle)0 FSM_Switch(Run)0 Startup0 ");
-    for (E_FSM::MessageHandler* h = fsm.accessFirstMessageHandler(); h; h = fsm.accessNextMessageHandler())
-        h->m_sendOnState["IDLE"] = {line("a", nullptr, {})};
-
-    fsm.renameState("IDLE", "Idle"); // another case of one name is another spelling
-    EXPECT_EQ(statesOf(fsm), "Idle* Run");
-    fsm.renameState("idle", "walk");
-    EXPECT_EQ(statesOf(fsm), "Run walk*");
-    EXPECT_EQ(handlersOf(fsm), "FSM_Switch(Run)1 FSM_Switch(walk)1 Startup1 ");
-    EXPECT_EQ(fsm.getMessageHandler("startup")->m_sendOnState.begin()->first, "walk");
-
-    fsm.accessMessageHandler("Startup")->m_sendOnState["run"];
-    fsm.renameState("walk", "run"); // whose list and handler stay as they are
-    EXPECT_EQ(statesOf(fsm), "Run*");
-    EXPECT_EQ(handlersOf(fsm), "FSM_Switch(Run)1 Startup0 ");
-    fsm.deleteState("RUN");
-    EXPECT_EQ(statesOf(fsm), "");
-    EXPECT_EQ(fsm.getDefaultState(), "");
-    EXPECT_EQ(handlersOf(fsm), "Startup0 ");
-    EXPECT_TRUE(fsm.getMessageHandler("Startup")->m_sendOnState.empty());
-
-    fsm.renameState("absent", "new");
-    EXPECT_EQ(statesOf(fsm), "new"); // no default
-}
-
-TEST(FSM, EventsAndTimersBringTheirHandlers) {
-    Machine fsm;
-    fsm.addCustomEvent("alarm");
-    fsm.addTimer("fuse", true, 2);
-    fsm.addTimer("FUSE", false, 3); // stays as it is
-    EXPECT_EQ(textOf(fsm),
-              "; alarm ; fuse on 2.000000 ;\nFSM_Send(alarm):\nOnEndTimer(fuse):\nOnStartTimer(fuse):\nStartup:");
-    fsm.renameCustomEvent("absent", "x");
-    fsm.renameTimer("absent", "x");
-    fsm.renameCustomEvent("ALARM", "Alarm");
-    fsm.renameTimer("Fuse", "wick");
-    fsm.addTimer("other", false, 1);
-    fsm.renameTimer("other", "wick"); // whose entry stays
-    EXPECT_EQ(textOf(fsm),
-              "; Alarm ; wick on 2.000000 ;\nFSM_Send(Alarm):\nOnEndTimer(wick):\nOnStartTimer(wick):\nStartup:");
-    fsm.deleteCustomEvent("x");
-    fsm.deleteTimer("x");
-    fsm.deleteCustomEvent("alarm");
-    fsm.deleteTimer("WICK");
-    EXPECT_EQ(textOf(fsm), "; ; ;\nStartup:");
-}
-
-TEST(FSM, RenamesWhatItsOwnMessagesSayToItself) {
-    CN_LevelEntityFSM self, other;
-    E_FSM& fsm = *self.accessFSM();
-    fsm.addState("a");
-    fsm.addCustomEvent("a");
-    fsm.addTimer("a", false, 1);
-    for (CN_LevelEntity* const target : {static_cast<CN_LevelEntity*>(&self), static_cast<CN_LevelEntity*>(&other)})
-        for (const char* const name : {"FSM_Switch", "FSM_Send", "FSM_PauseTimer"})
-            fsm.accessMessageHandler("Startup")->m_sendAfter.push_back(line(name, target, {"A"}, "x->x(A);"));
-    fsm.renameState("a", "s");
-    fsm.renameCustomEvent("a", "e");
-    fsm.renameTimer("a", "t");
-    std::string arguments, texts;
-    for (const E_FSM::Message& message : fsm.getMessageHandler("Startup")->m_sendAfter) {
-        arguments.append(view(message.m_arguments.at(0)));
-        texts.append(view(message.m_text)).append(" ");
-    }
-    EXPECT_EQ(arguments, "setAAA");
-    EXPECT_EQ(texts, "x->x(s); x->x(e); x->x(t); x->x(A); x->x(A); x->x(A); ");
-}
 
 TEST(FSM, WalksOutliveWhatTheyStandAt) {
     Machine fsm;
@@ -146,14 +53,6 @@ TEST(FSM, WalksOutliveWhatTheyStandAt) {
     fsm.deleteMessageHandler("b");
     EXPECT_EQ(fsm.accessCurrentHandlerMessage(), nullptr);
     EXPECT_EQ(handlersOf(copy), "A0 Startup0 ");
-}
-
-TEST(FSM, MovingAHandlerOntoAnotherDropsItsMessages) {
-    Machine fsm;
-    fsm.createMessageHandler("A").m_sendBefore = {line("a", nullptr, {}), line("b", nullptr, {})};
-    fsm.createMessageHandler("B").m_sendAfter = {line("c", nullptr, {})};
-    fsm.renameMessageHandler("A", "b");
-    EXPECT_EQ(handlersOf(fsm), "B1 Startup0 ");
 }
 
 TEST(FSM, CommentsTakePartInNothing) {

@@ -122,12 +122,5 @@ TEST_F(MessageInfoProviderTest, ReadsTheFileOfTheWorkingDirectory) {
     EXPECT_EQ(textOf(copy), "go Go 1[One]\nnames: One=0");
 }
 
-TEST_F(MessageInfoProviderTest, TheReasonOfAFailureIsALineOnStandardOutput) {
-    setConsoleLineHandler(nullptr);
-    testing::internal::CaptureStdout();
-    const CN_FSMMessageInfoProvider catalogue;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Cannot look at \"messages.txt\": No such file or directory\n");
-}
-
 } // namespace
 } // namespace cairn

@@ -79,19 +79,6 @@ TEST_F(Walkers, MessagesFollowRenames) {
     EXPECT_EQ(linesLeft(), "x->x(old); ") << "another entity's state";
 }
 
-TEST_F(Walkers, RenamesOfStatesAndTimersBeginAtTheEntityItself) {
-    door->accessFSM()->addState("old");
-    door->accessFSM()->addTimer("old", false, 1);
-    hall->accessFSM()->addState("old");
-    messagesOf(door) = {makeMessage("this->x(old);", door, "FSM_Switch", {"old"})};
-    run(ForEach_FSMRenameStates(door, "OLD", "new"));
-    run(ForEach_FSMRenameTimer(door, "OLD", "new"));
-    EXPECT_EQ(textOf(*door->getFSM()), "new* ; ; new off 1.000000 ;\nFSM_Switch(new):\nOnEndTimer(new):\n"
-                                       "OnStartTimer(new):\nStartup: before{this->x(new);|FSM_Switch||new,"
-                                       "|to ::Hall::Door|with none}");
-    EXPECT_TRUE(hall->getFSM()->hasState("old"));
-}
-
 TEST_F(Walkers, MessagesGetAnotherName) {
     messagesOf(yard) = {makeMessage("1", nullptr, "Say", {"a"}), makeMessage("2", door, "SAY"),
                         makeMessage("#3", door, "Say", {"a"}), makeMessage("4", nullptr, "Go", {"a"})};
@@ -113,42 +100,18 @@ TEST_F(Walkers, MessagesGetAnotherName) {
     EXPECT_EQ(linesLeft(), "1 2 #3 4 ");
 }
 
-TEST_F(Walkers, DeletionsLeaveTheOthersInOrder) {
-    const auto fill = [this] {
-        E_FSM::MessageHandler& handler = yard->accessFSM()->createMessageHandler("Startup");
-        handler.m_sendBefore = {
-            makeMessage("a", hall),
-            makeMessage("b", door, "FSM_Send", {"alarm"}),
-            makeMessage("c", door, "FSM_Send", {"other"}),
-            makeMessage("#d", door, "FSM_Send", {"alarm"}),
-            makeMessage("e", door, "DO_Animate", {"Open", "1"}),
-            makeMessage("f", nullptr, "EnableExit", {"1", "Exit"}),
-            makeMessage("g", door, "EnableExit", {"1", "exit"}),
-            makeMessage("h", door, "EnableExitAIActivation", {"1", "Back"}),
-            makeMessage("i", door, "EnableExit", {"1"}),
-            makeMessage("j", hall, "Say", {"x", "::Hall::Door"}),
-            makeMessage("k", door, "FSM_Send"),
-            makeMessage("l", hall, "FSM_Send", {"alarm"}),
-        };
-        handler.m_sendBefore[9].m_objectArguments = {nullptr, door};
-        handler.m_sendOnState["idle"] = handler.m_sendAfter = {makeMessage("m", door, "FSM_Send", {"alarm"})};
-    };
-    const auto leftBy = [&](CN_ForEach&& walker) {
-        fill();
+TEST_F(Walkers, DeletionsTakeNoNameForAllAndNoEntityForNone) {
+    const auto leftBy = [this](CN_ForEach&& walker) {
+        messagesOf(yard) = {makeMessage("a", nullptr, "EnableExit", {"1", "Exit"}),
+                            makeMessage("b", door, "EnableExit", {"1", "exit"}),
+                            makeMessage("c", door, "EnableExitAIActivation", {"1", "Back"}),
+                            makeMessage("d", door, "EnableExit", {"1"})};
         root.forEachEntity(&walker);
-        const E_FSM::MessageHandler& handler = *yard->getFSM()->getMessageHandler("Startup");
-        std::string lines = linesLeft();
-        lines.erase(std::remove(lines.begin(), lines.end(), ' '), lines.end());
-        return lines + std::to_string(handler.m_sendAfter.size()) +
-               std::to_string(handler.m_sendOnState.at("idle").size());
+        return linesLeft();
     };
-    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject(door)), "a#dfl00");
-    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject({door, hall})), "#df00");
-    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject(nullptr)), "abc#defghijkl11");
-    EXPECT_EQ(leftBy(ForEach_FSMDeleteAnimationSends(door, "OPEN")), "abc#dfghijkl11");
-    EXPECT_EQ(leftBy(ForEach_FSMDeleteCustomSends(door, "Alarm")), "ac#defghijkl00");
-    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "EXIT")), "abc#defhijkl11");
-    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "")), "abc#defjkl11");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "EXIT")), "a c d ");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteExitSends(door, "")), "a ");
+    EXPECT_EQ(leftBy(ForEach_FSMDeleteObject(nullptr)), "a b c d ");
 }
 
 TEST_F(Walkers, QueriesFindWhatMessagesName) {
@@ -248,33 +211,6 @@ TEST_F(Walkers, FindsTargetsByTheLines) {
     EXPECT_EQ(messages[3].m_objectArguments, (std::vector<CN_LevelEntity*>{yard, nullptr}));
     ASSERT_EQ(guard.boxes().size(), 1u);
     EXPECT_EQ(guard.boxes()[0].text, "Invalid FSM message target 'gone'!");
-}
-
-TEST_F(Walkers, ArgumentsGetThePresentNamesOfTheirEntities) {
-    CN_LevelEntity* const big = addChild(*hall, CN_KIND_FSM, "Big Door");
-    struct Case {
-        const char* text;
-        Arguments arguments;
-        std::vector<CN_LevelEntity*> objects;
-        const char *expectedText, *expectedArguments;
-    };
-    const std::vector<Case> cases = {
-        {"x->x(a,b);", {"a", "b"}, {nullptr, yard}, "x->x( a, ::Yard );", "a,::Yard"},
-        {"x->x(a,b);", {"", "b"}, {nullptr, yard}, "x->x( , ::Yard );", ",::Yard"},
-        {"x->x", {"a b", "a \"b"}, {big}, "x->x( \"::Hall::Big Door\", a \"b );", "::Hall::Big Door,a \"b"},
-        {"x->x(a,b);", {"a", "b"}, {nullptr, nullptr}, "x->x(a,b);", "a,b"},
-        {"x->x(a,b);", {"a", "b"}, {}, "x->x(a,b);", "a,b"},
-        {"x->x(a);", {"a"}, {nullptr, yard}, "x->x(a);", "a"}, // more than there are arguments
-        {"#x->x(a);", {"a"}, {yard}, "#x->x(a);", "a"},
-    };
-    for (const Case& c : cases) {
-        E_FSM::Message message = makeMessage(c.text, nullptr, "Say", c.arguments);
-        message.m_objectArguments = c.objects;
-        messagesOf(door) = {message};
-        run(ForEach_FSMUpdateArgumentEntityReferences());
-        EXPECT_EQ(view(messagesOf(door)[0].m_text), c.expectedText);
-        EXPECT_EQ(view(messagesOf(door)[0].joinArguments(",")), c.expectedArguments);
-    }
 }
 
 TEST_F(Walkers, OneWalkDoesWhatSeveralDoInARow) {

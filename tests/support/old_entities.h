@@ -2,9 +2,7 @@
 
 #include "tests/support/old_records.h"
 
-#include <filesystem>
 #include <string>
-#include <vector>
 
 /// Writers of the own records of characters, state machine entities and prefabs, in all their forms.
 namespace cairn::test {
@@ -18,16 +16,5 @@ void writeOldFSMEntity(F_MemoryFile& file, double radius);
 void writeOldPrefab(F_MemoryFile& file, int version, const std::string& type, bool editable, double radius);
 /// The chunk without a meaning that contents had.
 void writeOldPrefabContent(F_MemoryFile& file);
-
-/// A form of which one file is stored in tests/data/records.
-struct StoredEntity {
-    std::string name; ///< of the file, without its ending
-    int kind;
-    Bytes bytes; ///< the own record
-
-    std::filesystem::path path() const;
-};
-
-std::vector<StoredEntity> storedEntities();
 
 } // namespace cairn::test
