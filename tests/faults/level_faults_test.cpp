@@ -30,24 +30,6 @@ std::unique_ptr<CN_Document> makeSmallLevel() {
     return document;
 }
 
-/// One of each kind: the full level with the kinds that it lacks.
-std::unique_ptr<CN_Document> makeLevelOfAllKinds() {
-    auto document = makeFullLevel();
-    for (int kind = CN_KIND_MESH; kind <= CN_KIND_VOL_LIGHTING_BOX; ++kind) {
-        if (kind == CN_KIND_MESH || kind == CN_KIND_PORTAL || kind == CN_KIND_POLYGON_GROUP ||
-            kind == CN_KIND_RADIOSITY_LIGHT || kind == CN_KIND_LEVEL || kind == CN_KIND_PLAYER)
-            continue;
-        std::unique_ptr<CN_LevelEntity> entity(CN_EntityFactory::instance()->createEntity(kind, document.get()));
-        if (kind == CN_KIND_PREFAB)
-            entity->addOwned(std::unique_ptr<CN_LevelEntity>(
-                                 CN_EntityFactory::instance()->createEntity(CN_KIND_PREFAB_CONTENT, document.get())),
-                             true);
-        if (entity && document->accessLevel()->canAdd(entity.get()))
-            document->accessLevel()->addOwned(std::move(entity), true);
-    }
-    return document;
-}
-
 Bytes sealedBytes(CN_Document& document) {
     F_MemoryFile file;
     CN_LevelFile::write(document, file);
@@ -101,7 +83,7 @@ TEST_F(LevelFaults, LoadingAndSavingASmallLevel) {
 }
 
 TEST_F(LevelFaults, LoadingAndSavingALevelOfAllKinds) {
-    const auto document = makeLevelOfAllKinds();
+    const auto document = makeEveryKind();
     std::set<int> missing;
     for (int kind = CN_KIND_MESH; kind <= CN_KIND_VOL_LIGHTING_BOX; ++kind)
         if (std::unique_ptr<CN_LevelEntity>(CN_EntityFactory::instance()->createEntity(kind, document.get())))
@@ -117,7 +99,7 @@ TEST_F(LevelFaults, LoadingAndSavingALevelOfAllKinds) {
 }
 
 TEST_F(LevelFaults, DISABLED_LoadingAndSavingALevelOfAllKindsWithManyFaults) {
-    const Bytes bytes = sealedBytes(*makeLevelOfAllKinds());
+    const Bytes bytes = sealedBytes(*makeEveryKind());
     fmt::print("load: {}\n", load(bytes, FaultChoice::ALL).text());
     fmt::print("save: {}\n", save(bytes, FaultChoice::ALL).text());
 }

@@ -1,5 +1,4 @@
 #include "cairn/document/camera.h"
-#include "cairn/document/entity_factory.h"
 #include "cairn/document/level_file.h"
 #include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
@@ -217,15 +216,6 @@ class Recover : public testing::Test {
         }
     }
 
-    CN_LevelEntity& add(CN_LevelEntity& parent, int kind, const char* name) {
-        std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, parent.getDocument()));
-        CN_LevelEntity& entity = *made;
-        entity.setName(name, false);
-        parent.addOwned(std::move(made), false);
-        entity.setPosition({static_cast<double>(kind - 100), 1, 2});
-        return entity;
-    }
-
     /// Leaves the level as a seed for the fuzz target where a run of all tests asks for them.
     static void keepSeed(Bytes bytes) {
         if (const char* const folder = std::getenv("CAIRN_FUZZ_SEED_DIR")) {
@@ -236,38 +226,8 @@ class Recover : public testing::Test {
         }
     }
 
-    static void say(CN_LevelEntity& from, CN_LevelEntity& to) {
-        E_FSM::Message message;
-        message.m_text = toIString("this->FSM_Switch(on);");
-        message.m_name = "FSM_Switch";
-        message.m_arguments = {"on"};
-        message.m_objectArguments = {nullptr};
-        message.m_target = &to;
-        message.updateTargetName(from.accessFSM());
-        from.accessFSM()->createMessageHandler("Startup").m_sendAfter.push_back(message);
-    }
-
-    /// One of each kind, in two rooms and around them, with places that differ, a machine that speaks to others, and a
-    /// selection.
     Sample everyKind() {
-        const std::unique_ptr<CN_Document> document = test::makeFullLevel();
-        CN_LevelEntity& root = *document->accessLevel();
-        CN_LevelEntity& prefab = add(root, CN_KIND_PREFAB, "Bench");
-        prefab.setRotation(CN_LevelEntity::Matrix::rotationY(1));
-        add(add(prefab, CN_KIND_PREFAB_CONTENT, "Content"), CN_KIND_ITEM, "Cushion");
-        CN_LevelEntity& machine = add(root, CN_KIND_FSM, "Machine");
-        CN_LevelEntity& trigger = add(machine, CN_KIND_TRIGGER, "Plate");
-        for (const int kind : {CN_KIND_WAYPOINT, CN_KIND_JUMPPOINT, CN_KIND_ITEM, CN_KIND_ENEMY, CN_KIND_DYN_POINTLIGHT,
-                               CN_KIND_AI_NODE, CN_KIND_FLARE})
-            add(trigger, kind, ("Plate" + std::to_string(kind)).c_str());
-        add(add(root, CN_KIND_VOL_LIGHTING_BOX, "Box"), CN_KIND_VOL_LIGHTING_BOX, "InnerBox");
-        say(machine, trigger);
-        say(trigger, machine);
-        root.handleParenting(true);
-        document->accessSelection()->add(&trigger);
-        document->accessSelection()->add(&machine);
-        document->accessCNCamera()->setPosition(5, 6, 7);
-        const Sample sample = study(*document);
+        const Sample sample = study(*test::makeEveryKind());
         keepSeed(sample.bytes);
         return sample;
     }

@@ -1,10 +1,14 @@
 #include "tests/support/full_level.h"
 
 #include "cairn/animation/mesh_animations.h"
+#include "cairn/document/camera.h"
+#include "cairn/document/entity_factory.h"
+#include "cairn/document/selection.h"
 #include "cairn/entities/cairn_level.h"
 #include "cairn/entities/polygon_group.h"
 #include "cairn/entities/radiosity_light.h"
 #include "cairn/entities/tri_mesh.h"
+#include "cairn/fsm/fsm.h"
 #include "cairn/lighting/lightmap.h"
 #include "cairn/lighting/lightmap_pool.h"
 #include "cairn/lighting/volume_lighting.h"
@@ -12,6 +16,8 @@
 #include "cairn/materials/materials_category.h"
 #include "tests/support/mesh_shelf.h"
 #include "tests/support/old_materials.h"
+
+#include <string>
 
 namespace cairn::test {
 
@@ -108,6 +114,26 @@ CN_LevelEntityTriMesh& addTriangles(CN_LevelEntity& parent, const CString& name)
     return mesh;
 }
 
+CN_LevelEntity& add(CN_LevelEntity& parent, int kind, const char* name) {
+    std::unique_ptr<CN_LevelEntity> made(CN_EntityFactory::instance()->createEntity(kind, parent.getDocument()));
+    CN_LevelEntity& entity = *made;
+    entity.setName(name, false);
+    parent.addOwned(std::move(made), false);
+    entity.setPosition({static_cast<double>(kind - 100), 1, 2});
+    return entity;
+}
+
+void say(CN_LevelEntity& from, CN_LevelEntity& to) {
+    E_FSM::Message message;
+    message.m_text = toIString("this->FSM_Switch(on);");
+    message.m_name = "FSM_Switch";
+    message.m_arguments = {"on"};
+    message.m_objectArguments = {nullptr};
+    message.m_target = &to;
+    message.updateTargetName(from.accessFSM());
+    from.accessFSM()->createMessageHandler("Startup").m_sendAfter.push_back(message);
+}
+
 } // namespace
 
 std::unique_ptr<CN_Document> makeFullLevel() {
@@ -129,6 +155,27 @@ std::unique_ptr<CN_Document> makeFullLevel() {
     statue.setLightmapID(LIGHTMAP);
     document->accessLightmaps()->referenceLightmap(LIGHTMAP);
     addMotion(addTriangles(*document->accessLevel(), "Fan"));
+    return document;
+}
+
+std::unique_ptr<CN_Document> makeEveryKind() {
+    auto document = makeFullLevel();
+    CN_LevelEntity& root = *document->accessLevel();
+    CN_LevelEntity& prefab = add(root, CN_KIND_PREFAB, "Bench");
+    prefab.setRotation(Matrix::rotationY(1));
+    add(add(prefab, CN_KIND_PREFAB_CONTENT, "Content"), CN_KIND_ITEM, "Cushion");
+    CN_LevelEntity& machine = add(root, CN_KIND_FSM, "Machine");
+    CN_LevelEntity& trigger = add(machine, CN_KIND_TRIGGER, "Plate");
+    for (const int kind : {CN_KIND_WAYPOINT, CN_KIND_JUMPPOINT, CN_KIND_ITEM, CN_KIND_ENEMY, CN_KIND_DYN_POINTLIGHT,
+                           CN_KIND_AI_NODE, CN_KIND_FLARE})
+        add(trigger, kind, ("Plate" + std::to_string(kind)).c_str());
+    add(add(root, CN_KIND_VOL_LIGHTING_BOX, "Box"), CN_KIND_VOL_LIGHTING_BOX, "InnerBox");
+    say(machine, trigger);
+    say(trigger, machine);
+    root.handleParenting(true);
+    document->accessSelection()->add(&trigger);
+    document->accessSelection()->add(&machine);
+    document->accessCNCamera()->setPosition(5, 6, 7);
     return document;
 }
 

@@ -12,4 +12,8 @@ namespace cairn::test {
 /// for the two flat meshes, which are open.
 std::unique_ptr<CN_Document> makeFullLevel();
 
+/// The full level with the kinds that it lacks, so that it has one of each: in two rooms and around them, with places that
+/// differ, a machine that speaks to others, and a selection.
+std::unique_ptr<CN_Document> makeEveryKind();
+
 } // namespace cairn::test
