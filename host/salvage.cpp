@@ -346,8 +346,8 @@ class LevelSalvage {
         if (isRead && camera.isFinite())
             return;
         camera.reset();
-        m_lost.push_back({begin, std::min(CAMERA, m_bytes.size() - std::min(begin, m_bytes.size())), "camera",
-                          "it stands where a new one does"});
+        const std::size_t at = std::min(begin, m_bytes.size());
+        m_lost.push_back({at, std::min(CAMERA, m_bytes.size() - at), "camera", "it stands where a new one does"});
     }
 
     void readGroups() {

@@ -239,6 +239,8 @@ class RemainsMapper {
     /// What follows each entity, and where the tree ends.
     void finishTree() {
         std::vector<EntityRemains>& all = m_map.entities;
+        for (EntityRemains& entity : all)
+            entity.end = std::min(entity.end, m_bytes.size()); // a header may be cut off
         for (std::size_t i = 0; i + 1 < all.size(); ++i)
             all[i].isEndKnown |= all[i + 1].offset == all[i].end + COUNT + ID;
         m_map.treeEnd = all.empty() ? m_bytes.size() : all.back().end;
@@ -248,7 +250,8 @@ class RemainsMapper {
         const std::size_t end = last.end, left = m_bytes.size() - end;
         if (!m_map.selection && F_looksLikeChunk(m_bytes, end + TO_SELECTION)) { // its mark is damaged
             const std::size_t begin = end + TO_SELECTION;
-            m_map.selection = {State::HEADER_DAMAGED, begin, begin + F_MemoryFile::CHUNK_HEADER_SIZE, 0};
+            m_map.selection = {State::HEADER_DAMAGED, begin,
+                               std::min(begin + F_MemoryFile::CHUNK_HEADER_SIZE, m_bytes.size()), 0};
         }
         const std::size_t tail = m_map.selection ? m_map.selection->offset - TO_SELECTION
                                  : m_map.groups  ? m_map.groups->offset - std::min(m_map.groups->offset, TO_GROUPS)

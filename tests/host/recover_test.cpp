@@ -159,6 +159,10 @@ class Recover : public testing::Test {
         EXPECT_GE(saved.kept, expected) << describe(saved);
         EXPECT_LE(saved.kept, countWhole(sample, damage));
         EXPECT_FALSE(saved.lost.empty());
+        const std::size_t size = damage.applied(sample.bytes).size();
+        EXPECT_TRUE(std::all_of(saved.lost.begin(), saved.lost.end(), [size](const LostPart& part) {
+            return part.offset <= size && part.bytes <= size - part.offset;
+        })) << describe(saved);
         checkSound(*saved.document, isPartnerLost(sample, keep));
         if (isTreeWhole(sample, damage))
             checkTree(sample, keep, *saved.document);
