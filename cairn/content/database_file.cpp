@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 namespace cairn {
@@ -52,6 +53,12 @@ string createTableText(const Y_SharedDBKindInfo& info) {
     if (info.kind == Y_SharedDBKind::SURFACE_MATERIAL)
         columns += ", draw_polygons INTEGER NOT NULL DEFAULT 1";
     return fmt::format("CREATE TABLE IF NOT EXISTS {} ({})", info.table, columns);
+}
+
+/// True where the check of a file stopped for want of memory: it tells of that as of a page that it cannot get.
+bool lacksMemory(std::string_view finding) {
+    static_assert(SQLITE_NOMEM == 7);
+    return finding.ends_with("error code=7");
 }
 
 } // namespace
@@ -124,8 +131,11 @@ std::vector<unsigned char> Y_DatabaseFile::makeEmptyImage() {
 void Y_DatabaseFile::verify() {
     Y_DatabaseStatement check(*this, "PRAGMA quick_check(1)");
     const string finding = check.step() ? check.takeName(0) : "the check says nothing";
-    if (finding != "ok")
-        fail("it is damaged: " + finding);
+    if (finding == "ok")
+        return;
+    if (lacksMemory(finding))
+        throw new F_MemoryException_Allocation();
+    fail("it is damaged: " + finding);
 }
 
 bool Y_DatabaseFile::hasTable(const Y_SharedDBKindInfo& info) {

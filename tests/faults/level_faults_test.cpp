@@ -1,3 +1,5 @@
+#include "cairn/content/shared_db.h"
+#include "cairn/content/shared_db_writer.h"
 #include "cairn/document/entity_factory.h"
 #include "cairn/document/level_file.h"
 #include "cairn/entities/cairn_level.h"
@@ -118,6 +120,22 @@ TEST_F(LevelFaults, DecodingImages) {
             [](I_Image& image, bool failed, FaultCounts&) { EXPECT_EQ(image.getWidth() == 1, failed); });
     }
     fmt::print("{}\n", all.text());
+}
+
+TEST_F(LevelFaults, OpeningAContentDatabaseWithItsCheck) {
+    const TemporaryFolder folder;
+    const string path = folder.path("a.db").string();
+    Y_SharedDBWriter::create(path);
+    {
+        Y_SharedDBWriter writer(path);
+        writer.add(Y_SharedDBKind::SKIN, string(3000, 'a')); // on pages of its own
+        writer.commit();
+    }
+    const FaultCounts counts = forEachFault(
+        FaultChoice::ALL, [] { return std::make_unique<std::unique_ptr<Y_SharedDB>>(); },
+        [&](std::unique_ptr<Y_SharedDB>& database) { database = std::make_unique<Y_SharedDB>(path, true); },
+        [](std::unique_ptr<Y_SharedDB>& database, bool failed, FaultCounts&) { EXPECT_EQ(!database, failed); });
+    fmt::print("{}\n", counts.text());
 }
 
 } // namespace
