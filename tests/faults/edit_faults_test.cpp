@@ -225,8 +225,8 @@ const std::vector<NamedEdit>& operations() {
 /// What the clipping library puts into a list, and loses where the list cannot grow, in edits that come to it: by cuts, or where
 /// they compare exits.
 std::int64_t lostByClipper(std::string_view edit) {
-    constexpr std::int64_t MOST = 2;
-    for (const std::string_view name : {"split", "unify", "exit", "texture", "triangulate", "join", "recenter"})
+    constexpr std::int64_t MOST = 1;
+    for (const std::string_view name : {"unify", "exit", "join", "recenter"})
         if (edit.starts_with(name))
             return MOST;
     return 0;
