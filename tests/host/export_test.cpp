@@ -345,34 +345,6 @@ TEST_F(ExportProgram, HoldsWhatIsChosen) {
         EXPECT_EQ(meshesOf(file), each.meshes) << testing::PrintToString(each.options);
         EXPECT_EQ(file.json()["nodes"].size(), each.nodes) << testing::PrintToString(each.options);
     }
-    const struct {
-        std::vector<std::string> words;
-        int code;
-        std::string error;
-    } REFUSED[] = {
-        {{"a.cairn", "-o", "old.glb", "--select", "::Third"}, 1, "a.cairn: no entity is named \"::Third\""},
-        {{"a.cairn", "-o", "old.glb", "--select", "@99"}, 1, "a.cairn: no entity is named \"@99\""},
-        {{"a.cairn", "-o", "old.glb", "--filter", "xyz"}, 1, "a.cairn: nothing of it is chosen for the export"},
-        {{"a.cairn", "-o", "old"},
-         2,
-         "old: the ending is not that of a format to export (.obj, .gltf, .glb, .xml, .script)"},
-        {{"a.cairn", "-o", "-"}, 2, "export: --format is required with standard output"},
-        {{"a.cairn", "-o", "-", "--format", "obj"},
-         2,
-         "export: an .obj is several files and cannot be standard output"},
-        {{"none.cairn", "-o", "old.glb"}, 3, "none.cairn: Cannot read: No such file or directory"},
-        {{"a.cairn", "-o", "no/old.glb"}, 4, "no/old.glb: "},
-    };
-    write("old.glb", "old");
-    for (const auto& each : REFUSED) {
-        std::vector<std::string> words{"export"};
-        words.insert(words.end(), each.words.begin(), each.words.end());
-        const ProgramRun refused = run(words);
-        EXPECT_EQ(refused.code, each.code) << refused.error;
-        EXPECT_THAT(refused.error, testing::StartsWith("cairn: " + each.error));
-        EXPECT_EQ(refused.output, "");
-        EXPECT_EQ(read("old.glb"), "old");
-    }
 }
 
 /// Where the glTF placement takes the point, in glTF's space.

@@ -42,7 +42,6 @@ TEST_F(LevelCommands, MeasureTellsTheSizesOfEachMesh) {
     EXPECT_EQ(meshes[2]["area"], 1);
     EXPECT_TRUE(meshes[3]["min"].is_null());
     EXPECT_EQ(json({"measure", "--json", "a.cairn", "::rotated"})["meshes"].size(), 1u);
-    EXPECT_EQ(run({"measure", "a.cairn", "::Nobody"}).code, 1);
 }
 
 TEST_F(LevelCommands, GeneratedRoomsAreClosedSoundAndTheSameEachTime) {
@@ -69,7 +68,6 @@ TEST_F(LevelCommands, GeneratedRoomsAreClosedSoundAndTheSameEachTime) {
         pillars += mesh["polygons"].get<int>() > 8;
     }
     EXPECT_GT(pillars, 20u);
-    EXPECT_EQ(run({"generate", "--rooms", "0", "--seed", "8", "-o", "c.cairn"}).code, 2);
 }
 
 TEST_F(LevelCommands, RenderDrawsPicturesOfTheSizeAskedFor) {
@@ -88,19 +86,6 @@ TEST_F(LevelCommands, RenderDrawsPicturesOfTheSizeAskedFor) {
     EXPECT_EQ(sizeOf(plan.output), std::pair(1024, 768));
     ASSERT_EQ(run({"render", "a.cairn", "-o", "a.svg", "--wire"}).code, 0);
     EXPECT_EQ(read("a.svg").rfind("<?xml", 0), 0u);
-
-    const std::vector<std::string> wrong[] = {
-        {"render", "a.cairn", "-o", "a.jpg"},
-        {"render", "a.cairn", "-o", "-"},
-        {"render", "a.cairn", "-o", "b.png", "--from", "1", "2", "3"},
-        {"render", "a.cairn", "-o", "b.png", "--from", "1", "2", "3", "--to", "1", "2", "3"},
-        {"render", "a.cairn", "-o", "b.png", "--from", "1", "2", "nan", "--to", "1", "2", "3"},
-        {"render", "a.cairn", "-o", "b.png", "--top", "--from", "1", "2", "3", "--to", "4", "5", "6"},
-        {"render", "a.cairn", "-o", "b.png", "--size", "0", "10"},
-        {"render", "a.cairn", "-o", "b.png", "--size", "16384", "16384"},
-    };
-    for (const std::vector<std::string>& words : wrong)
-        EXPECT_EQ(run(words).code, 2) << words.back();
 }
 
 } // namespace

@@ -63,17 +63,6 @@ class ProgramTest : public testing::Test {
         return run;
     }
 
-    /// The size of the file that the program writes beside its output, -1 where none is there.
-    std::intmax_t sizeBeside() const {
-        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
-            if (entry.path().extension() == ".tmp") {
-                std::error_code gone;
-                const std::uintmax_t size = entry.file_size(gone);
-                return gone ? -1 : static_cast<std::intmax_t>(size);
-            }
-        return -1;
-    }
-
   private:
     static std::string quoted(const std::string& word) {
         std::string text = "'";

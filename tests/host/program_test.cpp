@@ -26,46 +26,64 @@ class Program : public ProgramTest {
         EXPECT_EQ(done.code, code) << done.error;
         return Json::parse(done.output, nullptr, false);
     }
-    static std::vector<std::string> keysOf(const Json& object) {
-        std::vector<std::string> keys;
-        for (const auto& [key, value] : object.items())
-            keys.push_back(key);
-        return keys;
-    }
 };
 
 TEST_F(Program, MakesAndDescribesAFreshLevel) {
     ASSERT_EQ(run({"new", "a.cairn", "--build", "b\xFF\"7"}).code, 0);
-    const ProgramRun info = run({"info", "--json", "a.cairn"});
-    EXPECT_EQ(info.error, "");
-    EXPECT_EQ(std::count(info.output.begin(), info.output.end(), '\n'), 1);
-    const Json json = Json::parse(info.output);
-    EXPECT_EQ(keysOf(json),
-              (std::vector<std::string>{"file",      "bytes",          "sealed",    "format_version", "build",
-                                        "entities",  "kinds",          "depth",     "meshes",         "triangle_meshes",
-                                        "rooms",     "vertices",       "polygons",  "triangles",      "exits",
-                                        "portals",   "polygon_groups", "materials", "categories",     "textures",
-                                        "texels",    "lightmaps",      "fsms",      "handlers",       "messages",
-                                        "keyframes", "animations",     "selected",  "groups",         "camera"}));
-    EXPECT_EQ(json["bytes"], std::filesystem::file_size(path("a.cairn")));
-    EXPECT_EQ(json["sealed"], true);
-    EXPECT_EQ(json["build"], "b\xEF\xBF\xBD\"7");
-    EXPECT_EQ(json["entities"], 2);
-    EXPECT_EQ(json["kinds"], (Json{{"CN_CairnLevel", 1}, {"CN_LevelEntityPlayer", 1}}));
-    EXPECT_EQ(json["depth"], 1);
-    EXPECT_EQ(json["camera"]["position"].size(), 3u);
+    const Json info = json({"info", "--json", "a.cairn"});
+    EXPECT_EQ(info["bytes"], std::filesystem::file_size(path("a.cairn")));
+    EXPECT_EQ(info["sealed"], true);
+    EXPECT_EQ(info["build"], "b\xEF\xBF\xBD\"7");
+    EXPECT_EQ(info["kinds"], (Json{{"CN_CairnLevel", 1}, {"CN_LevelEntityPlayer", 1}}));
+    EXPECT_EQ(info["depth"], 1);
     EXPECT_NE(run({"info", "a.cairn"}).output.find("b\\xFF\"7"), std::string::npos);
-
-    const Json tree = this->json({"tree", "--json", "a.cairn"});
-    EXPECT_EQ(keysOf(tree), (std::vector<std::string>{"number", "name", "kind", "id", "qualified", "visible",
-                                                      "excluded", "position", "flags", "children"}));
-    EXPECT_EQ(tree["name"], "World_Group");
+    const Json tree = json({"tree", "--json", "a.cairn"});
     EXPECT_EQ(tree["qualified"], "::");
-    EXPECT_EQ(tree["children"][0]["name"], "player");
-    EXPECT_EQ(tree["children"][0]["qualified"], "::player");
-    EXPECT_EQ(tree["children"][0]["number"], 1);
-    EXPECT_EQ(tree["children"][0]["position"], Json({0, 0, 0}));
+    EXPECT_EQ(tree["children"][0].dump(),
+              R"({"number":1,"name":"player","kind":"CN_LevelEntityPlayer","id":116,"qualified":"::player",)"
+              R"("visible":true,"excluded":false,"position":[0,0,0],"flags":[],"children":[]})");
     EXPECT_NE(run({"tree", "a.cairn"}).output.find("\n  player (CN_LevelEntityPlayer)"), std::string::npos);
+}
+
+TEST_F(Program, AnswersInJsonWithOneDocumentOnOneLine) {
+    ASSERT_EQ(run({"demo", "--out", "."}).code, 0);
+    ASSERT_EQ(run({"new", "a.cairn"}).code, 0);
+    const struct {
+        int code;
+        std::string words, keys; ///< keys of the document, not all of long ones
+    } cases[] = {
+        {0, "info demo.cairn",
+         "file bytes sealed format_version build entities kinds depth meshes triangle_meshes rooms "},
+        {0, "tree demo.cairn", "number name kind id qualified visible excluded position flags children "},
+        {0, "check demo.cairn", "ok files "},
+        {0, "measure demo.cairn", "meshes "},
+        {1, "measure demo.cairn ::Nobody", "error "},
+        {0, "rooms demo.cairn", "rooms exits "},
+        {0, "where demo.cairn 1 1 1", "room reach "},
+        {1, "where demo.cairn 99 1 1", "room reach "},
+        {0, "fsm demo.cairn", "machines "},
+        {1, "fsm demo.cairn ::Nobody", "error "},
+        {0, "refs demo.cairn ::Room2::Gate", "refs "},
+        {1, "refs demo.cairn ::Nobody", "error "},
+        {0, "explain demo.cairn ::Room1", "name ok findings "},
+        {1, "explain demo.cairn ::Nobody", "error "},
+        {1, "diff a.cairn demo.cairn", "equal changes "},
+        {0, "textures demo.cairn", "textures "},
+        {0, "content list content.db",
+         "camera-path story-page level message-batch music particle projectile weapon skin "},
+        {0, "recover demo.cairn -o b.cairn", "kept lost "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.words);
+        const ProgramRun done = runInShell(c.words + " --json", "</dev/null");
+        EXPECT_EQ(done.code, c.code) << done.error;
+        EXPECT_EQ(done.output.find('\n'), done.output.size() - 1);
+        std::string keys;
+        const Json document = Json::parse(done.output, nullptr, false);
+        for (const auto& [key, value] : document.items())
+            keys += key + ' ';
+        EXPECT_EQ(keys.substr(0, c.keys.size()), c.keys);
+    }
 }
 
 TEST_F(Program, StreamsThroughStandardInputAndOutput) {
@@ -74,69 +92,118 @@ TEST_F(Program, StreamsThroughStandardInputAndOutput) {
     EXPECT_EQ(fresh.output, read("a.cairn"));
     EXPECT_EQ(run({"save", "-", "-o", "-"}, fresh.output).output, fresh.output);
     EXPECT_EQ(run({"check", "-"}, fresh.output).output, "-: ok\n");
-    EXPECT_EQ(run({"import", "-", "-o", "b.cairn"}, "{}").code, 2);
     EXPECT_EQ(run({"import", "-", "-o", "b.cairn", "--format", "map"}, "{}").code, 0);
 }
 
 TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
     ASSERT_EQ(run({"new", "a.cairn"}).code, 0);
+    ASSERT_EQ(run({"thumbs", "a.cairn", "-o", "a.png"}).code, 0);
     write("not.cairn", "this is no level");
+    write("cut.cairn", read("a.cairn").substr(0, 300));
     write("bad.map", "{\n\"classname\" \"worldspawn\"\n{\n( 0 0 0 ) oops\n");
     write("far.map", "{\n\"classname\" \"light\"\n\"origin\" \"1 2\"\n}\n");
     write("not.db", "this is no database");
+    write("old", "old");
     const struct {
-        std::vector<std::string> arguments;
         int code;
-        std::string error; ///< that standard error begins with
+        std::string words, error; ///< that standard error begins with
     } cases[] = {
-        {{}, 2, "cairn: command line: "},
-        {{"frobnicate"}, 2, "cairn: command line: \"frobnicate\" is no command\n"},
-        {{"inf", "a.cairn"}, 2, "cairn: command line: \"inf\" is no command\n"},
-        {{"content", "bogus"}, 2, "cairn: content: \"bogus\" is no command\n"},
-        {{"info", "a.cairn", "[q]"}, 2, "cairn: info: \"[q]\" was not expected\n"},
-        {{"info"}, 2, "cairn: info: "},
-        {{"info", "a.cairn", "--frob"}, 2, "cairn: info: "},
-        {{"new", "b.cairn", "--json"}, 2, "cairn: new: "},
-        {{"save", "a.cairn"}, 2, "cairn: save: "},
-        {{"check", "a.cairn", "--ignore", "nonsense"}, 2, "cairn: check: "},
-        {{"check", "a.cairn", "-"}, 2, "cairn: check: "},
-        {{"import", "a.obx", "-o", "b.cairn"}, 2, "cairn: a.obx: "},
-        {{"import", "bad.map", "-o", "b.cairn", "--scale", "0"}, 2, "cairn: import: "},
-        {{"content", "add", "c.db", "dragon", "x"}, 2, "cairn: content add: "},
-        {{"content", "add", "c.db", "skin", "x", "--draw", "no"}, 2, "cairn: content add: --draw is for the kind "},
-        {{"content", "add", "c.db", "flare", "x", "--skin", "a"}, 2, "cairn: content add: --skin is for the kind "},
-        {{"content", "list", "-"}, 2, "cairn: content list: "},
-        {{"info", "a.cairn", "--content", "-"}, 2, "cairn: info: --content: "},
-        {{"demo", "--out", "-"}, 2, "cairn: demo: --out: "},
-        {{"info", "missing\n.cairn"}, 3, "cairn: missing\\x0A.cairn: Cannot read: "},
-        {{"import", "missing.map", "-o", "b.cairn"}, 3, "cairn: missing.map: Cannot read: "},
-        {{"info", "."}, 3, "cairn: .: "},
-        {{"info", "[a.cairn]"}, 3, "cairn: [a.cairn]: "},
-        {{"import", "--format", "map", "/dev/zero", "-o", "b.cairn"}, 3, "cairn: /dev/zero: Cannot read: "},
-        {{"tree", "not.cairn"}, 3, "cairn: not.cairn: "},
-        {{"info", "--force", "not.cairn"}, 3, "cairn: not.cairn: "},
-        {{"import", "bad.map", "-o", "a.cairn"}, 3, "cairn: bad.map: line 4: a face's point expected, found"},
-        {{"import", "far.map", "-o", "a.cairn"}, 3, "cairn: far.map: line 3: an origin must be three numbers"},
-        {{"info", "a.cairn", "--content", "not.db"}, 3, "cairn: not.db: Content database: "},
-        {{"content", "add", "missing.db", "skin", "x"}, 3, "cairn: missing.db: Content database: "},
-        {{"content", "list", "not.db"}, 3, "cairn: not.db: "},
-        {{"save", "a.cairn", "-o", "no/folder.cairn"}, 4, "cairn: no/folder.cairn: Cannot write: "},
-        {{"save", "a.cairn", "-o", "/dev/full"}, 4, "cairn: /dev/full: "},
-        {{"new", "."}, 4, "cairn: .: "},
-        {{"demo", "--out", "a.cairn"}, 4, "cairn: a.cairn: "},
-        {{"content", "create", "not.db"}, 4, "cairn: not.db: "},
+        {1, "export a.cairn -o old --format glb --select ::Third", "a.cairn: no entity is named \"::Third\"\n"},
+        {1, "export a.cairn -o old --format glb --select @99", "a.cairn: no entity is named \"@99\"\n"},
+        {1, "export a.cairn -o old --format glb --filter xyz", "a.cairn: nothing of it is chosen for the export\n"},
+        {1, "export a.cairn -o old --format xml --filter xyz", "a.cairn: nothing of it is chosen for the export\n"},
+        {1, "export a.cairn -o old --format script --select ::player", "a.cairn: nothing of it is chosen for the "},
+        {1, "explain a.cairn ::player", "a.cairn: \"::player\" is neither an exit nor a mesh\n"},
+        {1, "explain a.cairn '::player#0'", "a.cairn: no entity is named \"::player#0\"\n"},
+        {1, "refs a.cairn @99", "a.cairn: no entity is named \"@99\"\n"},
+        {1, "measure a.cairn ::Nobody", "a.cairn: no entity is named \"::Nobody\"\n"},
+        {1, "edit a.cairn -o old -c 'rename ::player x'", "a.cairn: line 1: rename: the player stays "},
+        {2, "", "command line: "},
+        {2, "inf a.cairn", "command line: \"inf\" is no command\n"},
+        {2, "content bogus", "content: \"bogus\" is no command\n"},
+        {2, "info a.cairn '[q]'", "info: \"[q]\" was not expected\n"},
+        {2, "info", "info: "},
+        {2, "info a.cairn --frob", "info: "},
+        {2, "info a.cairn --content -", "info: --content: "},
+        {2, "new b.cairn --json", "new: "},
+        {2, "save a.cairn", "save: "},
+        {2, "check a.cairn --ignore nonsense", "check: "},
+        {2, "check a.cairn -", "check: "},
+        {2, "import a.obx -o b.cairn", "a.obx: "},
+        {2, "import - -o b.cairn", "import: "},
+        {2, "import bad.map -o b.cairn --scale 0", "import: "},
+        {2, "content add c.db dragon x", "content add: "},
+        {2, "content add c.db skin x --draw no", "content add: --draw is for the kind "},
+        {2, "content add c.db flare x --skin a", "content add: --skin is for the kind "},
+        {2, "content list -", "content list: "},
+        {2, "demo --out -", "demo: --out: "},
+        {2, "diff - -", "diff: only one of both can be standard input\n"},
+        {2, "edit a.cairn -o old", "edit: either -c or --script gives the commands\n"},
+        {2, "edit a.cairn -o old -c 'add fsm :: A' --script a.edit", "edit: either -c or --script gives the "},
+        {2, "export a.cairn -o old", "old: the ending is not that of a format to export (.obj, .gltf, .glb, .xml, "},
+        {2, "export a.cairn -o -", "export: --format is required with standard output\n"},
+        {2, "export a.cairn -o - --format obj", "export: an .obj is several files and cannot be standard output\n"},
+        {2, "export a.cairn -o old --format script --filter x", "export: --filter does not go with a script\n"},
+        {2, "fsm a.cairn --dot --json", "fsm: --dot excludes --json\n"},
+        {2, "generate --rooms 0 --seed 8 -o old", "generate: --rooms: "},
+        {2, "image - -o old", "image: --format is required with standard input\n"},
+        {2, "image a.gif -o old", "a.gif: "},
+        {2, "render a.cairn -o a.jpg", "a.jpg: the ending is not that of a picture (.png, .svg)\n"},
+        {2, "render a.cairn -o -", "render: --format is required with standard output\n"},
+        {2, "render a.cairn -o b.png --from 1 2 3", "render: --from requires --to\n"},
+        {2, "render a.cairn -o b.png --from 1 2 3 --to 1 2 3", "render: there is no direction from one place to "},
+        {2, "render a.cairn -o b.png --from 1 2 nan --to 1 2 3", "render: a place must be three finite numbers\n"},
+        {2, "render a.cairn -o b.png --top --from 1 2 3 --to 4 5 6", "render: --from excludes --top\n"},
+        {2, "render a.cairn -o b.png --size 0 10", "render: a side must be from 1 to 16384 pixels\n"},
+        {2, "render a.cairn -o b.png --size 16384 16384", "render: a picture must have no more than 67108864 pixels\n"},
+        {2, "where a.cairn 1 -inf 1e999", "where: a position must be three finite numbers\n"},
+        {2, "where a.cairn 1 1 1m", "where: "},
+        {2, "where a.cairn 1 1", "where: "},
+        {3, "info $'missing\\n.cairn'", "missing\\x0A.cairn: Cannot read: "},
+        {3, "info .", ".: "},
+        {3, "info '[a.cairn]'", "[a.cairn]: "},
+        {3, "info -", "-: "},
+        {3, "info cut.cairn", "cut.cairn: "},
+        {3, "tree not.cairn", "not.cairn: "},
+        {3, "info --force not.cairn", "not.cairn: "},
+        {3, "info a.cairn --content not.db", "not.db: Content database: "},
+        {3, "import missing.map -o b.cairn", "missing.map: Cannot read: "},
+        {3, "import --format map /dev/zero -o b.cairn", "/dev/zero: Cannot read: "},
+        {3, "import bad.map -o a.cairn", "bad.map: line 4: a face's point expected, found"},
+        {3, "import far.map -o a.cairn", "far.map: line 3: an origin must be three numbers"},
+        {3, "content add missing.db skin x", "missing.db: Content database: "},
+        {3, "content list not.db", "not.db: "},
+        {3, "diff a.cairn cut.cairn", "cut.cairn: "},
+        {3, "diff missing.cairn a.cairn --json", "missing.cairn: "},
+        {3, "edit a.cairn -o old --script missing", "missing: Cannot read: "},
+        {3, "edit missing.cairn -o old -c 'add fsm :: A'", "missing.cairn: Cannot read: "},
+        {3, "export missing.cairn -o old --format glb", "missing.cairn: Cannot read: "},
+        {3, "image missing.tga -o old", "missing.tga: "},
+        {3, "image --format tga a.png -o old", "a.png: TGA image: "},
+        {4, "save a.cairn -o no/folder.cairn", "no/folder.cairn: Cannot write: "},
+        {4, "save a.cairn -o /dev/full", "/dev/full: "},
+        {4, "new .", ".: "},
+        {4, "demo --out a.cairn", "a.cairn: "},
+        {4, "content create not.db", "not.db: "},
+        {4, "edit a.cairn -o no/b.cairn -c 'add fsm :: A'", "no/b.cairn: "},
+        {4, "export a.cairn -o no/old.glb", "no/old.glb: "},
+        {4, "export a.cairn -o no/old.xml", "no/old.xml: "},
+        {4, "image a.png -o no/b.png", "no/b.png: "},
+        {4, "thumbs a.cairn -o no/b.png", "no/b.png: "},
     };
     const std::string before = read("a.cairn");
     for (const auto& c : cases) {
-        const ProgramRun done = run(c.arguments);
-        EXPECT_EQ(done.code, c.code) << c.error << done.error;
+        SCOPED_TRACE(c.words);
+        const ProgramRun done = runInShell(c.words, "</dev/null");
+        EXPECT_EQ(done.code, c.code);
         EXPECT_EQ(done.output, "");
-        EXPECT_EQ(done.error.substr(0, c.error.size()), c.error);
+        EXPECT_EQ(done.error.substr(0, 7 + c.error.size()), "cairn: " + c.error);
         EXPECT_EQ(std::count(done.error.begin(), done.error.end(), '\n'), 1) << done.error;
     }
     EXPECT_EQ(read("a.cairn"), before);
     EXPECT_EQ(read("not.db"), "this is no database");
-    for (const char* name : {"b.cairn", "-"})
+    EXPECT_EQ(read("old"), "old");
+    for (const char* name : {"b.cairn", "b.png", "-"})
         EXPECT_FALSE(std::filesystem::exists(path(name)));
 }
 
@@ -151,6 +218,8 @@ TEST_F(Program, SurvivesStandardStreamsThatTakeNothing) {
             EXPECT_TRUE(done.code == 4 || done.code == 0) << done.code;
     }
     EXPECT_EQ(runInShell("info nothing.cairn", "2>/dev/full").code, 3);
+    EXPECT_EQ(runInShell("new b.cairn --build " + std::string(4096, 'x'), "", "ulimit -f 1; ").code, 4)
+        << "the signal of a file over the size limit";
     EXPECT_EQ(runInShell("info -", "<&-").code, 3);
 }
 
@@ -184,34 +253,6 @@ TEST_F(Program, ShowsProgressOnATerminalAfterHalfASecond) {
     ::close(terminal);
 }
 
-TEST_F(Program, AFileOverTheSizeLimitIsAFailedWrite) {
-    const ProgramRun done = runInShell("new b.cairn --build " + std::string(4096, 'x'), "", "ulimit -f 1; ");
-    EXPECT_EQ(done.code, 4);
-    EXPECT_EQ(done.error.substr(0, 30), "cairn: b.cairn: Cannot write: ");
-    EXPECT_EQ(sizeBeside(), -1) << "nothing is left";
-}
-
-TEST_F(Program, RefusesACutLevelWhereverItIsCut) {
-    ASSERT_EQ(run({"new", "a.cairn"}).code, 0);
-    const std::string whole = read("a.cairn");
-    std::vector<std::size_t> legal;
-    for (std::size_t length = 0; length < whole.size(); length += length + 160 < whole.size() ? 41u : 1u) {
-        write("cut.cairn", whole.substr(0, length));
-        const ProgramRun done = run({"info", "--json", "cut.cairn"});
-        if (done.code == 0) {
-            EXPECT_EQ(Json::parse(done.output)["sealed"], false);
-            legal.push_back(length);
-            continue;
-        }
-        EXPECT_EQ(done.code, 3) << length;
-        EXPECT_EQ(done.output, "");
-        EXPECT_NE(done.error.find("offset"), std::string::npos) << done.error;
-        EXPECT_EQ(std::count(done.error.begin(), done.error.end(), '\n'), 1);
-    }
-    ASSERT_EQ(legal.size(), 2u) << "before the group names and before the seal";
-    EXPECT_EQ(legal[1], whole.size() - 24);
-}
-
 TEST_F(Program, ChecksManyFilesInOneDocument) {
     ASSERT_EQ(run({"new", "good.cairn"}).code, 0);
     const std::string good = read("good.cairn");
@@ -222,15 +263,13 @@ TEST_F(Program, ChecksManyFilesInOneDocument) {
     ASSERT_EQ(run({"content", "create", "c.db"}).code, 0);
 
     const Json all = json({"check", "--json", "good.cairn", "broken.cairn", "seal.cairn", "missing.cairn"}, 1);
-    EXPECT_EQ(keysOf(all), (std::vector<std::string>{"ok", "files"}));
     EXPECT_EQ(all["ok"], false);
     ASSERT_EQ(all["files"].size(), 4u);
     EXPECT_EQ(all["files"][0], (Json{{"file", "good.cairn"}, {"ok", true}, {"problems", Json::array()}}));
     const Json& problem = all["files"][1]["problems"][0];
-    EXPECT_EQ(keysOf(problem), (std::vector<std::string>{"severity", "code", "entity", "polygon", "message"}));
-    EXPECT_EQ(problem["code"], "unreadable");
-    EXPECT_EQ(problem["severity"], "error");
-    EXPECT_TRUE(problem["entity"].is_null());
+    EXPECT_EQ(
+        problem.dump().rfind(R"({"severity":"error","code":"unreadable","entity":null,"polygon":null,"message":)", 0),
+        0u);
     EXPECT_EQ(all["files"][2]["problems"][0]["code"], "seal");
     EXPECT_EQ(all["files"][3]["problems"][0]["code"], "unreadable");
     EXPECT_EQ(run({"check", "seal.cairn", "--ignore", "seal", "good.cairn"}).code, 0);
@@ -247,29 +286,11 @@ TEST_F(Program, ChecksManyFilesInOneDocument) {
     EXPECT_EQ(run({"check", "--strict", "--content", "c.db", "names.cairn"}).output, "names.cairn: ok\n");
 }
 
-TEST_F(Program, ForceGoesOnWithWhatWasRead) {
-    std::string map;
-    for (int i = 0; i < 20; ++i)
-        map += "{\"classname\" \"path_corner\" \"origin\" \"32 0 0\"}";
-    ASSERT_EQ(run({"import", "-", "--format", "map", "-o", "a.cairn"}, map).code, 0);
-    const std::string whole = read("a.cairn");
-    write("seal.cairn", whole.substr(0, whole.size() - 1));
-    write("cut.cairn", whole.substr(0, whole.size() * 2 / 3));
-
-    const Json all = json({"info", "--force", "--json", "seal.cairn"}, 1);
-    EXPECT_EQ(all["entities"], 22);
-    const Json part = json({"info", "--force", "--json", "cut.cairn"}, 1);
-    EXPECT_GT(part["entities"], 2);
-    EXPECT_LT(part["entities"], 22);
-    const Json tree = json({"tree", "--force", "--json", "cut.cairn"}, 1);
-    EXPECT_EQ(tree["children"][1]["position"], Json({0, 0, 1}));
-    ASSERT_EQ(run({"save", "--force", "cut.cairn", "-o", "rest.cairn"}).code, 1);
-    EXPECT_EQ(json({"info", "--json", "rest.cairn"})["entities"], part["entities"]);
-}
-
-TEST_F(Program, ForceKeepsATopLevelEntityWholeOrNotAtAll) {
+TEST_F(Program, ForceKeepsTopLevelEntitiesWholeOrNotAtAll) {
     ASSERT_EQ(run({"demo", "--out", "."}).code, 0);
     const std::string whole = read("demo.cairn");
+    write("seal.cairn", whole.substr(0, whole.size() - 1));
+    EXPECT_EQ(json({"info", "--force", "--json", "seal.cairn"}, 1)["entities"], 8);
     write("cut.cairn", whole.substr(0, whole.rfind("Gate")));
     const Json problems = json({"check", "--force", "--json", "cut.cairn"}, 1)["files"][0]["problems"];
     ASSERT_EQ(problems.size(), 2u) << problems;
@@ -278,11 +299,8 @@ TEST_F(Program, ForceKeepsATopLevelEntityWholeOrNotAtAll) {
     const Json children = json({"tree", "--force", "--json", "cut.cairn"}, 1)["children"];
     ASSERT_EQ(children.size(), 2u) << "Room2 is dropped with its child";
     EXPECT_EQ(children[1]["children"][1]["qualified"], "::Room1::Guard");
-}
 
-TEST_F(Program, WhatForceSavesLoadsWithoutRepair) {
-    ASSERT_EQ(run({"demo", "--out", "."}).code, 0);
-    const std::string whole = read("demo.cairn");
+    // What is saved loads without repair.
     const std::size_t root = whole.find("World_Group"), player = whole.find("player");
     for (const std::size_t length : {root + 4, player - 4, player + 6, whole.find("Gate"), whole.size() - 30}) {
         write("cut.cairn", whole.substr(0, length));
@@ -318,28 +336,7 @@ TEST_F(Program, TurnsImagesIntoPng) {
                                source.getPixels()))
             << name;
     }
-    write("b.png", "before");
-    const ProgramRun streamed = run({"image", "-", "--format", "png", "-o", "-"}, read("a.png"));
-    EXPECT_EQ(streamed.output, read("a.png"));
-    const struct {
-        std::vector<std::string> arguments;
-        int code;
-        std::string error; ///< that standard error begins with
-    } cases[] = {
-        {{"image", "-", "-o", "b.png"}, 2, "cairn: image: --format is required"},
-        {{"image", "a.gif", "-o", "b.png"}, 2, "cairn: a.gif: "},
-        {{"image", "none.tga", "-o", "b.png"}, 3, "cairn: none.tga: "},
-        {{"image", "--format", "tga", "a.png", "-o", "b.png"}, 3, "cairn: a.png: TGA image: "},
-        {{"image", "a.png", "-o", "none/b.png"}, 4, "cairn: none/b.png: "},
-    };
-    for (const auto& wrong : cases) {
-        const ProgramRun done = run(wrong.arguments, "no image");
-        EXPECT_EQ(done.code, wrong.code) << wrong.error;
-        EXPECT_EQ(done.output, "");
-        EXPECT_EQ(done.error.substr(0, wrong.error.size()), wrong.error);
-        EXPECT_EQ(std::count(done.error.begin(), done.error.end(), '\n'), 1);
-    }
-    EXPECT_EQ(read("b.png"), "before");
+    EXPECT_EQ(run({"image", "-", "--format", "png", "-o", "-"}, read("a.png")).output, read("a.png"));
 }
 
 TEST_F(Program, KeepsAContentDatabase) {
@@ -353,9 +350,7 @@ TEST_F(Program, KeepsAContentDatabase) {
     EXPECT_EQ(run({"content", "list", "c.db"}).output,
               "skin rat\nskin b\\xFF\nflare [a,b]\nflare [q]\nflare \\x01\nflare {}\nsurface-material glass\nanimation "
               "use_lever\n");
-    EXPECT_GT(json({"content", "list", "c.db", "--json"}).size(), 15u);
-    const ProgramRun twice = run({"content", "add", "c.db", "skin", "new", "RAT"});
-    EXPECT_EQ(twice.code, 1);
+    EXPECT_EQ(run({"content", "add", "c.db", "skin", "new", "RAT"}).code, 1);
     EXPECT_EQ(run({"content", "list", "c.db", "skin"}).output, "skin rat\nskin b\\xFF\n");
 
     cairn::Y_SharedDBWriter other(path("c.db").string());
@@ -369,9 +364,6 @@ TEST_F(Program, Demonstrates) {
     EXPECT_NE(demo.output.find("cairn tree d/e/demo.cairn"), std::string::npos);
     EXPECT_NE(demo.output.find("::Room1, ::Room1::Door, ::Room1::Guard, ::Room2, ::Room2::Door, ::Room2::Gate"),
               std::string::npos);
-    const Json info = json({"info", "--json", "d/e/demo.cairn"});
-    EXPECT_EQ(info["kinds"]["Enemy"], 1);
-    EXPECT_EQ(info["kinds"]["Trigger"], 1);
     EXPECT_EQ(run({"check", "--strict", "--content", "d/e/content.db", "d/e/demo.cairn", "d/e/imported.cairn"}).code,
               0);
     EXPECT_EQ(run({"demo", "--out", "d/e"}).output, demo.output) << "it can be done again";

@@ -8,7 +8,6 @@
 #include "tests/support/mesh_shelf.h"
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 
@@ -18,7 +17,6 @@ using namespace cairn::test;
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Vector = M_Vector3Template<double>;
 using testing::HasSubstr;
 
@@ -94,11 +92,6 @@ TEST_F(Rooms, WhereTellsTheRoomAndTheWaysToAllOthers) {
         {"ring.cairn", {"1", "-1", "1"}, 1, nowhere},
         {"ring.cairn", {"21", "1", "1"}, 1, nowhere}, // in a mesh that is no room
         {"alone.cairn", {"1", "1", "1"}, 1, nowhere},
-        {"ring.cairn", {"nan", "1", "1"}, 2, ""},
-        {"ring.cairn", {"1", "-inf", "1"}, 2, ""},
-        {"ring.cairn", {"1", "1", "1e999"}, 2, ""},
-        {"ring.cairn", {"1", "1", "1m"}, 2, ""},
-        {"ring.cairn", {"1", "1"}, 2, ""},
     };
     for (const auto& [file, position, code, output] : cases) {
         std::vector<std::string> words{"where", file, "--json"};
@@ -106,7 +99,6 @@ TEST_F(Rooms, WhereTellsTheRoomAndTheWaysToAllOthers) {
         const ProgramRun done = run(words);
         EXPECT_EQ(done.code, code) << testing::PrintToString(words) << done.error;
         EXPECT_THAT(done.output, testing::StartsWith(output)) << testing::PrintToString(words);
-        EXPECT_EQ(done.output.empty(), code == 2);
     }
     const ProgramRun text = run({"where", "ring.cairn", "-7", "3", "5"});
     EXPECT_EQ(text.output, "::D\n  ::Hatch by Up\n  ::C by West\n  ::A by South\n  ::B by West, \"\\\\xFF\n");
@@ -144,19 +136,6 @@ TEST_F(Rooms, ListsRoomsAndEachExitOnce) {
         run({"rooms", "ring.cairn"}).output,
         testing::EndsWith("::Hatch: open\n  Up to ::D\n::Closet: no room\n  Loop to ::Closet\n  Loop01 to ::Closet\n"));
     EXPECT_EQ(run({"rooms", "alone.cairn", "--json"}).output, "{\"rooms\":[],\"exits\":[]}\n");
-    EXPECT_EQ(run({"rooms", "alone.cairn", "--dot"}).output, "digraph rooms {\n}\n");
-}
-
-TEST_F(Rooms, AreCountedWithTheirExits) {
-    const Json info = Json::parse(run({"info", "ring.cairn", "--json"}).output);
-    EXPECT_EQ(info["rooms"], 5);
-    EXPECT_EQ(info["exits"], 12);
-    EXPECT_EQ(info["portals"], 12);
-    std::string flags;
-    const Json tree = Json::parse(run({"tree", "ring.cairn", "--json"}).output);
-    for (const Json& child : tree["children"])
-        flags += child["flags"].dump();
-    EXPECT_EQ(flags, "[][\"room\"][\"room\"][\"room\"][\"room\"][\"room\"][]");
 }
 
 TEST(RoomsOnAPlan, RoutesRunFromRoomToRoomThroughExits) {
