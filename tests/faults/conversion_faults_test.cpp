@@ -117,7 +117,7 @@ TEST_F(ConversionFaults, Imports) {
 
 // glTF is made of JSON documents, whose destructors may need memory: the tests of the program have it.
 TEST_F(ConversionFaults, Exports) {
-    const auto document = makeFullLevel();
+    const auto document = makeEveryKind();
     const host::ExportChoice all;
     CN_LevelEntity& root = *document->accessLevel();
     exportAll(".obj", *document, [&] {
