@@ -37,8 +37,8 @@ void editAtRandom(std::size_t machines, int edits, std::size_t longestBatch, uns
 } // namespace
 
 TEST(MessageEdits, EveryReferenceStaysTrueThroughRandomEdits) {
-    for (const unsigned seed : {1u, 2u, std::random_device()()})
+    for (const unsigned seed : {1u, 2u, 3u})
         editAtRandom(50, 5000, 100, seed);
 }
 
-TEST(MessageEdits, HundredThousandEditsOfThousandMachines) { editAtRandom(1000, 100000, 4000, std::random_device()()); }
+TEST(MessageEdits, HundredThousandEditsOfThousandMachines) { editAtRandom(1000, 100000, 4000, 4); }

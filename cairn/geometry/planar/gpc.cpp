@@ -46,6 +46,8 @@ class Grid {
     }
     double extent() const { return m_extent; }
 
+    static constexpr double SLIVER = 0x1p52; ///< area of what is as long as the extent and some steps wide
+
     ClipperLib::Path place(const gpc_vertex_list& contour) {
         ClipperLib::Path path;
         path.reserve(static_cast<std::size_t>(contour.num_vertices));
@@ -166,6 +168,61 @@ struct Result {
     bool hole;
 };
 
+/// A point within the contour beside its lowest corner, if it has an area: the middle between that corner and the corner nearest
+/// to it in the triangle that it makes with its neighbours, or the triangle's middle.
+gpc_vertex pointWithin(const Contour& contour) {
+    const std::size_t count = contour.size();
+    std::size_t lowest = 0;
+    for (std::size_t i = 1; i < count; ++i)
+        if (contour[i].y < contour[lowest].y || (contour[i].y == contour[lowest].y && contour[i].x < contour[lowest].x))
+            lowest = i;
+    const gpc_vertex &corner = contour[lowest], &before = contour[(lowest + count - 1) % count],
+                     &after = contour[(lowest + 1) % count];
+    const auto cross = [](const gpc_vertex& a, const gpc_vertex& b, const gpc_vertex& c) {
+        return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+    };
+    const double way = cross(before, corner, after) < 0 ? -1 : 1;
+    gpc_vertex opposite{(before.x + after.x) / 2, (before.y + after.y) / 2};
+    double farthest = 0; // from the line through the neighbours, on the corner's side
+    for (const gpc_vertex& other : contour) {
+        const double distance = way * cross(after, before, other);
+        if (distance > farthest && way * cross(before, corner, other) > 0 && way * cross(corner, after, other) > 0) {
+            farthest = distance;
+            opposite = other;
+        }
+    }
+    return {(corner.x + opposite.x) / 2, (corner.y + opposite.y) / 2};
+}
+
+/// True where the point lies within an odd number of contours.
+bool holds(const gpc_polygon& area, const gpc_vertex& point) {
+    bool inside = false;
+    for (int c = 0; c < area.num_contours; ++c) {
+        const gpc_vertex_list& contour = area.contour[c];
+        for (int i = 0; i < contour.num_vertices; ++i) {
+            const gpc_vertex &a = contour.vertex[i], &b = contour.vertex[(i + 1) % contour.num_vertices];
+            if ((a.y > point.y) != (b.y > point.y) && a.x + (point.y - a.y) / (b.y - a.y) * (b.x - a.x) > point.x)
+                inside = !inside;
+        }
+    }
+    return inside;
+}
+
+bool holds(gpc_op operation, const gpc_polygon& subject, const gpc_polygon& clip, const gpc_vertex& point) {
+    const bool first = holds(subject, point), second = holds(clip, point);
+    switch (operation) {
+    case GPC_DIFF:
+        return first && !second;
+    case GPC_INT:
+        return first && second;
+    case GPC_XOR:
+        return first != second;
+    case GPC_UNION:
+        break;
+    }
+    return first || second;
+}
+
 /// What an operation gives, and how far its operands reach.
 std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, const gpc_polygon& clip, double& extent) {
     std::vector<Result> results;
@@ -191,8 +248,14 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
         Result result{{}, node->IsHole()};
         for (const ClipperLib::IntPoint& point : node->Contour)
             result.corners.push_back(grid.restore(point));
-        // Clipper's outlines run counter-clockwise, but for some of contours that run along themselves: the flag holds.
-        if ((ClipperLib::Area(node->Contour) > 0) != result.hole)
+        // Clipper's outlines run counter-clockwise, these clockwise. Among contours that run along themselves are some against
+        // their flag, of which either may be wrong, and areas told to be holes.
+        // A sliver stays what it is told to be: its inside cannot be told from its outside.
+        const double area = ClipperLib::Area(node->Contour);
+        const bool isForward = area > 0;
+        if ((result.hole || !isForward) && std::fabs(area) > Grid::SLIVER)
+            result.hole = !holds(operation, subject, clip, pointWithin(result.corners));
+        if (isForward != result.hole)
             std::reverse(result.corners.begin(), result.corners.end());
         results.push_back(std::move(result));
     }

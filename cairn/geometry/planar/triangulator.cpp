@@ -15,12 +15,85 @@
 #include <memory_resource>
 #include <utility>
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CAIRN_KEEPS_BLOCKS 1
+#endif
+#endif
+#ifdef __SANITIZE_ADDRESS__
+#define CAIRN_KEEPS_BLOCKS 1
+#endif
+#ifdef CAIRN_KEEPS_BLOCKS
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace {
+
+#ifdef CAIRN_KEEPS_BLOCKS
+
+/// Where blocks come from under AddressSanitizer, which has the system map each large one and take it back: nine tenths of the
+/// time of a call. The last large ones are kept for the next call, and may not be touched until then.
+class BlockStore {
+  public:
+    ~BlockStore() {
+        for (const Spare& spare : m_spares)
+            drop(spare);
+    }
+    static void* take(std::size_t size) {
+        for (Spare& spare : s_store.m_spares)
+            if (spare.room && spare.size == size) {
+                ASAN_UNPOISON_MEMORY_REGION(spare.room, size);
+                return std::exchange(spare.room, nullptr);
+            }
+        return std::malloc(size);
+    }
+    static void give(void* room, std::size_t size) {
+        if (size < LARGE) {
+            std::free(room);
+            return;
+        }
+        ASAN_POISON_MEMORY_REGION(room, size);
+        const Spare oldest = std::exchange(s_store.m_spares[s_store.m_next], {room, size});
+        s_store.m_next = (s_store.m_next + 1) % SPARES;
+        drop(oldest);
+    }
+
+  private:
+    struct Spare {
+        void* room = nullptr;
+        std::size_t size = 0;
+    };
+
+    static void drop(const Spare& spare) {
+        if (!spare.room)
+            return;
+        ASAN_UNPOISON_MEMORY_REGION(spare.room, spare.size);
+        std::free(spare.room);
+    }
+
+    static constexpr std::size_t LARGE = 65536, SPARES = 8;
+    static thread_local BlockStore s_store;
+    Spare m_spares[SPARES];
+    std::size_t m_next = 0; ///< whose turn it is to be replaced
+};
+
+thread_local BlockStore BlockStore::s_store;
+
+#else
+
+/// Where blocks come from.
+struct BlockStore {
+    static void* take(std::size_t size) { return std::malloc(size); }
+    static void give(void* room, std::size_t) { std::free(room); }
+};
+
+#endif
 
 /// Header of a block that Triangle took, ahead of what it uses.
 struct alignas(std::max_align_t) Block {
     Block* prev;
     Block* next;
+    std::size_t size; ///< of the whole
 };
 
 /// How a call of Triangle ended.
@@ -58,10 +131,11 @@ class Call {
     [[noreturn]] void leave(CallEnd end) { std::longjmp(m_wayOut, end); } // NOLINT(cert-err52-cpp)
 
     void* take(std::size_t size) {
-        void* const room = std::malloc(sizeof(Block) + size);
+        void* const room = BlockStore::take(sizeof(Block) + size);
         if (!room)
             leave(OUT_OF_MEMORY);
         Block* const block = static_cast<Block*>(room);
+        block->size = sizeof(Block) + size;
         block->prev = &m_blocks;
         block->next = m_blocks.next;
         block->next->prev = m_blocks.next = block;
@@ -75,7 +149,7 @@ class Call {
     static void release(Block* block) {
         block->prev->next = block->next;
         block->next->prev = block->prev;
-        std::free(block);
+        BlockStore::give(block, block->size);
     }
 
     static thread_local Call* s_current;
