@@ -168,30 +168,23 @@ struct Result {
     bool hole;
 };
 
-/// A point within the contour beside its lowest corner, if it has an area: the middle between that corner and the corner nearest
-/// to it in the triangle that it makes with its neighbours, or the triangle's middle.
-gpc_vertex pointWithin(const Contour& contour) {
-    const std::size_t count = contour.size();
-    std::size_t lowest = 0;
-    for (std::size_t i = 1; i < count; ++i)
-        if (contour[i].y < contour[lowest].y || (contour[i].y == contour[lowest].y && contour[i].x < contour[lowest].x))
-            lowest = i;
-    const gpc_vertex &corner = contour[lowest], &before = contour[(lowest + count - 1) % count],
-                     &after = contour[(lowest + 1) % count];
-    const auto cross = [](const gpc_vertex& a, const gpc_vertex& b, const gpc_vertex& c) {
-        return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-    };
-    const double way = cross(before, corner, after) < 0 ? -1 : 1;
-    gpc_vertex opposite{(before.x + after.x) / 2, (before.y + after.y) / 2};
-    double farthest = 0; // from the line through the neighbours, on the corner's side
-    for (const gpc_vertex& other : contour) {
-        const double distance = way * cross(after, before, other);
-        if (distance > farthest && way * cross(before, corner, other) > 0 && way * cross(corner, after, other) > 0) {
-            farthest = distance;
-            opposite = other;
+/// A point close by the middle of the longest edge, on the inner side: `isForward` for contours that run counter-clockwise.
+gpc_vertex pointBeside(const Contour& contour, bool isForward) {
+    constexpr double MIDDLE = 0.4877,
+                     OFFSET = 0x1p-20; // of the edge: about there, where another contour's corner is not
+    gpc_vertex point{}, along{};
+    double longest = -1;
+    for (std::size_t i = 0; i < contour.size(); ++i) {
+        const gpc_vertex &from = contour[i], &to = contour[(i + 1) % contour.size()];
+        const gpc_vertex edge{to.x - from.x, to.y - from.y};
+        if (const double length = std::hypot(edge.x, edge.y); length > longest) {
+            longest = length;
+            point = from;
+            along = edge;
         }
     }
-    return {(corner.x + opposite.x) / 2, (corner.y + opposite.y) / 2};
+    const double inward = isForward ? OFFSET : -OFFSET;
+    return {point.x + MIDDLE * along.x - inward * along.y, point.y + MIDDLE * along.y + inward * along.x};
 }
 
 /// True where the point lies within an odd number of contours.
@@ -254,7 +247,7 @@ std::vector<Result> clipAreas(gpc_op operation, const gpc_polygon& subject, cons
         const double area = ClipperLib::Area(node->Contour);
         const bool isForward = area > 0;
         if ((result.hole || !isForward) && std::fabs(area) > Grid::SLIVER)
-            result.hole = !holds(operation, subject, clip, pointWithin(result.corners));
+            result.hole = !holds(operation, subject, clip, pointBeside(result.corners, isForward));
         if (isForward != result.hole)
             std::reverse(result.corners.begin(), result.corners.end());
         results.push_back(std::move(result));
