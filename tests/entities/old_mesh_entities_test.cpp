@@ -249,7 +249,7 @@ TEST(OldMeshEntities, TriangleMeshesOfOldVersionsGetWhatTheirTimeMeant) {
         EXPECT_EQ(mesh.getMeshProperties().collideC, stored.version > 2);
         EXPECT_EQ(mesh.getMeshProperties().physicalMaterial, "") << "it stands still";
         EXPECT_EQ(mesh.getSourceObjectName(), "object");
-        EXPECT_EQ(mesh.getSourceFileName(), "file.max");
+        EXPECT_EQ(mesh.getSourceFileName(), "file.obj");
         EXPECT_EQ(mesh.getLightmapID(), 9u);
         ASSERT_EQ(mesh.getVertices().size(), 4u);
         const CN_TMVertex& vertex = mesh.getVertices()[3];
