@@ -20,29 +20,12 @@ struct EditOptions : CommonOptions {
 
 std::string readScriptFile(const std::string& file) {
     return withFailure(ExitCode::INPUT, file, [&] {
-        const std::vector<unsigned char> bytes = F_File::readAll(file);
+        const std::vector<unsigned char> bytes = F_File::readAll(file, {MAX_EDIT_SCRIPT_BYTES});
         std::string text(bytes.begin(), bytes.end());
         if (toUtf8(text) != text)
             throw new F_Exception("The script is not UTF-8");
         return text;
     });
-}
-
-/// The commands to run: those of the script, or those of the command line, which count as lines.
-std::vector<EditLine> linesOf(const EditOptions& options) {
-    if (!options.script.empty())
-        return readEditScript(readScriptFile(options.script));
-    std::vector<EditLine> lines;
-    for (std::size_t i = 0; i < options.commands.size(); ++i) {
-        try {
-            lines.push_back({i + 1, readEditWords(options.commands[i])});
-        } catch (const EditRefusal& refusal) {
-            throw EditRefusal(fmt::format("line {}: {}", i + 1, refusal.what()));
-        }
-        if (lines.back().words.empty())
-            lines.pop_back();
-    }
-    return lines;
 }
 
 void runLine(Editor& editor, const EditLine& line, std::string_view subject, const Console& console) {
@@ -65,24 +48,39 @@ void runLine(Editor& editor, const EditLine& line, std::string_view subject, con
     }
 }
 
+/// Runs the commands of the script, or those of the command line, which count as lines.
+void runCommands(Editor& editor, const EditOptions& options, std::string_view script, const Console& console) {
+    EditLine line;
+    EditScriptReader reader(script);
+    while (reader.read(line))
+        runLine(editor, line, options.script, console);
+    for (std::size_t i = 0; i < options.commands.size(); ++i) {
+        try {
+            line = {i + 1, readEditWords(options.commands[i])};
+        } catch (const EditRefusal& refusal) {
+            throw EditRefusal(fmt::format("line {}: {}", i + 1, refusal.what()));
+        }
+        if (!line.words.empty())
+            runLine(editor, line, options.file, console);
+    }
+}
+
 ExitCode runEdit(const EditOptions& options, Console& console) {
     if (options.commands.empty() == options.script.empty())
         throw Failure(ExitCode::COMMAND_LINE, "edit", "either -c or --script gives the commands");
     LevelSession session(console, options.content);
-    const std::string& subject = options.script.empty() ? options.file : options.script;
     try {
-        const std::vector<EditLine> lines = linesOf(options);
+        const std::string script = options.script.empty() ? "" : readScriptFile(options.script);
         const OpenedLevel level = session.openForUse(options.file, false);
         {
             Editor editor(*level.document, session.readCatalogue(""));
-            for (const EditLine& line : lines)
-                runLine(editor, line, subject, console);
+            runCommands(editor, options, script, console);
             editor.finish();
         }
         session.warnOfLoss(level, options.file);
         session.save(*level.document, options.output, console);
     } catch (const EditRefusal& refusal) {
-        throw Failure(ExitCode::NO, subject, refusal.what());
+        throw Failure(ExitCode::NO, options.script.empty() ? options.file : options.script, refusal.what());
     }
     return ExitCode::DONE;
 }

@@ -7,7 +7,6 @@
 #include "host/export_machines.h"
 #include "host/export_obj.h"
 #include "host/level_session.h"
-#include "host/map_import.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
@@ -157,9 +156,11 @@ std::string describe(const ExportScene& scene, const Format& format) {
         meshes += !node.surfaces.empty();
         animations += node.animations.size();
     }
-    std::string text = fmt::format("{} triangles of {} meshes", scene.triangleCount(), meshes);
+    std::string text = fmt::format("{} of {}", counted(scene.triangleCount(), "triangle", "triangles"),
+                                   counted(meshes, "mesh", "meshes"));
     if (format.name != "obj")
-        text += fmt::format(" in {} entities, and {} animations", scene.nodes.size(), animations);
+        text += fmt::format(" in {}, and {}", counted(scene.nodes.size(), "entity", "entities"),
+                            counted(animations, "animation", "animations"));
     return text;
 }
 

@@ -2,6 +2,7 @@
 #include "host/command_line.h"
 #include "host/level_session.h"
 #include "host/obj_import.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 

@@ -94,9 +94,10 @@ void writeText(const CN_TextureList& textures, const std::vector<std::filesystem
     std::size_t index = 0;
     for (const CN_Texture& texture : textures.list()) {
         console.writeLine(
-            fmt::format("\"{}\" {} {} x {}, {} bytes, {} references{}", toShownText(texture.name().view()),
+            fmt::format("\"{}\" {} {} x {}, {} bytes, {}{}", toShownText(texture.name().view()),
                         formatName(texture.getSourceFormat()).word, texture.getWidth(), texture.getHeight(),
-                        texture.getSourceSize(), texture.getMaterialRefs(),
+                        texture.getSourceSize(),
+                        counted(static_cast<std::size_t>(texture.getMaterialRefs()), "reference", "references"),
                         places.empty() ? "" : fmt::format(" -> {}", toShownText(places[index].string()))));
         ++index;
     }
@@ -117,7 +118,8 @@ ExitCode runTextures(const TexturesOptions& options, Console& console) {
         writeText(textures, places, console);
     console.flush();
     if (!options.folder.empty())
-        console.note(options.file, fmt::format("{} textures extracted to {}", places.size(), options.folder));
+        console.note(options.file,
+                     fmt::format("{} extracted to {}", counted(places.size(), "texture", "textures"), options.folder));
     return ExitCode::DONE;
 }
 

@@ -6,6 +6,7 @@
 #include "host/level_session.h"
 #include "host/png_writer.h"
 #include "host/sheet_layout.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 
@@ -116,8 +117,10 @@ ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
             F_File::replace(options.output, png);
     });
     console.flush();
-    console.note(options.file, fmt::format("{} materials in {} categories", materials.numMaterials(),
-                                           materials.getCategories().count()));
+    console.note(
+        options.file,
+        fmt::format("{} in {}", counted(static_cast<std::size_t>(materials.numMaterials()), "material", "materials"),
+                    counted(static_cast<std::size_t>(materials.getCategories().count()), "category", "categories")));
     return ExitCode::DONE;
 }
 

@@ -92,25 +92,36 @@ std::vector<std::string> readEditWords(std::string_view command) {
     return words;
 }
 
-std::vector<EditLine> readEditScript(std::string_view text) {
+EditScriptReader::EditScriptReader(std::string_view text) : m_left(text) {
     constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
-    if (text.starts_with(BYTE_ORDER_MARK))
-        text.remove_prefix(BYTE_ORDER_MARK.size());
-    std::vector<EditLine> lines;
-    for (std::size_t number = 1; !text.empty(); ++number) {
-        const std::size_t end = text.find('\n');
-        std::string_view line = text.substr(0, end);
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-        if (line.ends_with('\r'))
-            line.remove_suffix(1);
+    if (m_left.starts_with(BYTE_ORDER_MARK))
+        m_left.remove_prefix(BYTE_ORDER_MARK.size());
+}
+
+bool EditScriptReader::read(EditLine& line) {
+    while (!m_left.empty()) {
+        ++m_number;
+        const std::size_t end = m_left.find('\n');
+        std::string_view text = m_left.substr(0, end);
+        m_left.remove_prefix(end == std::string_view::npos ? m_left.size() : end + 1);
+        if (text.ends_with('\r'))
+            text.remove_suffix(1);
         try {
-            std::vector<std::string> words = readEditWords(line);
-            if (!words.empty())
-                lines.push_back({number, std::move(words)});
+            line = {m_number, readEditWords(text)};
         } catch (const EditRefusal& refusal) {
-            throw EditRefusal(fmt::format("line {}: {}", number, refusal.what()));
+            throw EditRefusal(fmt::format("line {}: {}", m_number, refusal.what()));
         }
+        if (!line.words.empty())
+            return true;
     }
+    return false;
+}
+
+std::vector<EditLine> readEditScript(std::string_view text) {
+    EditScriptReader reader(text);
+    std::vector<EditLine> lines;
+    for (EditLine line; reader.read(line);)
+        lines.push_back(std::move(line));
     return lines;
 }
 

@@ -25,8 +25,24 @@ class EditRefusal : public std::runtime_error {
 /// quote that is not closed, one within a word, a backslash with nothing known behind it, and a control character.
 std::vector<std::string> readEditWords(std::string_view command);
 
-/// The commands of a script, a line each, "\n" or "\r\n" at its end; empty lines and comments are none. Throws an
-/// `EditRefusal` that begins with "line N: ".
+/// Goes through the commands of a script, a line each, "\n" or "\r\n" at its end; empty lines and comments are none. It
+/// reads a line when it is asked for, so that what is wrong with one is told after those ahead of it have run.
+class EditScriptReader {
+  public:
+    /// `text` must outlive the reader.
+    explicit EditScriptReader(std::string_view text);
+
+    /// Sets `line` to the next command, false where there is none. Throws an `EditRefusal` that begins with "line N: ".
+    bool read(EditLine& line);
+
+  private:
+    std::string_view m_left;  ///< of the script
+    std::size_t m_number = 0; ///< of the line read last
+};
+
+/// All commands of a script. Throws as `EditScriptReader` does.
 std::vector<EditLine> readEditScript(std::string_view text);
+
+inline constexpr std::size_t MAX_EDIT_SCRIPT_BYTES = std::size_t{256} << 20;
 
 } // namespace cairn::host

@@ -7,7 +7,7 @@
 #include "cairn/geometry/mesh/mesh.h"
 #include "host/catalogue.h"
 #include "host/entity_text.h"
-#include "host/map_import.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 

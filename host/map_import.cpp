@@ -431,10 +431,6 @@ MapImportSummary importMap(const MapFile& map, double scale, CN_Document& docume
     return importMap(map, scale, materials, document);
 }
 
-std::string counted(std::size_t number, const char* one, const char* many) {
-    return fmt::format("{} {}", number, number == 1 ? one : many);
-}
-
 std::string meshText(const ImportMeshCounts& meshes, const ImportMaterials::Counts& materials) {
     std::string text;
     if (const std::size_t number = materials.found + materials.generated; number > 0)

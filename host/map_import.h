@@ -66,8 +66,6 @@ MapImportSummary importMap(const MapFile& map, double scale, ImportMaterials& ma
 /// The same with generated images in a category "map".
 MapImportSummary importMap(const MapFile& map, double scale, CN_Document& document);
 
-/// "3 brushes": a number with the word for one or for many.
-std::string counted(std::size_t number, const char* one, const char* many);
 /// What is to be told of meshes and materials, each part begun by "; ".
 std::string meshText(const ImportMeshCounts& meshes, const ImportMaterials::Counts& materials);
 

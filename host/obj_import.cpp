@@ -5,6 +5,7 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/foundation/file.h"
 #include "cairn/geometry/validate.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 

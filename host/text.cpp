@@ -151,4 +151,8 @@ std::string toNumberText(double number) {
     return error == std::errc() ? std::string(buffer, end) : std::string("0");
 }
 
+std::string counted(std::size_t number, const char* one, const char* many) {
+    return fmt::format("{} {}", number, number == 1 ? one : many);
+}
+
 } // namespace cairn::host

@@ -33,4 +33,7 @@ std::string toJsonText(const Json& json);
 /// The shortest text that reads back as `number`.
 std::string toNumberText(double number);
 
+/// "3 brushes": a number with the word for one or for many.
+std::string counted(std::size_t number, const char* one, const char* many);
+
 } // namespace cairn::host

@@ -203,10 +203,10 @@ using EditProgram = test::ProgramTest;
 
 TEST_F(EditProgram, WritesNothingWhereACommandIsRefused) {
     ASSERT_EQ(run({"new", "a.cairn"}).code, 0);
-    write("a.edit", "add waypoint :: A # first\nadd waypoint ::A B\n\nrename ::A::B player\n");
+    write("a.edit", "add waypoint :: A # first\nadd waypoint ::A B\n\nrename ::A::B player\n\"open\n");
     const test::ProgramRun refused = run({"edit", "a.cairn", "-o", "b.cairn", "--script", "a.edit"});
     EXPECT_EQ(refused.code, 1);
-    EXPECT_EQ(refused.error.find("cairn: a.edit: line "), 0u) << refused.error;
+    EXPECT_EQ(refused.error.find("cairn: a.edit: line 2: "), 0u) << refused.error;
     EXPECT_EQ(std::count(refused.error.begin(), refused.error.end(), '\n'), 1);
     EXPECT_EQ(read("b.cairn"), "");
     EXPECT_EQ(run({"edit", "a.cairn", "-o", "b.cairn", "-c", "add fsm :: A", "-c", "rename ::A Clock"}).code, 0);

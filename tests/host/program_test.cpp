@@ -168,6 +168,7 @@ TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
         {3, "info --force not.cairn", "not.cairn: "},
         {3, "info a.cairn --content not.db", "not.db: Content database: "},
         {3, "import missing.map -o b.cairn", "missing.map: Cannot read: "},
+        {3, "edit a.cairn -o b.cairn --script /dev/zero", "/dev/zero: Cannot read: File too large\n"},
         {3, "import --format map /dev/zero -o b.cairn", "/dev/zero: Cannot read: "},
         {3, "import bad.map -o a.cairn", "bad.map: line 4: a face's point expected, found"},
         {3, "import far.map -o a.cairn", "far.map: line 3: an origin must be three numbers"},
