@@ -6,6 +6,8 @@
 #include "cairn/document/level_file_library.h"
 #include "cairn/document/shared_db.h"
 #include "cairn/entities/cairn_level.h"
+#include "cairn/foundation/file.h"
+#include "cairn/foundation/script.h"
 #include "host/catalogue.h"
 
 #include <fmt/format.h>
@@ -71,7 +73,14 @@ const CN_FSMMessageInfoProvider* LevelSession::readCatalogue(const std::string& 
         return nullptr;
     }
     CN_FSMMessageInfoProvider& catalogue = CN_LevelFileLibrary::instance()->accessMessageInfoProvider();
-    withFailure(ExitCode::INPUT, file, [&] { catalogue.read(file); });
+    withFailure(ExitCode::INPUT, file, [&] {
+        if (named.empty())
+            return catalogue.read(file);
+        // One that is asked for may be a pipe.
+        const std::vector<unsigned char> bytes = F_File::readAll(file, {F_Script::MAX_BYTES});
+        F_Script script(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()), file.c_str());
+        catalogue.read(script);
+    });
     return &catalogue;
 }
 

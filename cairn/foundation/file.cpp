@@ -27,12 +27,15 @@ constexpr ::mode_t PERMISSION_BITS = 0777;      ///< of a file's mode, without t
 constexpr ::mode_t NEW_FILE_MODE = 0666;        ///< less what the process masks
 constexpr ::mode_t UNTIL_PERMITTED_MODE = 0600; ///< of a file that takes another's permissions later
 
+constexpr int NOT_REGULAR = -1; ///< beside the system's reasons: a pipe, a device or a socket
+
 constinit F_File theFile;
 
 [[noreturn]] void failFile(const string& action, const string& fileName, int error) {
     if (error == ENOMEM)
         throw new F_MemoryException_Allocation;
-    throw new F_Exception(action + " \"" + fileName + "\": " + std::generic_category().message(error));
+    throw new F_Exception(action + " \"" + fileName + "\": " +
+                          (error == NOT_REGULAR ? "Not a regular file" : std::generic_category().message(error)));
 }
 
 struct CloseFile {
@@ -142,7 +145,7 @@ class PendingFile {
         if (!replacing && errno != ENOENT)
             refuse(errno);
         if (replacing && !S_ISREG(old.st_mode))
-            refuse(S_ISDIR(old.st_mode) ? EISDIR : EINVAL);
+            refuse(S_ISDIR(old.st_mode) ? EISDIR : NOT_REGULAR);
 
         m_folder = folderOf(m_place);
         int fd = -1;
@@ -191,7 +194,7 @@ int F_File::size(const char* fileName) const {
     if (::stat(fileName, &s) != 0)
         failFile("Cannot look at", fileName, errno);
     if (!S_ISREG(s.st_mode))
-        failFile("Cannot look at", fileName, S_ISDIR(s.st_mode) ? EISDIR : EINVAL);
+        failFile("Cannot look at", fileName, S_ISDIR(s.st_mode) ? EISDIR : NOT_REGULAR);
     if (s.st_size > INT_MAX)
         failFile("Cannot look at", fileName, EFBIG);
     return static_cast<int>(s.st_size);

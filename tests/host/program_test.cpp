@@ -93,6 +93,7 @@ TEST_F(Program, StreamsThroughStandardInputAndOutput) {
     EXPECT_EQ(run({"save", "-", "-o", "-"}, fresh.output).output, fresh.output);
     EXPECT_EQ(run({"check", "-"}, fresh.output).output, "-: ok\n");
     EXPECT_EQ(run({"import", "-", "-o", "b.cairn", "--format", "map"}, "{}").code, 0);
+    EXPECT_EQ(runInShell("check a.cairn --catalogue /dev/stdin", "", "echo '# none' | ").error, "");
 }
 
 TEST_F(Program, ACommandThatFailsSaysOneLineAndNothingElse) {
