@@ -3,6 +3,7 @@
 #include "tests/support/mesh_shelf.h"
 
 #include <cmath>
+#include <limits>
 #include <random>
 
 namespace cairn::test {
@@ -36,6 +37,24 @@ class RandomPolygons {
                 local = local * turn + place;
             }
         return fixturePolygon(mesh, loops);
+    }
+
+    /// A triangle lying between places of a grid of `size` that are off by up to a tolerance; one that is `broken` has a corner
+    /// that is no number. Its box may be none.
+    CN_Polygon& addToHeap(CN_LevelEntityMesh& mesh, double size, bool broken) {
+        CN_Polygon& polygon = *mesh.addPolygon();
+        for (int corner = 0; corner < 3; ++corner)
+            polygon.addVertex(Vector(count(0, 4), 0, count(0, 4)) * size +
+                              Vector(number(-1, 1), number(-1, 1), number(-1, 1)) * 0.0006);
+        if (broken)
+            mesh.accessVertexList().last()->local.x = mesh.accessVertexList().last()->world.x =
+                std::numeric_limits<double>::quiet_NaN();
+        polygon.constructEdges();
+        if (count(0, 9) > 0)
+            polygon.buildBoundingBox(true);
+        polygon.setNormal({0, 1, 0});
+        polygon.setWorldNormal({0, 1, 0});
+        return polygon;
     }
 
   private:

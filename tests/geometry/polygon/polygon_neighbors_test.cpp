@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <utility>
 
 namespace cairn {
@@ -87,19 +86,8 @@ TEST(PolygonNeighbors, FoundAtOnceAreThoseOfAllPairs) {
         test::RandomPolygons random(seed);
         CN_LevelEntityMesh& mesh = *test::addFixture(document, "Heap");
         const double size = seed % 4 == 0 ? 0.001 : 1;
-        for (int i = 0; i < 60; ++i) {
-            CN_Polygon& polygon = *mesh.addPolygon();
-            for (int corner = 0; corner < 3; ++corner)
-                polygon.addVertex(Vector(random.count(0, 4), 0, random.count(0, 4)) * size +
-                                  Vector(random.number(-1, 1), random.number(-1, 1), random.number(-1, 1)) * 0.0006);
-            if (i % 8 == 0)
-                mesh.accessVertexList().last()->local.x = mesh.accessVertexList().last()->world.x =
-                    std::numeric_limits<double>::quiet_NaN();
-            polygon.constructEdges();
-            if (random.count(0, 9) > 0)
-                polygon.buildBoundingBox(true);
-            polygon.setNormal({0, 1, 0});
-        }
+        for (int i = 0; i < 60; ++i)
+            random.addToHeap(mesh, size, i % 8 == 0);
         expectNeighborsOfAllPairs(mesh);
     }
 }

@@ -176,17 +176,7 @@ TEST(PolygonQueries, NeighborsAreThoseOfTheListWalk) {
         CN_LevelEntityMesh& mesh = *test::addFixture(document, "Heap");
         const double size = seed % 4 == 0 ? 0.001 : 1;
         for (int i = 0; i < 60; ++i) {
-            CN_Polygon& polygon = *mesh.addPolygon();
-            for (int corner = 0; corner < 3; ++corner)
-                polygon.addVertex(Vector(random.count(0, 4), 0, random.count(0, 4)) * size +
-                                  Vector(random.number(-1, 1), random.number(-1, 1), random.number(-1, 1)) * 0.0006);
-            if (i % 8 == 0)
-                mesh.accessVertexList().last()->local.x = mesh.accessVertexList().last()->world.x =
-                    std::numeric_limits<double>::quiet_NaN();
-            polygon.constructEdges();
-            if (random.count(0, 9) > 0)
-                polygon.buildBoundingBox(true);
-            polygon.setWorldNormal(Vector(0, 1, 0));
+            CN_Polygon& polygon = random.addToHeap(mesh, size, i % 8 == 0);
             if (random.count(0, 2) == 0)
                 polygon.setWorldNormal({random.number(-1, 1), random.number(0, 0.01), random.number(-1, 1)});
         }
