@@ -145,9 +145,11 @@ void writeScene(ExportScene& scene, const Format& format, const ExportOptions& o
 /// For the end, as a command that fails says nothing but why: what was exported and what was not.
 void tell(const std::string& done, const std::vector<ExportLoss>& losses, const std::string& file, Console& console) {
     console.flush();
-    console.note(file, "exported " + done);
-    for (const ExportLoss& loss : losses)
-        console.warn(file, fmt::format("{} {}, the first is {}", loss.count, loss.what, loss.first));
+    Console::afterwards([&] {
+        console.note(file, "exported " + done);
+        for (const ExportLoss& loss : losses)
+            console.warn(file, fmt::format("{} {}, the first is {}", loss.count, loss.what, loss.first));
+    });
 }
 
 std::string describe(const ExportScene& scene, const Format& format) {
@@ -183,8 +185,9 @@ void exportMachines(CN_Document& document, const Format& format, const ExportOpt
         format.name == "xml" ? makeMachineXml(*document.getLevel(), choice) : makeScript(document, choice);
     if (machines.machines == 0 && (choice.selectionOnly || !choice.filter.empty()))
         refuseNothing(options.file);
+    const std::string exported = counted(machines.machines, "state machine", "state machines");
     writeFile(machines.text, options, console);
-    tell(counted(machines.machines, "state machine", "state machines"), machines.losses, options.file, console);
+    tell(exported, machines.losses, options.file, console);
 }
 
 ExitCode runExport(const ExportOptions& options, Console& console) {

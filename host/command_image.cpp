@@ -70,7 +70,9 @@ ExitCode runImage(const ImageOptions& options, Console& console) {
         withFailure(ExitCode::OUTPUT, options.output, [&] { F_File::replace(options.output, png); });
     console.flush();
     if (image.getFaceCount() > 1)
-        console.note(options.source, fmt::format("the first of its {} faces is written", image.getFaceCount()));
+        Console::afterwards([&] {
+            console.note(options.source, fmt::format("the first of its {} faces is written", image.getFaceCount()));
+        });
     return ExitCode::DONE;
 }
 

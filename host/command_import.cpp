@@ -126,10 +126,12 @@ ExitCode runImport(const ImportOptions& options, Console& console) {
         return (format == "obj" ? importObjSource : importMapSource)(options, images, *document, console);
     });
     session.save(*document, options.output, console);
-    for (const ImportFinding& finding : told.findings)
-        console.warn(options.source, fmt::format("line {}: {}", finding.line, finding.text));
-    warnOfImages(options, told.imagesOutside, console);
-    console.note(options.source, told.summary);
+    Console::afterwards([&] {
+        for (const ImportFinding& finding : told.findings)
+            console.warn(options.source, fmt::format("line {}: {}", finding.line, finding.text));
+        warnOfImages(options, told.imagesOutside, console);
+        console.note(options.source, told.summary);
+    });
     return ExitCode::DONE;
 }
 

@@ -59,12 +59,13 @@ ExitCode runRecover(const RecoverOptions& options, Console& console) {
     });
     if (!salvage.document)
         throw Failure(ExitCode::INPUT, options.file, "nothing like a level is in it");
-    session.save(*salvage.document, options.output, console);
+    // A report that memory lacks for ends the command ahead of the output.
     if (options.json)
         console.writeLine(toJsonText(toJson(salvage)));
     else if (options.output != "-")
         writeText(salvage, [&console](const std::string& line) { console.writeLine(line); });
-    else if (!salvage.lost.empty())
+    session.save(*salvage.document, options.output, console);
+    if (options.output == "-" && !salvage.lost.empty())
         writeText(salvage, [&](const std::string& line) { console.warn(options.file, line); });
     return salvage.lost.empty() ? ExitCode::DONE : ExitCode::NO;
 }

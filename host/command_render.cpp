@@ -114,8 +114,10 @@ ExitCode runRender(const RenderOptions& options, Console& console) {
         withFailure(ExitCode::OUTPUT, options.output, [&] {
             F_File::replace(options.output, {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
         });
-    console.note(options.file, fmt::format("{} of {} faces seen{}", faces.size(), scene.faces.size(),
-                                           lossesOf(scene, roofs, labels)));
+    Console::afterwards([&] {
+        console.note(options.file, fmt::format("{} of {} faces seen{}", faces.size(), scene.faces.size(),
+                                               lossesOf(scene, roofs, labels)));
+    });
     return ExitCode::DONE;
 }
 

@@ -108,18 +108,20 @@ ExitCode runTextures(const TexturesOptions& options, Console& console) {
     const OpenedLevel level = session.openForUse(options.file, false);
     const CN_TextureList& textures = level.document->getTextures();
     std::vector<std::filesystem::path> places;
-    if (!options.folder.empty()) {
+    if (!options.folder.empty())
         places = choosePlaces(textures, options.folder);
-        extract(textures, places, options.folder);
-    }
     if (options.json)
         console.writeLine(toJsonText(describe(textures)));
     else
         writeText(textures, places, console);
+    if (!options.folder.empty())
+        extract(textures, places, options.folder);
     console.flush();
     if (!options.folder.empty())
-        console.note(options.file,
-                     fmt::format("{} extracted to {}", counted(places.size(), "texture", "textures"), options.folder));
+        Console::afterwards([&] {
+            const std::string number = counted(places.size(), "texture", "textures");
+            console.note(options.file, fmt::format("{} extracted to {}", number, options.folder));
+        });
     return ExitCode::DONE;
 }
 

@@ -117,10 +117,12 @@ ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
             F_File::replace(options.output, png);
     });
     console.flush();
-    console.note(
-        options.file,
-        fmt::format("{} in {}", counted(static_cast<std::size_t>(materials.numMaterials()), "material", "materials"),
-                    counted(static_cast<std::size_t>(materials.getCategories().count()), "category", "categories")));
+    Console::afterwards([&] {
+        const auto number = static_cast<std::size_t>(materials.numMaterials());
+        const auto categories = static_cast<std::size_t>(materials.getCategories().count());
+        console.note(options.file, fmt::format("{} in {}", counted(number, "material", "materials"),
+                                               counted(categories, "category", "categories")));
+    });
     return ExitCode::DONE;
 }
 

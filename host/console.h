@@ -1,8 +1,10 @@
 #pragma once
 
+#include "cairn/foundation/exception.h"
 #include "host/failure.h"
 
 #include <chrono>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -30,6 +32,16 @@ class Console {
     void note(std::string_view subject, std::string_view text) const;
     /// A warning on standard error, `quiet` or not.
     void warn(std::string_view subject, std::string_view text) const;
+    /// Runs `tell`, which says what else there is to say once the outputs are in place: the command is done and cannot fail
+    /// any more, so where memory lacks the rest is left untold.
+    template <class Tell> static void afterwards(Tell&& tell) {
+        try {
+            tell();
+        } catch (const std::bad_alloc&) {
+        } catch (F_MemoryException_Allocation* e) {
+            const F_ExceptionGuard guard(e);
+        }
+    }
     /// The one line of a command that failed.
     static void complain(std::string_view subject, std::string_view text);
     /// The same where there is no memory left: allocates nothing.

@@ -178,7 +178,7 @@ void LevelSession::warnOfFault(const OpenedLevel& level, const std::string& file
     if (level.isWhole())
         return;
     output.flush();
-    m_console.warn(file, "only what stands before the fault was read: " + level.fault);
+    Console::afterwards([&] { m_console.warn(file, "only what stands before the fault was read: " + level.fault); });
 }
 
 void LevelSession::warnOfLoss(const OpenedLevel& level, const std::string& file) const {
