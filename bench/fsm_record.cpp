@@ -87,6 +87,8 @@ static void measure(cairn::bench::Report& report) {
     report.reason("save", "E_FSM",
                   "messages of a thousand lie in the caches, those of a hundred thousand do not, as the "
                   "growth of the peer shows");
+    report.reason("load", "E_FSM",
+                  "messages of a thousand are made within the caches, those of a hundred thousand are not");
 }
 
 static const cairn::bench::Scene

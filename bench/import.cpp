@@ -142,6 +142,7 @@ void addScenes(bench::Report& report, const std::string& scene, const std::strin
 
 static void measure(cairn::bench::Report& report) {
     static const cairn::host::Console console;
+    report.peers({"half-spaces", "triangulation", "save"});      // parts of it
     static const cairn::host::LevelSession session(console, ""); // items and monsters need a content database
     for (const int n : cairn::bench::sizes({35, 350, 3500}, 350))
         cairn::addScenes(report, "grid", cairn::gridText(n));

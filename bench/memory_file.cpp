@@ -265,6 +265,7 @@ static void measure(cairn::bench::Report& report) {
     report.limitRatio("save", "F_MemoryFile", 0.4, 1e6, 1e6);
     report.limitRatio("load", "F_MemoryFile", 0.4, 1e3, 1e6);
     report.reason("save", "F_MemoryFile", "of a million records both wait for the memory that they write to");
+    report.reason("load", "F_MemoryFile", "of a million records both wait for the memory that they read from");
 #endif
 }
 
