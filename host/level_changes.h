@@ -45,7 +45,7 @@ class ChangeList {
     }
     /// Adds each fact that differs.
     void compareFacts(const std::vector<Fact>& first, const std::vector<Fact>& second);
-    /// Adds each element that differs, by its place.
+    /// Adds each element that differs, by its place. Where the first fact is the same on both sides the last one is told.
     void compareEach(const std::string& noun, const ElementList& first, const ElementList& second);
     /// The same for long lists of like elements ("polygon"): one change for all elements that differ alike. Places are those in
     /// the second list, of elements that are gone in the first.

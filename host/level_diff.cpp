@@ -177,9 +177,19 @@ class TreeDiff {
             list.keys.push_back({checksum64(key.data(), key.size()), checksum64(address.data(), address.size())});
         }
         list.describe = [&messages](int place, FactSink& facts) {
-            facts.word("", view(messages[static_cast<std::size_t>(place)].m_text));
+            const E_FSM::Message& message = messages[static_cast<std::size_t>(place)];
+            facts.word("", view(message.m_text));
+            facts.word("refers to", referencesText(message));
         };
         return list;
+    }
+
+    static std::string referencesText(const E_FSM::Message& message) {
+        std::string names = message.m_target ? qualifiedName(*message.m_target) : "";
+        for (std::size_t i = 0; i < message.m_objectArguments.size(); ++i)
+            if (const CN_LevelEntity* const object = message.getObjectArgument(i))
+                names += (names.empty() ? "" : " ") + qualifiedName(*object);
+        return names;
     }
 
     void compareMessages(const E_FSM* a, const E_FSM* b) {

@@ -377,28 +377,27 @@ bool EntitySalvage::hasRoom(const SalvagedEntity& one, const CN_LevelEntity& par
            m_nameBytes + bytes + one.detached->getName().view().size() + NAME_ROOM <= MOST_NAME_BYTES;
 }
 
-/// Puts an entity whose parent is lost below "Recovered": by way of a stand-in for the parent where its place is known.
+/// Puts an entity whose parent is lost below "Recovered", or below the root where it may stand nowhere else: by way of a stand-in for the parent where its place is known.
 void EntitySalvage::attachOrphan(SalvagedEntity& one, SalvagedEntity* lostParent) {
     CN_LevelEntity& last = orphanParent(one, lostParent);
     if (!hasRoom(one, last)) {
         one.detached.reset();
         return lose(one, "the names of the level take too much room");
     }
-    if (lostParent && lostParent->world && &last == m_recovered) {
-        m_depths[&standIn(static_cast<std::size_t>(lostParent - m_all.data()))] = m_depths[m_recovered];
-        attachTo(one, standIn(static_cast<std::size_t>(lostParent - m_all.data())));
-        m_orphans.push_back(&one);
+    m_orphans.push_back(&one);
+    const bool isWithinPrefab = one.kind == CN_KIND_PREFAB_CONTENT;
+    if (lostParent && lostParent->world && !isWithinPrefab) {
+        CN_LevelEntity& parent = standIn(static_cast<std::size_t>(lostParent - m_all.data()));
+        m_depths[&parent] = m_depths[&last];
+        attachTo(one, parent);
         return;
     }
     attachTo(one, last);
-    if (&last == m_recovered)
-        if (const std::optional<Vector> place = placeByBox(*one.entity))
-            one.world = Placement(one.entity->getRotation(), *place);
-        else
-            one.world.reset();
-    else
-        one.world.reset();
-    m_orphans.push_back(&one);
+    one.world.reset();
+    if (isWithinPrefab)
+        return;
+    if (const std::optional<Vector> place = placeByBox(*one.entity))
+        one.world = Placement(one.entity->getRotation(), *place);
 }
 
 /// Where an entity without a parent may stand.
@@ -460,10 +459,12 @@ void EntitySalvage::settleOrphans() {
         if (!orphan->entity)
             continue;
         CN_LevelEntity* const parent = orphan->entity->getParent();
-        if (parent == m_recovered && orphan->world && toRoot.isFinite())
+        if (orphan->kind == CN_KIND_PREFAB_CONTENT)
+            continue;
+        if (parent != m_recovered && parent != &root)
+            (CN_isOrdinaryChild(orphan->kind) ? *m_recovered : root).add(orphan->entity, true);
+        else if (orphan->world && toRoot.isFinite())
             orphan->entity->setPosition(orphan->world->translation * toRoot);
-        else if (parent != m_recovered && parent != &root && orphan->kind != CN_KIND_PREFAB_CONTENT)
-            m_recovered->add(orphan->entity, true);
     }
     for (const auto& [lost, entity] : m_standIns) {
         root.remove(entity);

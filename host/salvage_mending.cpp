@@ -33,10 +33,15 @@ class Mending {
         for (CN_Polygon* const exit : m_exits)
             mendExit(*exit);
         keepPortalsOfWalls();
+        if (m_needs.entitiesLost) // a path from below "Recovered" may lead to another entity than it did
+            silenceMessages([](const E_FSM::Message& message) {
+                return message.m_targetId == 0 ||
+                       CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap.contains(message.m_targetId);
+            });
         CN_FSMChangeManager::instance()->deserializeFSMs(m_document.accessLevel(), false);
         CN_FSMChangeManager::g_mapLevelEntityDeSerialisationMap.clear();
         if (m_needs.entitiesLost)
-            mendMessages();
+            silenceMessages([this](const E_FSM::Message& message) { return leadsSomewhere(message); });
         mendLightmaps();
     }
 
@@ -89,17 +94,18 @@ class Mending {
         portal.setPortalPolygon(&exit);
     }
 
-    void mendMessages() {
-        const auto mendAll = [this](CN_LevelEntity& entity) {
+    /// Makes comments of the messages to entities that `isSound` does not hold for.
+    template <class IsSound> void silenceMessages(IsSound&& isSound) {
+        const auto silenceAll = [&](CN_LevelEntity& entity) {
             if (E_FSM* const machine = entity.accessFSM())
-                machine->forEachMessage([this](E_FSM::Message& message) {
-                    if (!message.isCommentMessage() && !message.m_global && !leadsSomewhere(message))
+                machine->forEachMessage([&](E_FSM::Message& message) {
+                    if (!message.isCommentMessage() && !message.m_global && !isSound(message))
                         silence(message);
                 });
         };
-        mendAll(*m_document.accessLevel());
+        silenceAll(*m_document.accessLevel());
         for (CN_LevelEntity* const entity : m_entities)
-            mendAll(*entity);
+            silenceAll(*entity);
     }
     bool leadsSomewhere(const E_FSM::Message& message) {
         if (!message.m_target || !CN_isAboutExit(message))

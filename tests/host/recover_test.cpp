@@ -8,6 +8,7 @@
 #include "cairn/geometry/mesh/mesh.h"
 #include "host/entity_text.h"
 #include "host/generate_level.h"
+#include "host/level_diff.h"
 #include "host/problems.h"
 #include "host/salvage.h"
 #include "host/salvage_tree.h"
@@ -36,9 +37,11 @@ using test::Bytes;
 /// An entity in the bytes of an undamaged level.
 struct Stored {
     std::size_t begin = 0, end = 0; ///< its chunks
+    std::size_t commonEnd = 0;      ///< of the first one, which tells where it stands
     int kind = 0, parent = -1;
     int partner = -1; ///< of a portal: the mesh that its exit leads to
     std::string path;
+    CN_LevelEntity::Vector place; ///< in the world
 
     bool isNode() const { return kind >= CN_KIND_POLYGON_GROUP && kind <= CN_KIND_PORTAL; }
 };
@@ -77,6 +80,8 @@ Sample study(CN_Document& document) {
         entity.parent = open.back().first;
         file >> entity.kind;
         entity.begin = file.getPosition();
+        file.skipChunk();
+        entity.commonEnd = file.getPosition();
         skipChunks(nullptr);
         entity.end = file.getPosition();
         file >> number;
@@ -94,6 +99,7 @@ Sample study(CN_Document& document) {
     }
     for (std::size_t i = 0; i < all.size(); ++i) {
         sample.entities[i].path = qualifiedName(*all[i]);
+        sample.entities[i].place = all[i]->getWorldPosition();
         if (const auto* portal = dynamic_cast<CN_LevelEntityPortal*>(all[i]))
             sample.entities[i].partner = places.at(portal->getPortalPolygon()->getExitDestinationMesh());
     }
@@ -164,8 +170,10 @@ class Recover : public testing::Test {
             return part.offset <= size && part.bytes <= size - part.offset;
         })) << describe(saved);
         checkSound(*saved.document, isPartnerLost(sample, keep));
-        if (isTreeWhole(sample, damage))
+        if (isTreeWhole(sample, damage)) {
             checkTree(sample, keep, *saved.document);
+            checkPlaces(sample, damage, keep, *saved.document);
+        }
         return static_cast<double>(saved.kept) / static_cast<double>(keep.size());
     }
 
@@ -220,6 +228,59 @@ class Recover : public testing::Test {
         }
     }
 
+    /// Each entity stands where it stood in the world, if its own place and those of all ancestors are known.
+    static void checkPlaces(const Sample& sample, const Damage& damage, const std::vector<bool>& keep,
+                            CN_Document& document) {
+        std::multimap<int, CN_LevelEntity::Vector> places;
+        CN_PreIterator it = document.accessLevel()->createIterator();
+        for (it.begin(); !it.end(); ++it)
+            places.emplace((*it)->getEntityId(), (*it)->getWorldPosition());
+        std::vector<bool> isKnown{true};
+        for (std::size_t i = 1; i < keep.size(); ++i) {
+            const Stored& entity = sample.entities[i];
+            isKnown.push_back(isKnown[static_cast<std::size_t>(entity.parent)] &&
+                              !damage.touches(entity.begin, entity.commonEnd));
+            if (!keep[i] || !isKnown[i] || entity.isNode()) // a node stands where its polygons do
+                continue;
+            const auto [first, last] = places.equal_range(entity.kind);
+            const auto found = std::find_if(
+                first, last, [&](const auto& placed) { return (placed.second - entity.place).length() < 1e-9; });
+            EXPECT_TRUE(found != last) << entity.path;
+            if (found != last)
+                places.erase(found);
+        }
+    }
+
+    /// Nothing has changed in entities that are kept but what has to do with others that are lost, and places of those that stand
+    /// below another parent now.
+    void checkContent(const Sample& sample, const std::vector<bool>& keep, CN_Document& document) {
+        std::set<std::string> lost, moved;
+        for (std::size_t i = 0; i < keep.size(); ++i)
+            if (!keep[i])
+                lost.insert(sample.entities[i].path);
+        const bool isOpen = isPartnerLost(sample, keep);
+        const std::unique_ptr<CN_Document> original = m_session.createDocument();
+        CN_LevelFile::load(*original, sample.bytes);
+        for (const LevelChange& change : compareLevels(*original, document)) {
+            if (change.kind == LevelChange::MOVED)
+                moved.insert(change.entity.value());
+            if (change.kind != LevelChange::CHANGED || !change.entity || lost.contains(*change.entity) ||
+                change.what == "order of children")
+                continue;
+            const auto isAbout = [&](const char* noun, const char* part) {
+                return change.what.starts_with(noun) && change.what.ends_with(part);
+            };
+            const std::string to = change.to.value_or("");
+            const bool isPlace = moved.contains(*change.entity) && (isAbout("position", "") || isAbout("rotation", ""));
+            const bool isMessage = isAbout("message ", "refers to") ? to.starts_with("::Recovered::")
+                                                                    : isAbout("message ", "") && to.starts_with('#');
+            const bool isWall = isOpen && (isAbout("polygon ", " mode") || isAbout("polygon ", " material") ||
+                                           isAbout("polygon ", " exit"));
+            EXPECT_TRUE(isPlace || isMessage || isWall)
+                << *change.entity << " " << change.what << ": " << change.from.value_or("-") << " -> " << to;
+        }
+    }
+
     /// Leaves the level as a seed for the fuzz target where a run of all tests asks for them.
     static void keepSeed(Bytes bytes) {
         if (const char* const folder = std::getenv("CAIRN_FUZZ_SEED_DIR")) {
@@ -255,6 +316,7 @@ TEST_F(Recover, ADamagedChunkCostsTheEntityThatItBelongsTo) {
                 const std::vector<bool> keep = mustKeep(sample, {{at}});
                 const auto expected = std::count(keep.begin(), keep.end(), true);
                 EXPECT_EQ(check(sample, {{at}}), static_cast<double>(expected) / static_cast<double>(keep.size()));
+                checkContent(sample, keep, *salvage(Damage{{at}}.applied(sample.bytes)).document);
             }
 }
 
