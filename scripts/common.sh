@@ -25,3 +25,17 @@ missing_of() {
         is_installed "$package" || printf '%s\n' "$package"
     done
 }
+
+# require PACKAGE...: installs what a script needs beyond scripts/setup; ends the script where it is missing and cannot be
+# installed.
+require() {
+    local missing
+    mapfile -t missing < <(missing_of "$@")
+    [[ ${#missing[@]} -gt 0 ]] || return 0
+    if [[ "$(id -u)" -ne 0 ]]; then
+        echo "$(basename "$0"): not installed: ${missing[*]}; run it as root once" >&2
+        exit 1
+    fi
+    apt-get update -q
+    DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
+}
