@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
-// Any bytes are the animations of an entity or an exception; animations come back from their save as they were, and can be
-// asked for any time. Seeds are the stored forms.
+// Any bytes are the animations of an entity or an exception; animations come back from their save as they were, copies are
+// saved alike, and can be asked for any time. Seeds are the stored forms.
 
 namespace {
 
@@ -32,6 +32,11 @@ void play(const CN_MeshAnimations& animations) {
             animation->getMatrixAt(static_cast<float>(animation->getLength() * part));
 }
 
+void requireEqual(const F_MemoryFile& a, const F_MemoryFile& b) {
+    if (a.getSize() != b.getSize() || std::memcmp(a.getAddress(), b.getAddress(), a.getSize()) != 0)
+        std::abort();
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -39,13 +44,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!load(animation, data, size))
         return 0;
     play(*animation.getAnimations());
-    F_MemoryFile saved, savedAgain;
+    F_MemoryFile saved, savedAgain, savedCopy;
     animation.saveAnimations(saved);
+    CN_Animation copy(animation);
+    play(*copy.getAnimations());
+    copy.saveAnimations(savedCopy);
+    requireEqual(saved, savedCopy);
     if (!load(again, saved.getAddress(), saved.getSize()))
         std::abort();
     again.saveAnimations(savedAgain);
-    if (saved.getSize() != savedAgain.getSize() ||
-        std::memcmp(saved.getAddress(), savedAgain.getAddress(), saved.getSize()) != 0)
-        std::abort();
+    requireEqual(saved, savedAgain);
     return 0;
 }

@@ -38,12 +38,22 @@ template <class Light> void saveTwice(Light& light) {
         std::abort();
 }
 
-void mapPixels(const CN_LightmapPool& pool) {
-    I_Color out;
+/// Shows a copy of each of the first lightmaps, which then takes what is shown.
+void showCopies(const CN_LightmapPool& pool) {
     for (unsigned long id = 0; id < pool.getNextFreeID() && id < 16; ++id)
-        if (const CN_Lightmap* lightmap = pool.getLightmap(id))
-            for (std::size_t i = 0; i < lightmap->getPixelCount(); ++i)
-                pool.getLightmapCurve().mapColor(out, lightmap->getPixels()[i]);
+        if (const CN_Lightmap* lightmap = pool.getLightmap(id); lightmap && lightmap->getPixelCount() > 0) {
+            CN_Lightmap copy(*lightmap);
+            I_Image* const image = copy.getImage(&pool.getLightmapCurve());
+            copy.set8BitMap(*image);
+            copy.freeImage(image);
+            for (int x = 0; x < copy.width(); ++x)
+                copy.setPixel(x, 0, copy.getPixel(x, copy.height() - 1));
+            try {
+                copy.getRenderTexture(&pool.getLightmapCurve());
+            } catch (F_Exception* e) { // the device takes no such size
+                e->Delete();
+            }
+        }
 }
 
 void sampleAround(const CN_VolumeLighting& lighting) {
@@ -57,7 +67,7 @@ void sampleAround(const CN_VolumeLighting& lighting) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     CN_LightmapPool pool;
     if (load(pool, data, size)) {
-        mapPixels(pool);
+        showCopies(pool);
         saveTwice(pool);
     }
     CN_VolumeLighting lighting;

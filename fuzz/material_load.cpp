@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 // Any bytes are a list of textures with materials of them or an exception; what is loaded comes back from its save as it
 // was, and every reference that a material holds is counted. Seeds are lists of textures with the materials behind them.
@@ -50,6 +51,20 @@ void require(bool holds) {
         std::abort();
 }
 
+/// Copies of all textures are equal to them and show the same.
+void copyTextures(const CN_TextureList& textures) {
+    CN_TextureList copies;
+    for (const CN_Texture& texture : textures.list()) {
+        copies.add(&texture);
+        const CN_Texture* const copy = copies.get(texture.name());
+        require(copy && (*copy == texture || textures.get(texture.name()) != &texture));
+        if (texture.getWidth() > 0) {
+            const std::unique_ptr<I_Image> image(copy->getImage());
+            require(copy->getWidth() == image->getWidth() && copy->getHeight() == image->getHeight());
+        }
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -66,6 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     require(loaded.countReferences() == loaded.countSlots());
+    copyTextures(loaded.textures);
     F_MemoryFile saved, savedAgain;
     loaded.save(saved);
     again.load(saved.getAddress(), saved.getSize());
