@@ -121,27 +121,28 @@ std::string listOfCodes() {
 
 } // namespace
 
-void addCheckCommand(CLI::App& app, Command& chosen) {
+void addCheckCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<CheckOptions>();
-    CLI::App* command = app.add_subcommand("check", "Report everything wrong with levels; exit code 1 with any error");
-    command->add_option("FILE", options->files, "Level files; \"-\" for standard input where it is the only one")
-        ->required();
-    command->add_flag("--strict", options->strict, "Exit code 1 with any problem");
-    command->add_option("--ignore", options->ignored, "Leave out problems of that code")
-        ->type_name("CODE")
-        ->allow_extra_args(false)
-        ->check(refuseUnknownCode);
+    CommandSyntax command =
+        program.addCommand("check", "Report everything wrong with levels; exit code 1 with any error");
+    command.addOption("FILE", options->files, "Level files; \"-\" for standard input where it is the only one")
+        .required();
+    command.addFlag("--strict", options->strict, "Exit code 1 with any problem");
+    command.addOption("--ignore", options->ignored, "Leave out problems of that code")
+        .typeName("CODE")
+        .oneEachTime()
+        .check(refuseUnknownCode);
     command
-        ->add_option("--catalogue", options->catalogue,
-                     "Message catalogue to check machines against; else messages.txt here, or the one that ships")
-        ->type_name("FILE")
-        ->check(refuseStandardStream);
-    command->footer(listOfCodes());
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addForce(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runCheck, chosen);
+        .addOption("--catalogue", options->catalogue,
+                   "Message catalogue to check machines against; else messages.txt here, or the one that ships")
+        .typeName("FILE")
+        .check(refuseStandardStream);
+    command.setFooter(listOfCodes());
+    options->addJson(command);
+    options->addContent(command);
+    options->addForce(command);
+    options->addQuiet(command);
+    onChosen(command, options, runCheck, chosen);
 }
 
 } // namespace cairn::host

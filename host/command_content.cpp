@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 namespace cairn::host {
 
@@ -56,11 +55,13 @@ bool isReadable(const std::string& file) {
     }
 }
 
-/// Opens the database to add to it. A sound one that may not be written is an output that cannot be written.
+/// Opens the database to add to it. One that can be read, and nothing more, is an output that cannot be written.
 std::unique_ptr<Y_SharedDBWriter> openWriter(const std::string& file) {
-    const bool readOnly = ::access(file.c_str(), W_OK) != 0 && isReadable(file);
-    return withFailure(readOnly ? ExitCode::OUTPUT : ExitCode::INPUT, file,
-                       [&] { return std::make_unique<Y_SharedDBWriter>(file); });
+    try {
+        return std::make_unique<Y_SharedDBWriter>(file);
+    } catch (F_Exception*) {
+        rethrowAsFailure(isReadable(file) ? ExitCode::OUTPUT : ExitCode::INPUT, file);
+    }
 }
 
 ExitCode runAdd(const ContentOptions& options, Console&) {
@@ -106,38 +107,38 @@ std::string refuseUnknownKind(const std::string& word) {
 
 using Run = ExitCode (*)(const ContentOptions&, Console&);
 
-CLI::App* addCommand(CLI::App& content, const char* name, const char* description, Run run, Command& chosen,
-                     const std::shared_ptr<ContentOptions>& options) {
-    CLI::App* command = content.add_subcommand(name, description);
-    command->add_option("DB", options->file, "File of the content database")->required()->check(refuseStandardStream);
-    options->addQuiet(*command);
-    onChosen(*command, options, run, chosen);
+CommandSyntax addCommand(CommandSyntax content, const char* name, const char* description, Run run, Command& chosen,
+                         const std::shared_ptr<ContentOptions>& options) {
+    CommandSyntax command = content.addCommand(name, description);
+    command.addOption("DB", options->file, "File of the content database").required().check(refuseStandardStream);
+    options->addQuiet(command);
+    onChosen(command, options, run, chosen);
     return command;
 }
 
 } // namespace
 
-void addContentCommand(CLI::App& app, Command& chosen) {
-    CLI::App* content = app.add_subcommand("content", "Make, fill and list a content database");
-    content->require_subcommand(1);
+void addContentCommand(CommandSyntax& program, Command& chosen) {
+    CommandSyntax content = program.addCommand("content", "Make, fill and list a content database");
+    content.requireCommand();
     const auto options = std::make_shared<ContentOptions>();
-    addCommand(*content, "create",
-               "Make an empty content database; replaces a content database, refuses any other file", runCreate, chosen,
-               options);
+    addCommand(content, "create", "Make an empty content database; replaces a content database, refuses any other file",
+               runCreate, chosen, options);
 
-    CLI::App* add = addCommand(*content, "add", "Add names of one kind, all or none", runAdd, chosen, options);
-    add->add_option("KIND", options->kind, "What the names are of: level-item, skin, flare, ...")
-        ->required()
-        ->check(refuseUnknownKind);
-    add->add_option("NAME", options->names, "Names to add")->required();
-    add->add_option("--skin", options->skin, "Skin that animations belong to, by default the first")->type_name("NAME");
-    add->add_option("--draw", options->draw, "Whether polygons of a surface material are seen, by default yes")
-        ->type_name("yes|no")
-        ->check(CLI::IsMember({"yes", "no"}));
+    CommandSyntax add = addCommand(content, "add", "Add names of one kind, all or none", runAdd, chosen, options);
+    add.addOption("KIND", options->kind, "What the names are of: level-item, skin, flare, ...")
+        .required()
+        .check(refuseUnknownKind);
+    add.addOption("NAME", options->names, "Names to add").required();
+    add.addOption("--skin", options->skin, "Skin that animations belong to, by default the first").typeName("NAME");
+    add.addOption("--draw", options->draw, "Whether polygons of a surface material are seen, by default yes")
+        .typeName("yes|no")
+        .oneOf({"yes", "no"});
 
-    CLI::App* list = addCommand(*content, "list", "Show the names, of all kinds or of one", runList, chosen, options);
-    list->add_option("KIND", options->kind, "Kind to show")->check(refuseUnknownKind);
-    options->addJson(*list);
+    CommandSyntax list =
+        addCommand(content, "list", "Show the names, of all kinds or of one", runList, chosen, options);
+    list.addOption("KIND", options->kind, "Kind to show").check(refuseUnknownKind);
+    options->addJson(list);
 }
 
 } // namespace cairn::host

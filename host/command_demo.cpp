@@ -199,14 +199,14 @@ ExitCode runDemo(const DemoOptions& options, Console& console) {
 
 } // namespace
 
-void addDemoCommand(CLI::App& app, Command& chosen) {
+void addDemoCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<DemoOptions>();
-    CLI::App* command = app.add_subcommand("demo", "Do the main job end to end on bundled input, one line a step");
-    command->add_option("--out", options->folder, "Folder for the files, by default cairn-demo")
-        ->type_name("DIR")
-        ->check(refuseStandardStream);
-    options->addQuiet(*command);
-    onChosen(*command, options, runDemo, chosen);
+    CommandSyntax command = program.addCommand("demo", "Do the main job end to end on bundled input, one line a step");
+    command.addOption("--out", options->folder, "Folder for the files, by default cairn-demo")
+        .typeName("DIR")
+        .check(refuseStandardStream);
+    options->addQuiet(command);
+    onChosen(command, options, runDemo, chosen);
 }
 
 } // namespace cairn::host

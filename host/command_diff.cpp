@@ -129,19 +129,19 @@ ExitCode runDiff(const DiffOptions& options, Console& console) {
 
 } // namespace
 
-void addDiffCommand(CLI::App& app, Command& chosen) {
+void addDiffCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<DiffOptions>();
-    CLI::App* command = app.add_subcommand("diff", "Show what differs between two levels");
-    command->footer(
+    CommandSyntax command = program.addCommand("diff", "Show what differs between two levels");
+    command.setFooter(
         "Entities are known by name, and where that is gone by likeness: a room that was renamed is one "
         "change, and so is\none that was moved elsewhere. For each other entity follows what of it has changed. "
         "Nothing is printed for equal\nlevels. Exit codes: 0 equal, 1 not.");
-    command->add_option("A", options->first, "Level file; \"-\" for standard input")->required();
-    command->add_option("B", options->second, "Level file to compare it with; \"-\" for standard input")->required();
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runDiff, chosen);
+    command.addOption("A", options->first, "Level file; \"-\" for standard input").required();
+    command.addOption("B", options->second, "Level file to compare it with; \"-\" for standard input").required();
+    options->addJson(command);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runDiff, chosen);
 }
 
 } // namespace cairn::host

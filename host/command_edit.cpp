@@ -99,34 +99,24 @@ std::string listOfCommands() {
     return list;
 }
 
-/// Lets the help be that of one edit command, where the word that stands in the file's place names one.
-void addHelpOnCommands(CLI::App& command) {
-    const std::shared_ptr<CLI::FormatterBase> usual = command.get_formatter();
-    command.formatter_fn([usual](const CLI::App* app, std::string name, CLI::AppFormatMode mode) {
-        const auto& words = app->get_option("FILE")->results();
-        const std::string text = words.empty() ? "" : describeEditCommand(words.front());
-        return text.empty() ? usual->make_help(app, std::move(name), mode) : text;
-    });
-}
-
 } // namespace
 
-void addEditCommand(CLI::App& app, Command& chosen) {
+void addEditCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<EditOptions>();
-    CLI::App* command = app.add_subcommand("edit", "Run edit commands on a level and save it");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    command->add_option("-c,--command", options->commands, "One command; may be given several times")
-        ->type_name("COMMAND")
-        ->allow_extra_args(false);
-    command->add_option("--script", options->script, "File of commands, one a line")
-        ->type_name("FILE")
-        ->check(refuseStandardStream);
-    command->footer(listOfCommands());
-    addHelpOnCommands(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runEdit, chosen);
+    CommandSyntax command = program.addCommand("edit", "Run edit commands on a level and save it");
+    addLevel(command, options->file);
+    addOutput(command, options->output);
+    command.addOption("-c,--command", options->commands, "One command; may be given several times")
+        .typeName("COMMAND")
+        .oneEachTime();
+    command.addOption("--script", options->script, "File of commands, one a line")
+        .typeName("FILE")
+        .check(refuseStandardStream);
+    command.setFooter(listOfCommands());
+    command.setHelpOn("FILE", describeEditCommand);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runEdit, chosen);
 }
 
 } // namespace cairn::host

@@ -87,21 +87,21 @@ ExitCode runExplain(const ExplainOptions& options, Console& console) {
 
 } // namespace
 
-void addExplainCommand(CLI::App& app, Command& chosen) {
+void addExplainCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<ExplainOptions>();
-    CLI::App* command = app.add_subcommand("explain", "Say why an exit hangs or a mesh is open");
-    command->footer(
+    CommandSyntax command = program.addCommand("explain", "Say why an exit hangs or a mesh is open");
+    command.setFooter(
         "NAME is a mesh, a portal, or a polygon as ENTITY#INDEX. Each finding has its place in the world.\n"
         "Of an exit: the stretches of its contour that lie on no polygon, the polygons that it touches, and how "
         "it and its\npartner differ. Of a mesh: the edges along which it is not closed, the nearest edge that "
         "might close each, and what\nis wrong with its exits. Of a polygon that is no exit: its open edges.\nExit "
         "code 1 where something is wrong.");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    command->add_option("NAME", options->name, "A qualified name, @N as in tree --json, or ENTITY#INDEX")->required();
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runExplain, chosen);
+    addLevel(command, options->file);
+    command.addOption("NAME", options->name, "A qualified name, @N as in tree --json, or ENTITY#INDEX").required();
+    options->addJson(command);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runExplain, chosen);
 }
 
 } // namespace cairn::host

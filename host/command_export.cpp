@@ -201,29 +201,28 @@ ExitCode runExport(const ExportOptions& options, Console& console) {
 
 } // namespace
 
-void addExportCommand(CLI::App& app, Command& chosen) {
+void addExportCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<ExportOptions>();
-    CLI::App* command = app.add_subcommand("export", "Write a level's geometry, or its state machines");
-    command->footer(DETAILS);
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    command->add_option("--format", options->format, "Format of the output where its ending does not tell")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember(formatNames()));
-    command->add_option("--filter", options->filter,
-                        "Export what has this text in its name (in .xml in its line), in any case of its letters");
+    CommandSyntax command = program.addCommand("export", "Write a level's geometry, or its state machines");
+    command.setFooter(DETAILS);
+    addLevel(command, options->file);
+    addOutput(command, options->output);
+    command.addOption("--format", options->format, "Format of the output where its ending does not tell")
+        .typeName("FORMAT")
+        .oneOf(formatNames());
+    command.addOption("--filter", options->filter,
+                      "Export what has this text in its name (in .xml in its line), in any case of its letters");
     command
-        ->add_option("--select", options->names,
-                     "Export this entity (a qualified name, or @N as in tree --json) and all below it; may be repeated")
-        ->type_name("NAME")
-        ->take_all()
-        ->expected(1);
-    command->add_flag("--selection-only", options->selectionOnly,
-                      "Export what is selected in the level; with --select, what that names instead");
-    options->addContent(*command);
-    options->addForce(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runExport, chosen);
+        .addOption("--select", options->names,
+                   "Export this entity (a qualified name, or @N as in tree --json) and all below it; may be repeated")
+        .typeName("NAME")
+        .repeatable();
+    command.addFlag("--selection-only", options->selectionOnly,
+                    "Export what is selected in the level; with --select, what that names instead");
+    options->addContent(command);
+    options->addForce(command);
+    options->addQuiet(command);
+    onChosen(command, options, runExport, chosen);
 }
 
 } // namespace cairn::host

@@ -161,21 +161,21 @@ ExitCode runFsm(const FsmOptions& options, Console& console) {
 
 } // namespace
 
-void addFsmCommand(CLI::App& app, Command& chosen) {
+void addFsmCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<FsmOptions>();
-    CLI::App* command = app.add_subcommand("fsm", "Show state machines: their states, handlers and messages");
-    command->footer("As text each handler has its lists in the order in which they are sent: before, in the state, "
-                    "after. In the graph an\narrow is a message, from the state or entity that sends it to the state "
-                    "or entity it goes to; draw it with\n\"dot -Tsvg\".");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    command->add_option("ENTITY", options->entity,
-                        "The machine of this entity alone: a qualified name, or @N as in tree --json");
-    CLI::Option* const dot = command->add_flag("--dot", options->dot, "A Graphviz digraph instead of text");
-    options->addJson(*command);
-    command->get_option("--json")->excludes(dot);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runFsm, chosen);
+    CommandSyntax command = program.addCommand("fsm", "Show state machines: their states, handlers and messages");
+    command.setFooter("As text each handler has its lists in the order in which they are sent: before, in the state, "
+                      "after. In the graph an\narrow is a message, from the state or entity that sends it to the state "
+                      "or entity it goes to; draw it with\n\"dot -Tsvg\".");
+    addLevel(command, options->file);
+    command.addOption("ENTITY", options->entity,
+                      "The machine of this entity alone: a qualified name, or @N as in tree --json");
+    OptionSyntax dot = command.addFlag("--dot", options->dot, "A Graphviz digraph instead of text");
+    options->addJson(command);
+    command.getOption("--json").excludes(dot);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runFsm, chosen);
 }
 
 } // namespace cairn::host

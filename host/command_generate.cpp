@@ -39,24 +39,25 @@ std::string refuseBadSeed(const std::string& text) {
 
 } // namespace
 
-void addGenerateCommand(CLI::App& app, Command& chosen) {
+void addGenerateCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<GenerateOptions>();
-    CLI::App* command = app.add_subcommand("generate", "Make a level of any size for tests and timings");
-    command->add_option("--rooms", options->rooms, "How many rooms it has")
-        ->type_name("N")
-        ->required()
-        ->check(CLI::Range(1, MAX_GENERATED_ROOMS));
-    command->add_option("--seed", options->seed, "What chance begins with, from 0 on: the same gives the same level")
-        ->type_name("S")
-        ->required()
-        ->check(refuseBadSeed);
-    addOutput(*command, options->output);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    command->footer("The rooms are closed and stand on a grid: boxes, L-shaped rooms and rooms with a ramp, some with\n"
-                    "pillars, each with a light and some with a trigger, whose state machines\n"
-                    "speak to those behind the doors.");
-    onChosen(*command, options, runGenerate, chosen);
+    CommandSyntax command = program.addCommand("generate", "Make a level of any size for tests and timings");
+    command.addOption("--rooms", options->rooms, "How many rooms it has")
+        .typeName("N")
+        .required()
+        .between(1, MAX_GENERATED_ROOMS);
+    command.addOption("--seed", options->seed, "What chance begins with, from 0 on: the same gives the same level")
+        .typeName("S")
+        .required()
+        .check(refuseBadSeed);
+    addOutput(command, options->output);
+    options->addContent(command);
+    options->addQuiet(command);
+    command.setFooter(
+        "The rooms are closed and stand on a grid: boxes, L-shaped rooms and rooms with a ramp, some with\n"
+        "pillars, each with a light and some with a trigger, whose state machines\n"
+        "speak to those behind the doors.");
+    onChosen(command, options, runGenerate, chosen);
 }
 
 } // namespace cairn::host

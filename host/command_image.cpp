@@ -78,16 +78,16 @@ ExitCode runImage(const ImageOptions& options, Console& console) {
 
 } // namespace
 
-void addImageCommand(CLI::App& app, Command& chosen) {
+void addImageCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<ImageOptions>();
-    CLI::App* command = app.add_subcommand("image", "Decode an image file and write it as PNG, pixel for pixel");
-    command->add_option("IN", options->source, "Image file; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    command->add_option("--format", options->format, "Format of the image where its ending does not tell")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"tga", "jpg", "jpeg", "pcx", "scx", "png", "bmp"}));
-    options->addQuiet(*command);
-    onChosen(*command, options, runImage, chosen);
+    CommandSyntax command = program.addCommand("image", "Decode an image file and write it as PNG, pixel for pixel");
+    command.addOption("IN", options->source, "Image file; \"-\" for standard input").required();
+    addOutput(command, options->output);
+    command.addOption("--format", options->format, "Format of the image where its ending does not tell")
+        .typeName("FORMAT")
+        .oneOf({"tga", "jpg", "jpeg", "pcx", "scx", "png", "bmp"});
+    options->addQuiet(command);
+    onChosen(command, options, runImage, chosen);
 }
 
 } // namespace cairn::host

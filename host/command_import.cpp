@@ -143,28 +143,28 @@ std::string refuseBadScale(const std::string& text) {
 
 } // namespace
 
-void addImportCommand(CLI::App& app, Command& chosen) {
+void addImportCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<ImportOptions>();
-    CLI::App* command = app.add_subcommand("import", "Make a level of a Quake-family .map or a Wavefront .obj");
-    command->add_option("SOURCE", options->source, "File to import; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    command->add_option("--format", options->format, "Format of the source where its ending does not tell")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"map", "obj"}));
+    CommandSyntax command = program.addCommand("import", "Make a level of a Quake-family .map or a Wavefront .obj");
+    command.addOption("SOURCE", options->source, "File to import; \"-\" for standard input").required();
+    addOutput(command, options->output);
+    command.addOption("--format", options->format, "Format of the source where its ending does not tell")
+        .typeName("FORMAT")
+        .oneOf({"map", "obj"});
     command
-        ->add_option("--scale", options->scale,
-                     "Units of the level to one of the source, by default 1/32 for a .map and 1 for a .obj")
-        ->type_name("S")
-        ->check(refuseBadScale);
-    command->add_option("--textures", options->textures, "Folder with the image files that the source names")
-        ->type_name("DIR")
-        ->check(refuseStandardStream);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    command->footer("Of a .map, `targetname` and `target` become messages: whoever has a target sends it the event "
-                    "\"Activate\", and\n"
-                    "sends that to itself when it is touched, or dies. A killtarget is not imported.");
-    onChosen(*command, options, runImport, chosen);
+        .addOption("--scale", options->scale,
+                   "Units of the level to one of the source, by default 1/32 for a .map and 1 for a .obj")
+        .typeName("S")
+        .check(refuseBadScale);
+    command.addOption("--textures", options->textures, "Folder with the image files that the source names")
+        .typeName("DIR")
+        .check(refuseStandardStream);
+    options->addContent(command);
+    options->addQuiet(command);
+    command.setFooter("Of a .map, `targetname` and `target` become messages: whoever has a target sends it the event "
+                      "\"Activate\", and\n"
+                      "sends that to itself when it is touched, or dies. A killtarget is not imported.");
+    onChosen(command, options, runImport, chosen);
 }
 
 } // namespace cairn::host

@@ -157,15 +157,15 @@ ExitCode runInfo(const InfoOptions& options, Console& console) {
 
 } // namespace
 
-void addInfoCommand(CLI::App& app, Command& chosen) {
+void addInfoCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App* command = app.add_subcommand("info", "Count what a level holds");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addForce(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runInfo, chosen);
+    CommandSyntax command = program.addCommand("info", "Count what a level holds");
+    addLevel(command, options->file);
+    options->addJson(command);
+    options->addContent(command);
+    options->addForce(command);
+    options->addQuiet(command);
+    onChosen(command, options, runInfo, chosen);
 }
 
 } // namespace cairn::host

@@ -3,8 +3,6 @@
 #include "host/commands.h"
 #include "host/failure.h"
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 #include <string>
 
@@ -19,27 +17,29 @@ struct CommonOptions {
 
     /// Each adds its option to the command.
     /// @{
-    void addQuiet(CLI::App& command);
-    void addJson(CLI::App& command);
-    void addForce(CLI::App& command);
-    void addContent(CLI::App& command);
+    void addQuiet(CommandSyntax& command);
+    void addJson(CommandSyntax& command);
+    void addForce(CommandSyntax& command);
+    void addContent(CommandSyntax& command);
     /// @}
 };
 
 /// A check of an option: refuses "-", which names neither a database nor a folder.
 std::string refuseStandardStream(const std::string& path);
 
+/// Adds the argument FILE, a level, which must be given.
+void addLevel(CommandSyntax& command, std::string& file);
 /// Adds the option `-o OUT`, which must be given.
-void addOutput(CLI::App& command, std::string& output);
+void addOutput(CommandSyntax& command, std::string& output);
 
 /// Writes the one JSON document of a command whose answer is no before it has any other.
 void answerNo(const Failure& failure, Console& console);
 
 /// Makes `run`, with the options as they are parsed by then, what `chosen` holds where the user gives this command.
 template <class Options>
-void onChosen(CLI::App& command, const std::shared_ptr<Options>& options, ExitCode (*run)(const Options&, Console&),
-              Command& chosen) {
-    command.callback([options, run, &chosen] {
+void onChosen(CommandSyntax& command, const std::shared_ptr<Options>& options,
+              ExitCode (*run)(const Options&, Console&), Command& chosen) {
+    command.onGiven([options, run, &chosen] {
         chosen = [options, run](Console& console) {
             console.setQuiet(options->quiet);
             try {

@@ -107,20 +107,19 @@ ExitCode runMeasure(const MeasureOptions& options, Console& console) {
 
 } // namespace
 
-void addMeasureCommand(CLI::App& app, Command& chosen) {
+void addMeasureCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<MeasureOptions>();
-    CLI::App* command =
-        app.add_subcommand("measure", "Show each mesh's area, volume and box, and whether it is closed");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    command->add_option("ENTITY", options->entity,
-                        "Qualified name or @NUMBER of the entity at the top of what is shown");
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    command->footer(
+    CommandSyntax command =
+        program.addCommand("measure", "Show each mesh's area, volume and box, and whether it is closed");
+    addLevel(command, options->file);
+    command.addOption("ENTITY", options->entity, "Qualified name or @NUMBER of the entity at the top of what is shown");
+    options->addJson(command);
+    options->addContent(command);
+    options->addQuiet(command);
+    command.setFooter(
         "Lengths are units of the level. Vertices are those in use; the area is that of all polygons, exits\n"
         "included; only a closed mesh has a volume, positive whichever way it faces; the box is the world's.");
-    onChosen(*command, options, runMeasure, chosen);
+    onChosen(command, options, runMeasure, chosen);
 }
 
 } // namespace cairn::host

@@ -21,14 +21,15 @@ ExitCode runNew(const NewOptions& options, Console& console) {
 
 } // namespace
 
-void addNewCommand(CLI::App& app, Command& chosen) {
+void addNewCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<NewOptions>();
-    CLI::App* command = app.add_subcommand("new", "Make a fresh level: a root \"World_Group\" with a child \"player\"");
-    command->add_option("OUT", options->output, "File to write, replaced if it exists; \"-\" for standard output")
-        ->required();
-    command->add_option("--build", options->build, "The build that the level names as its maker")->type_name("TEXT");
-    options->addQuiet(*command);
-    onChosen(*command, options, runNew, chosen);
+    CommandSyntax command =
+        program.addCommand("new", "Make a fresh level: a root \"World_Group\" with a child \"player\"");
+    command.addOption("OUT", options->output, "File to write, replaced if it exists; \"-\" for standard output")
+        .required();
+    command.addOption("--build", options->build, "The build that the level names as its maker").typeName("TEXT");
+    options->addQuiet(command);
+    onChosen(command, options, runNew, chosen);
 }
 
 } // namespace cairn::host

@@ -72,17 +72,17 @@ ExitCode runRecover(const RecoverOptions& options, Console& console) {
 
 } // namespace
 
-void addRecoverCommand(CLI::App& app, Command& chosen) {
+void addRecoverCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<RecoverOptions>();
-    CLI::App* command =
-        app.add_subcommand("recover", "Save what is whole of a damaged level; exit code 1 with any loss");
-    command->add_option("FILE", options->file, "Level file, damaged or not; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    command->footer("What has lost its parent stands below the entity \"Recovered\" at the root.");
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runRecover, chosen);
+    CommandSyntax command =
+        program.addCommand("recover", "Save what is whole of a damaged level; exit code 1 with any loss");
+    command.addOption("FILE", options->file, "Level file, damaged or not; \"-\" for standard input").required();
+    addOutput(command, options->output);
+    command.setFooter("What has lost its parent stands below the entity \"Recovered\" at the root.");
+    options->addJson(command);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runRecover, chosen);
 }
 
 } // namespace cairn::host

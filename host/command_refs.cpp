@@ -89,18 +89,18 @@ ExitCode runRefs(const RefsOptions& options, Console& console) {
 
 } // namespace
 
-void addRefsCommand(CLI::App& app, Command& chosen) {
+void addRefsCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<RefsOptions>();
-    CLI::App* command = app.add_subcommand("refs", "Show the messages of state machines that name an entity");
-    command->footer("Each message whose target or argument is the entity, or that names the exit of a portal: the "
-                    "entity that sends it, the handler, the "
-                    "list in that\n(before, after or state:NAME) with the message's place from 0, and the line.");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    command->add_option("ENTITY", options->entity, "A qualified name, or @N as in tree --json")->required();
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runRefs, chosen);
+    CommandSyntax command = program.addCommand("refs", "Show the messages of state machines that name an entity");
+    command.setFooter("Each message whose target or argument is the entity, or that names the exit of a portal: the "
+                      "entity that sends it, the handler, the "
+                      "list in that\n(before, after or state:NAME) with the message's place from 0, and the line.");
+    addLevel(command, options->file);
+    command.addOption("ENTITY", options->entity, "A qualified name, or @N as in tree --json").required();
+    options->addJson(command);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runRefs, chosen);
 }
 
 } // namespace cairn::host

@@ -123,28 +123,28 @@ ExitCode runRender(const RenderOptions& options, Console& console) {
 
 } // namespace
 
-void addRenderCommand(CLI::App& app, Command& chosen) {
+void addRenderCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<RenderOptions>();
-    CLI::App* command = app.add_subcommand("render", "Draw a picture of a level without a graphics card");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    command->add_option("--format", options->format, "Format of the picture where its ending does not tell")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"png", "svg"}));
-    CLI::Option* from = command->add_option("--from", options->from, "Where the viewer stands")->type_name("X Y Z");
-    CLI::Option* to = command->add_option("--to", options->to, "What the viewer looks at")->type_name("X Y Z");
-    from->expected(3)->needs(to);
-    to->expected(3)->needs(from);
+    CommandSyntax command = program.addCommand("render", "Draw a picture of a level without a graphics card");
+    addLevel(command, options->file);
+    addOutput(command, options->output);
+    command.addOption("--format", options->format, "Format of the picture where its ending does not tell")
+        .typeName("FORMAT")
+        .oneOf({"png", "svg"});
+    OptionSyntax from = command.addOption("--from", options->from, "Where the viewer stands").typeName("X Y Z");
+    OptionSyntax to = command.addOption("--to", options->to, "What the viewer looks at").typeName("X Y Z");
+    from.expected(3).needs(to);
+    to.expected(3).needs(from);
     command
-        ->add_flag("--top", options->top,
-                   "A floor plan: from above, with the names of rooms, entities and exits and the ways between rooms")
-        ->excludes(from)
-        ->excludes(to);
-    command->add_flag("--wire", options->wire, "Draw the edges of polygons, too");
-    command->add_option("--size", options->size, "Pixels, by default 1024 768")->type_name("W H")->expected(2);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    command->footer(
+        .addFlag("--top", options->top,
+                 "A floor plan: from above, with the names of rooms, entities and exits and the ways between rooms")
+        .excludes(from)
+        .excludes(to);
+    command.addFlag("--wire", options->wire, "Draw the edges of polygons, too");
+    command.addOption("--size", options->size, "Pixels, by default 1024 768").typeName("W H").expected(2);
+    options->addContent(command);
+    options->addQuiet(command);
+    command.setFooter(
         "Without --from and --to the whole level is seen from above and in front. A face is drawn in its\n"
         "material's average colour and only where its front looks at the viewer, so that one sees into a room\n"
         "from outside. Exits (green) and triggers (orange) are outlines.\n"
@@ -152,7 +152,7 @@ void addRenderCommand(CLI::App& app, Command& chosen) {
         "a level without rooms, as a .map gives, the highest solid over a floor is a roof and left out where there\n"
         "is space below it, so that one sees the floors and the tops of walls.\n"
         "Where names have no room beside each other, those of rooms come first and those of lights last.");
-    onChosen(*command, options, runRender, chosen);
+    onChosen(command, options, runRender, chosen);
 }
 
 } // namespace cairn::host

@@ -85,21 +85,21 @@ ExitCode runRooms(const RoomsOptions& options, Console& console) {
 
 } // namespace
 
-void addRoomsCommand(CLI::App& app, Command& chosen) {
+void addRoomsCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<RoomsOptions>();
-    CLI::App* command = app.add_subcommand("rooms", "Show the graph of rooms and exits");
-    command->footer(
+    CommandSyntax command = program.addCommand("rooms", "Show the graph of rooms and exits");
+    command.setFooter(
         "A room is a mesh below the root with an exit to another mesh. Each has its volume, where it is closed, and "
         "its\n"
         "exits with where they lead; a mesh that is no room is there for its exits. An exit without a portal is named\n"
         "ENTITY#INDEX. In the graph a line is a pair of exits that lead to each other; draw it with \"dot -Tsvg\".");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    CLI::Option* const dot = command->add_flag("--dot", options->dot, "A Graphviz graph instead of text");
-    options->addJson(*command);
-    command->get_option("--json")->excludes(dot);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runRooms, chosen);
+    addLevel(command, options->file);
+    OptionSyntax dot = command.addFlag("--dot", options->dot, "A Graphviz graph instead of text");
+    options->addJson(command);
+    command.getOption("--json").excludes(dot);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runRooms, chosen);
 }
 
 } // namespace cairn::host

@@ -25,15 +25,15 @@ ExitCode runSave(const SaveOptions& options, Console& console) {
 
 } // namespace
 
-void addSaveCommand(CLI::App& app, Command& chosen) {
+void addSaveCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<SaveOptions>();
-    CLI::App* command = app.add_subcommand("save", "Load a level and save it in the newest form");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    options->addContent(*command);
-    options->addForce(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runSave, chosen);
+    CommandSyntax command = program.addCommand("save", "Load a level and save it in the newest form");
+    addLevel(command, options->file);
+    addOutput(command, options->output);
+    options->addContent(command);
+    options->addForce(command);
+    options->addQuiet(command);
+    onChosen(command, options, runSave, chosen);
 }
 
 } // namespace cairn::host

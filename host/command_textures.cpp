@@ -127,20 +127,20 @@ ExitCode runTextures(const TexturesOptions& options, Console& console) {
 
 } // namespace
 
-void addTexturesCommand(CLI::App& app, Command& chosen) {
+void addTexturesCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<TexturesOptions>();
-    CLI::App* command = app.add_subcommand("textures", "List a level's textures, or extract their image files");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
+    CommandSyntax command = program.addCommand("textures", "List a level's textures, or extract their image files");
+    addLevel(command, options->file);
     command
-        ->add_option("--extract", options->folder,
-                     "Write the image file of each texture, byte for byte, to a plain name in this folder; all are on "
-                     "the disk before the first takes its place")
-        ->check(refuseStandardStream)
-        ->check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runTextures, chosen);
+        .addOption("--extract", options->folder,
+                   "Write the image file of each texture, byte for byte, to a plain name in this folder; all are on "
+                   "the disk before the first takes its place")
+        .check(refuseStandardStream)
+        .check([](const std::string& folder) { return folder.empty() ? "a folder is needed" : ""; });
+    options->addJson(command);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runTextures, chosen);
 }
 
 } // namespace cairn::host

@@ -128,16 +128,16 @@ ExitCode runThumbs(const ThumbsOptions& options, Console& console) {
 
 } // namespace
 
-void addThumbsCommand(CLI::App& app, Command& chosen) {
+void addThumbsCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<ThumbsOptions>();
-    CLI::App* command =
-        app.add_subcommand("thumbs", "Make one labelled sheet of all material thumbnails; it has room for about 6,000, "
+    CommandSyntax command =
+        program.addCommand("thumbs", "Make one labelled sheet of all material thumbnails; it has room for about 6,000, "
                                      "in few categories for 8,000");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    addOutput(*command, options->output);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runThumbs, chosen);
+    addLevel(command, options->file);
+    addOutput(command, options->output);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runThumbs, chosen);
 }
 
 } // namespace cairn::host

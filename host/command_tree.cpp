@@ -82,15 +82,15 @@ ExitCode runTree(const TreeOptions& options, Console& console) {
 
 } // namespace
 
-void addTreeCommand(CLI::App& app, Command& chosen) {
+void addTreeCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<TreeOptions>();
-    CLI::App* command = app.add_subcommand("tree", "Show the entities, one a line: indented name, kind, flags");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addForce(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runTree, chosen);
+    CommandSyntax command = program.addCommand("tree", "Show the entities, one a line: indented name, kind, flags");
+    addLevel(command, options->file);
+    options->addJson(command);
+    options->addContent(command);
+    options->addForce(command);
+    options->addQuiet(command);
+    onChosen(command, options, runTree, chosen);
 }
 
 } // namespace cairn::host

@@ -69,22 +69,23 @@ ExitCode runWhere(const WhereOptions& options, Console& console) {
 
 } // namespace
 
-void addWhereCommand(CLI::App& app, Command& chosen) {
+void addWhereCommand(CommandSyntax& program, Command& chosen) {
     const auto options = std::make_shared<WhereOptions>();
-    CLI::App* command = app.add_subcommand("where", "Show the room that holds a position, and the ways to the others");
-    command->footer("The first room in the order of the tree with the position inside, and each room that exits lead "
-                    "to from there,\n"
-                    "the nearest first, with the exits to pass. A room is a mesh below the root with an exit to "
-                    "another mesh. Exit\n"
-                    "code 1 where no room holds the position.");
-    command->add_option("FILE", options->file, "Level file; \"-\" for standard input")->required();
-    command->add_option("X", options->x, "Position in the world")->required();
-    command->add_option("Y", options->y)->required();
-    command->add_option("Z", options->z)->required();
-    options->addJson(*command);
-    options->addContent(*command);
-    options->addQuiet(*command);
-    onChosen(*command, options, runWhere, chosen);
+    CommandSyntax command =
+        program.addCommand("where", "Show the room that holds a position, and the ways to the others");
+    command.setFooter("The first room in the order of the tree with the position inside, and each room that exits lead "
+                      "to from there,\n"
+                      "the nearest first, with the exits to pass. A room is a mesh below the root with an exit to "
+                      "another mesh. Exit\n"
+                      "code 1 where no room holds the position.");
+    addLevel(command, options->file);
+    command.addOption("X", options->x, "Position in the world").required();
+    command.addOption("Y", options->y).required();
+    command.addOption("Z", options->z).required();
+    options->addJson(command);
+    options->addContent(command);
+    options->addQuiet(command);
+    onChosen(command, options, runWhere, chosen);
 }
 
 } // namespace cairn::host

@@ -1,9 +1,10 @@
 #include "cairn/foundation/exception.h"
 #include "cairn/version.h"
-#include "host/command_line.h"
+#include "host/commands.h"
+#include "host/failure.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <cstdlib>
 #include <exception>
@@ -74,7 +75,8 @@ ExitCode run(int argc, const char* const* argv, Console& console) {
     app.set_version_flag("--version", fmt::format("cairn {}", version()));
     app.require_subcommand(1);
     Command chosen;
-    addCommands(app, chosen);
+    CommandSyntax program(app);
+    addCommands(program, chosen);
     unmarkWords(app);
     std::vector<std::string> words; // the last word first, as the parser takes them
     for (int i = argc - 1; i > 0; --i)
@@ -125,30 +127,41 @@ std::terminate_handler s_usualEnd = nullptr; ///< of the language: tells of a fa
 
 } // namespace
 
-void addCommands(CLI::App& app, Command& chosen) {
-    addNewCommand(app, chosen);
-    addDemoCommand(app, chosen);
-    addInfoCommand(app, chosen);
-    addTreeCommand(app, chosen);
-    addCheckCommand(app, chosen);
-    addImportCommand(app, chosen);
-    addExportCommand(app, chosen);
-    addEditCommand(app, chosen);
-    addFsmCommand(app, chosen);
-    addRefsCommand(app, chosen);
-    addExplainCommand(app, chosen);
-    addSaveCommand(app, chosen);
-    addDiffCommand(app, chosen);
-    addMeasureCommand(app, chosen);
-    addWhereCommand(app, chosen);
-    addRoomsCommand(app, chosen);
-    addRenderCommand(app, chosen);
-    addGenerateCommand(app, chosen);
-    addRecoverCommand(app, chosen);
-    addImageCommand(app, chosen);
-    addTexturesCommand(app, chosen);
-    addThumbsCommand(app, chosen);
-    addContentCommand(app, chosen);
+void addCommands(CommandSyntax& program, Command& chosen) {
+    addNewCommand(program, chosen);
+    addDemoCommand(program, chosen);
+    addInfoCommand(program, chosen);
+    addTreeCommand(program, chosen);
+    addCheckCommand(program, chosen);
+    addImportCommand(program, chosen);
+    addExportCommand(program, chosen);
+    addEditCommand(program, chosen);
+    addFsmCommand(program, chosen);
+    addRefsCommand(program, chosen);
+    addExplainCommand(program, chosen);
+    addSaveCommand(program, chosen);
+    addDiffCommand(program, chosen);
+    addMeasureCommand(program, chosen);
+    addWhereCommand(program, chosen);
+    addRoomsCommand(program, chosen);
+    addRenderCommand(program, chosen);
+    addGenerateCommand(program, chosen);
+    addRecoverCommand(program, chosen);
+    addImageCommand(program, chosen);
+    addTexturesCommand(program, chosen);
+    addThumbsCommand(program, chosen);
+    addContentCommand(program, chosen);
+}
+
+std::vector<std::string> commandNames() {
+    CLI::App app;
+    CommandSyntax program(app);
+    Command chosen;
+    addCommands(program, chosen);
+    std::vector<std::string> names;
+    for (const CLI::App* const command : app.get_subcommands({}))
+        names.push_back(command->get_name());
+    return names;
 }
 
 void keepExitCodeWithoutMemory() { s_usualEnd = std::set_terminate(endProgram); }
@@ -171,36 +184,6 @@ int runProgram(int argc, const char* const* argv) {
     } catch (...) {
         return complain(ExitCode::INTERNAL, "internal fault", "an exception of an unknown kind");
     }
-}
-
-void CommonOptions::addQuiet(CLI::App& command) { command.add_flag("--quiet", quiet, "No notes and no progress"); }
-void CommonOptions::addJson(CLI::App& command) {
-    command.add_flag("--json", json, "One JSON document instead of text");
-}
-void CommonOptions::addForce(CLI::App& command) {
-    command.add_flag(
-        "--force", force,
-        "Go on with what was read before a fault, each child of the root whole or not at all; the exit code is 1 then");
-}
-void CommonOptions::addContent(CLI::App& command) {
-    command.add_option("--content", content, "Content database to check names against")
-        ->type_name("DB")
-        ->check(refuseStandardStream);
-}
-
-void answerNo(const Failure& failure, Console& console) {
-    console.write(nlohmann::ordered_json{{"error", failure.what()}}.dump() + '\n');
-    console.flush();
-}
-
-std::string refuseStandardStream(const std::string& path) {
-    return path == "-" ? "it cannot be standard input or output" : "";
-}
-
-void addOutput(CLI::App& command, std::string& output) {
-    command.add_option("-o,--output", output, "File to write, replaced if it exists; \"-\" for standard output")
-        ->type_name("OUT")
-        ->required();
 }
 
 } // namespace cairn::host

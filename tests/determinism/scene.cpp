@@ -15,7 +15,6 @@
 #include "tests/support/redirection.h"
 #include "tests/support/temporary_folder.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -168,12 +167,9 @@ std::string missingProgramCommand() {
     for (const std::span<const SceneStage> stages : {std::span<const SceneStage>(SCENE_STAGES), {BROKEN_STAGES}})
         for (const SceneStage& stage : stages)
             used.insert(host::readEditWords(stage.words).front());
-    CLI::App app;
-    host::Command chosen;
-    host::addCommands(app, chosen);
-    for (const CLI::App* const command : app.get_subcommands({}))
-        if (!used.contains(command->get_name()))
-            return command->get_name();
+    for (const std::string& name : host::commandNames())
+        if (!used.contains(name))
+            return name;
     return "";
 }
 
