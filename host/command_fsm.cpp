@@ -171,8 +171,7 @@ void addFsmCommand(CommandSyntax& program, Command& chosen) {
     command.addOption("ENTITY", options->entity,
                       "The machine of this entity alone: a qualified name, or @N as in tree --json");
     OptionSyntax dot = command.addFlag("--dot", options->dot, "A Graphviz digraph instead of text");
-    options->addJson(command);
-    command.getOption("--json").excludes(dot);
+    options->addJson(command).excludes(dot);
     options->addContent(command);
     options->addQuiet(command);
     onChosen(command, options, runFsm, chosen);

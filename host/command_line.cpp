@@ -5,8 +5,8 @@
 namespace cairn::host {
 
 void CommonOptions::addQuiet(CommandSyntax& command) { command.addFlag("--quiet", quiet, "No notes and no progress"); }
-void CommonOptions::addJson(CommandSyntax& command) {
-    command.addFlag("--json", json, "One JSON document instead of text");
+OptionSyntax CommonOptions::addJson(CommandSyntax& command) {
+    return command.addFlag("--json", json, "One JSON document instead of text");
 }
 void CommonOptions::addForce(CommandSyntax& command) {
     command.addFlag(

@@ -18,7 +18,7 @@ struct CommonOptions {
     /// Each adds its option to the command.
     /// @{
     void addQuiet(CommandSyntax& command);
-    void addJson(CommandSyntax& command);
+    OptionSyntax addJson(CommandSyntax& command);
     void addForce(CommandSyntax& command);
     void addContent(CommandSyntax& command);
     /// @}

@@ -95,8 +95,7 @@ void addRoomsCommand(CommandSyntax& program, Command& chosen) {
         "ENTITY#INDEX. In the graph a line is a pair of exits that lead to each other; draw it with \"dot -Tsvg\".");
     addLevel(command, options->file);
     OptionSyntax dot = command.addFlag("--dot", options->dot, "A Graphviz graph instead of text");
-    options->addJson(command);
-    command.getOption("--json").excludes(dot);
+    options->addJson(command).excludes(dot);
     options->addContent(command);
     options->addQuiet(command);
     onChosen(command, options, runRooms, chosen);

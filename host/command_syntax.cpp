@@ -80,8 +80,6 @@ OptionSyntax CommandSyntax::addFlag(const std::string& name, bool& target, const
     return OptionSyntax(*m_app->add_flag(name, target, description));
 }
 
-OptionSyntax CommandSyntax::getOption(const std::string& name) { return OptionSyntax(*m_app->get_option(name)); }
-
 void CommandSyntax::setFooter(const std::string& text) { m_app->footer(text); }
 
 void CommandSyntax::setHelpOn(const std::string& argument, std::function<std::string(const std::string& word)> help) {

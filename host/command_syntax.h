@@ -58,8 +58,6 @@ class CommandSyntax {
     template <class Target>
     OptionSyntax addOption(const std::string& name, Target& target, const std::string& description = {});
     OptionSyntax addFlag(const std::string& name, bool& target, const std::string& description);
-    /// One that was added.
-    OptionSyntax getOption(const std::string& name);
 
     /// What stands at the end of the help.
     void setFooter(const std::string& text);
