@@ -583,11 +583,11 @@ template <class T> class F_DLListArray : public F_DLListBaseArray {
     T* last() noexcept { return empty() ? nullptr : elementOf(lastNode(), placeOf(count() - 1)); }
     const T* last() const noexcept { return empty() ? nullptr : elementOf(lastNode(), placeOf(count() - 1)); }
 
-    /// Range-for walks the elements in order. Elements may be added meanwhile, none may be removed.
+    /// Range-for walks the elements in order. Elements may be added meanwhile, which it does not reach; none may be removed.
     iterator begin() noexcept { return iterator(firstNode(), 0, perNode()); }
-    iterator end() noexcept { return iterator(endNode(), placeOf(count()), perNode()); }
+    iterator end() noexcept { return iterator(nullptr, count(), perNode()); }
     const_iterator begin() const noexcept { return const_iterator(firstNode(), 0, perNode()); }
-    const_iterator end() const noexcept { return const_iterator(endNode(), placeOf(count()), perNode()); }
+    const_iterator end() const noexcept { return const_iterator(nullptr, count(), perNode()); }
 
   private:
     struct Shift {
@@ -603,7 +603,6 @@ template <class T> class F_DLListArray : public F_DLListBaseArray {
         return std::launder(reinterpret_cast<T*>(roomOf(node, place)));
     }
     unsigned perNode() const noexcept { return static_cast<unsigned>(elementsPerNode()); }
-    Node* endNode() const noexcept { return placeOf(count()) == 0 ? tailNode() : lastNode(); }
 };
 
 /// Walks an array list forward.
@@ -616,11 +615,12 @@ template <class T> template <class E> class F_DLListArray<T>::Walk {
     using reference = E&;
 
     Walk() = default;
-    Walk(Node* node, unsigned place, unsigned perNode) noexcept : m_node(node), m_place(place), m_perNode(perNode) {}
+    Walk(Node* node, int index, unsigned perNode) noexcept : m_node(node), m_index(index), m_perNode(perNode) {}
 
     E& operator*() const noexcept { return *elementOf(m_node, m_place); }
     E* operator->() const noexcept { return elementOf(m_node, m_place); }
     Walk& operator++() noexcept {
+        ++m_index;
         if (++m_place == m_perNode) {
             m_node = m_node->next;
             m_place = 0;
@@ -632,12 +632,12 @@ template <class T> template <class E> class F_DLListArray<T>::Walk {
         ++*this;
         return before;
     }
-    friend bool operator==(const Walk& a, const Walk& b) noexcept {
-        return a.m_node == b.m_node && a.m_place == b.m_place;
-    }
+    /// By the index: what was the end stays it where a node comes behind.
+    friend bool operator==(const Walk& a, const Walk& b) noexcept { return a.m_index == b.m_index; }
 
   private:
-    Node* m_node = nullptr; ///< not owned: node of the current element
+    Node* m_node = nullptr; ///< not owned: node of the current element; null at the end of the list
+    int m_index = 0;        ///< of the element in the list
     unsigned m_place = 0;   ///< its place in the node
     unsigned m_perNode = 1; ///< elements a node
 };

@@ -282,6 +282,21 @@ TEST(F_DLListInitTest, KeepsWideAlignment) {
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&list.addNew()) % 128, 0U);
 }
 
+TEST(F_DLListArrayTest, AWalkEndsWhereTheListEndedWhenItBegan) {
+    for (const int length : {7, 8, 9}) {
+        F_DLListArray<Tracked> list(4);
+        for (int i = 0; i < length; ++i)
+            list.emplace(i);
+        int walked = 0;
+        for (const Tracked& element : list) {
+            ASSERT_EQ(*element.value, walked++);
+            list.emplace(-1);
+        }
+        EXPECT_EQ(walked, length);
+        EXPECT_EQ(list.count(), 2 * length);
+    }
+}
+
 TEST(F_DLListArrayTest, GrowsAndShrinksAtTheTail) {
     for (int perNode : {0, 1, 3, 16}) {
         F_DLListArray<Tracked> list(perNode);
