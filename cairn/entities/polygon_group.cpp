@@ -115,6 +115,12 @@ void CN_LevelEntityPolygonGroup::removeAll() {
     m_polygons.clear();
 }
 
+bool CN_LevelEntityPolygonGroup::mayStandBelow(const CN_LevelEntity& parent) const {
+    const auto* const mesh = dynamic_cast<const CN_Mesh*>(&parent);
+    return std::all_of(m_polygons.begin(), m_polygons.end(),
+                       [mesh](const CN_Polygon* polygon) { return polygon->getParent() == mesh; });
+}
+
 bool CN_LevelEntityPolygonGroup::onCanAdd(int) { return false; }
 
 } // namespace cairn

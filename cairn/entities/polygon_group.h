@@ -89,6 +89,7 @@ class CN_LevelEntityPolygonGroup : public CN_VirtualNode {
 
   protected:
     bool onCanAdd(int entityId) override;
+    bool mayStandBelow(const CN_LevelEntity& parent) const override;
 
   private:
     PolygonSet m_polygons;                    ///< not owned: the members, of the parent mesh

@@ -141,6 +141,10 @@ void CN_PolygonNode::generatePolygonIndicesFromPointers() {
         m_polygonIndex = static_cast<unsigned int>(index);
 }
 
+bool CN_PolygonNode::mayStandBelow(const CN_LevelEntity& parent) const {
+    return !m_polygon || m_polygon->getParent() == dynamic_cast<const CN_Mesh*>(&parent);
+}
+
 bool CN_PolygonNode::isStorable() const {
     const auto* const mesh = dynamic_cast<const CN_Mesh*>(getParent());
     return mesh && m_polygon && mesh->findPolygonIndex(m_polygon) >= 0 && !m_polygon->getEdgeList().empty();

@@ -73,6 +73,7 @@ class CN_PolygonNode : public CN_VirtualNode {
     string findRecordFault() const override;
 
   protected:
+    bool mayStandBelow(const CN_LevelEntity& parent) const override;
     /// `indexWords` are the literal for `endOnMissingPolygon`.
     CN_PolygonNode(int entityId, int imageIndex, const char* indexWords);
     /// A copy stands on the same polygon, whose attached entity stays the one it has.

@@ -52,6 +52,20 @@ template <class Node> Node* childNamed(CN_LevelEntity& parent, const char* name)
     return dynamic_cast<Node*>(parent.hasChildNamed(name));
 }
 
+TEST(VirtualNode, StandsBelowTheMeshOfItsPolygonsAlone) {
+    NodeLevel level;
+    auto& other = dynamic_cast<CN_LevelEntityMesh&>(*test::addChild(level.root(), CN_KIND_MESH, "Other"));
+    CN_LevelEntityRadiosityLight* const light = level.addLight("L");
+    CN_LevelEntityPolygonGroup* const group = level.addGroup("G");
+    EXPECT_TRUE(other.canAdd(light) && other.canAdd(group));
+    light->setRadiosityPolygon(level.polygon(0));
+    group->addPolygon(level.polygon(2));
+    EXPECT_FALSE(other.canAdd(light) || other.canAdd(group));
+    EXPECT_TRUE(level.room.canAdd(light) && level.room.canAdd(group));
+    EXPECT_TRUE(other.addNewPolygroup(group, true)->getSet().empty());
+    EXPECT_EQ(level.room.addNewPolygroup(group, true)->getSet().size(), 1U);
+}
+
 TEST(VirtualNode, SavesThePlaceAmongThePolygonsThatAreWritten) {
     NodeLevel level;
     level.addPortal("P")->setPortalPolygon(level.polygon(2));

@@ -241,7 +241,8 @@ CN_LevelEntityPolygonGroup* CN_Mesh::addNewPolygroup(const CN_LevelEntityPolygon
     copy->clearPolygonIndices();
     if (copyMembers)
         for (CN_Polygon* const polygon : group->getSet())
-            copy->addPolygon(polygon);
+            if (polygon->getParent() == this)
+                copy->addPolygon(polygon);
     addOwned(std::move(owned), true);
     return copy;
 }

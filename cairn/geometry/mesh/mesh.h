@@ -148,8 +148,8 @@ class CN_Mesh : public CN_LevelEntity, public CN_MovableMesh {
     /// @name Groups
     /// @{
     const PolygonGroups& getPolygonGroups() const { return m_polygonGroups; }
-    /// A child with the settings of `group`, which may be of another mesh; with `copyMembers` it takes the group's polygons
-    /// in.
+    /// A child with the settings of `group`, which may be of another mesh; with `copyMembers` it takes in those of the group's
+    /// polygons that are this mesh's.
     CN_LevelEntityPolygonGroup* addNewPolygroup(const CN_LevelEntityPolygonGroup* group, bool copyMembers);
     /// @}
 

@@ -202,6 +202,8 @@ bool CN_Mesh::separated(CN_Polygon* start, F_DLList<CN_Polygon*>& reached, F_DLL
 std::pair<CN_Mesh*, CN_Mesh*> CN_Mesh::separate(CN_Polygon* polygon, F_DLList<CN_Polygon*>& reached,
                                                 F_DLList<CN_Polygon*>& rest, double grid) {
     requireParts(*this, reached, rest);
+    if (reached.empty() && rest.empty())
+        throw new F_Exception("There are no polygons to separate");
     if (!std::isfinite(grid))
         throw new F_Exception("The grid for the origins of separated meshes is not finite");
     const bool isReached = reached.indexOfValue(polygon) >= 0;
@@ -233,6 +235,9 @@ std::pair<CN_Mesh*, CN_Mesh*> CN_Mesh::separate(CN_Polygon* polygon, F_DLList<CN
 void CN_Mesh::buildFrom(CN_Mesh* source, const F_DLList<CN_Polygon*>& polygons) {
     if (!source || source == this)
         throw new F_Exception("A mesh is built from polygons of another mesh");
+    for (const CN_Polygon* const polygon : polygons)
+        if (!polygon || polygon->getParent() != source)
+            throw new F_Exception("A mesh is built from polygons of one other mesh");
     std::unique_ptr<CN_EntityRendererInterface> renderer = std::move(m_renderer); // it draws this mesh in any case
     CN_LevelEntity::operator=(*source);
     m_renderer = std::move(renderer);
