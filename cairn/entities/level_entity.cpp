@@ -51,9 +51,12 @@ CN_LevelEntity& CN_LevelEntity::operator=(const CN_LevelEntity& other) {
     copyFields(other);
     m_objectDirty = true;
     m_expanded = false;
-    m_qualifiedName.clear();
     deleteFSM();
     m_renderer.reset();
+    if (m_parent)
+        setName(other.m_name, true);
+    else
+        m_qualifiedName.clear();
     return *this;
 }
 
@@ -67,7 +70,8 @@ void CN_LevelEntity::copyFields(const CN_LevelEntity& other) {
     m_boundingMax = other.m_boundingMax;
     m_boundingRadius = other.m_boundingRadius;
     m_document = other.m_document;
-    storeName(other.m_name);
+    if (!m_parent) // below which names are one of a kind
+        storeName(other.m_name);
     m_generalProperties = other.m_generalProperties;
     m_imageIndex = other.m_imageIndex;
     m_entityId = other.m_entityId;
@@ -158,7 +162,11 @@ void CN_LevelEntity::forEachEntity(CN_ForEachConst* forEach) const {
             (*forEach)(*it);
 }
 
-bool CN_LevelEntity::canAdd(CN_LevelEntity* child) { return child && onCanAdd(child->getEntityId()); }
+bool CN_LevelEntity::canAdd(CN_LevelEntity* child) {
+    return child && onCanAdd(child->getEntityId()) && child->mayStandBelow(*this);
+}
+
+bool CN_LevelEntity::mayStandBelow(const CN_LevelEntity&) const { return true; }
 
 void CN_LevelEntity::add(CN_LevelEntity* child, bool makeChild) {
     if (!child || child == this || child->m_parent == this || child->m_entityId == CN_KIND_LEVEL)

@@ -116,8 +116,8 @@ class CN_LevelEntity {
     /// Copies the place, the bounding volume, document, name, properties and kind. The copy stands alone: no parent, no
     /// children, no qualified name, no state machine, no renderer; it is dirty and not expanded.
     CN_LevelEntity(const CN_LevelEntity& other);
-    /// Copies what the copy constructor copies and makes the entity dirty. Its own parent and children stay; its state
-    /// machine and renderer are deleted.
+    /// Copies what the copy constructor copies and makes the entity dirty. Its own parent and children stay, below which its
+    /// name is made unique; its state machine and renderer are deleted.
     CN_LevelEntity& operator=(const CN_LevelEntity& other);
     /// Deletes the subtree (deep trees without recursion), then the state machine, then the renderer, then leaves the
     /// document's last hidden set and its lists. It does not detach itself: call `remove` on the parent first.
@@ -134,7 +134,7 @@ class CN_LevelEntity {
     /// brings the world values of the whole tree up to date. Throws an `F_Exception*` on damage.
     virtual void load(F_MemoryFile& file);
     /// Writes the entity id and the complete record behind it. Throws an `F_Exception*` with the entity's qualified name, and
-    /// has written nothing, where `load` would refuse what is written: entities nested too deep, values that are not finite.
+    /// has written nothing, where `load` would refuse what is written: entities nested too deep, places that are not finite.
     virtual void save(F_MemoryFile& file);
     /// Reads the kind's record, which stands behind the common one; `load` calls it.
     virtual void loadEntitySpecificData(F_MemoryFile& file) = 0;
@@ -171,7 +171,8 @@ class CN_LevelEntity {
 
     /// @name Tree
     /// @{
-    /// True if this kind may hold an entity of the candidate's kind. False for null.
+    /// True if this kind may hold an entity of the candidate's kind. False for null, and for one that stands on polygons of
+    /// another mesh.
     virtual bool canAdd(CN_LevelEntity* child);
     /// Takes the child (and its subtree) to the end of the children, away from its present parent; its name is made
     /// unique here. With `makeChild` it keeps its place in the world. Nothing happens for null, this entity, a child
@@ -251,6 +252,8 @@ class CN_LevelEntity {
     virtual CString getNextUniqueName(const CString& name);
     /// True if this kind may hold entities of that id.
     virtual bool onCanAdd(int entityId) = 0;
+    /// False where the entity stands on polygons that are not the parent's.
+    virtual bool mayStandBelow(const CN_LevelEntity& parent) const;
 
   public:
     const Vector& getPosition() const { return m_position; }

@@ -190,6 +190,8 @@ std::size_t expectedSize(std::FILE* stream) {
 constinit F_File* const File = &theFile;
 
 int F_File::size(const char* fileName) const {
+    if (!fileName)
+        throw new F_Exception("Cannot look at a file without a name");
     struct ::stat s {};
     if (::stat(fileName, &s) != 0)
         failFile("Cannot look at", fileName, errno);

@@ -191,7 +191,7 @@ class F_Script::Reader {
     std::uint32_t m_block = 0; ///< the innermost of them
 };
 
-F_Script::F_Script(const char* fileName) : m_name(fileName) {
+F_Script::F_Script(const char* fileName) : m_name(fileName ? fileName : "") {
     File->size(fileName); // a pipe of that name might never end
     const std::vector<unsigned char> bytes = F_File::readAll(m_name, {MAX_BYTES, nullptr});
     m_text.assign(bytes.begin(), bytes.end());

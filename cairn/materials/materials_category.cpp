@@ -147,7 +147,7 @@ void CN_MaterialsCategory::remove(const char* name) {
 }
 
 void CN_MaterialsCategory::remove(CN_Material* material, bool deleteIt) {
-    if (takeOut(material) && deleteIt)
+    if (material && takeOut(material) && deleteIt)
         delete material;
 }
 

@@ -142,6 +142,13 @@ TEST(LevelEntity, CopiesStandAlone) {
     EXPECT_EQ(a->getChildren().size(), 1u);
     EXPECT_FALSE(a->hasFSM());
     EXPECT_EQ(root->hasChildNamed("B"), a);
+    auto* const sibling = new CN_LevelEntityMesh;
+    sibling->setName("b", false);
+    root->add(sibling, false);
+    dynamic_cast<CN_LevelEntityMesh&>(*a) = *sibling;
+    EXPECT_NE(a->getName(), sibling->getName());
+    EXPECT_EQ(root->hasChildNamed(a->getName()), a);
+    EXPECT_NE(qualifiedName(a), "");
 }
 
 TEST(LevelEntity, IdentitiesTellTheLivingFromTheDead) {
