@@ -301,7 +301,7 @@ void CN_Document::loadLevel(F_MemoryFile& file) {
     try {
         m_level->load(file);
     } catch (...) {
-        bindExitsOfPart();
+        bindPart();
         throw;
     }
     findPlayer();
@@ -314,11 +314,12 @@ void CN_Document::loadLevel(F_MemoryFile& file) {
     CN_FSMChangeManager::instance()->deserializeFSMs(m_level, false);
 }
 
-/// What was read whole before a fault keeps its exits, for a host that goes on with it. Its own failure must not hide the
-/// fault.
-void CN_Document::bindExitsOfPart() {
+/// What was read whole before a fault keeps its exits and the targets of its messages, for a host that goes on with it. Its own
+/// failure must not hide the fault.
+void CN_Document::bindPart() {
     try {
         CN_ExitDestinationPointerDeserializer::instance()->deserializePart(m_level, m_materials.getDefaultMaterial());
+        CN_FSMChangeManager::instance()->deserializeFSMs(m_level, false);
     } catch (F_Exception* e) {
         const F_ExceptionGuard guard(e);
     } catch (const std::bad_alloc&) {

@@ -183,7 +183,7 @@ class CN_Document {
     void loadSections(F_MemoryFile& file);
     template <class Read> void readSection(F_MemoryFile& file, const char* name, Read&& read);
     void loadLevel(F_MemoryFile& file);
-    void bindExitsOfPart();
+    void bindPart();
     void findPlayer();
     void addPlayer(bool makeChild);
     void reportBrokenEntities();

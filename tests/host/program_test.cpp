@@ -317,6 +317,14 @@ TEST_F(Program, ForceKeepsTopLevelEntitiesWholeOrNotAtAll) {
         ASSERT_EQ(run({"save", "rest.cairn", "-o", "again.cairn"}).code, 0);
         EXPECT_EQ(read("again.cairn"), read("rest.cairn")) << length;
     }
+
+    // Messages keep their targets.
+    ASSERT_EQ(run({"generate", "--rooms", "6", "--seed", "1", "-o", "rooms.cairn"}).code, 0);
+    write("cut.cairn", read("rooms.cairn").substr(0, 70000));
+    EXPECT_EQ(run({"save", "--force", "cut.cairn", "-o", "rest.cairn"}).code, 1);
+    EXPECT_EQ(run({"save", "rest.cairn", "-o", "again.cairn"}).code, 0);
+    EXPECT_EQ(read("again.cairn"), read("rest.cairn"));
+    EXPECT_NE(run({"refs", "rest.cairn", "::Room1::Light"}).output, "");
 }
 
 TEST_F(Program, TurnsImagesIntoPng) {
