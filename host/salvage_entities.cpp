@@ -61,25 +61,11 @@ std::string faultOf(const EntityRemains& remains) {
     return "a part of its record is missing";
 }
 
-/// A box in the world.
-struct WorldBox {
-    Vector min{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};
-    Vector max{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND};
-
-    bool isSet() const { return min.x <= max.x && min.y <= max.y && min.z <= max.z; }
-    Vector centre() const { return min * 0.5 + max * 0.5; }
-    bool agrees(const WorldBox& other) const {
-        constexpr double TOLERANCE = 1e-4;
-        const double slack = TOLERANCE * (1 + (other.max - other.min).length() + other.centre().length());
-        return (min - other.min).length() <= slack && (max - other.max).length() <= slack;
-    }
-};
-
 WorldBox storedBox(const CN_LevelEntity& entity) { return {entity.getBoundingMin(), entity.getBoundingMax()}; }
 
 /// The box that an entity would have in the world at that place, as far as it is known what it is made of: all other kinds
 /// have their place in its middle.
-WorldBox boxAt(CN_LevelEntity& entity, const Placement& world) {
+WorldBox boxAt(CN_LevelEntity& entity, const WorldBox& stored, const Placement& world) {
     WorldBox box;
     const auto widen = [&](const Vector& local) { CN_LevelEntity::checkBoundingBox(local * world, box.min, box.max); };
     if (const auto* const mesh = dynamic_cast<const CN_Mesh*>(&entity)) {
@@ -90,20 +76,18 @@ WorldBox boxAt(CN_LevelEntity& entity, const Placement& world) {
         for (const CN_TMVertex& vertex : triangles->getVertices())
             widen(vertex.position);
     } else {
-        const WorldBox stored = storedBox(entity);
         const Vector half = (stored.max - stored.min) * 0.5;
         box = {world.translation - half, world.translation + half};
     }
     return box;
 }
 
-/// Where an entity stands in the world, by its box alone: that of a parent is not known. None where the box tells nothing, or
+/// Where an entity stands in the world, by its stored box alone: that of a parent is not known. None where the box tells nothing, or
 /// that its parent is turned.
-std::optional<Vector> placeByBox(CN_LevelEntity& entity) {
-    const WorldBox stored = storedBox(entity);
+std::optional<Vector> placeByBox(CN_LevelEntity& entity, const WorldBox& stored) {
     if (isNode(entity.getEntityId()) || !stored.isSet() || !stored.centre().isFinite())
         return std::nullopt;
-    WorldBox here = boxAt(entity, Placement(entity.getRotation(), {}));
+    WorldBox here = boxAt(entity, stored, Placement(entity.getRotation(), {}));
     if (!here.isSet())
         return std::nullopt;
     const Vector place = stored.centre() - here.centre();
@@ -124,10 +108,10 @@ class EntitySalvage::Witness : public TreeWitness {
         const auto& around = m_all[parent].world;
         if (!one.detached || !one.local || !around || isNode(one.kind))
             return Verdict::UNKNOWN;
-        const WorldBox stored = storedBox(*one.detached);
+        const WorldBox& stored = one.box;
         if (!stored.isSet() || !stored.centre().isFinite())
             return Verdict::UNKNOWN;
-        const WorldBox box = boxAt(*one.detached, *one.local * *around);
+        const WorldBox box = boxAt(*one.detached, stored, *one.local * *around);
         if (!box.isSet())
             return Verdict::UNKNOWN;
         return box.agrees(stored) ? Verdict::AGREES : Verdict::DISAGREES;
@@ -202,8 +186,10 @@ void EntitySalvage::readPlace(SalvagedEntity& one) {
     if (!common)
         return;
     one.name = readableName(common->getName());
-    if (one.remains.common->isWhole())
-        one.local = Placement(common->getRotation(), common->getPosition());
+    if (!one.remains.common->isWhole())
+        return;
+    one.local = Placement(common->getRotation(), common->getPosition());
+    one.box = storedBox(*common);
 }
 
 /// The kind by which the records read, with the entity in `detached`; 0 for none. The id that stands there counts first, then
@@ -396,7 +382,7 @@ void EntitySalvage::attachOrphan(SalvagedEntity& one, SalvagedEntity* lostParent
     one.world.reset();
     if (isWithinPrefab)
         return;
-    if (const std::optional<Vector> place = placeByBox(*one.entity))
+    if (const std::optional<Vector> place = placeByBox(*one.entity, one.box))
         one.world = Placement(one.entity->getRotation(), *place);
 }
 

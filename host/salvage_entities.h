@@ -20,6 +20,22 @@ class CN_VirtualNode;
 
 namespace cairn::host {
 
+/// A box in the world.
+struct WorldBox {
+    using Vector = CN_LevelEntity::Vector;
+
+    Vector min{CN_UNSET_BOUND, CN_UNSET_BOUND, CN_UNSET_BOUND};
+    Vector max{-CN_UNSET_BOUND, -CN_UNSET_BOUND, -CN_UNSET_BOUND};
+
+    bool isSet() const { return min.x <= max.x && min.y <= max.y && min.z <= max.z; }
+    Vector centre() const { return min * 0.5 + max * 0.5; }
+    bool agrees(const WorldBox& other) const {
+        constexpr double TOLERANCE = 1e-4;
+        const double slack = TOLERANCE * (1 + (other.max - other.min).length() + other.centre().length());
+        return (min - other.min).length() <= slack && (max - other.max).length() <= slack;
+    }
+};
+
 /// One entity of the file, on its way into the document.
 struct SalvagedEntity {
     using Placement = M_Matrix4x3Template<double>;
@@ -31,7 +47,8 @@ struct SalvagedEntity {
     std::unique_ptr<CN_LevelEntity> detached; ///< until it stands in the tree
     CN_LevelEntity* entity = nullptr;         ///< not owned: null where it is lost
     std::optional<Placement> local, world; ///< relative to the parent, and in the world as it was; none where not known
-    int parent = TreeShape::NO_PARENT;     ///< the place of its parent in the file
+    WorldBox box;                      ///< as the common record has it: some kinds make theirs anew when they are read
+    int parent = TreeShape::NO_PARENT; ///< the place of its parent in the file
 };
 
 /// Builds the tree of a level again from what is left of its entities. The document must have its root and player, and what

@@ -380,11 +380,13 @@ TEST_F(Recover, WhatHasNoParentKeepsItsPlaceInTheWorld) {
         CN_LevelEntity& root = *saved.document->accessLevel();
         CN_LevelEntity* const recovered = root.hasChildNamed("Recovered");
         ASSERT_TRUE(recovered);
-        CN_LevelEntity* const enemy = recovered->hasChildNamed("Plate110");
-        ASSERT_TRUE(enemy);
-        const auto place = enemy->getWorldPosition();
-        EXPECT_NEAR(place.x, 5 + 6 + 10, 1e-9);
-        EXPECT_NEAR(place.y, 3, 1e-9);
+        for (const Stored& entity : sample.entities)
+            if (&sample.entities[static_cast<std::size_t>(std::max(entity.parent, 0))] == &*plate) {
+                const CN_LevelEntity* const child =
+                    recovered->hasChildNamed(entity.path.substr(plate->path.size() + 2).c_str());
+                ASSERT_TRUE(child) << entity.path;
+                EXPECT_LT((child->getWorldPosition() - entity.place).length(), 1e-9) << entity.path;
+            }
         std::string lines;
         root.hasChildNamed("Machine")->accessFSM()->forEachMessage(
             [&](const E_FSM::Message& message) { lines += view(message.m_text); });
