@@ -57,7 +57,10 @@ void copyTextures(const CN_TextureList& textures) {
     for (const CN_Texture& texture : textures.list()) {
         copies.add(&texture);
         const CN_Texture* const copy = copies.get(texture.name());
-        require(copy && (*copy == texture || textures.get(texture.name()) != &texture));
+        require(copy);
+        if (textures.get(texture.name()) != &texture)
+            continue; // another one has its name
+        require(*copy == texture);
         if (texture.getWidth() > 0) {
             const std::unique_ptr<I_Image> image(copy->getImage());
             require(copy->getWidth() == image->getWidth() && copy->getHeight() == image->getHeight());
