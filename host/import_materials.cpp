@@ -8,6 +8,8 @@
 #include "cairn/materials/materials_category.h"
 #include "host/png_writer.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -51,9 +53,12 @@ ImportMaterials::ImportMaterials(CN_Document& document, std::string category, do
       m_scale(static_cast<int>(std::clamp(std::round(scale), 1.0, 1e6))), m_images(images) {}
 
 CN_Material& ImportMaterials::get(std::string_view name, std::string_view image) {
-    CN_Material*& material = m_materials[{asciiLowered(name), std::string(image)}];
-    if (material)
-        return *material;
+    std::pair key(asciiLowered(name), std::string(image));
+    if (const auto known = m_materials.find(key); known != m_materials.end() && known->second)
+        return *known->second;
+    if (m_materials.size() >= MAX_MATERIALS)
+        throw new F_Exception(fmt::format("There are more than {} materials", MAX_MATERIALS));
+    CN_Material*& material = m_materials[std::move(key)];
     CN_Texture* texture = nullptr;
     const std::string_view wanted = image.empty() ? name : image;
     if (const auto file = m_images.find(wanted))

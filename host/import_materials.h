@@ -24,6 +24,9 @@ class ImportMaterials {
     /// The side of generated images in texels: how large a texture counts whose file is not there.
     static constexpr int GENERATED_SIZE = 64;
 
+    /// More are not made: each takes about 45 kB of memory, most of it its icons.
+    static constexpr std::size_t MAX_MATERIALS = 16384;
+
     /// What became of the names.
     struct Counts {
         std::size_t found = 0;         ///< with an image of the folder
@@ -39,7 +42,7 @@ class ImportMaterials {
 
     /// The material of that name and image, the name without regard to case: names of a level's materials differ by more. One
     /// whose name another has with another image gets a number ahead. `image` names the image file, the material's own name
-    /// where it is empty. Valid as long as the document keeps it.
+    /// where it is empty. Valid as long as the document keeps it. Throws an `F_Exception*` beyond `MAX_MATERIALS`.
     CN_Material& get(std::string_view name, std::string_view image = {});
     const Counts& getCounts() const { return m_counts; }
 

@@ -4,6 +4,7 @@
 #include "host/import_materials.h"
 #include "host/level_session.h"
 #include "host/png_writer.h"
+#include "tests/support/process_state_guard.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -113,6 +114,17 @@ TEST_F(ImportImagesTest, MakesEachMaterialOnce) {
     EXPECT_EQ(materials.getCounts().undecoded, 1u);
     EXPECT_EQ(document->getMaterials().find("level", "nothing"), &generated);
     EXPECT_EQ(document->getTextures().list().count(), 6u);
+}
+
+TEST_F(ImportImagesTest, MakesNoMoreMaterialsThanMemoryHolds) {
+    Console console;
+    const LevelSession session(console, "");
+    const auto document = session.createDocument();
+    const ImportImages images(m_root / "images");
+    ImportMaterials materials(*document, "level", 32, images);
+    for (std::size_t i = 0; i < ImportMaterials::MAX_MATERIALS; ++i)
+        materials.get(std::to_string(i), "e2/wall.png"); // which all share the icons
+    EXPECT_NE(test::failureText([&] { materials.get("one more"); }).find("16384 materials"), std::string::npos);
 }
 
 } // namespace
