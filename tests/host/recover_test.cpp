@@ -235,7 +235,7 @@ class Recover : public testing::Test {
         CN_PreIterator it = document.accessLevel()->createIterator();
         for (it.begin(); !it.end(); ++it)
             places.emplace((*it)->getEntityId(), (*it)->getWorldPosition());
-        std::vector<bool> isKnown{true};
+        std::vector<bool> isKnown{!damage.touches(sample.entities[0].begin, sample.entities[0].commonEnd)};
         for (std::size_t i = 1; i < keep.size(); ++i) {
             const Stored& entity = sample.entities[i];
             isKnown.push_back(isKnown[static_cast<std::size_t>(entity.parent)] &&
