@@ -186,25 +186,28 @@ TEST_F(Fault, LeavesTheOldOutputOrTheNewOneWhole) {
 class MemoryFault : public Fault {
   protected:
     void runAll(int step) {
+        runEach(step, {
+                          "new out.cairn",
+                          "save a.cairn -o out.cairn --content empty.db",
+                          "edit fresh.cairn -o out.cairn --script edit.txt",
+                          "import wall.map -o out.cairn",
+                          "export a.cairn -o out.glb",
+                          "export a.cairn -o out.obj",
+                          "image wall.png -o out.png",
+                          "info a.cairn --json",
+                          "tree a.cairn --json",
+                          "check a.cairn --json",
+                          "measure a.cairn",
+                          "fsm a.cairn",
+                          "rooms a.cairn",
+                          "diff a.cairn fresh.cairn",
+                          "recover cut.cairn -o out.cairn",
+                          "content add empty.db skin rat",
+                      });
+    }
+
+    void runEach(int step, std::initializer_list<const char*> jobs) {
         ASSERT_TRUE(runStruck("info a.cairn", {"alloc", "+EIO"}, 1).hasStruck);
-        const char* const jobs[] = {
-            "new out.cairn",
-            "save a.cairn -o out.cairn --content empty.db",
-            "edit fresh.cairn -o out.cairn --script edit.txt",
-            "import wall.map -o out.cairn",
-            "export a.cairn -o out.glb",
-            "export a.cairn -o out.obj",
-            "image wall.png -o out.png",
-            "info a.cairn --json",
-            "tree a.cairn --json",
-            "check a.cairn --json",
-            "measure a.cairn",
-            "fsm a.cairn",
-            "rooms a.cairn",
-            "diff a.cairn fresh.cairn",
-            "recover cut.cairn -o out.cairn",
-            "content add empty.db skin rat",
-        };
         const Files before = files();
         int first = 1;
         for (const char* const words : jobs) {
@@ -212,7 +215,7 @@ class MemoryFault : public Fault {
             const ProgramRun whole = runInShell(words, "");
             const Files after = files();
             for (const char* const action : {"EIO", "+EIO"})
-                for (int number = ++first; number < MOST_ALLOCATIONS; number += step) {
+                for (int number = step == 1 ? 1 : ++first; number < MOST_ALLOCATIONS; number += step) {
                     const auto told = fmt::format("{}: {} at allocation {}", words, action, number);
                     restore(before);
                     const FaultRun done = runStruck(words, {"alloc", action}, number);
@@ -281,6 +284,9 @@ TEST_F(MemoryFault, EndsWithTheExitCodeForThat) { runAll(151); }
 TEST_F(MemoryFault, NothingFailsOnceTheOutputIsInPlace) { runLast(30); }
 
 TEST_F(MemoryFault, DISABLED_EndsWithTheExitCodeForThatAtManyPlaces) { runAll(5); }
+
+// JSON documents end the process where memory lacks, so that this is no loop within one.
+TEST_F(MemoryFault, DISABLED_ManyPlacesAreAllOfAGltfExport) { runEach(1, {"export a.cairn -o out.glb"}); }
 
 TEST_F(Fault, TakesInputFromPipesAndPutsOutputInPlaceOfFilesAlone) {
     const std::string level = read("a.cairn");
