@@ -125,17 +125,19 @@ void ChangeList::compareEach(const std::string& noun, const ElementList& first, 
         addChanged(fmt::format("{} {}", noun, place), factsOf(first, place).front().shown, std::nullopt);
     for (std::size_t i = 0; i < second.keys.size(); ++i) {
         const int place = static_cast<int>(i), before = alignment.toFirst[i];
+        if (before >= 0 && first.keys[static_cast<std::size_t>(before)].whole == second.keys[i].whole)
+            continue;
         const std::string name = fmt::format("{} {}", noun, place);
         const std::vector<Fact> now = factsOf(second, place);
         if (before < 0) {
             addChanged(name, std::nullopt, now.front().shown);
-        } else if (first.keys[static_cast<std::size_t>(before)].whole != second.keys[i].whole) {
-            const std::vector<Fact> old = factsOf(first, before);
-            if (old.front().shown != now.front().shown)
-                addChanged(name, old.front().shown, now.front().shown);
-            else // it looks the same, and stands for something else
-                addChanged(fmt::format("{} {}", name, now.back().name), old.back().shown, now.back().shown);
+            continue;
         }
+        const std::vector<Fact> old = factsOf(first, before);
+        if (old.front().shown != now.front().shown)
+            addChanged(name, old.front().shown, now.front().shown);
+        else // it looks the same, and stands for something else
+            addChanged(fmt::format("{} {}", name, now.back().name), old.back().shown, now.back().shown);
     }
     if (!alignment.inOrder)
         addChanged("order of " + noun, std::nullopt, std::nullopt);
