@@ -45,6 +45,8 @@ class ImportImagesTest : public testing::Test {
 
     test::TemporaryFolder m_temporary;
     fs::path m_root = m_temporary.path("root");
+    Console m_console;
+    LevelSession m_session{m_console, ""};
 };
 
 TEST_F(ImportImagesTest, FindsNamesInsideTheFolderAndNothingElse) {
@@ -90,9 +92,7 @@ TEST_F(ImportImagesTest, FindsNamesInsideTheFolderAndNothingElse) {
 }
 
 TEST_F(ImportImagesTest, MakesEachMaterialOnce) {
-    Console console;
-    const LevelSession session(console, "");
-    const auto document = session.createDocument();
+    const auto document = m_session.createDocument();
     const ImportImages images(m_root / "images");
     ImportMaterials materials(*document, "level", 32, images);
     CN_Material& lava = materials.get("*lava");
@@ -117,9 +117,7 @@ TEST_F(ImportImagesTest, MakesEachMaterialOnce) {
 }
 
 TEST_F(ImportImagesTest, MakesNoMoreMaterialsThanMemoryHolds) {
-    Console console;
-    const LevelSession session(console, "");
-    const auto document = session.createDocument();
+    const auto document = m_session.createDocument();
     const ImportImages images(m_root / "images");
     ImportMaterials materials(*document, "level", 32, images);
     for (std::size_t i = 0; i < ImportMaterials::MAX_MATERIALS; ++i)
