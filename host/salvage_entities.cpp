@@ -82,8 +82,8 @@ WorldBox boxAt(CN_LevelEntity& entity, const WorldBox& stored, const Placement& 
     return box;
 }
 
-/// Where an entity stands in the world, by its stored box alone: that of a parent is not known. None where the box tells nothing, or
-/// that its parent is turned.
+/// Where an entity stands in the world, by its stored box alone: that of a parent is not known. None where the box tells
+/// nothing, or that its parent is turned.
 std::optional<Vector> placeByBox(CN_LevelEntity& entity, const WorldBox& stored) {
     if (isNode(entity.getEntityId()) || !stored.isSet() || !stored.centre().isFinite())
         return std::nullopt;
@@ -363,7 +363,8 @@ bool EntitySalvage::hasRoom(const SalvagedEntity& one, const CN_LevelEntity& par
            m_nameBytes + bytes + one.detached->getName().view().size() + NAME_ROOM <= MOST_NAME_BYTES;
 }
 
-/// Puts an entity whose parent is lost below "Recovered", or below the root where it may stand nowhere else: by way of a stand-in for the parent where its place is known.
+/// Puts an entity whose parent is lost below "Recovered", or below the root where it may stand nowhere else: by way of a
+/// stand-in for the parent where its place is known.
 void EntitySalvage::attachOrphan(SalvagedEntity& one, SalvagedEntity* lostParent) {
     CN_LevelEntity& last = orphanParent(one, lostParent);
     if (!hasRoom(one, last)) {
