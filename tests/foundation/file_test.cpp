@@ -1,4 +1,5 @@
 #include "cairn/foundation/file.h"
+#include "cairn/foundation/script.h"
 #include "tests/support/process_state_guard.h"
 
 #include <gtest/gtest.h>
@@ -59,6 +60,9 @@ TEST_F(FileTest, LoadsAsMuchAsIsAskedFor) {
     EXPECT_EQ(load("a", -1), std::string_view("one\0two", 7));
     EXPECT_EQ(load("a", 3), "one");
     EXPECT_EQ(load("empty", 0), "");
+    EXPECT_EQ(test::failureText([] { File->size(nullptr); }), "Cannot look at a file without a name");
+    EXPECT_EQ(test::failureText([] { F_Script script(static_cast<const char*>(nullptr)); }),
+              "Cannot look at a file without a name");
     EXPECT_EQ(test::failureText([&] { load("a", 8); }),
               "Test cannot read \"" + at("a") + "\": it has fewer than 8 bytes");
     EXPECT_EQ(test::failureText([&] { load("none", 1); }),

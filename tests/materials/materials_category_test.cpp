@@ -97,6 +97,7 @@ TEST_F(MaterialsCategoryTest, MovesMaterialsFromOneToAnother) {
     EXPECT_FALSE(m_category.hasMaterials());
     EXPECT_EQ(test::failureText([&] { m_category.remove("a.tga"); }),
               "Material a.tga not found in material list Walls!");
+    floors.remove(static_cast<CN_Material*>(nullptr), true);
     floors.remove(moved, false);
     EXPECT_EQ(floors.numMaterials(), 1);
     const std::unique_ptr<CN_Material> alone(moved);
